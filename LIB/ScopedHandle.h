@@ -1,0 +1,45 @@
+// Small owners of operating-system handles: no early return leaks one.
+#pragma once
+
+#include <cstdio>
+#include <dirent.h>
+#include <memory>
+#include <unistd.h>
+
+namespace zel {
+
+struct FileCloser {
+    void operator()(std::FILE *file) const { std::fclose(file); }
+};
+
+struct PipeCloser {
+    void operator()(std::FILE *pipe) const { pclose(pipe); }
+};
+
+struct DirectoryCloser {
+    void operator()(DIR *directory) const { closedir(directory); }
+};
+
+using ScopedFile = std::unique_ptr<std::FILE, FileCloser>;
+using ScopedPipe = std::unique_ptr<std::FILE, PipeCloser>;
+using ScopedDirectory = std::unique_ptr<DIR, DirectoryCloser>;
+
+/// Owns a descriptor (file or socket); a negative value owns nothing.
+class ScopedDescriptor {
+public:
+    explicit ScopedDescriptor(int descriptor) : m_descriptor(descriptor) {}
+    ~ScopedDescriptor() {
+        if (m_descriptor >= 0)
+            close(m_descriptor);
+    }
+    ScopedDescriptor(const ScopedDescriptor &) = delete;
+    ScopedDescriptor &operator=(const ScopedDescriptor &) = delete;
+
+    bool valid() const { return m_descriptor >= 0; }
+    int get() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+} // namespace zel

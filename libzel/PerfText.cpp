@@ -1,0 +1,203 @@
+#include "PerfText.h"
+
+#include <charconv>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr std::string_view rowSeparator = "\x03\x1F|";
+constexpr std::string_view columnSeparator = "\x03\x1F~";
+constexpr std::string_view metricSeparator = "\x03\x1F]";
+constexpr std::string_view fieldSeparator = "\x03\x1F^";
+
+constexpr char etx = '\x03';
+constexpr char unitSeparator = '\x1F';
+
+constexpr std::size_t longestInteger = 20; // digits and sign of a 64-bit number
+constexpr std::size_t longestNumber = 320; // "%.2f" of the largest double
+
+void setSplit(PerfSplit &split, std::string_view first, std::string_view second) {
+    std::memcpy(split[0], first.data(), first.size() + 1);
+    std::memcpy(split[1], second.data(), second.size() + 1);
+}
+
+} // namespace
+
+void fgSetTableSplit(PerfSplit &split) {
+    setSplit(split, rowSeparator, columnSeparator);
+}
+
+void fgSetPushSplit(PerfSplit &split) {
+    setSplit(split, metricSeparator, fieldSeparator);
+}
+
+char *fgNewTextBuffer(int size) {
+    return static_cast<char *>(std::calloc(static_cast<std::size_t>(size), 1));
+}
+
+CPerfText::CPerfText(char *&buffer, int &size, Growth growth)
+    : m_buffer(buffer), m_size(size), m_length(buffer == nullptr ? 0 : std::strlen(buffer)), m_growth(growth) {}
+
+void CPerfText::clear() {
+    if (m_buffer != nullptr)
+        std::memset(m_buffer, 0, m_length);
+    m_length = 0;
+    m_incomplete = false;
+}
+
+void CPerfText::growTo(std::size_t size) {
+    if (m_buffer != nullptr && size <= static_cast<std::size_t>(m_size))
+        return;
+    char *larger = size > INT_MAX ? nullptr : fgNewTextBuffer(static_cast<int>(size));
+    if (larger == nullptr) {
+        m_incomplete = true;
+        return;
+    }
+    if (m_buffer != nullptr)
+        std::memcpy(larger, m_buffer, m_length);
+    std::free(m_buffer);
+    m_buffer = larger;
+    m_size = static_cast<int>(size);
+}
+
+void CPerfText::reserveRoom(std::size_t room) {
+    std::size_t size = m_buffer == nullptr ? 0 : static_cast<std::size_t>(m_size);
+    if (size >= m_length + room)
+        return;
+    if (size == 0)
+        size = PERF_TABLE_SIZE;
+    while (size < m_length + room)
+        size *= 2;
+    growTo(size);
+}
+
+// After something was left out nothing more is appended, so that a text never misses a piece in its middle.
+bool CPerfText::makeRoom(std::size_t length) {
+    if (m_incomplete)
+        return false;
+    const std::size_t needed = m_length + length + 1;
+    if (m_buffer != nullptr && needed <= static_cast<std::size_t>(m_size))
+        return true;
+    if (m_growth == Growth::Fixed) {
+        m_incomplete = true;
+        return false;
+    }
+    reserveRoom(length + 1);
+    return !m_incomplete;
+}
+
+void CPerfText::append(std::string_view text) {
+    if (!makeRoom(text.size()))
+        return;
+    std::memcpy(m_buffer + m_length, text.data(), text.size());
+    m_length += text.size();
+    m_buffer[m_length] = '\0';
+}
+
+void CPerfText::appendNeutralised(std::string_view text) {
+    if (!makeRoom(text.size()))
+        return;
+    char *out = m_buffer + m_length;
+    for (const char character : text)
+        *out++ = character == etx || character == unitSeparator ? ' ' : character;
+    m_length += text.size();
+    m_buffer[m_length] = '\0';
+}
+
+void CPerfText::appendSigned(long long value) {
+    char digits[longestInteger];
+    const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+    append({digits, static_cast<std::size_t>(end - digits)});
+}
+
+void CPerfText::appendUnsigned(unsigned long long value) {
+    char digits[longestInteger];
+    const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+    append({digits, static_cast<std::size_t>(end - digits)});
+}
+
+void CPerfText::appendNumber(double value) {
+    char digits[longestNumber];
+    const auto end = std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, 2).ptr;
+    append({digits, static_cast<std::size_t>(end - digits)});
+}
+
+void CPerfText::column(std::string_view name) {
+    append(name);
+    append(columnSeparator);
+}
+
+void CPerfText::beginRow(std::size_t room) {
+    if (m_growth == Growth::Doubling)
+        reserveRoom(room);
+    append(rowSeparator);
+}
+
+void CPerfText::field(std::string_view value) {
+    appendNeutralised(value);
+    append(columnSeparator);
+}
+
+void CPerfText::field(int value) {
+    appendSigned(value);
+    append(columnSeparator);
+}
+
+void CPerfText::field(unsigned long long value) {
+    appendUnsigned(value);
+    append(columnSeparator);
+}
+
+void CPerfText::field(double value) {
+    appendNumber(value);
+    append(columnSeparator);
+}
+
+void CPerfText::numberedField(std::string_view prefix, int number) {
+    append(prefix);
+    field(number);
+}
+
+void CPerfText::endMarker() {
+    append(rowSeparator);
+    append(PERF_END_MARKER);
+}
+
+void CPerfText::agentKey(const char *key) {
+    appendNeutralised(key == nullptr ? "" : key);
+}
+
+void CPerfText::metric(std::string_view code, unsigned long long value) {
+    const std::size_t start = m_length;
+    tableMetric(code);
+    appendUnsigned(value);
+    append(fieldSeparator);
+    dropMetricThatDidNotFit(start);
+}
+
+void CPerfText::metric(std::string_view code, double value) {
+    const std::size_t start = m_length;
+    tableMetric(code);
+    appendNumber(value);
+    append(fieldSeparator);
+    dropMetricThatDidNotFit(start);
+}
+
+void CPerfText::tableMetric(std::string_view code) {
+    append(metricSeparator);
+    keylessTableMetric(code);
+}
+
+void CPerfText::keylessTableMetric(std::string_view code) {
+    append(code);
+    append(fieldSeparator);
+}
+
+void CPerfText::dropMetricThatDidNotFit(std::size_t metricStart) {
+    if (!m_incomplete || m_length == metricStart)
+        return;
+    std::memset(m_buffer + metricStart, 0, m_length - metricStart);
+    m_length = metricStart;
+}

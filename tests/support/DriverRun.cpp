@@ -1,0 +1,86 @@
+#include "DriverRun.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+std::string slurp(std::FILE *file) {
+    std::string text;
+    char piece[4096];
+    std::rewind(file);
+    for (std::size_t count; (count = std::fread(piece, 1, sizeof(piece), file)) > 0;)
+        text.append(piece, count);
+    std::fclose(file);
+    return text;
+}
+
+} // namespace
+
+DriverRun &DriverRun::hosts(const std::vector<std::string> &fixtures) {
+    std::vector<std::string> directories;
+    for (const std::string &fixture : fixtures)
+        directories.push_back(std::string(ZEL_FIXTURES) + "/" + fixture);
+    return hostDirectories(directories);
+}
+
+// The driver reads through one link; the preloaded library moves it to the next directory at every pause.
+DriverRun &DriverRun::hostDirectories(const std::vector<std::string> &directories) {
+    const std::string link = (m_home.path() / "host").string();
+    std::filesystem::create_directory_symlink(directories.front(), link);
+    std::string list;
+    for (const std::string &directory : directories)
+        list += directory + ":";
+    m_environment.push_back("ZEL_HOST_ROOT=" + link);
+    m_environment.push_back("ZEL_TEST_HOSTS=" + list);
+    return *this;
+}
+
+DriverRun &DriverRun::kernelRelease(const std::string &release) {
+    m_environment.push_back("ZEL_TEST_RELEASE=" + release);
+    return *this;
+}
+
+DriverRun &DriverRun::frozenClock(long seconds) {
+    m_environment.push_back("ZEL_TEST_CLOCK=" + std::to_string(seconds));
+    return *this;
+}
+
+DriverRun &DriverRun::killAfter(int seconds) {
+    m_killAfter = seconds;
+    return *this;
+}
+
+DriverResult DriverRun::run(const std::vector<std::string> &arguments) const {
+    std::FILE *out = std::tmpfile();
+    std::FILE *err = std::tmpfile();
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        for (const std::string &variable : m_environment)
+            putenv(strdup(variable.c_str()));
+        if (!m_environment.empty()) {
+            setenv("LD_PRELOAD", ZEL_PRELOAD, 1);
+            setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+        }
+        dup2(fileno(out), STDOUT_FILENO);
+        dup2(fileno(err), STDERR_FILENO);
+        std::vector<char *> argv{const_cast<char *>("./libzelinfo")};
+        for (const std::string &argument : arguments)
+            argv.push_back(const_cast<char *>(argument.c_str()));
+        argv.push_back(nullptr);
+        execv(ZEL_DRIVER, argv.data());
+        _exit(127);
+    }
+    int status = 0;
+    for (int waited = 0; waitpid(child, &status, WNOHANG) == 0; ++waited) {
+        if (waited == m_killAfter * 100)
+            kill(child, SIGTERM);
+        usleep(10000);
+    }
+    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return {code, slurp(out), slurp(err)};
+}

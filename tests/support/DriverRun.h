@@ -1,0 +1,36 @@
+// Runs the real driver in a staged home.
+#pragma once
+
+#include "ScratchHome.h"
+
+#include <string>
+#include <vector>
+
+struct DriverResult {
+    int status; // exit status; 128 + signal when it was killed
+    std::string out;
+    std::string err;
+};
+
+class DriverRun {
+public:
+    /// The host that the driver reads: a checked-in fixture, or several, one per cycle (the last one stays).
+    DriverRun &hosts(const std::vector<std::string> &fixtures);
+    /// The same with directories of the test's own.
+    DriverRun &hostDirectories(const std::vector<std::string> &directories);
+    /// Kernel release that uname answers with.
+    DriverRun &kernelRelease(const std::string &release);
+    /// Freezes the clock; every sleep moves it by its length and does not wait.
+    DriverRun &frozenClock(long seconds = 1700000000);
+    /// Kills the driver after so many seconds (status 128 + 15).
+    DriverRun &killAfter(int seconds);
+
+    DriverResult run(const std::vector<std::string> &arguments) const;
+
+    const ScratchHome &home() const { return m_home; }
+
+private:
+    ScratchHome m_home;
+    std::vector<std::string> m_environment;
+    int m_killAfter = 60;
+};

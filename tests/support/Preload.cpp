@@ -1,0 +1,81 @@
+// Loaded into the driver by tests (LD_PRELOAD). The environment says what it changes:
+//   ZEL_TEST_CLOCK=seconds     the clock stands still there; a sleep moves it by its length and returns at once
+//   ZEL_TEST_RELEASE=text      uname answers with this release
+//   ZEL_TEST_HOSTS=a:b:...     at every sleep the link ZEL_HOST_ROOT moves to the next directory; the last one stays
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <dlfcn.h>
+#include <sys/select.h>
+#include <sys/time.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+namespace {
+
+const char *const clockStart = std::getenv("ZEL_TEST_CLOCK");
+timeval clockNow{clockStart == nullptr ? 0 : std::atol(clockStart), 0};
+int hostsShown = 1;
+
+template<typename Function> Function realFunction(const char *name) {
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+void showNextHost() {
+    const char *hosts = std::getenv("ZEL_TEST_HOSTS");
+    const char *link = std::getenv("ZEL_HOST_ROOT");
+    if (hosts == nullptr || link == nullptr)
+        return;
+    for (int i = 0; i < hostsShown && hosts != nullptr; ++i) {
+        hosts = std::strchr(hosts, ':');
+        hosts = hosts == nullptr ? nullptr : hosts + 1;
+    }
+    if (hosts == nullptr || *hosts == '\0')
+        return;
+    ++hostsShown;
+    char directory[4096];
+    std::snprintf(directory, sizeof(directory), "%.*s", static_cast<int>(std::strcspn(hosts, ":")), hosts);
+    unlink(link);
+    if (symlink(directory, link) != 0)
+        std::perror(link);
+}
+
+} // namespace
+
+extern "C" {
+
+int gettimeofday(timeval *now, void *zone) noexcept {
+    if (clockStart == nullptr)
+        return realFunction<int (*)(timeval *, void *)>("gettimeofday")(now, zone);
+    *now = clockNow;
+    return 0;
+}
+
+std::time_t time(std::time_t *out) noexcept {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    if (out != nullptr)
+        *out = now.tv_sec;
+    return now.tv_sec;
+}
+
+int select(int count, fd_set *read, fd_set *write, fd_set *except, timeval *timeout) {
+    if (count == 0)
+        showNextHost();
+    if (clockStart == nullptr || count != 0)
+        return realFunction<int (*)(int, fd_set *, fd_set *, fd_set *, timeval *)>("select")(count, read, write, except,
+                                                                                             timeout);
+    timeradd(&clockNow, timeout, &clockNow);
+    return 0;
+}
+
+int uname(utsname *system) noexcept {
+    const int result = realFunction<int (*)(utsname *)>("uname")(system);
+    const char *release = std::getenv("ZEL_TEST_RELEASE");
+    if (release != nullptr)
+        std::snprintf(system->release, sizeof(system->release), "%s", release);
+    return result;
+}
+
+} // extern "C"

@@ -1,0 +1,24 @@
+#include "ScratchHome.h"
+
+namespace fs = std::filesystem;
+
+ScratchHome::ScratchHome() : m_previousDirectory(fs::current_path()) {
+    for (const char *directory : {"utils/ETC", "utils/INSTALL", "agent/bin/shell/LINUX", "agent/aproc/shell",
+                                  "agent/aproc/inv", "agent/buffer"})
+        fs::create_directories(m_home.path() / directory);
+    fs::current_path(m_home.path() / "agent/bin");
+}
+
+ScratchHome::~ScratchHome() {
+    std::error_code ignored;
+    fs::current_path(m_previousDirectory, ignored);
+}
+
+void ScratchHome::script(const std::string &relativePath, const std::string &text) const {
+    m_home.write(relativePath, "#!/bin/sh\n" + text);
+    fs::permissions(m_home.path() / relativePath, fs::perms::owner_all);
+}
+
+void ScratchHome::plainCommandRunner() const {
+    script("utils/ETC/ShCmd", "shift\nexec \"$@\"\n");
+}

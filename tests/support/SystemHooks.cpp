@@ -1,0 +1,133 @@
+#include "SystemHooks.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+bool allocationFails() {
+    int &countdown = systemHooks().failAllocationAfter;
+    if (countdown < 0)
+        return false;
+    if (countdown-- > 0)
+        return false;
+    errno = ENOMEM;
+    return true;
+}
+
+} // namespace
+
+SystemHooks &systemHooks() {
+    static SystemHooks hooks;
+    return hooks;
+}
+
+void withdrawSystemHooks() {
+    systemHooks() = SystemHooks{};
+}
+
+void pretendKernelRelease(const char *release) {
+    const std::string text = release;
+    systemHooks().uname = [text](utsname *system) {
+        *system = {};
+        std::snprintf(system->release, sizeof(system->release), "%s", text.c_str());
+        return 0;
+    };
+}
+
+// NOLINTBEGIN(bugprone-reserved-identifier): names that the linker's --wrap prescribes
+extern "C" {
+
+int __real_gettimeofday(timeval *, void *);
+int __wrap_gettimeofday(timeval *now, void *zone) {
+    return systemHooks().gettimeofday ? systemHooks().gettimeofday(now) : __real_gettimeofday(now, zone);
+}
+
+std::time_t __real_time(std::time_t *);
+std::time_t __wrap_time(std::time_t *out) {
+    if (!systemHooks().time)
+        return __real_time(out);
+    const std::time_t now = systemHooks().time();
+    if (out != nullptr)
+        *out = now;
+    return now;
+}
+
+int __real_select(int, fd_set *, fd_set *, fd_set *, timeval *);
+int __wrap_select(int count, fd_set *read, fd_set *write, fd_set *except, timeval *timeout) {
+    return systemHooks().select ? systemHooks().select(count, read, write, except, timeout)
+                                : __real_select(count, read, write, except, timeout);
+}
+
+int __real_uname(utsname *);
+int __wrap_uname(utsname *system) {
+    return systemHooks().uname ? systemHooks().uname(system) : __real_uname(system);
+}
+
+int __real_system(const char *);
+int __wrap_system(const char *command) {
+    return systemHooks().system ? systemHooks().system(command) : __real_system(command);
+}
+
+FILE *__real_popen(const char *, const char *);
+FILE *__wrap_popen(const char *command, const char *mode) {
+    return systemHooks().popen ? systemHooks().popen(command, mode) : __real_popen(command, mode);
+}
+
+int __real_statfs64(const char *, struct statfs64 *);
+int __wrap_statfs64(const char *path, struct statfs64 *status) {
+    return systemHooks().statfs64 ? systemHooks().statfs64(path, status) : __real_statfs64(path, status);
+}
+
+passwd *__real_getpwuid(uid_t);
+passwd *__wrap_getpwuid(uid_t uid) {
+    return systemHooks().getpwuid ? systemHooks().getpwuid(uid) : __real_getpwuid(uid);
+}
+
+int __real_getpwuid_r(uid_t, passwd *, char *, size_t, passwd **);
+int __wrap_getpwuid_r(uid_t uid, passwd *entry, char *buffer, size_t size, passwd **result) {
+    return systemHooks().getpwuid_r ? systemHooks().getpwuid_r(uid, entry, buffer, size, result)
+                                    : __real_getpwuid_r(uid, entry, buffer, size, result);
+}
+
+int __real_socket(int, int, int);
+int __wrap_socket(int domain, int type, int protocol) {
+    return systemHooks().socket ? systemHooks().socket(domain, type, protocol) : __real_socket(domain, type, protocol);
+}
+
+int __real_ioctl(int, unsigned long, void *);
+int __wrap_ioctl(int descriptor, unsigned long request, ...) {
+    va_list arguments;
+    va_start(arguments, request);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    return systemHooks().ioctl ? systemHooks().ioctl(descriptor, request, argument)
+                               : __real_ioctl(descriptor, request, argument);
+}
+
+void *__real_malloc(size_t);
+void *__wrap_malloc(size_t size) {
+    return allocationFails() ? nullptr : __real_malloc(size);
+}
+
+void *__real_calloc(size_t, size_t);
+void *__wrap_calloc(size_t count, size_t size) {
+    return allocationFails() ? nullptr : __real_calloc(count, size);
+}
+
+int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
+int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *), void *argument) {
+    return systemHooks().pthreadCreate ? systemHooks().pthreadCreate(thread, attributes, start, argument)
+                                       : __real_pthread_create(thread, attributes, start, argument);
+}
+
+int __real_kill(pid_t, int);
+int __wrap_kill(pid_t pid, int number) {
+    return systemHooks().kill ? systemHooks().kill(pid, number) : __real_kill(pid, number);
+}
+
+} // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)

@@ -1,0 +1,37 @@
+// Answers to system functions, set by a test. Without an answer the real function runs. Every answer is withdrawn at
+// the end of the test that set it (see main.cpp).
+#pragma once
+
+#include <csignal>
+#include <ctime>
+#include <functional>
+#include <pthread.h>
+#include <pwd.h>
+#include <sys/select.h>
+#include <sys/statfs.h>
+#include <sys/time.h>
+#include <sys/utsname.h>
+
+struct SystemHooks {
+    std::function<int(timeval *)> gettimeofday;
+    std::function<std::time_t()> time;
+    std::function<int(int, fd_set *, fd_set *, fd_set *, timeval *)> select;
+    std::function<int(utsname *)> uname;
+    std::function<int(const char *)> system;
+    std::function<FILE *(const char *, const char *)> popen;
+    std::function<int(const char *, struct statfs64 *)> statfs64;
+    std::function<passwd *(uid_t)> getpwuid;
+    std::function<int(uid_t, passwd *, char *, size_t, passwd **)> getpwuid_r;
+    std::function<int(int, int, int)> socket;
+    std::function<int(int, unsigned long, void *)> ioctl;
+    std::function<int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *)> pthreadCreate;
+    std::function<int(pid_t, int)> kill;
+    int failAllocationAfter = -1; // malloc and calloc: 0 fails the next call, n the call after n more; -1 none
+};
+
+/// The answers in force.
+SystemHooks &systemHooks();
+void withdrawSystemHooks();
+
+/// uname answers with this kernel release, so that a collector takes the path of that kernel.
+void pretendKernelRelease(const char *release);
