@@ -1,6 +1,9 @@
 #include "NGFunctions.h"
 
+#include <cstdint>
 #include <sys/select.h>
+
+int g_nIPv6Flag;
 
 int fgUSleep(int usec) {
     constexpr int microsecondsPerSecond = 1000000;
@@ -10,4 +13,13 @@ int fgUSleep(int usec) {
     timeval timeout{usec / microsecondsPerSecond, usec % microsecondsPerSecond};
     select(0, nullptr, nullptr, nullptr, &timeout);
     return 1;
+}
+
+int ELFHash(const char *text) {
+    constexpr std::uint32_t multiplier = 131;
+    constexpr std::uint32_t withoutTopBit = 0x7fffffff;
+    std::uint32_t hash = 0;
+    for (; *text != '\0'; ++text)
+        hash = hash * multiplier + static_cast<std::uint32_t>(static_cast<signed char>(*text));
+    return static_cast<int>(hash & withoutTopBit);
 }

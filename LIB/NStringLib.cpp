@@ -16,3 +16,18 @@ char *Nstrtok(char *text, const char *delimiters, char **save) {
     *save = end;
     return token;
 }
+
+char *Nstrstrtok(char *text, const char *separator, char **save) {
+    char *token = text != nullptr ? text : *save;
+    if (token == nullptr)
+        return nullptr;
+    const std::size_t length = std::strlen(separator);
+    char *found = length > 0 ? std::strstr(token, separator) : nullptr;
+    if (found == nullptr) {
+        *save = nullptr;
+        return token;
+    }
+    std::memset(found, 0, length);
+    *save = found + length;
+    return token;
+}

@@ -1,0 +1,39 @@
+#include "NGFunctions.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t longestAddress = 15;
+constexpr long highestPart = 255;
+constexpr int dotsOfAddress = 3;
+
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+// "192" of "192.168.0.1": the number at `part`, which ends at a dot or at the end of the text.
+bool acceptablePart(const char *part) {
+    constexpr int inspected = 3;
+    for (int i = 0; i < inspected && part[i] != '\0' && part[i] != '.'; ++i)
+        if (isLetter(part[i]))
+            return false;
+    return std::strtol(part, nullptr, 10) <= highestPart;
+}
+
+} // namespace
+
+int fgIPCheck(const char *text) {
+    if (text == nullptr || strnlen(text, longestAddress + 1) > longestAddress)
+        return 0;
+    int dots = 0;
+    for (const char *part = text;; ++part) {
+        if (!acceptablePart(part))
+            return 0;
+        part = std::strchr(part, '.');
+        if (part == nullptr)
+            return dots == dotsOfAddress ? 1 : 0;
+        ++dots;
+    }
+}

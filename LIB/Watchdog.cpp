@@ -1,0 +1,3 @@
+#include "NGFunctions.h"
+
+void fgCNSocket_CathAlam(int) {}

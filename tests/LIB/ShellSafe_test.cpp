@@ -1,0 +1,27 @@
+#include "ShellSafe.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(ShellSafe, AcceptsTheNamesOfInterfacesDisksAndHosts) {
+    for (const char *name : {"eth0", "bond0.100", "veth_a1", "eth0:1", "if4@if3", "br-0f", "A", "0", "..."})
+        EXPECT_TRUE(zel::shellSafe(name)) << name;
+}
+
+TEST(ShellSafe, RefusesTheEmptyName) {
+    EXPECT_FALSE(zel::shellSafe(""));
+    EXPECT_FALSE(zel::shellSafe({}));
+}
+
+TEST(ShellSafe, DecidesEveryByteByTheList) {
+    const std::string allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-:@";
+    for (int byte = 0; byte < 256; ++byte) {
+        const char c = static_cast<char>(byte);
+        const bool expected = allowed.find(c) != std::string::npos;
+        EXPECT_EQ(zel::shellSafe(std::string(1, c)), expected) << "byte " << byte;
+        EXPECT_EQ(zel::shellSafe(std::string("eth") + c + "0"), expected) << "byte " << byte;
+    }
+}
+
+} // namespace
