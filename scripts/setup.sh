@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a task needs and this machine lacks; does nothing when none is missing.
+#   scripts/setup.sh build|test|bench|fuzz
+set -euo pipefail
+
+task=${1:?usage: scripts/setup.sh build|test|bench|fuzz}
+
+# package file-that-shows-it-is-there
+build="g++ /usr/bin/g++
+cmake /usr/bin/cmake
+ninja-build /usr/bin/ninja
+pkg-config /usr/bin/pkg-config
+libtirpc-dev /usr/include/tirpc/rpc/rpc.h
+libtirpc-common /etc/netconfig"
+test="$build
+libgtest-dev /usr/include/gtest/gtest.h
+libgmock-dev /usr/include/gmock/gmock.h
+clang-format /usr/bin/clang-format
+clang-tidy /usr/bin/clang-tidy
+shellcheck /usr/bin/shellcheck
+iproute2 /usr/sbin/ip
+rpcbind /usr/sbin/rpcbind
+procps /usr/bin/ps"
+bench="$build
+libbenchmark-dev /usr/include/benchmark/benchmark.h"
+fuzz="$build
+clang /usr/bin/clang++"
+
+case $task in
+build) wanted=$build ;;
+test) wanted=$test ;;
+bench) wanted=$bench ;;
+fuzz) wanted=$fuzz ;;
+*) echo "setup: no task '$task'" >&2 && exit 2 ;;
+esac
+
+missing=()
+while read -r package file; do
+  [ -e "$file" ] || [ -e "/${file#/usr/}" ] || missing+=("$package")
+done <<<"$wanted"
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+install="apt-get update && apt-get install -y --no-install-recommends ${missing[*]}"
+if ! command -v apt-get >/dev/null; then
+  echo "setup: '$task' needs what this machine lacks: ${missing[*]} (Debian's package names)." >&2
+  echo "setup: there is no apt-get here; install their equivalents by hand and start again." >&2
+  exit 1
+fi
+if [ "$(id -u)" -ne 0 ]; then
+  echo "setup: '$task' needs what this machine lacks: ${missing[*]}. Installing it takes root:" >&2
+  echo "  sudo sh -c '$install'" >&2
+  exit 1
+fi
+
+echo "setup: installing what '$task' needs and this machine lacks: ${missing[*]} (a minute or two)"
+log=$(mktemp)
+if ! DEBIAN_FRONTEND=noninteractive sh -c "$install" >"$log" 2>&1; then
+  tail -n 20 "$log" >&2
+  echo "setup: the installation failed; its whole output is in $log. The command was:" >&2
+  echo "  $install" >&2
+  exit 1
+fi
+rm -f "$log"

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# The whole gate: checks, every test in a release build, again under AddressSanitizer and UndefinedBehaviorSanitizer, and
+# the threaded runtime under ThreadSanitizer. Ends with the test runner's summary.
+#   ./test.sh [filter]       only the tests whose name matches the regular expression, in the release build
+set -euo pipefail
+cd "$(dirname "$0")"
+
+scripts/setup.sh test
+export CTEST_PARALLEL_LEVEL=${CTEST_PARALLEL_LEVEL:-$(nproc)}
+if [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ] && command -v ccache >/dev/null; then
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_SLOPPINESS=pch_defines,time_macros
+fi
+
+# step NAME COMMAND...: says what runs and how long it took.
+step() {
+  local name=$1 started=$SECONDS
+  shift
+  echo "== $name"
+  "$@"
+  echo "== $name: $((SECONDS - started)) s"
+}
+
+build() {
+  cmake --preset "$1" >/dev/null
+  cmake --build --preset "$1"
+}
+
+if [ $# -gt 0 ]; then
+  step "build" build test
+  exec ctest --preset test --tests-regex "$1"
+fi
+
+step "build" build test
+step "check" scripts/check.sh build-test
+step "build with AddressSanitizer and UndefinedBehaviorSanitizer" build asan
+step "tests with AddressSanitizer and UndefinedBehaviorSanitizer" ctest --preset asan --progress
+step "build with ThreadSanitizer" build tsan
+step "tests with ThreadSanitizer" ctest --preset tsan --progress
+echo "== tests ($SECONDS s so far)"
+ctest --preset test
