@@ -118,6 +118,11 @@ void *__wrap_calloc(size_t count, size_t size) {
     return allocationFails() ? nullptr : __real_calloc(count, size);
 }
 
+void *__real_realloc(void *, size_t);
+void *__wrap_realloc(void *block, size_t size) {
+    return allocationFails() ? nullptr : __real_realloc(block, size);
+}
+
 int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
 int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *), void *argument) {
     return systemHooks().pthreadCreate ? systemHooks().pthreadCreate(thread, attributes, start, argument)

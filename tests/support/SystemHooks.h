@@ -26,7 +26,7 @@ struct SystemHooks {
     std::function<int(int, unsigned long, void *)> ioctl;
     std::function<int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *)> pthreadCreate;
     std::function<int(pid_t, int)> kill;
-    int failAllocationAfter = -1; // malloc and calloc: 0 fails the next call, n the call after n more; -1 none
+    int failAllocationAfter = -1; // malloc, calloc, realloc: 0 fails the next call, n the call after n; -1 none
 };
 
 /// The answers in force.
