@@ -1,8 +1,8 @@
 # Installed files: headers under include/zel, both archives, the driver, the CMake package and zel.pc.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS zelrt zel EXPORT zelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS libzelinfo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS zelrt zel EXPORT zelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY LIB/ libzel/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel FILES_MATCHING PATTERN "*.h")
 
 set(ZEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zel)

@@ -6,9 +6,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:?usage: scripts/stage.sh BUILD}
 home=$build/home
 
-mkdir -p "$home"/utils/ETC "$home"/utils/INSTALL "$home"/agent/bin/shell/LINUX \
-  "$home"/agent/aproc/shell "$home"/agent/aproc/inv "$home"/agent/buffer
-cp -u "$build/bin/libzelinfo" "$home/agent/bin/"
-if [ -d "$root/runtime/home" ]; then
-  cp -ru "$root/runtime/home/." "$home/"
-fi
+mkdir -p "$home"/agent/aproc/shell "$home"/agent/aproc/inv "$home"/agent/buffer
+cp -ru "$root/runtime/utils" "$root/runtime/agent" "$home/"
+cp -u "$build/bin/ShCmd" "$home/utils/ETC/"
+cp -u "$build/bin/libinvinfo" "$build/bin/libzelinfo" "$home/agent/bin/"

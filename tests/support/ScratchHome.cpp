@@ -22,3 +22,11 @@ void ScratchHome::script(const std::string &relativePath, const std::string &tex
 void ScratchHome::plainCommandRunner() const {
     script("utils/ETC/ShCmd", "shift\nexec \"$@\"\n");
 }
+
+void ScratchHome::installKit() const {
+    const auto options = fs::copy_options::recursive | fs::copy_options::overwrite_existing;
+    for (const char *part : {"utils", "agent"})
+        fs::copy(fs::path(ZEL_SOURCE_ROOT) / "runtime" / part, path() / part, options);
+    fs::copy_file(ZEL_COMMAND_RUNNER, path() / "utils/ETC/ShCmd");
+    fs::copy_file(ZEL_INVENTORY_PROGRAM, path() / "agent/bin/libinvinfo");
+}

@@ -23,6 +23,9 @@ public:
     /// A command runner that ignores the time-out and runs the command.
     void plainCommandRunner() const;
 
+    /// The real home kit: command runner, scripts, inventory program.
+    void installKit() const;
+
     const std::filesystem::path &path() const { return m_home.path(); }
 
 private:

@@ -1,0 +1,11 @@
+#!/bin/sh
+# Writes the speed of one interface, in megabits per second, into a file; without a known speed there is no file.
+#   BandWidth.sh INTERFACE FILE
+# shellcheck source=net_lib.sh
+. "${0%/*}/net_lib.sh"
+
+if speed=$(speed_of "$1"); then
+  echo "$speed" >"$2"
+else
+  rm -f -- "$2"
+fi

@@ -1,0 +1,80 @@
+#include "HostFile.h"
+
+#include "HostRoot.h"
+#include "ScopedHandle.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <unistd.h>
+
+namespace inventory {
+
+namespace {
+
+constexpr std::size_t lineSize = 4096;
+constexpr const char *blanks = " \t\r\n";
+
+std::string trimmed(const std::string &text) {
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+bool naturalLess(const std::string &left, const std::string &right) {
+    return strverscmp(left.c_str(), right.c_str()) < 0;
+}
+
+} // namespace
+
+std::string readLine(const std::string &path) {
+    const zel::ScopedFile file(std::fopen(fgHostPath(path.c_str()), "re"));
+    char line[lineSize];
+    if (!file || std::fgets(line, sizeof(line), file.get()) == nullptr)
+        return {};
+    return trimmed(line);
+}
+
+std::string readValue(const std::string &path, const std::string &key) {
+    const zel::ScopedFile file(std::fopen(fgHostPath(path.c_str()), "re"));
+    char line[lineSize];
+    while (file && std::fgets(line, sizeof(line), file.get()) != nullptr) {
+        const char *colon = std::strchr(line, ':');
+        if (colon != nullptr && trimmed(std::string(line, static_cast<std::size_t>(colon - line))) == key)
+            return trimmed(colon + 1);
+    }
+    return {};
+}
+
+std::vector<std::string> listDirectory(const std::string &path) {
+    std::vector<std::string> names;
+    const zel::ScopedDirectory directory(opendir(fgHostPath(path.c_str())));
+    if (!directory)
+        return names;
+    while (const dirent *entry = readdir(directory.get())) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            names.emplace_back(entry->d_name);
+    }
+    std::sort(names.begin(), names.end(), naturalLess);
+    return names;
+}
+
+std::string linkTarget(const std::string &path) {
+    char target[PATH_MAX];
+    const ssize_t length = readlink(fgHostPath(path.c_str()), target, sizeof(target));
+    if (length <= 0)
+        return {};
+    const std::string text(target, static_cast<std::size_t>(length));
+    return text.substr(text.find_last_of('/') + 1);
+}
+
+bool exists(const std::string &path) {
+    return access(fgHostPath(path.c_str()), F_OK) == 0;
+}
+
+std::string orDash(const std::string &text) {
+    return text.empty() ? "-" : text;
+}
+
+} // namespace inventory

@@ -1,0 +1,40 @@
+// libinvinfo: the inventory program of the agent's home. Started in its working directory, it writes the inventory
+// files that the collectors read.
+//
+//   libinvinfo KIND [NUMBER]        KIND 1 CPU, 2 disks, 3 interfaces, 4 Fibre Channel; NUMBER is not used
+//
+// ZEL_HOST_ROOT names the directory that stands for "/" of the host. Exit status 0, or 1 when a file cannot be written,
+// 2 for wrong usage.
+#include "HostRoot.h"
+#include "InventoryTable.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+struct Inventory {
+    const char *kind;
+    bool (*write)();
+};
+
+constexpr Inventory inventories[] = {{"1", inventory::writeCpuInventory},
+                                     {"2", inventory::writeDiskInventory},
+                                     {"3", inventory::writeInterfaceInventory},
+                                     {"4", inventory::writeHbaInventory}};
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const char *root = std::getenv("ZEL_HOST_ROOT");
+    if (root != nullptr)
+        std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s", root);
+
+    for (const Inventory &entry : inventories) {
+        if (argc > 1 && std::strcmp(argv[1], entry.kind) == 0)
+            return entry.write() ? 0 : 1;
+    }
+    std::fprintf(stderr, "Usage: libinvinfo KIND [NUMBER]   (1 CPU, 2 disks, 3 interfaces, 4 Fibre Channel)\n");
+    return 2;
+}
