@@ -1,19 +1,18 @@
 #include "PerfText.h"
 
+#include "Separators.h"
+
 #include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 
+using zel::COLUMN_SEPARATOR;
+using zel::FIELD_SEPARATOR;
+using zel::METRIC_SEPARATOR;
+using zel::ROW_SEPARATOR;
+
 namespace {
-
-constexpr std::string_view rowSeparator = "\x03\x1F|";
-constexpr std::string_view columnSeparator = "\x03\x1F~";
-constexpr std::string_view metricSeparator = "\x03\x1F]";
-constexpr std::string_view fieldSeparator = "\x03\x1F^";
-
-constexpr char etx = '\x03';
-constexpr char unitSeparator = '\x1F';
 
 constexpr std::size_t longestInteger = 20; // digits and sign of a 64-bit number
 constexpr std::size_t longestNumber = 320; // "%.2f" of the largest double
@@ -26,11 +25,11 @@ void setSplit(PerfSplit &split, std::string_view first, std::string_view second)
 } // namespace
 
 void fgSetTableSplit(PerfSplit &split) {
-    setSplit(split, rowSeparator, columnSeparator);
+    setSplit(split, ROW_SEPARATOR, COLUMN_SEPARATOR);
 }
 
 void fgSetPushSplit(PerfSplit &split) {
-    setSplit(split, metricSeparator, fieldSeparator);
+    setSplit(split, METRIC_SEPARATOR, FIELD_SEPARATOR);
 }
 
 char *fgNewTextBuffer(int size) {
@@ -101,7 +100,7 @@ void CPerfText::appendNeutralised(std::string_view text) {
         return;
     char *out = m_buffer + m_length;
     for (const char character : text)
-        *out++ = character == etx || character == unitSeparator ? ' ' : character;
+        *out++ = zel::SEPARATOR_BYTES.find(character) != std::string_view::npos ? ' ' : character;
     m_length += text.size();
     m_buffer[m_length] = '\0';
 }
@@ -126,33 +125,33 @@ void CPerfText::appendNumber(double value) {
 
 void CPerfText::column(std::string_view name) {
     append(name);
-    append(columnSeparator);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::beginRow(std::size_t room) {
     if (m_growth == Growth::Doubling)
         reserveRoom(room);
-    append(rowSeparator);
+    append(ROW_SEPARATOR);
 }
 
 void CPerfText::field(std::string_view value) {
     appendNeutralised(value);
-    append(columnSeparator);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(int value) {
     appendSigned(value);
-    append(columnSeparator);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(unsigned long long value) {
     appendUnsigned(value);
-    append(columnSeparator);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(double value) {
     appendNumber(value);
-    append(columnSeparator);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::numberedField(std::string_view prefix, int number) {
@@ -161,7 +160,7 @@ void CPerfText::numberedField(std::string_view prefix, int number) {
 }
 
 void CPerfText::endMarker() {
-    append(rowSeparator);
+    append(ROW_SEPARATOR);
     append(PERF_END_MARKER);
 }
 
@@ -173,7 +172,7 @@ void CPerfText::metric(std::string_view code, unsigned long long value) {
     const std::size_t start = m_length;
     tableMetric(code);
     appendUnsigned(value);
-    append(fieldSeparator);
+    append(FIELD_SEPARATOR);
     dropMetricThatDidNotFit(start);
 }
 
@@ -181,18 +180,18 @@ void CPerfText::metric(std::string_view code, double value) {
     const std::size_t start = m_length;
     tableMetric(code);
     appendNumber(value);
-    append(fieldSeparator);
+    append(FIELD_SEPARATOR);
     dropMetricThatDidNotFit(start);
 }
 
 void CPerfText::tableMetric(std::string_view code) {
-    append(metricSeparator);
+    append(METRIC_SEPARATOR);
     keylessTableMetric(code);
 }
 
 void CPerfText::keylessTableMetric(std::string_view code) {
     append(code);
-    append(fieldSeparator);
+    append(FIELD_SEPARATOR);
 }
 
 void CPerfText::dropMetricThatDidNotFit(std::size_t metricStart) {

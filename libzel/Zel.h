@@ -23,6 +23,7 @@
 #include "NStringLib.h"
 #include "Pci_Info.h"
 #include "PerfText.h"
+#include "PerfTextReader.h"
 #include "SSList.h"
 #include "SSUtil.h"
 #include "Settings.h"
