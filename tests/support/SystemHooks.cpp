@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -16,6 +17,11 @@ bool allocationFails() {
         return false;
     errno = ENOMEM;
     return true;
+}
+
+// Writes only when a block is given: threads allocate at the same time.
+void *takeNextAllocation() {
+    return systemHooks().nextAllocation == nullptr ? nullptr : std::exchange(systemHooks().nextAllocation, nullptr);
 }
 
 } // namespace
@@ -110,12 +116,18 @@ int __wrap_ioctl(int descriptor, unsigned long request, ...) {
 
 void *__real_malloc(size_t);
 void *__wrap_malloc(size_t size) {
-    return allocationFails() ? nullptr : __real_malloc(size);
+    if (allocationFails())
+        return nullptr;
+    void *given = takeNextAllocation();
+    return given != nullptr ? given : __real_malloc(size);
 }
 
 void *__real_calloc(size_t, size_t);
 void *__wrap_calloc(size_t count, size_t size) {
-    return allocationFails() ? nullptr : __real_calloc(count, size);
+    if (allocationFails())
+        return nullptr;
+    void *given = takeNextAllocation();
+    return given != nullptr ? given : __real_calloc(count, size);
 }
 
 void *__real_realloc(void *, size_t);
@@ -132,6 +144,20 @@ int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attributes, v
 int __real_kill(pid_t, int);
 int __wrap_kill(pid_t pid, int number) {
     return systemHooks().kill ? systemHooks().kill(pid, number) : __real_kill(pid, number);
+}
+
+DIR *__real_opendir(const char *);
+DIR *__wrap_opendir(const char *path) {
+    return systemHooks().opendir ? systemHooks().opendir(path) : __real_opendir(path);
+}
+
+// zel::writeLog
+void __real__ZN3zel8writeLogEiiPKcS1_(int, int, const char *, const char *);
+void __wrap__ZN3zel8writeLogEiiPKcS1_(int level, int line, const char *source, const char *message) {
+    if (systemHooks().writeLog)
+        systemHooks().writeLog(level, line, source, message);
+    else
+        __real__ZN3zel8writeLogEiiPKcS1_(level, line, source, message);
 }
 
 } // extern "C"

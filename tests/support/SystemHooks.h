@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <ctime>
+#include <dirent.h>
 #include <functional>
 #include <pthread.h>
 #include <pwd.h>
@@ -26,7 +27,10 @@ struct SystemHooks {
     std::function<int(int, unsigned long, void *)> ioctl;
     std::function<int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *)> pthreadCreate;
     std::function<int(pid_t, int)> kill;
-    int failAllocationAfter = -1; // malloc, calloc, realloc: 0 fails the next call, n the call after n; -1 none
+    std::function<DIR *(const char *)> opendir;
+    std::function<void(int, int, const char *, const char *)> writeLog; // what reaches the installed logger
+    int failAllocationAfter = -1;   // malloc, calloc, realloc: 0 fails the next call, n the call after n; -1 none
+    void *nextAllocation = nullptr; // the next malloc or calloc hands out this block
 };
 
 /// The answers in force.
