@@ -1,7 +1,9 @@
 #include "NGFunctions.h"
 
 #include <cstdint>
+#include <ctime>
 #include <sys/select.h>
+#include <sys/time.h>
 
 int g_nIPv6Flag;
 
@@ -13,6 +15,16 @@ int fgUSleep(int usec) {
     timeval timeout{usec / microsecondsPerSecond, usec % microsecondsPerSecond};
     select(0, nullptr, nullptr, nullptr, &timeout);
     return 1;
+}
+
+double fGetCurVelmorTime() {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) * 0.000001;
+}
+
+int fGetPushCurVelmorTime() {
+    return static_cast<int>(std::time(nullptr));
 }
 
 int ELFHash(const char *text) {

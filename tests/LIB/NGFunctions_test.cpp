@@ -53,6 +53,19 @@ TEST(Sleep, ReallyWaits) {
     EXPECT_GE((after.tv_sec - before.tv_sec) * 1000000000 + (after.tv_nsec - before.tv_nsec), 20000000);
 }
 
+TEST(Clocks, ReadTheTimeOfDay) {
+    const FrozenClock clock(1700000000, 250000);
+
+    EXPECT_DOUBLE_EQ(fGetCurVelmorTime(), 1700000000.25);
+    EXPECT_EQ(fGetPushCurVelmorTime(), 1700000000);
+}
+
+TEST(RuntimeSettings, AreZeroUntilTheyAreAssigned) {
+    for (const int value : {g_nIPv6Flag, g_nSignalPid, g_nAlarmSec, g_nAlarmThStatus, g_nBlockChkFlag, g_nBlockTimeOut,
+                            g_nBlockChkSec, g_stMemUse.m_nMemSize})
+        EXPECT_EQ(value, 0);
+}
+
 TEST(AlarmHandler, OnlyInterruptsTheBlockingCall) {
     struct sigaction action {
     }, previous{};
