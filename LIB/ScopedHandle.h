@@ -5,6 +5,7 @@
 #include <dirent.h>
 #include <memory>
 #include <unistd.h>
+#include <utility>
 
 namespace zel {
 
@@ -36,6 +37,8 @@ public:
     ScopedDescriptor &operator=(const ScopedDescriptor &) = delete;
 
     bool valid() const { return m_descriptor >= 0; }
+    /// Closes it now; false when the system reports that an earlier write failed.
+    bool closeChecked() { return close(std::exchange(m_descriptor, -1)) == 0; }
     int get() const { return m_descriptor; }
 
 private:
