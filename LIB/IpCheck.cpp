@@ -37,3 +37,22 @@ int fgIPCheck(const char *text) {
         ++dots;
     }
 }
+
+int fgIPVaildCheck(const char *text) {
+    constexpr int mostDigits = 4;
+    if (text == nullptr)
+        return 0;
+    int dots = 0, digits = 0, number = 0;
+    for (; *text != '\0'; ++text) {
+        if (*text == '.') {
+            if (number > highestPart || ++dots > dotsOfAddress)
+                return 0;
+            digits = number = 0;
+        } else if (*text >= '0' && *text <= '9' && ++digits <= mostDigits) {
+            number = number * 10 + (*text - '0');
+        } else {
+            return 0;
+        }
+    }
+    return dots == dotsOfAddress && digits > 0 && number <= highestPart ? 1 : 0;
+}

@@ -44,4 +44,39 @@ TEST(IpCheck, RefusesNull) {
     EXPECT_EQ(fgIPCheck(nullptr), 0);
 }
 
+TEST(IpValidCheck, AcceptsDottedAddresses) {
+    for (const char *text : {"10.0.0.1", "0.0.0.0", "255.255.255.255", "0255.001.0.0009"})
+        EXPECT_EQ(fgIPVaildCheck(text), 1) << text;
+}
+
+TEST(IpValidCheck, RefusesAPartAbove255) {
+    for (const char *text : {"256.1.1.1", "1.256.1.1", "1.1.256.1", "1.1.1.256", "9999.1.1.1"})
+        EXPECT_EQ(fgIPVaildCheck(text), 0) << text;
+}
+
+TEST(IpValidCheck, RefusesAPartOfMoreThanFourDigits) {
+    EXPECT_EQ(fgIPVaildCheck("00001.1.1.1"), 0);
+    EXPECT_EQ(fgIPVaildCheck("1.1.1.00001"), 0);
+    EXPECT_EQ(fgIPVaildCheck(std::string(100000, '1').c_str()), 0);
+}
+
+TEST(IpValidCheck, AllowsDigitsAndDotsOnly) {
+    for (const char *text : {"a.b.c.d", "1.1.1.1a", "001a.1.1.1", "1.1.1.1 ", " 1.1.1.1", "-1.1.1.1", "1,1.1.1"})
+        EXPECT_EQ(fgIPVaildCheck(text), 0) << text;
+}
+
+TEST(IpValidCheck, NeedsExactlyThreeDotsAndALastPart) {
+    for (const char *text : {"", "1", "1.2.3", "1.2.3.", "1.2.3.4.5", "1.2.3.4.", "...", "...."})
+        EXPECT_EQ(fgIPVaildCheck(text), 0) << text;
+}
+
+TEST(IpValidCheck, EmptyPartBeforeADotCountsAsZero) {
+    EXPECT_EQ(fgIPVaildCheck("1..2.3"), 1);
+    EXPECT_EQ(fgIPVaildCheck("...1"), 1);
+}
+
+TEST(IpValidCheck, RefusesNull) {
+    EXPECT_EQ(fgIPVaildCheck(nullptr), 0);
+}
+
 } // namespace
