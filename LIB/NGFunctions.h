@@ -31,8 +31,8 @@ int fGetPushCurVelmorTime();
 
 /// Process to signal; the own one when below 1 at the start of the thread.
 extern int g_nSignalPid;
-/// Seconds until the alarm fires; 0: disarmed, also after it fired. The seconds start to count anew one pass (a second)
-/// after it was 0, so arm it while it is 0 and has been for a second.
+/// Seconds until the alarm fires; 0: disarmed, also after it fired. The thread counts the seconds and starts again from
+/// 0 only when a pass finds it disarmed: an alarm that is armed again before that continues the old count.
 extern int g_nAlarmSec;
 /// 1 while the thread shall run. Set by the thread itself; another value ends it within a second.
 extern int g_nAlarmThStatus;
