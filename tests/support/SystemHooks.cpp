@@ -151,6 +151,11 @@ DIR *__wrap_opendir(const char *path) {
     return systemHooks().opendir ? systemHooks().opendir(path) : __real_opendir(path);
 }
 
+int __real_unlink(const char *);
+int __wrap_unlink(const char *path) {
+    return systemHooks().unlink ? systemHooks().unlink(path) : __real_unlink(path);
+}
+
 // zel::writeLog
 void __real__ZN3zel8writeLogEiiPKcS1_(int, int, const char *, const char *);
 void __wrap__ZN3zel8writeLogEiiPKcS1_(int level, int line, const char *source, const char *message) {
