@@ -1,0 +1,91 @@
+#include "NumberScan.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+
+namespace {
+
+constexpr unsigned long long allOnes = 18446744073709551615ULL;
+
+TEST(NumberScan, ReadsNumbersOneAfterTheOther) {
+    const char *cursor = "  301854 612\t111922\n8979004";
+
+    EXPECT_EQ(zel::takeUnsigned(cursor), 301854U);
+    EXPECT_EQ(zel::takeUnsigned(cursor), 612U);
+    EXPECT_EQ(zel::takeUnsigned(cursor), 111922U);
+    EXPECT_EQ(zel::takeUnsigned(cursor), 8979004U);
+    EXPECT_EQ(*cursor, '\0');
+    EXPECT_EQ(zel::takeUnsigned(cursor), 0U);
+}
+
+TEST(NumberScan, WithoutADigitNothingMoves) {
+    for (const char *text : {"", "   ", "abc", " -", "+ 5", "--5", "0x"}) {
+        const char *cursor = text;
+        unsigned long long value = 77;
+        const bool isZeroBeforeX = std::string(text) == "0x";
+        EXPECT_EQ(zel::scanUnsigned(cursor, value), isZeroBeforeX) << text;
+        EXPECT_EQ(cursor, isZeroBeforeX ? text + 1 : text) << text;
+        EXPECT_EQ(value, isZeroBeforeX ? 0U : 77U) << text;
+    }
+}
+
+TEST(NumberScan, LimitsAreKeptAndNumbersBeyondThemSaturate) {
+    const auto asUnsigned = [](const char *text) { return zel::takeUnsigned(text); };
+    const auto asSigned = [](const char *text) { return zel::takeSigned(text); };
+
+    EXPECT_EQ(asUnsigned("18446744073709551615"), allOnes);
+    EXPECT_EQ(asUnsigned("18446744073709551616"), allOnes);
+    EXPECT_EQ(asUnsigned("99999999999999999999999999"), allOnes);
+    EXPECT_EQ(asUnsigned("-1"), allOnes);
+    EXPECT_EQ(asUnsigned("-99999999999999999999999999"), allOnes);
+    EXPECT_EQ(asSigned("9223372036854775807"), 9223372036854775807LL);
+    EXPECT_EQ(asSigned("9223372036854775808"), 9223372036854775807LL);
+    EXPECT_EQ(asSigned("-9223372036854775807"), -9223372036854775807LL);
+    EXPECT_EQ(asSigned("-9223372036854775808"), -9223372036854775807LL - 1);
+    EXPECT_EQ(asSigned("-9223372036854775809"), -9223372036854775807LL - 1);
+}
+
+TEST(NumberScan, WordsEndAtBlanksAndAtTheEnd) {
+    const char *cursor = " 12 (comm)\tS";
+
+    EXPECT_TRUE(zel::skipNumber(cursor));
+    EXPECT_TRUE(zel::skipWord(cursor));
+    EXPECT_STREQ(cursor, "\tS");
+    EXPECT_FALSE(zel::skipNumber(cursor));
+    EXPECT_STREQ(cursor, "\tS");
+    EXPECT_TRUE(zel::skipWord(cursor));
+    EXPECT_FALSE(zel::skipWord(cursor));
+    EXPECT_EQ(*cursor, '\0');
+}
+
+// The library functions are the reference: same value, same end, on thousands of random texts.
+TEST(NumberScan, AgreesWithTheLibraryFunctionsOnRandomText) {
+    std::mt19937 random(20240607);
+    const std::string alphabet = "0123456789012345678901234567890123456789 \t\n-+x.\xff";
+    for (int round = 0; round < 50000; ++round) {
+        std::string text;
+        for (auto length = random() % 30; length > 0; --length)
+            text += alphabet[random() % alphabet.size()];
+
+        char *end = nullptr;
+        const char *cursor = text.c_str();
+        ASSERT_EQ(zel::takeUnsigned(cursor), std::strtoull(text.c_str(), &end, 10)) << text;
+        ASSERT_EQ(cursor, end) << text;
+
+        cursor = text.c_str();
+        ASSERT_EQ(zel::takeSigned(cursor), std::strtoll(text.c_str(), &end, 10)) << text;
+        ASSERT_EQ(cursor, end) << text;
+
+        unsigned long long expected = 77;
+        unsigned long long actual = 77;
+        cursor = text.c_str();
+        const bool converted = std::sscanf(text.c_str(), "%llu", &expected) == 1;
+        ASSERT_EQ(zel::scanUnsigned(cursor, actual), converted) << text;
+        ASSERT_EQ(actual, expected) << text;
+    }
+}
+
+} // namespace
