@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <climits>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -17,9 +18,38 @@ namespace {
 constexpr std::size_t longestInteger = 20; // digits and sign of a 64-bit number
 constexpr std::size_t longestNumber = 320; // "%.2f" of the largest double
 
+constexpr double largestQuickNumber = 1e9; // its hundredths are exact to 1e-4, see formatQuickly
+constexpr double tieMargin = 1e-3;
+
 void setSplit(PerfSplit &split, std::string_view first, std::string_view second) {
     std::memcpy(split[0], first.data(), first.size() + 1);
     std::memcpy(split[1], second.data(), second.size() + 1);
+}
+
+// A value byte that could be taken for a part of a separator, or that would end the text.
+bool forbiddenInValues(char character) {
+    return character == zel::SEPARATOR_BYTES[0] || character == zel::SEPARATOR_BYTES[1] || character == '\0';
+}
+
+// Most values are small and lie clearly between two roundings: their hundredths are an integer that is quickly written.
+// Gives false for the others (large, or so near to half a hundredth that the product's own rounding could decide).
+bool formatQuickly(double value, char *&out, char *end) {
+    const double magnitude = std::fabs(value);
+    if (!(magnitude < largestQuickNumber))
+        return false;
+    const double hundredths = magnitude * 100.0;
+    const auto whole = static_cast<unsigned long long>(hundredths);
+    const double rest = hundredths - static_cast<double>(whole);
+    if (std::fabs(rest - 0.5) < tieMargin)
+        return false;
+    const unsigned long long rounded = rest > 0.5 ? whole + 1 : whole;
+    if (std::signbit(value))
+        *out++ = '-';
+    out = std::to_chars(out, end, rounded / 100).ptr;
+    *out++ = '.';
+    *out++ = static_cast<char>('0' + rounded / 10 % 10);
+    *out++ = static_cast<char>('0' + rounded % 10);
+    return true;
 }
 
 } // namespace
@@ -33,11 +63,17 @@ void fgSetPushSplit(PerfSplit &split) {
 }
 
 char *fgNewTextBuffer(int size) {
+    if (size < 1)
+        return nullptr;
     return static_cast<char *>(std::calloc(static_cast<std::size_t>(size), 1));
 }
 
 CPerfText::CPerfText(char *&buffer, int &size, Growth growth)
     : m_buffer(buffer), m_size(size), m_length(buffer == nullptr ? 0 : std::strlen(buffer)), m_growth(growth) {}
+
+std::size_t CPerfText::capacity() const {
+    return m_buffer == nullptr || m_size < 1 ? 0 : static_cast<std::size_t>(m_size);
+}
 
 void CPerfText::clear() {
     if (m_buffer != nullptr)
@@ -47,7 +83,7 @@ void CPerfText::clear() {
 }
 
 void CPerfText::growTo(std::size_t size) {
-    if (m_buffer != nullptr && size <= static_cast<std::size_t>(m_size))
+    if (size <= capacity())
         return;
     char *larger = size > INT_MAX ? nullptr : fgNewTextBuffer(static_cast<int>(size));
     if (larger == nullptr) {
@@ -62,7 +98,7 @@ void CPerfText::growTo(std::size_t size) {
 }
 
 void CPerfText::reserveRoom(std::size_t room) {
-    std::size_t size = m_buffer == nullptr ? 0 : static_cast<std::size_t>(m_size);
+    std::size_t size = capacity();
     if (size >= m_length + room)
         return;
     if (size == 0)
@@ -76,8 +112,7 @@ void CPerfText::reserveRoom(std::size_t room) {
 bool CPerfText::makeRoom(std::size_t length) {
     if (m_incomplete)
         return false;
-    const std::size_t needed = m_length + length + 1;
-    if (m_buffer != nullptr && needed <= static_cast<std::size_t>(m_size))
+    if (m_length + length < capacity())
         return true;
     if (m_growth == Growth::Fixed) {
         m_incomplete = true;
@@ -100,7 +135,7 @@ void CPerfText::appendNeutralised(std::string_view text) {
         return;
     char *out = m_buffer + m_length;
     for (const char character : text)
-        *out++ = zel::SEPARATOR_BYTES.find(character) != std::string_view::npos ? ' ' : character;
+        *out++ = forbiddenInValues(character) ? ' ' : character;
     m_length += text.size();
     m_buffer[m_length] = '\0';
 }
@@ -119,8 +154,15 @@ void CPerfText::appendUnsigned(unsigned long long value) {
 
 void CPerfText::appendNumber(double value) {
     char digits[longestNumber];
-    const auto end = std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, 2).ptr;
+    char *end = digits;
+    if (!formatQuickly(value, end, digits + sizeof(digits)))
+        end = std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, 2).ptr;
     append({digits, static_cast<std::size_t>(end - digits)});
+}
+
+void CPerfText::header(std::initializer_list<std::string_view> names) {
+    for (const std::string_view name : names)
+        column(name);
 }
 
 void CPerfText::column(std::string_view name) {

@@ -5,14 +5,15 @@
 //            K M code F table                           (a table)
 //
 // with the separators R (row) 03 1F '|', C (column) 03 1F '~', M (metric) 03 1F ']', F (field) 03 1F '^' and the agent
-// key K. Texts are split on the full three bytes; the bytes 03 and 1F never stand inside a value, they are written as
-// blanks, so that no value can forge a row.
+// key K. Texts are split on the full three bytes; the bytes 03, 1F and 00 never stand inside a value, they are written
+// as blanks, so that no value can forge a row or end the text.
 //
 // CPerfText writes into a text buffer that its collector owns (a malloc'ed pointer and its size, two public members of
 // the collector). It is bound to one text for the length of a sample. Not thread-safe.
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <string_view>
 
 inline constexpr int PERF_TABLE_SIZE = 10240;     // first size of most table buffers
@@ -28,7 +29,8 @@ void fgSetTableSplit(PerfSplit &split);
 /// Sets metric and field separator of a push text.
 void fgSetPushSplit(PerfSplit &split);
 
-/// A zero-filled text buffer of `size` bytes, to be released with free(); null when there is no memory.
+/// A zero-filled text buffer of `size` bytes, to be released with free(); null when there is no memory or size is
+/// below 1.
 char *fgNewTextBuffer(int size);
 
 class CPerfText {
@@ -55,13 +57,15 @@ public:
 
     // Table ---------------------------------------------------------------------------------------------------------
 
+    /// The header: every column name followed by the column separator.
+    void header(std::initializer_list<std::string_view> names);
     /// One column name of the header.
     void column(std::string_view name);
     /// Starts a data row: makes room by the growth rule, then writes the row separator.
     void beginRow(std::size_t room = PERF_ROW_ROOM);
-    /// One value: text (separator bytes neutralised), integer ("%d", "%llu") or number ("%.2f").
+    /// One value: text (separator bytes neutralised, null is empty), integer ("%d", "%llu") or number ("%.2f").
     void field(std::string_view value);
-    void field(const char *value) { field(std::string_view(value)); }
+    void field(const char *value) { field(std::string_view(value == nullptr ? "" : value)); }
     void field(int value);
     void field(unsigned long value) { field(static_cast<unsigned long long>(value)); }
     void field(unsigned long long value);
@@ -92,6 +96,7 @@ public:
     bool incomplete() const { return m_incomplete; }
 
 private:
+    std::size_t capacity() const;
     bool makeRoom(std::size_t length);
     void append(std::string_view text);
     void appendNeutralised(std::string_view text);
