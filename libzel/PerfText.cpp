@@ -99,7 +99,7 @@ void CPerfText::growTo(std::size_t size) {
 
 void CPerfText::reserveRoom(std::size_t room) {
     std::size_t size = capacity();
-    if (size >= m_length + room)
+    if (m_incomplete || size >= m_length + room)
         return;
     if (size == 0)
         size = PERF_TABLE_SIZE;

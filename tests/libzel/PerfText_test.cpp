@@ -296,6 +296,7 @@ TEST(PerfGrowth, WithoutMemoryTheTextStopsWhereItStands) {
     table.beginRow();
     EXPECT_TRUE(table.incomplete());
     table.field("value");
+    table.beginRow();
     table.endMarker();
 
     EXPECT_EQ(text.buffer, std::string(300, 'h') + C);
