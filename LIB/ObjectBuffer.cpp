@@ -1,0 +1,122 @@
+#include "ObjectBuffer.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+char *copyOf(const char *text) {
+    const std::size_t size = std::strlen(text) + 1;
+    char *copy = static_cast<char *>(std::calloc(size, 1));
+    if (copy != nullptr)
+        std::memcpy(copy, text, size);
+    return copy;
+}
+
+void *dataOf(const ST_OBJECTLIST_LNKLST_ *node) {
+    return node == nullptr ? nullptr : node->m_pvdData;
+}
+
+} // namespace
+
+CObjectBuffer::CObjectBuffer()
+    : m_pcllData(new CObjectList(OBJECTLIST_APPEND)), m_pcllKeyTable(new CObjectList(OBJECTLIST_APPEND)),
+      m_lowestFree(1) {}
+
+CObjectBuffer::~CObjectBuffer() {
+    fFreeObjects();
+    delete m_pcllData;
+    delete m_pcllKeyTable;
+}
+
+int CObjectBuffer::fObjectPut(const char *key, void *object) {
+    if (key == nullptr)
+        return 0;
+    char *keyCopy = copyOf(key);
+    if (keyCopy == nullptr)
+        return 0;
+    const int index = fGetPutIndex(key);
+    const ST_OBJECTLIST_LNKLST_ keyNode{index, keyCopy, nullptr, nullptr};
+    const ST_OBJECTLIST_LNKLST_ dataNode{index, object, nullptr, nullptr};
+    if (m_pcllKeyTable->fAddNode(&keyNode) != 1) {
+        std::free(keyCopy);
+        return 0;
+    }
+    if (m_pcllData->fAddNode(&dataNode) != 1) {
+        m_pcllKeyTable->fDeleteNode(index);
+        std::free(keyCopy);
+        return 0;
+    }
+    m_lowestFree = index + 1;
+    return index;
+}
+
+// The search goes on where the last one ended: entries made one after the other cost no walk.
+int CObjectBuffer::fGetPutIndex(const char *) {
+    const int size = fGetSize();
+    if (m_lowestFree > size + 1) // nodes were taken from the key table behind its back
+        m_lowestFree = 1;
+    while (m_lowestFree <= size && m_pcllKeyTable->fGetNode(m_lowestFree) != nullptr)
+        ++m_lowestFree;
+    return m_lowestFree;
+}
+
+ST_OBJECTLIST_LNKLST_ *CObjectBuffer::entryOfKey(const char *key) {
+    if (key == nullptr)
+        return nullptr;
+    m_pcllKeyTable->fMoveFirst();
+    while (ST_OBJECTLIST_LNKLST_ *node = m_pcllKeyTable->fMoveNext()) {
+        const char *held = static_cast<const char *>(node->m_pvdData);
+        if (held != nullptr && std::strcmp(held, key) == 0)
+            return node;
+    }
+    return nullptr;
+}
+
+void *CObjectBuffer::fGetObject(const char *key) {
+    const ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(key);
+    return entry == nullptr ? nullptr : fGetObject(entry->m_nIndex);
+}
+
+void *CObjectBuffer::fGetObject(int index) {
+    return dataOf(m_pcllData->fGetNode(index));
+}
+
+char *CObjectBuffer::fGetObjectKey(int index) const {
+    return static_cast<char *>(dataOf(m_pcllKeyTable->fGetNode(index)));
+}
+
+void *CObjectBuffer::fSetObject(const char *key, void *object) {
+    const ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(key);
+    return entry == nullptr ? nullptr : fSetObject(entry->m_nIndex, object);
+}
+
+void *CObjectBuffer::fSetObject(int index, void *object) {
+    ST_OBJECTLIST_LNKLST_ *node = m_pcllData->fGetNode(index);
+    if (node == nullptr)
+        return nullptr;
+    node->m_pvdData = object;
+    return object;
+}
+
+int CObjectBuffer::fObjectRemove(const char *key) {
+    ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(key);
+    if (entry == nullptr)
+        return 0;
+    const int index = entry->m_nIndex;
+    std::free(entry->m_pvdData);
+    m_pcllKeyTable->fDeleteNode(index);
+    m_pcllData->fDeleteNode(index);
+    m_lowestFree = std::min(m_lowestFree, index);
+    return 1;
+}
+
+int CObjectBuffer::fFreeObjects() {
+    for (const auto *node = m_pcllKeyTable->fGetHeadNode(); node != nullptr; node = node->m_pstNext)
+        std::free(node->m_pvdData);
+    m_pcllKeyTable->fFreeAll();
+    m_pcllData->fFreeAll();
+    m_lowestFree = 1;
+    return 1;
+}

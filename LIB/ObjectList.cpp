@@ -1,0 +1,155 @@
+#include "ObjectList.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using Node = ST_OBJECTLIST_LNKLST_;
+
+bool knownOrder(int orderType) {
+    return orderType >= OBJECTLIST_APPEND && orderType <= OBJECTLIST_DESCENDING;
+}
+
+template<typename Predicate> Node *firstNode(Node *head, Predicate matches) {
+    Node *node = head;
+    while (node != nullptr && !matches(node->m_nIndex))
+        node = node->m_pstNext;
+    return node;
+}
+
+} // namespace
+
+CObjectList::CObjectList(int orderType, long maximum, int duplicates)
+    : m_nErrorCode(0), m_strErrorMsg{}, m_pstHead(nullptr), m_pstEnd(nullptr), m_pstCurPosition(nullptr),
+      m_nListOrderType(knownOrder(orderType) ? orderType : OBJECTLIST_ASCENDING), m_lNodeCnt(0), m_lNodeMaxCnt(maximum),
+      m_nDupFlag(duplicates == 0 ? 0 : 1) {}
+
+CObjectList::~CObjectList() {
+    fFreeAll();
+}
+
+int CObjectList::fSearchInsertPosition(const Node *node, Node **position) const {
+    if (node == nullptr || position == nullptr)
+        return 0;
+    const int index = node->m_nIndex;
+    *position = m_nDupFlag == 0 ? fGetNode(index) : nullptr;
+    const int insertable = *position == nullptr ? 1 : 0;
+
+    switch (m_nListOrderType) {
+    case OBJECTLIST_APPEND:
+        *position = nullptr;
+        break;
+    case OBJECTLIST_PREPEND:
+        *position = m_pstHead;
+        break;
+    case OBJECTLIST_ASCENDING:
+        *position = firstNode(m_pstHead, [index](int other) { return other > index; });
+        break;
+    case OBJECTLIST_DESCENDING:
+        *position = firstNode(m_pstHead, [index](int other) { return other < index; });
+        break;
+    default: // an order that was assigned from outside: the node goes before its duplicate, else to the end
+        break;
+    }
+    return insertable;
+}
+
+int CObjectList::fAddNode(const Node *node) {
+    if (node == nullptr) {
+        m_nErrorCode = -1;
+        std::snprintf(m_strErrorMsg, sizeof(m_strErrorMsg), "[-1] Add node is NULL");
+        return -1;
+    }
+    Node *position = nullptr;
+    if (fSearchInsertPosition(node, &position) == 0)
+        return 0;
+
+    Node *added = static_cast<Node *>(std::calloc(1, sizeof(Node)));
+    if (added == nullptr) {
+        m_nErrorCode = errno;
+        std::snprintf(m_strErrorMsg, sizeof(m_strErrorMsg), "[%d] %s", m_nErrorCode, std::strerror(m_nErrorCode));
+        return -1;
+    }
+    added->m_nIndex = node->m_nIndex;
+    added->m_pvdData = node->m_pvdData;
+    linkBefore(added, position);
+    fNodeCntInc();
+    return 1;
+}
+
+// A null position is the end. The first node of a list takes the cursor.
+void CObjectList::linkBefore(Node *node, Node *position) {
+    Node *previous = position == nullptr ? m_pstEnd : position->m_pstPrev;
+    node->m_pstPrev = previous;
+    node->m_pstNext = position;
+    (previous == nullptr ? m_pstHead : previous->m_pstNext) = node;
+    (position == nullptr ? m_pstEnd : position->m_pstPrev) = node;
+    if (previous == nullptr && position == nullptr)
+        m_pstCurPosition = node;
+}
+
+void CObjectList::unlinkAndFree(Node *node) {
+    if (m_pstCurPosition == node)
+        m_pstCurPosition = node == m_pstHead ? node->m_pstNext : node->m_pstPrev;
+    (node->m_pstPrev == nullptr ? m_pstHead : node->m_pstPrev->m_pstNext) = node->m_pstNext;
+    (node->m_pstNext == nullptr ? m_pstEnd : node->m_pstNext->m_pstPrev) = node->m_pstPrev;
+    std::free(node);
+    fNodeCntDec();
+}
+
+int CObjectList::fDeleteNode(int index) {
+    int removed = 0;
+    Node *node = m_pstHead;
+    while (node != nullptr) {
+        Node *next = node->m_pstNext;
+        if (node->m_nIndex == index) {
+            if (node == m_pstHead && next != nullptr)
+                next = next->m_pstNext; // the new head is passed over
+            unlinkAndFree(node);
+            removed = 1;
+        }
+        node = next;
+    }
+    return removed;
+}
+
+Node *CObjectList::fGetNode(int index) const {
+    return firstNode(m_pstHead, [index](int other) { return other == index; });
+}
+
+int CObjectList::fMoveFirst() {
+    m_pstCurPosition = m_pstHead;
+    return m_pstHead != nullptr ? 1 : 0;
+}
+
+int CObjectList::fMoveLast() {
+    m_pstCurPosition = m_pstEnd;
+    return m_pstEnd != nullptr ? 1 : 0;
+}
+
+Node *CObjectList::fMoveNext() {
+    Node *node = m_pstCurPosition;
+    if (node != nullptr)
+        m_pstCurPosition = node->m_pstNext;
+    return node;
+}
+
+Node *CObjectList::fMovePrev() {
+    Node *node = m_pstCurPosition;
+    if (node != nullptr)
+        m_pstCurPosition = node->m_pstPrev;
+    return node;
+}
+
+void CObjectList::fFreeAll() {
+    for (Node *node = m_pstHead; node != nullptr;) {
+        Node *next = node->m_pstNext;
+        std::free(node);
+        node = next;
+    }
+    m_pstHead = m_pstEnd = m_pstCurPosition = nullptr;
+    m_lNodeCnt = 0;
+}
