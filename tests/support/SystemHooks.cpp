@@ -165,5 +165,29 @@ void __wrap__ZN3zel8writeLogEiiPKcS1_(int level, int line, const char *source, c
         __real__ZN3zel8writeLogEiiPKcS1_(level, line, source, message);
 }
 
+int __real_sigaction(int, const struct sigaction *, struct sigaction *);
+int __wrap_sigaction(int number, const struct sigaction *action, struct sigaction *previous) {
+    return systemHooks().sigaction ? systemHooks().sigaction(number, action, previous)
+                                   : __real_sigaction(number, action, previous);
+}
+
+int __real_sigfillset(sigset_t *);
+int __wrap_sigfillset(sigset_t *set) {
+    return systemHooks().sigfillset ? systemHooks().sigfillset(set) : __real_sigfillset(set);
+}
+
+int __real_gethostbyname_r(const char *, hostent *, char *, size_t, hostent **, int *);
+int __wrap_gethostbyname_r(const char *name, hostent *entry, char *buffer, size_t size, hostent **result, int *error) {
+    return systemHooks().gethostbyname_r ? systemHooks().gethostbyname_r(name, entry, buffer, size, result, error)
+                                         : __real_gethostbyname_r(name, entry, buffer, size, result, error);
+}
+
+void *__real_clntudp_create(sockaddr_in *, unsigned long, unsigned long, timeval, int *);
+void *__wrap_clntudp_create(sockaddr_in *server, unsigned long program, unsigned long version, timeval retry,
+                            int *socket) {
+    return systemHooks().clntudpCreate ? systemHooks().clntudpCreate(server, program, version, retry, socket)
+                                       : __real_clntudp_create(server, program, version, retry, socket);
+}
+
 } // extern "C"
 // NOLINTEND(bugprone-reserved-identifier)

@@ -6,6 +6,8 @@
 #include <ctime>
 #include <dirent.h>
 #include <functional>
+#include <netdb.h>
+#include <netinet/in.h>
 #include <pthread.h>
 #include <pwd.h>
 #include <sys/select.h>
@@ -27,6 +29,10 @@ struct SystemHooks {
     std::function<int(int, unsigned long, void *)> ioctl;
     std::function<int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *)> pthreadCreate;
     std::function<int(pid_t, int)> kill;
+    std::function<int(int, const struct sigaction *, struct sigaction *)> sigaction;
+    std::function<int(sigset_t *)> sigfillset;
+    std::function<int(const char *, hostent *, char *, size_t, hostent **, int *)> gethostbyname_r;
+    std::function<void *(sockaddr_in *, unsigned long, unsigned long, timeval, int *)> clntudpCreate; // a CLIENT
     std::function<DIR *(const char *)> opendir;
     std::function<int(const char *)> unlink;
     std::function<void(int, int, const char *, const char *)> writeLog; // what reaches the installed logger
