@@ -117,6 +117,11 @@ int fgIPCheck(const char *text);
 /// above 255, and the last part is not empty; else 0.
 int fgIPVaildCheck(const char *text);
 
+// --- NFS -----------------------------------------------------------------------------------------------------------
+
+/// Whether the NFS port of a mount source's server takes a connection; see CheckNfs.h.
+int fgNfsCheck(const char *source);
+
 // --- Hash ----------------------------------------------------------------------------------------------------------
 
 /// h = h * 131 + c over the signed characters of `text`, in 32 bits, without the top bit: never negative. An empty text
