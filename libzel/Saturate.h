@@ -16,4 +16,12 @@ inline int saturatedInt(double value) {
     return static_cast<int>(value);
 }
 
+/// `value` cut towards zero, saturated at 0 and at the largest 64-bit number; not-a-number gives 0.
+inline unsigned long long saturatedUnsigned(double value) {
+    constexpr double limit = 18446744073709551616.0; // 2^64
+    if (!(value > 0.0))
+        return 0;
+    return value >= limit ? std::numeric_limits<unsigned long long>::max() : static_cast<unsigned long long>(value);
+}
+
 } // namespace zel
