@@ -1,6 +1,7 @@
 // The umbrella header: everything that an embedding program uses.
 #pragma once
 
+#include "CheckNfs.h"
 #include "ConsoleReport.h"
 #include "Disk_Info.h"
 #include "HostRoot.h"
@@ -21,6 +22,8 @@
 #include "NGFunctions.h"
 #include "NIC_Info.h"
 #include "NStringLib.h"
+#include "ObjectBuffer.h"
+#include "ObjectList.h"
 #include "Pci_Info.h"
 #include "PerfText.h"
 #include "PerfTextReader.h"

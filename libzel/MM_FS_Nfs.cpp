@@ -1,0 +1,70 @@
+#include "MM_FS_Nfs.h"
+
+#include "CheckNfs.h"
+#include "MM_FS_Mounts.h"
+#include "Settings.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+enum CheckFlag { CHECK_BY_PORTMAPPER = 1, CHECK_BY_CONNECTION = 2 };
+
+bool probe(const char *source) {
+    return (g_nNfsStatusCheckFlag == CHECK_BY_CONNECTION ? fgNfsCheck(source) : chknfsmnt(source)) >= 1;
+}
+
+bool probeWanted() {
+    return g_nNfsStatusCheckFlag == CHECK_BY_PORTMAPPER || g_nNfsStatusCheckFlag == CHECK_BY_CONNECTION;
+}
+
+// A name that holds a line feed must not make a line of its own.
+std::string onOneLine(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
+bool isBelow(std::string_view path, std::string_view directory) {
+    if (directory == "/")
+        return true;
+    return path.size() > directory.size() && path.starts_with(directory) && path[directory.size()] == '/';
+}
+
+} // namespace
+
+namespace zel {
+
+bool isNfs(const char *type) {
+    return std::strstr(type, "nfs") != nullptr;
+}
+
+NfsWalk::NfsWalk() : m_list(std::fopen(NFS_LIST_FILE, "we")) {}
+
+bool NfsWalk::meet(const MountEntry &entry) {
+    m_mountPoints.emplace_back(entry.mountPoint);
+    if (m_list == nullptr)
+        return true;
+    const std::string line = onOneLine(m_mountPoints.back() + "|" + entry.device) + "\n";
+    return std::fputs(line.c_str(), m_list.get()) >= 0 && std::fflush(m_list.get()) == 0;
+}
+
+bool NfsWalk::serverAnswers(const char *source) {
+    if (!probeWanted())
+        return true;
+    const std::string_view host(source, std::strcspn(source, ":"));
+    const auto known = m_answers.find(host);
+    if (known != m_answers.end())
+        return known->second;
+    const bool answers = probe(source);
+    m_answers.emplace(host, answers);
+    return answers;
+}
+
+bool NfsWalk::mayHang(const char *mountPoint) const {
+    return std::any_of(m_mountPoints.begin(), m_mountPoints.end(),
+                       [mountPoint](const std::string &nfs) { return nfs == mountPoint || isBelow(mountPoint, nfs); });
+}
+
+} // namespace zel
