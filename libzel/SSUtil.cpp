@@ -1,16 +1,13 @@
 #include "SSUtil.h"
 
 #include "ElapsedTime.h"
-#include "HostRoot.h"
+#include "KernelFile.h"
 #include "Saturate.h"
-#include "ScopedHandle.h"
 
 #include <bit>
 #include <cctype>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <unistd.h>
 
 char CSSUtil::m_strNumData[128];
@@ -53,14 +50,6 @@ long tenthsOfPercent(long delta, long total) {
     return numerator / total;
 }
 
-int readRestartable(int descriptor, char *buffer, std::size_t size) {
-    ssize_t count = 0;
-    do
-        count = read(descriptor, buffer, size);
-    while (count < 0 && errno == EINTR);
-    return static_cast<int>(count);
-}
-
 } // namespace
 
 CSSUtil::CSSUtil()
@@ -70,20 +59,9 @@ CSSUtil::CSSUtil()
 int CSSUtil::fFile2Buff(const char *path, char *buffer, int size) {
     if (size < 1)
         return 0;
-    const zel::ScopedDescriptor file(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
-    if (!file.valid())
+    const int length = zel::readKernelFile(path, buffer, size);
+    if (length < 1)
         return 0;
-
-    const int room = size - 1;
-    int length = 0;
-    int count = 0;
-    do {
-        count = readRestartable(file.get(), buffer + length, static_cast<std::size_t>(room - length));
-        if (count > 0)
-            length += count;
-    } while (count >= KERNEL_PAGE_RESULT && length < room);
-    std::memset(buffer + length, 0, static_cast<std::size_t>(size - length));
-
     if (std::strstr(path, "cmdline") != nullptr) {
         for (int i = 0; i < length; ++i) {
             if (buffer[i] == '\0')

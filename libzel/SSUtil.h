@@ -4,6 +4,8 @@
 // formatters of all instances share one result buffer.
 #pragma once
 
+#include "KernelFile.h"
+
 #include <ctime>
 #include <sys/time.h>
 
@@ -85,7 +87,7 @@ public:
     void fStopHere(const char *text);
 
     /// A read that gives this much may have been cut by the kernel at the end of a record.
-    static constexpr int KERNEL_PAGE_RESULT = 2048;
+    static constexpr int KERNEL_PAGE_RESULT = zel::KERNEL_PAGE_RESULT;
 
     int m_nPGShift;      // log2 of the page size in kilobytes
     char m_strHtime[36]; // result of fFormatTime
