@@ -1,0 +1,112 @@
+#include "HardwareConfig.h"
+#include "HostFixture.h"
+
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+// The value of a "desc" line, or "none" for a line without a ":".
+std::string valueOf(std::string line) {
+    zel::ConfigField field{};
+    return zel::parseConfigLine(line.data(), field) ? field.value : "none";
+}
+
+// What the records of `deviceClass` name, by index.
+std::map<unsigned, std::string> namesOf(const char *deviceClass, std::vector<std::string> lines) {
+    zel::DeviceRecords records(deviceClass);
+    std::map<unsigned, std::string> names;
+    for (std::string &line : lines) {
+        if (records.take(line.data()))
+            names[records.index()] = records.model();
+    }
+    return names;
+}
+
+TEST(ConfigLine, QuotedValueIsTheTextBetweenTheQuotes) {
+    EXPECT_EQ(valueOf("desc: \"Intel Corp.|82545EM\"\n"), "Intel Corp.|82545EM");
+    EXPECT_EQ(valueOf("desc:\t \"x\" (rev 1)\n"), "x");
+    EXPECT_EQ(valueOf("desc: \"\"\n"), "");
+}
+
+TEST(ConfigLine, PlainValueLosesLeadingBlanksAndTheLineEnd) {
+    EXPECT_EQ(valueOf("desc:   Intel 82545EM \n"), "Intel 82545EM ");
+    EXPECT_EQ(valueOf("desc: last line"), "last line");
+    EXPECT_EQ(valueOf("desc:\n"), "");
+    EXPECT_EQ(valueOf("desc:"), "");
+}
+
+TEST(ConfigLine, UnbalancedQuotesGiveTheRest) {
+    EXPECT_EQ(valueOf("desc: \"never closed\n"), "never closed");
+    EXPECT_EQ(valueOf("desc: \"\n"), "");
+    // A quote elsewhere still takes the first character away, as consumers have always seen it.
+    EXPECT_EQ(valueOf("desc: never opened\"\n"), "ever opened");
+    EXPECT_EQ(valueOf("desc: ab \"c\" d\n"), "b ");
+}
+
+TEST(ConfigLine, FirstColonSplits) {
+    EXPECT_EQ(valueOf("desc: a:b\n"), "a:b");
+    EXPECT_EQ(valueOf("-\n"), "none");
+    EXPECT_EQ(valueOf("desc Intel\n"), "none");
+    EXPECT_EQ(valueOf(""), "none");
+}
+
+TEST(DeviceRecords, NamesStandInOrderOfAppearance) {
+    EXPECT_THAT(
+        namesOf("NETWORK", {"-\n", "class: NETWORK\n", "bus: PCI\n", "desc: \"first\"\n", "-\n", "class: CDROM\n",
+                            "desc: \"drive\"\n", "-\n", "class: NETWORK\n", "desc: \"second\"\n"}),
+        ElementsAre(Pair(0, "first"), Pair(1, "second")));
+}
+
+TEST(DeviceRecords, RecordWithoutNameUsesUpItsIndex) {
+    EXPECT_THAT(namesOf("NETWORK", {"class: NETWORK\n", "bus: PCI\n", "-\n", "class: NETWORK\n", "desc: \"second\"\n"}),
+                ElementsAre(Pair(1, "second")));
+    // Also when records of other classes stand between.
+    EXPECT_THAT(namesOf("NETWORK", {"class: NETWORK\n", "class: CDROM\n", "class: HD\n", "class: NETWORK\n",
+                                    "desc: \"second\"\n"}),
+                ElementsAre(Pair(1, "second")));
+}
+
+TEST(DeviceRecords, EveryNameOfARecordTakesTheNextIndex) {
+    EXPECT_THAT(
+        namesOf("NETWORK", {"class: NETWORK\n", "desc: \"a\"\n", "desc: \"b\"\n", "class: NETWORK\n", "desc: \"c\"\n"}),
+        ElementsAre(Pair(0, "a"), Pair(1, "b"), Pair(2, "c")));
+}
+
+TEST(DeviceRecords, ClassWordIsAPrefixAndKeysAreTooButNotIndented) {
+    EXPECT_THAT(namesOf("CDROM", {"classes: CDROMX\n", "description: \"drive\"\n"}), ElementsAre(Pair(0, "drive")));
+    EXPECT_THAT(namesOf("CDROM", {" class: CDROM\n", "desc: \"drive\"\n"}), IsEmpty());
+    EXPECT_THAT(namesOf("CDROM", {"class: CD\n", "desc: \"drive\"\n"}), IsEmpty());
+    EXPECT_THAT(namesOf("CDROM", {"class: \"CDROM\"\n", "desc: \"drive\"\n"}), ElementsAre(Pair(0, "drive")));
+}
+
+TEST(DeviceRecords, NamesOutsideARecordAreIgnored) {
+    EXPECT_THAT(namesOf("CDROM", {"desc: \"stray\"\n", "class: HD\n", "desc: \"disk\"\n"}), IsEmpty());
+}
+
+TEST(CountedLines, LinesThatContainTheText) {
+    HostFixture host;
+    host.write("etc/sysconfig/hwconf",
+               "class: NETWORK\nclass: CDROM\n  class: NETWORKX\nclass:NETWORK\nclass: NETWORK");
+    EXPECT_EQ(zel::countLinesWith(zel::HARDWARE_CONFIG_FILE, "class: NETWORK"), 3U);
+}
+
+TEST(CountedLines, MissingAndUnreadableFilesCountNothing) {
+    HostFixture host;
+    EXPECT_EQ(zel::countLinesWith(zel::HARDWARE_CONFIG_FILE, "class"), 0U);
+    host.write("etc/sysconfig/hwconf/file", "class");
+    EXPECT_EQ(zel::countLinesWith(zel::HARDWARE_CONFIG_FILE, "class"), 0U);
+}
+
+TEST(CountedLines, LongLineCountsOncePerPieceThatHoldsTheText) {
+    HostFixture host;
+    // Pieces of 255 characters: the marks lie in the first and in the second one.
+    host.write("proc/pci", "Bus" + std::string(300, ' ') + "Bus\n");
+    EXPECT_EQ(zel::countLinesWith("/proc/pci", "Bus"), 2U);
+}
+
+} // namespace
