@@ -1,4 +1,4 @@
-// Bounded copies into the fixed-size text fields of records.
+// Bounded copies into fixed-size text areas.
 #pragma once
 
 #include <cstddef>
@@ -6,10 +6,18 @@
 
 namespace zel {
 
-/// Puts `text` into `field`, cut to its size. The field is always terminated and zero behind the text.
+/// Copies `text` into `area` of `size` bytes (at least 1), cut to it and always terminated. Nothing behind the
+/// terminator is touched. Returns the length copied.
+inline std::size_t copyText(char *area, std::size_t size, const char *text) {
+    const std::size_t length = strnlen(text, size - 1);
+    std::memcpy(area, text, length);
+    area[length] = '\0';
+    return length;
+}
+
+/// Puts `text` into the field of a record, cut to its size; the field is zero behind the text.
 template<std::size_t SIZE> void setFixedText(char (&field)[SIZE], const char *text) {
-    const std::size_t length = strnlen(text, SIZE - 1);
-    std::memcpy(field, text, length);
+    const std::size_t length = copyText(field, SIZE, text);
     std::memset(field + length, 0, SIZE - length);
 }
 
