@@ -2,7 +2,9 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +18,11 @@ std::string slurp(std::FILE *file) {
         text.append(piece, count);
     std::fclose(file);
     return text;
+}
+
+std::vector<long> recordedPauses(const std::filesystem::path &file) {
+    std::ifstream text(file);
+    return {std::istream_iterator<long>(text), {}};
 }
 
 } // namespace
@@ -46,12 +53,22 @@ DriverRun &DriverRun::kernelRelease(const std::string &release) {
 
 DriverRun &DriverRun::frozenClock(long seconds) {
     m_environment.push_back("ZEL_TEST_CLOCK=" + std::to_string(seconds));
+    m_environment.push_back("ZEL_TEST_PAUSES=" + pausesFile());
     return *this;
 }
 
 DriverRun &DriverRun::killAfter(int seconds) {
     m_killAfter = seconds;
     return *this;
+}
+
+DriverRun &DriverRun::killAtPause(int pause) {
+    m_environment.push_back("ZEL_TEST_KILL_AT_PAUSE=" + std::to_string(pause));
+    return *this;
+}
+
+std::string DriverRun::pausesFile() const {
+    return (m_home.path() / "pauses").string();
 }
 
 DriverResult DriverRun::run(const std::vector<std::string> &arguments) const {
@@ -82,5 +99,5 @@ DriverResult DriverRun::run(const std::vector<std::string> &arguments) const {
         usleep(10000);
     }
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return {code, slurp(out), slurp(err)};
+    return {code, slurp(out), slurp(err), recordedPauses(pausesFile())};
 }

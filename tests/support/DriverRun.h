@@ -10,6 +10,7 @@ struct DriverResult {
     int status; // exit status; 128 + signal when it was killed
     std::string out;
     std::string err;
+    std::vector<long> pauses; // microseconds of every sleep; recorded with a frozen clock only
 };
 
 class DriverRun {
@@ -24,12 +25,16 @@ public:
     DriverRun &frozenClock(long seconds = 1700000000);
     /// Kills the driver after so many seconds (status 128 + 15).
     DriverRun &killAfter(int seconds);
+    /// Kills the driver (status 128 + 9) when it is about to sleep for the n-th time. Needs the frozen clock.
+    DriverRun &killAtPause(int pause);
 
     DriverResult run(const std::vector<std::string> &arguments) const;
 
     const ScratchHome &home() const { return m_home; }
 
 private:
+    std::string pausesFile() const;
+
     ScratchHome m_home;
     std::vector<std::string> m_environment;
     int m_killAfter = 60;

@@ -2,6 +2,9 @@
 //   ZEL_TEST_CLOCK=seconds     the clock stands still there; a sleep moves it by its length and returns at once
 //   ZEL_TEST_RELEASE=text      uname answers with this release
 //   ZEL_TEST_HOSTS=a:b:...     at every sleep the link ZEL_HOST_ROOT moves to the next directory; the last one stays
+//   ZEL_TEST_PAUSES=file       every sleep is appended there in microseconds
+//   ZEL_TEST_KILL_AT_PAUSE=n   the driver is killed (signal 9) when it is about to sleep for the n-th time
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -41,6 +44,21 @@ void showNextHost() {
         std::perror(link);
 }
 
+void recordPause(const timeval &pause) {
+    const char *path = std::getenv("ZEL_TEST_PAUSES");
+    if (path == nullptr)
+        return;
+    static int pauses = 0;
+    std::FILE *file = std::fopen(path, "a");
+    if (file != nullptr) {
+        std::fprintf(file, "%ld\n", static_cast<long>(pause.tv_sec) * 1000000 + pause.tv_usec);
+        std::fclose(file);
+    }
+    const char *last = std::getenv("ZEL_TEST_KILL_AT_PAUSE");
+    if (last != nullptr && ++pauses == std::atoi(last))
+        kill(getpid(), SIGKILL);
+}
+
 } // namespace
 
 extern "C" {
@@ -61,8 +79,10 @@ std::time_t time(std::time_t *out) noexcept {
 }
 
 int select(int count, fd_set *read, fd_set *write, fd_set *except, timeval *timeout) {
-    if (count == 0)
+    if (count == 0) {
+        recordPause(*timeout);
         showNextHost();
+    }
     if (clockStart == nullptr || count != 0)
         return realFunction<int (*)(int, fd_set *, fd_set *, fd_set *, timeval *)>("select")(count, read, write, except,
                                                                                              timeout);
