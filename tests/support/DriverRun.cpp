@@ -72,6 +72,7 @@ std::string DriverRun::pausesFile() const {
 }
 
 DriverResult DriverRun::run(const std::vector<std::string> &arguments) const {
+    std::filesystem::remove(pausesFile());
     std::FILE *out = std::tmpfile();
     std::FILE *err = std::tmpfile();
     std::fflush(nullptr);

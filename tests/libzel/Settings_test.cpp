@@ -1,0 +1,94 @@
+#include "Settings.h"
+
+#include "LogGate.h"
+#include "NCmdScheduler.h"
+#include "NGFunctions.h"
+#include "VornLog.h"
+
+#include <algorithm>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+using FilesystemList = char[FILESYSTEM_LIST_ENTRIES][FILESYSTEM_LIST_TEXT];
+
+bool isZero(const char *area, std::size_t size) {
+    return std::all_of(area, area + size, [](char byte) { return byte == '\0'; });
+}
+
+struct Values {
+    std::map<std::string, long> integers;
+    std::map<std::string, bool> emptyTexts;
+    std::map<std::string, const void *> pointers;
+};
+
+Values currentValues() {
+    return {
+        {{"g_nCpuStrType", g_nCpuStrType},
+         {"g_nCpuUsedInWIO", g_nCpuUsedInWIO},
+         {"g_nDiskStrType", g_nDiskStrType},
+         {"g_nDiskMaxGatherCnt", g_nDiskMaxGatherCnt},
+         {"g_nDiskWaitFlag", g_nDiskWaitFlag},
+         {"g_nInterfaceStrType", g_nInterfaceStrType},
+         {"g_nLinuxBandwidthFlag", g_nLinuxBandwidthFlag},
+         {"g_nNetworkExtGather", g_nNetworkExtGather},
+         {"g_nExcludeFilesystemCnt", g_nExcludeFilesystemCnt},
+         {"g_nTotExcludeFilesystemCnt", g_nTotExcludeFilesystemCnt},
+         {"g_nIncludeFilesystemCnt", g_nIncludeFilesystemCnt},
+         {"g_nFsFreeUsedFlag", g_nFsFreeUsedFlag},
+         {"g_nNfsStatusCheckFlag", g_nNfsStatusCheckFlag},
+         {"g_nVAGENT_type", g_nVAGENT_type},
+         {"g_nFSTokenCount", g_nFSTokenCount},
+         {"g_nGetProcessType", g_nGetProcessType},
+         {"g_nGetProcessJAVA", g_nGetProcessJAVA},
+         {"g_nExecedFileNameFlag", g_nExecedFileNameFlag},
+         {"g_nProcExtendFlag", g_nProcExtendFlag},
+         {"g_nProcSleepCnt", g_nProcSleepCnt},
+         {"g_nTmpRealTimeGather", g_nTmpRealTimeGather},
+         {"g_lBandWidthSet", g_lBandWidthSet},
+         {"g_nDuplexSet", g_nDuplexSet},
+         {"g_nPrint", g_nPrint},
+         {"g_nIPv6Flag", g_nIPv6Flag},
+         {"g_nLogModERROR", g_nLogModERROR},
+         {"g_nLoggingERROR1", g_nLoggingERROR1},
+         {"g_nLoggingERROR2", g_nLoggingERROR2},
+         {"g_nLogModNORMAL", g_nLogModNORMAL},
+         {"g_nLoggingNORMAL1", g_nLoggingNORMAL1},
+         {"g_nLoggingNORMAL2", g_nLoggingNORMAL2},
+         {"g_nLogModDEBUG", g_nLogModDEBUG},
+         {"g_nLoggingDEBUG1", g_nLoggingDEBUG1},
+         {"g_nLoggingDEBUG2", g_nLoggingDEBUG2}},
+        {{"g_strExcludeFilesystem", isZero(g_strExcludeFilesystem[0], sizeof(FilesystemList))},
+         {"g_strTotExcludeFilesystem", isZero(g_strTotExcludeFilesystem[0], sizeof(FilesystemList))},
+         {"g_strIncludeFilesystem", isZero(g_strIncludeFilesystem[0], sizeof(FilesystemList))},
+         {"g_strHostRoot", isZero(g_strHostRoot, sizeof(g_strHostRoot))}},
+        {{"g_ptrAgentKey", g_ptrAgentKey}, {"g_pclVornLog", g_pclVornLog}, {"g_pclCCmdScheduler", g_pclCCmdScheduler}}};
+}
+
+// Taken while the program is loaded: no test has assigned anything yet.
+const Values valuesAtStart = currentValues();
+
+TEST(Settings, UntouchedSettingsAreZero) {
+    for (const auto &[name, value] : valuesAtStart.integers)
+        EXPECT_EQ(value, 0) << name;
+}
+
+TEST(Settings, UntouchedListsAndTextsAreEmpty) {
+    for (const auto &[name, empty] : valuesAtStart.emptyTexts)
+        EXPECT_TRUE(empty) << name;
+}
+
+TEST(Settings, UntouchedPointersAreNull) {
+    for (const auto &[name, pointer] : valuesAtStart.pointers)
+        EXPECT_EQ(pointer, nullptr) << name;
+}
+
+TEST(Settings, ListsHoldAHundredEntriesOf32Characters) {
+    EXPECT_EQ(sizeof(g_strExcludeFilesystem), 100U * 32U);
+    EXPECT_EQ(sizeof(g_strTotExcludeFilesystem), 100U * 32U);
+    EXPECT_EQ(sizeof(g_strIncludeFilesystem), 100U * 32U);
+}
+
+} // namespace
