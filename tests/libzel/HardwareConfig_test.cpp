@@ -65,6 +65,10 @@ TEST(DeviceRecords, NamesStandInOrderOfAppearance) {
 TEST(DeviceRecords, RecordWithoutNameUsesUpItsIndex) {
     EXPECT_THAT(namesOf("NETWORK", {"class: NETWORK\n", "bus: PCI\n", "-\n", "class: NETWORK\n", "desc: \"second\"\n"}),
                 ElementsAre(Pair(1, "second")));
+    // Also behind a record that has one.
+    EXPECT_THAT(namesOf("NETWORK", {"class: NETWORK\n", "desc: \"first\"\n", "class: NETWORK\n", "class: NETWORK\n",
+                                    "desc: \"third\"\n"}),
+                ElementsAre(Pair(0, "first"), Pair(2, "third")));
     // Also when records of other classes stand between.
     EXPECT_THAT(namesOf("NETWORK", {"class: NETWORK\n", "class: CDROM\n", "class: HD\n", "class: NETWORK\n",
                                     "desc: \"second\"\n"}),

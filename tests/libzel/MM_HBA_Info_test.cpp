@@ -334,7 +334,8 @@ TEST_F(HbaGather, NamesWithTheSameHashShareOneEntry) {
     ASSERT_EQ(ELFHash(right.c_str()), 8767);
     writeFcPort(m_host, left, firstReading);
     writeFcPort(m_host, right, firstReading);
-    gather(1);
+
+    EXPECT_EQ(gather(1), header);
     EXPECT_EQ(m_ports.m_HBA_Map.size(), 1U);
 }
 
