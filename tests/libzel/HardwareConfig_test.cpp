@@ -1,6 +1,13 @@
 #include "HardwareConfig.h"
-#include "HostFixture.h"
 
+#include "Disk_Info.h"
+#include "HostFixture.h"
+#include "Mutation.h"
+#include "NIC_Info.h"
+#include "Pci_Info.h"
+
+#include <cstring>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
 
@@ -111,6 +118,41 @@ TEST(CountedLines, LongLineCountsOncePerPieceThatHoldsTheText) {
     // Pieces of 255 characters: the marks lie in the first and in the second one.
     host.write("proc/pci", "Bus" + std::string(300, ' ') + "Bus\n");
     EXPECT_EQ(zel::countLinesWith("/proc/pci", "Bus"), 2U);
+}
+
+// --- Damaged files ---------------------------------------------------------------------------------------------------
+
+std::string fixtureText(const std::string &file) {
+    std::ifstream text(std::string(ZEL_FIXTURES) + "/linux-2.4.21/t0/" + file);
+    return {std::istreambuf_iterator<char>(text), {}};
+}
+
+TEST(DamagedFiles, FillArraysOfTheirCountWithTerminatedNames) {
+    const HostFixture host;
+    const std::string config = fixtureText("etc/sysconfig/hwconf");
+    const std::string pci = fixtureText("proc/pci");
+    ASSERT_FALSE(config.empty() || pci.empty());
+    Mutation mutation(1);
+    CNIC_Info adapters;
+    CDisk_Info drives;
+    CPci_Info devices;
+    for (int i = 0; i < 100; ++i) {
+        host.write("etc/sysconfig/hwconf", mutation.of(config));
+        host.write("proc/pci", mutation.of(pci));
+
+        const bool noAdapters = adapters.GetNICInfos() == nullptr;
+        EXPECT_EQ(noAdapters, adapters.NICNum() == 0);
+        for (unsigned k = 0; k < adapters.NICNum(); ++k)
+            EXPECT_LT(std::strlen(adapters.m_pclCNIC[k].ModelName()), sizeof(CNIC::m_cpModelName));
+        const bool noDrives = drives.GetCdromInfo() == nullptr;
+        EXPECT_EQ(noDrives, drives.CdromNum() == 0);
+        for (unsigned k = 0; k < drives.CdromNum(); ++k)
+            EXPECT_LT(std::strlen(drives.m_pclCCdrom[k].ModelName()), sizeof(CCdrom::m_cpModelName));
+        const bool noDevices = devices.GetPciInfo() == nullptr;
+        EXPECT_EQ(noDevices, devices.PciNum() == 0);
+        for (unsigned k = 0; k < devices.PciNum(); ++k)
+            EXPECT_LT(std::strlen(devices.m_pclCPci[k].ModuleName()), sizeof(CPci::m_cpModuleName));
+    }
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "FcHost.h"
 #include "FrozenClock.h"
 #include "LogCapture.h"
+#include "Mutation.h"
 #include "NGFunctions.h"
 
 #include <gtest/gtest.h>
@@ -337,6 +338,26 @@ TEST_F(HbaGather, NamesWithTheSameHashShareOneEntry) {
 
     EXPECT_EQ(gather(1), header);
     EXPECT_EQ(m_ports.m_HBA_Map.size(), 1U);
+}
+
+TEST_F(HbaGather, DamagedFilesGiveWholeRows) {
+    Mutation mutation(2);
+    for (int i = 0; i < 50; ++i) {
+        writeFcPort(m_host, "host1",
+                    {.portName = mutation.of("0x21000024ff123456"),
+                     .portState = mutation.of("Online\x03\x1F|"),
+                     .inputMegabytes = mutation.of("0xffffffffffffffff"),
+                     .outputMegabytes = mutation.of("0x1f4"),
+                     .inputRequests = mutation.of("0x6590"),
+                     .outputRequests = mutation.of("a028")});
+        const std::string table = gather(1);
+
+        // Only whole rows: as many column separators as ten per row and ten of the header.
+        std::size_t columns = 0;
+        for (std::size_t at = table.find(column); at != std::string::npos; at = table.find(column, at + 1))
+            ++columns;
+        EXPECT_EQ(columns, 10U * static_cast<unsigned>(1 + m_ports.m_nHBACount));
+    }
 }
 
 // --- Log -------------------------------------------------------------------------------------------------------------
