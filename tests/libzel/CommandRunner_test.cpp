@@ -1,4 +1,5 @@
 // ShCmd, the command runner of the home kit.
+#include "Paths.h"
 #include "ShellRun.h"
 #include "TempDirectory.h"
 
@@ -7,7 +8,7 @@
 
 namespace {
 
-const std::string runner = ZEL_COMMAND_RUNNER;
+const std::string runner = paths::commandRunner;
 
 // Whether a "sleep MARK" still runs.
 bool stillRuns(const std::string &mark) {

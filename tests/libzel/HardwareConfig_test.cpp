@@ -1,4 +1,5 @@
 #include "HardwareConfig.h"
+#include "Paths.h"
 
 #include "Disk_Info.h"
 #include "HostFixture.h"
@@ -123,7 +124,7 @@ TEST(CountedLines, LongLineCountsOncePerPieceThatHoldsTheText) {
 // --- Damaged files ---------------------------------------------------------------------------------------------------
 
 std::string fixtureText(const std::string &file) {
-    std::ifstream text(std::string(ZEL_FIXTURES) + "/linux-2.4.21/t0/" + file);
+    std::ifstream text(std::string(paths::fixtures) + "/linux-2.4.21/t0/" + file);
     return {std::istreambuf_iterator<char>(text), {}};
 }
 

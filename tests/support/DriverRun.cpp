@@ -1,4 +1,5 @@
 #include "DriverRun.h"
+#include "Paths.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -30,7 +31,7 @@ std::vector<long> recordedPauses(const std::filesystem::path &file) {
 DriverRun &DriverRun::hosts(const std::vector<std::string> &fixtures) {
     std::vector<std::string> directories;
     for (const std::string &fixture : fixtures)
-        directories.push_back(std::string(ZEL_FIXTURES) + "/" + fixture);
+        directories.push_back(std::string(paths::fixtures) + "/" + fixture);
     return hostDirectories(directories);
 }
 
@@ -81,7 +82,7 @@ DriverResult DriverRun::run(const std::vector<std::string> &arguments) const {
         for (const std::string &variable : m_environment)
             putenv(strdup(variable.c_str()));
         if (!m_environment.empty()) {
-            setenv("LD_PRELOAD", ZEL_PRELOAD, 1);
+            setenv("LD_PRELOAD", paths::preload, 1);
             setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
         }
         dup2(fileno(out), STDOUT_FILENO);
@@ -90,7 +91,7 @@ DriverResult DriverRun::run(const std::vector<std::string> &arguments) const {
         for (const std::string &argument : arguments)
             argv.push_back(const_cast<char *>(argument.c_str()));
         argv.push_back(nullptr);
-        execv(ZEL_DRIVER, argv.data());
+        execv(paths::driver, argv.data());
         _exit(127);
     }
     int status = 0;

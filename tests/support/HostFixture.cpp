@@ -1,4 +1,5 @@
 #include "HostFixture.h"
+#include "Paths.h"
 
 #include <cstdio>
 #include <gtest/gtest.h>
@@ -24,7 +25,7 @@ HostFixture::~HostFixture() {
 }
 
 void HostFixture::show(const std::string &name) {
-    const std::string root = std::string(ZEL_FIXTURES) + "/" + name;
+    const std::string root = std::string(paths::fixtures) + "/" + name;
     ASSERT_TRUE(std::filesystem::is_directory(root)) << "no fixture " << root;
     setRoot(root);
 }

@@ -1,4 +1,5 @@
 #include "ScratchHome.h"
+#include "Paths.h"
 
 namespace fs = std::filesystem;
 
@@ -26,7 +27,7 @@ void ScratchHome::plainCommandRunner() const {
 void ScratchHome::installKit() const {
     const auto options = fs::copy_options::recursive | fs::copy_options::overwrite_existing;
     for (const char *part : {"utils", "agent"})
-        fs::copy(fs::path(ZEL_SOURCE_ROOT) / "runtime" / part, path() / part, options);
-    fs::copy_file(ZEL_COMMAND_RUNNER, path() / "utils/ETC/ShCmd");
-    fs::copy_file(ZEL_INVENTORY_PROGRAM, path() / "agent/bin/libinvinfo");
+        fs::copy(fs::path(paths::sourceRoot) / "runtime" / part, path() / part, options);
+    fs::copy_file(paths::commandRunner, path() / "utils/ETC/ShCmd");
+    fs::copy_file(paths::inventoryProgram, path() / "agent/bin/libinvinfo");
 }

@@ -1,0 +1,12 @@
+#include "Paths.h"
+
+namespace paths {
+
+const char *const sourceRoot = ZEL_SOURCE_ROOT;
+const char *const fixtures = ZEL_SOURCE_ROOT "/tests/fixtures";
+const char *const driver = ZEL_DRIVER;
+const char *const preload = ZEL_PRELOAD;
+const char *const commandRunner = ZEL_COMMAND_RUNNER;
+const char *const inventoryProgram = ZEL_INVENTORY_PROGRAM;
+
+} // namespace paths
