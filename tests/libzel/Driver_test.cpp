@@ -1,6 +1,8 @@
 #include "DriverRun.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace {
 
@@ -26,12 +28,65 @@ std::string banners(int count) {
 class OneFileHost {
 public:
     OneFileHost() = default;
-    OneFileHost(const std::string &file, const std::string &text) { m_directory.write(file, text); }
+    OneFileHost(const std::string &file, const std::string &text) { write(file, text); }
+
+    void write(const std::string &file, const std::string &text) const { m_directory.write(file, text); }
+    void remove(const std::string &file) const { m_directory.remove(file); }
     std::string path() const { return m_directory.path().string(); }
 
 private:
     TempDirectory m_directory;
 };
+
+const std::string memoryWithoutSwap = "MemTotal: 1000 kB\nMemFree: 200 kB\nBuffers: 30 kB\nCached: 400 kB\n";
+// Free counts MemFree + Buffers + Cached = 630, used is 1000 - 630.
+const std::string memoryReport =
+    " mem :    1000 (T)KB     370 (U)KB     630 (F)KB       30 (Buf)KB,     400 (Cache)KB\n";
+// Used is 500 - 300; the counters are those of vmstat.
+const std::string swapReport = " swp :     500 (T)KB     200 (U)KB     300 (F)KB,       7(in),       8(out)\n";
+const std::string loadAverageReport = " 1Min:  0.05, 5Min: 12.34, 15Min:  1.50\n";
+
+// A host with the files of the CPU, load-average, memory and VM groups. Nothing moves on it.
+class WholeHost : public OneFileHost {
+public:
+    WholeHost() {
+        write("proc/loadavg", "0.05 12.34 1.50 1/123 4567\n");
+        write("proc/meminfo", memoryWithoutSwap + "SwapTotal: 500 kB\nSwapFree: 300 kB\n");
+        write("proc/vmstat", "pgpgin 1\npgpgout 2\npswpin 7\npswpout 8\npgfault 3\npgmajfault 4\n");
+        write("proc/stat", "cpu  100 0 50 800 50 0 0 0 0\ncpu0 100 0 50 800 50 0 0 0 0\nintr 1000 1 2\nctxt 2000\n");
+    }
+};
+
+std::vector<std::string> linesOf(const std::string &text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+// The pauses between cycles of a minute; collectors may pause for moments of their own.
+long longPauses(const DriverResult &result) {
+    return std::count(result.pauses.begin(), result.pauses.end(), 60000000);
+}
+
+// The text contains the pieces one behind the other.
+MATCHER_P(containsInOrder, pieces, "contains the pieces in their order") {
+    std::size_t position = 0;
+    for (const std::string &piece : pieces) {
+        position = arg.find(piece, position);
+        if (position == std::string::npos) {
+            *result_listener << "no \"" << piece << "\" in its place";
+            return false;
+        }
+        position += piece.size();
+    }
+    return true;
+}
+
+auto inOrder(const std::vector<std::string> &pieces) {
+    return containsInOrder(pieces);
+}
 
 // A driver whose clock stands still, in a home whose command runner runs nothing but leaves a mark.
 class Driver : public testing::Test {
@@ -226,31 +281,91 @@ TEST_F(Driver, GpuFourEmptyTextsArePrinted) {
     EXPECT_EQ(result.out, "");
 }
 
-// --- All groups ------------------------------------------------------------------------------------------------------
+// --- Memory and VM ---------------------------------------------------------------------------------------------------
 
-// What option 9 prints behind the load averages, which it prints in every complete host.
-std::string behindLoadAverage(const std::string &text) {
-    const std::string line = " 1Min:  0.05, 5Min: 12.34, 15Min:  1.50\n";
-    const std::size_t start = text.find(line);
-    return start == std::string::npos ? "no load average in: " + text : text.substr(start + line.size());
-}
-
-TEST_F(Driver, MemoryFailureOfOptionNineAbandonsTheRestOfTheCycleAndItsPause) {
-    const OneFileHost host("proc/loadavg", "0.05 12.34 1.50 1/123 4567\n");
-    const DriverResult result = m_driver.kernelRelease("2.6.32").hostDirectories({host.path()}).run({"9", "60", "1"});
-
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(behindLoadAverage(result.err), "Memory Gather failed\n");
-    EXPECT_THAT(result.pauses, testing::Not(testing::Contains(60000000)));
-}
-
-TEST_F(Driver, LoadAverageFailureOfOptionNineAbandonsTheRestOfTheCycleAndItsPause) {
+TEST_F(Driver, MemoryFailureIsReportedEveryCycleWithoutAnyPause) {
     const OneFileHost host;
+    const DriverResult result = m_driver.hostDirectories({host.path()}).run({"3", "60", "2"});
+
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, banner(1) + "Memory Gather failed\n" + banner(2) + "Memory Gather failed\n");
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.pauses, IsEmpty());
+}
+
+TEST_F(Driver, SwapFailureStandsBehindTheMemoryReportAndSkipsThePause) {
+    const OneFileHost host("proc/meminfo", memoryWithoutSwap);
+    const DriverResult result = m_driver.hostDirectories({host.path()}).run({"3", "60", "1"});
+
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, banner(1) + "Swap Gather failed\n");
+    EXPECT_EQ(result.out, memoryReport);
+    EXPECT_THAT(result.pauses, IsEmpty());
+}
+
+TEST_F(Driver, VmFailureOfTheFirstSampleSkipsThePauseOnce) {
+    const WholeHost host;
+    const DriverResult result = m_driver.hostDirectories({host.path()}).run({"8", "60", "3"});
+
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, banner(1) + "VM Gather failed\n" + banner(2) + banner(3));
+    EXPECT_THAT(linesOf(result.out), testing::AllOf(SizeIs(2), Each(testing::StartsWith("vm stat : "))));
+    EXPECT_THAT(result.pauses, ElementsAre(60000000, 60000000));
+}
+
+TEST_F(Driver, KilledRunHasLostNothingOfItsFinishedCycles) {
+    const WholeHost host;
+    const DriverResult result = m_driver.killAtPause(3).hostDirectories({host.path()}).run({"3"});
+
+    EXPECT_EQ(result.status, killed);
+    EXPECT_EQ(result.err, banners(3));
+    EXPECT_EQ(result.out, memoryReport + swapReport + memoryReport + swapReport + memoryReport + swapReport);
+}
+
+// --- CPU and all groups ----------------------------------------------------------------------------------------------
+
+TEST_F(Driver, DiscardedCpuSampleDoesNotCutTheCycleShort) {
+    const WholeHost host;
+    const DriverResult result = m_driver.kernelRelease("2.6.32").hostDirectories({host.path()}).run({"1", "60", "1"});
+
+    EXPECT_EQ(result.err, banner(1) + "CPU string is NULL\n");
+    EXPECT_THAT(result.pauses, ElementsAre(60000000));
+}
+
+TEST_F(Driver, OptionNineRunsEveryGroupInOrderOnBothStreams) {
+    const WholeHost host;
+    const DriverResult result = m_driver.kernelRelease("2.6.32").hostDirectories({host.path()}).run({"9", "60", "2"});
+
+    EXPECT_EQ(result.status, 0);
+    // The first VM sample fails: no pause, and the second cycle follows at once.
+    EXPECT_THAT(result.err, inOrder({banner(1), "CPU string is NULL\n", loadAverageReport, "VM Gather failed\n",
+                                     banner(2), "CPU string[", loadAverageReport}));
+    EXPECT_THAT(result.out, inOrder({memoryReport + swapReport, memoryReport + swapReport, "vm stat : "}));
+    EXPECT_EQ(longPauses(result), 1);
+}
+
+TEST_F(Driver, MemoryFailureOfOptionNineAbandonsTheRestOfTheCycle) {
+    const WholeHost host;
+    host.remove("proc/meminfo");
+    const DriverResult result = m_driver.kernelRelease("2.6.32").hostDirectories({host.path()}).run({"9", "60", "2"});
+
+    const std::string failure = loadAverageReport + "Memory Gather failed\n";
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err.substr(0, result.err.find(banner(2))), banner(1) + "CPU string is NULL\n" + failure);
+    EXPECT_TRUE(result.err.ends_with(failure)) << result.err;
+    EXPECT_THAT(result.out, testing::Not(testing::HasSubstr("vm stat")));
+    EXPECT_EQ(longPauses(result), 0);
+}
+
+TEST_F(Driver, LoadAverageFailureOfOptionNineAbandonsTheRestOfTheCycle) {
+    const WholeHost host;
+    host.remove("proc/loadavg");
     const DriverResult result = m_driver.kernelRelease("2.6.32").hostDirectories({host.path()}).run({"9", "60", "1"});
 
     EXPECT_EQ(result.status, 0);
-    EXPECT_TRUE(result.err.ends_with("Load Average Gather failed\n")) << result.err;
-    EXPECT_THAT(result.pauses, testing::Not(testing::Contains(60000000)));
+    EXPECT_EQ(result.err, banner(1) + "CPU string is NULL\nLoad Average Gather failed\n");
+    EXPECT_THAT(result.out, testing::Not(testing::HasSubstr(" mem :")));
+    EXPECT_EQ(longPauses(result), 0);
 }
 
 } // namespace

@@ -51,6 +51,12 @@ Values currentValues() {
          {"g_nDuplexSet", g_nDuplexSet},
          {"g_nPrint", g_nPrint},
          {"g_nIPv6Flag", g_nIPv6Flag},
+         {"g_nSignalPid", g_nSignalPid},
+         {"g_nAlarmSec", g_nAlarmSec},
+         {"g_nAlarmThStatus", g_nAlarmThStatus},
+         {"g_nBlockChkFlag", g_nBlockChkFlag},
+         {"g_nBlockTimeOut", g_nBlockTimeOut},
+         {"g_nBlockChkSec", g_nBlockChkSec},
          {"g_nLogModERROR", g_nLogModERROR},
          {"g_nLoggingERROR1", g_nLoggingERROR1},
          {"g_nLoggingERROR2", g_nLoggingERROR2},
@@ -63,6 +69,7 @@ Values currentValues() {
         {{"g_strExcludeFilesystem", isZero(g_strExcludeFilesystem[0], sizeof(FilesystemList))},
          {"g_strTotExcludeFilesystem", isZero(g_strTotExcludeFilesystem[0], sizeof(FilesystemList))},
          {"g_strIncludeFilesystem", isZero(g_strIncludeFilesystem[0], sizeof(FilesystemList))},
+         {"g_strDebugDetail", isZero(g_strDebugDetail, sizeof(g_strDebugDetail))},
          {"g_strHostRoot", isZero(g_strHostRoot, sizeof(g_strHostRoot))}},
         {{"g_ptrAgentKey", g_ptrAgentKey}, {"g_pclVornLog", g_pclVornLog}, {"g_pclCCmdScheduler", g_pclCCmdScheduler}}};
 }
