@@ -25,6 +25,10 @@ struct Inventory {
     int CMM_HBA_Info::*count;
 };
 
+void PrintTo(const Inventory &inventory, std::ostream *stream) {
+    *stream << inventory.name;
+}
+
 class HbaInventory : public testing::TestWithParam<Inventory> {
 protected:
     int gather() { return (m_ports.*GetParam().gather)(); }
