@@ -2,6 +2,7 @@
 // in base 10, without their cost. A cursor runs over terminated text and never passes its terminator.
 #pragma once
 
+#include <cstddef>
 #include <limits>
 
 namespace zel {
@@ -17,31 +18,51 @@ inline const char *skipBlanks(const char *cursor) {
     return cursor;
 }
 
+/// The digit at `text`; above 9 when there is none.
+inline unsigned digitAt(const char *text) {
+    return static_cast<unsigned char>(*text) - static_cast<unsigned>('0');
+}
+
 struct ScannedNumber {
     unsigned long long magnitude; // all ones when it does not fit
     bool negative;
     bool overflow;
 };
 
+/// The number of the digits at `text`; moves it behind them.
+inline unsigned long long scanDigits(const char *&text, bool &overflow) {
+    constexpr unsigned long long largest = std::numeric_limits<unsigned long long>::max();
+    constexpr std::ptrdiff_t alwaysFits = std::numeric_limits<unsigned long long>::digits10;
+    const char *start = text;
+    unsigned long long value = 0;
+    for (unsigned digit = 0; (digit = digitAt(text)) <= 9; ++text)
+        value = value * 10 + digit;
+    if (text - start <= alwaysFits)
+        return value;
+
+    value = 0;
+    for (const char *position = start; position != text; ++position) {
+        const unsigned digit = digitAt(position);
+        if (value > largest / 10 || (value == largest / 10 && digit > largest % 10)) {
+            overflow = true;
+            return largest;
+        }
+        value = value * 10 + digit;
+    }
+    return value;
+}
+
 /// Blanks, an optional sign, digits. Without a digit it gives false and leaves `cursor` and `number` as they were.
 inline bool scanNumber(const char *&cursor, ScannedNumber &number) {
-    constexpr unsigned long long largest = std::numeric_limits<unsigned long long>::max();
     const char *text = skipBlanks(cursor);
     const bool negative = *text == '-';
     if (negative || *text == '+')
         ++text;
-    unsigned digit = static_cast<unsigned char>(*text) - static_cast<unsigned>('0');
-    if (digit > 9)
+    if (digitAt(text) > 9)
         return false;
-
-    unsigned long long magnitude = 0;
     bool overflow = false;
-    for (; digit <= 9; digit = static_cast<unsigned char>(*++text) - static_cast<unsigned>('0')) {
-        if (magnitude > largest / 10 || (magnitude == largest / 10 && digit > largest % 10))
-            overflow = true;
-        magnitude = magnitude * 10 + digit;
-    }
-    number = {overflow ? largest : magnitude, negative, overflow};
+    const unsigned long long magnitude = scanDigits(text, overflow);
+    number = {magnitude, negative, overflow};
     cursor = text;
     return true;
 }
