@@ -16,6 +16,10 @@ namespace {
 
 constexpr int kilobyteShift = 10;
 
+// Below both, share * 1000 + total / 2 stays below 2^32: 2^22 * 1000 + 2^26 = 4261412864.
+constexpr unsigned long long narrowShare = 1ULL << 22;
+constexpr unsigned long long narrowTotal = 1ULL << 27;
+
 int log2Floor(unsigned long value) {
     return static_cast<int>(std::bit_width(value)) - 1;
 }
@@ -116,15 +120,21 @@ char *CSSUtil::fSkipToken(const char *text) {
 int CSSUtil::fGetCpuPct(int count, unsigned long long *shares, const unsigned long long *current,
                         unsigned long long *previous) {
     unsigned long long total = 0;
+    unsigned long long bits = 0;
     for (int i = 0; i < count; ++i) {
         shares[i] = current[i] - previous[i];
+        bits |= shares[i];
         total += shares[i];
         previous[i] = current[i];
     }
     if (total == 0)
         total = 1;
-    for (int i = 0; i < count; ++i)
-        shares[i] = (shares[i] * 1000 + total / 2) / total;
+    // In an ordinary interval everything fits 32 bits, whose division costs a fraction of the wide one.
+    const bool narrow = bits < narrowShare && total < narrowTotal;
+    for (int i = 0; i < count; ++i) {
+        const unsigned long long numerator = shares[i] * 1000 + total / 2;
+        shares[i] = narrow ? static_cast<unsigned>(numerator) / static_cast<unsigned>(total) : numerator / total;
+    }
     return static_cast<int>(total);
 }
 

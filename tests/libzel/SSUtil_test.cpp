@@ -6,6 +6,8 @@
 #include <climits>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <numeric>
+#include <random>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -213,6 +215,33 @@ TEST(CpuShares, UnsignedCountersWrap) {
     Counters current{20, 10}, previous{ULLONG_MAX - 9, 0}, shares(2);
     EXPECT_EQ(CSSUtil::fGetCpuPct(2, shares.data(), current.data(), previous.data()), 40);
     EXPECT_EQ(shares, (Counters{750, 250}));
+}
+
+// The rule itself, (delta * 1000 + total / 2) / total in 64 bits, on growths of every size up to the full 64 bits.
+TEST(CpuShares, KeepTheRuleForGrowthsOfEverySize) {
+    std::mt19937_64 random(11);
+    for (int round = 0; round < 20000; ++round) {
+        Counters current(5), previous(5), shares(5);
+        unsigned long long total = 0;
+        for (auto &counter : current) {
+            counter = random() >> (random() % 64);
+            total += counter;
+        }
+        if (total == 0)
+            total = 1;
+        CSSUtil::fGetCpuPct(5, shares.data(), current.data(), previous.data());
+        for (std::size_t i = 0; i < shares.size(); ++i)
+            ASSERT_EQ(shares[i], (current[i] * 1000 + total / 2) / total) << current[i] << " of " << total;
+    }
+    // Around 2^22 and 2^27, and one growth that wrapped among small ones.
+    for (const Counters &growth : {Counters{4194303, 1}, Counters{4194304, 1}, Counters{134217727, 0},
+                                   Counters{ULLONG_MAX, 3000}, Counters(40, 4194303)}) {
+        Counters current = growth, previous(growth.size()), shares(growth.size());
+        const unsigned long long total = std::accumulate(growth.begin(), growth.end(), 0ULL);
+        CSSUtil::fGetCpuPct(static_cast<int>(growth.size()), shares.data(), current.data(), previous.data());
+        for (std::size_t i = 0; i < shares.size(); ++i)
+            EXPECT_EQ(shares[i], (growth[i] * 1000 + total / 2) / total) << growth[i] << " of " << total;
+    }
 }
 
 TEST(SignedCpuShares, EqualGrowthAndNoGrowth) {
