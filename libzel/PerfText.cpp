@@ -15,11 +15,13 @@ using zel::ROW_SEPARATOR;
 
 namespace {
 
+constexpr std::size_t separatorSize = 3;
 constexpr std::size_t longestInteger = 20; // digits and sign of a 64-bit number
 constexpr std::size_t longestNumber = 320; // "%.2f" of the largest double
 
 constexpr double largestQuickNumber = 1e9; // its hundredths are exact to 1e-4, see formatQuickly
 constexpr double tieMargin = 1e-3;
+constexpr std::size_t quickNumberSize = 14; // "-1000000000.00"
 
 void setSplit(PerfSplit &split, std::string_view first, std::string_view second) {
     std::memcpy(split[0], first.data(), first.size() + 1);
@@ -33,19 +35,19 @@ bool forbiddenInValues(char character) {
 
 // Most values are small and lie clearly between two roundings: their hundredths are an integer that is quickly written.
 // Gives false for the others (large, or so near to half a hundredth that the product's own rounding could decide).
-bool formatQuickly(double value, char *&out, char *end) {
+bool formatQuickly(double value, char *&out) {
     const double magnitude = std::fabs(value);
     if (!(magnitude < largestQuickNumber))
         return false;
     const double hundredths = magnitude * 100.0;
-    const auto whole = static_cast<unsigned long long>(hundredths);
+    const auto whole = static_cast<long long>(hundredths);
     const double rest = hundredths - static_cast<double>(whole);
     if (std::fabs(rest - 0.5) < tieMargin)
         return false;
-    const unsigned long long rounded = rest > 0.5 ? whole + 1 : whole;
+    const long long rounded = rest > 0.5 ? whole + 1 : whole;
     if (std::signbit(value))
         *out++ = '-';
-    out = std::to_chars(out, end, rounded / 100).ptr;
+    out = std::to_chars(out, out + quickNumberSize, static_cast<unsigned>(rounded / 100)).ptr;
     *out++ = '.';
     *out++ = static_cast<char>('0' + rounded / 10 % 10);
     *out++ = static_cast<char>('0' + rounded % 10);
@@ -122,12 +124,29 @@ bool CPerfText::makeRoom(std::size_t length) {
     return !m_incomplete;
 }
 
+// The place behind the text when an integer or a quick number is sure to fit there; null otherwise.
+char *CPerfText::placeForNumber() const {
+    const bool fits = !m_incomplete && m_length + longestInteger < capacity();
+    return fits ? m_buffer + m_length : nullptr;
+}
+
+void CPerfText::endAt(char *end) {
+    *end = '\0';
+    m_length = static_cast<std::size_t>(end - m_buffer);
+}
+
+void CPerfText::appendSeparator(std::string_view separator) {
+    if (!makeRoom(separatorSize))
+        return;
+    std::memcpy(m_buffer + m_length, separator.data(), separatorSize);
+    endAt(m_buffer + m_length + separatorSize);
+}
+
 void CPerfText::append(std::string_view text) {
     if (!makeRoom(text.size()))
         return;
     std::memcpy(m_buffer + m_length, text.data(), text.size());
-    m_length += text.size();
-    m_buffer[m_length] = '\0';
+    endAt(m_buffer + m_length + text.size());
 }
 
 void CPerfText::appendNeutralised(std::string_view text) {
@@ -136,27 +155,22 @@ void CPerfText::appendNeutralised(std::string_view text) {
     char *out = m_buffer + m_length;
     for (const char character : text)
         *out++ = forbiddenInValues(character) ? ' ' : character;
-    m_length += text.size();
-    m_buffer[m_length] = '\0';
+    endAt(out);
 }
 
-void CPerfText::appendSigned(long long value) {
-    char digits[longestInteger];
-    const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
-    append({digits, static_cast<std::size_t>(end - digits)});
-}
-
-void CPerfText::appendUnsigned(unsigned long long value) {
+template<typename Integer> void CPerfText::appendInteger(Integer value) {
+    if (char *place = placeForNumber(); place != nullptr)
+        return endAt(std::to_chars(place, place + longestInteger, value).ptr);
     char digits[longestInteger];
     const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
     append({digits, static_cast<std::size_t>(end - digits)});
 }
 
 void CPerfText::appendNumber(double value) {
+    if (char *place = placeForNumber(); place != nullptr && formatQuickly(value, place))
+        return endAt(place);
     char digits[longestNumber];
-    char *end = digits;
-    if (!formatQuickly(value, end, digits + sizeof(digits)))
-        end = std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, 2).ptr;
+    const auto end = std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, 2).ptr;
     append({digits, static_cast<std::size_t>(end - digits)});
 }
 
@@ -167,33 +181,33 @@ void CPerfText::header(std::initializer_list<std::string_view> names) {
 
 void CPerfText::column(std::string_view name) {
     append(name);
-    append(COLUMN_SEPARATOR);
+    appendSeparator(COLUMN_SEPARATOR);
 }
 
 void CPerfText::beginRow(std::size_t room) {
     if (m_growth == Growth::Doubling)
         reserveRoom(room);
-    append(ROW_SEPARATOR);
+    appendSeparator(ROW_SEPARATOR);
 }
 
 void CPerfText::field(std::string_view value) {
     appendNeutralised(value);
-    append(COLUMN_SEPARATOR);
+    appendSeparator(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(int value) {
-    appendSigned(value);
-    append(COLUMN_SEPARATOR);
+    appendInteger(value);
+    appendSeparator(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(unsigned long long value) {
-    appendUnsigned(value);
-    append(COLUMN_SEPARATOR);
+    appendInteger(value);
+    appendSeparator(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(double value) {
     appendNumber(value);
-    append(COLUMN_SEPARATOR);
+    appendSeparator(COLUMN_SEPARATOR);
 }
 
 void CPerfText::numberedField(std::string_view prefix, int number) {
@@ -202,7 +216,7 @@ void CPerfText::numberedField(std::string_view prefix, int number) {
 }
 
 void CPerfText::endMarker() {
-    append(ROW_SEPARATOR);
+    appendSeparator(ROW_SEPARATOR);
     append(PERF_END_MARKER);
 }
 
@@ -213,8 +227,8 @@ void CPerfText::agentKey(const char *key) {
 void CPerfText::metric(std::string_view code, unsigned long long value) {
     const std::size_t start = m_length;
     tableMetric(code);
-    appendUnsigned(value);
-    append(FIELD_SEPARATOR);
+    appendInteger(value);
+    appendSeparator(FIELD_SEPARATOR);
     dropMetricThatDidNotFit(start);
 }
 
@@ -222,18 +236,18 @@ void CPerfText::metric(std::string_view code, double value) {
     const std::size_t start = m_length;
     tableMetric(code);
     appendNumber(value);
-    append(FIELD_SEPARATOR);
+    appendSeparator(FIELD_SEPARATOR);
     dropMetricThatDidNotFit(start);
 }
 
 void CPerfText::tableMetric(std::string_view code) {
-    append(METRIC_SEPARATOR);
+    appendSeparator(METRIC_SEPARATOR);
     keylessTableMetric(code);
 }
 
 void CPerfText::keylessTableMetric(std::string_view code) {
     append(code);
-    append(FIELD_SEPARATOR);
+    appendSeparator(FIELD_SEPARATOR);
 }
 
 void CPerfText::dropMetricThatDidNotFit(std::size_t metricStart) {

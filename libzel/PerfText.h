@@ -98,10 +98,12 @@ public:
 private:
     std::size_t capacity() const;
     bool makeRoom(std::size_t length);
+    char *placeForNumber() const;
+    void endAt(char *end);
     void append(std::string_view text);
+    void appendSeparator(std::string_view separator);
     void appendNeutralised(std::string_view text);
-    void appendSigned(long long value);
-    void appendUnsigned(unsigned long long value);
+    template<typename Integer> void appendInteger(Integer value);
     void appendNumber(double value);
     void dropMetricThatDidNotFit(std::size_t metricStart);
 
