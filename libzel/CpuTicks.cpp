@@ -1,7 +1,6 @@
 #include "CpuTicks.h"
 
 #include "NumberScan.h"
-#include "SSUtil.h"
 
 namespace zel {
 
@@ -10,7 +9,8 @@ namespace {
 // Sample: cpu0 44490 19 21045 1087069 220 1 3410 0 2 1
 // Reads the line whose name starts at `name`; returns the position behind its last number.
 const char *parseLine(const char *name, CpuLayout layout, CpuRow &row) {
-    const char *cursor = CSSUtil::fSkipToken(name);
+    const char *cursor = name;
+    skipWord(cursor);
     row[CPU_USER] = takeUnsigned(cursor);
     const unsigned long long nice = takeUnsigned(cursor);
     row[CPU_SYSTEM] = takeUnsigned(cursor);

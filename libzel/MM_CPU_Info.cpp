@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int statSize = 65536;
 constexpr int lastFourFieldMinor = 4;
 
 // Percentages of one row of the CPU table.
@@ -101,9 +100,8 @@ CMM_CPU_Info::~CMM_CPU_Info() {
 
 zel::CpuRow *CMM_CPU_Info::fMGetCpu() {
     m_nCpuZELCnt = 0;
-    clearResults();
     zel::CpuRow ticks[zel::CPU_ROWS];
-    const int rows = readTicks(ticks);
+    const int rows = startSample(ticks);
     if (rows == 0)
         return nullptr;
 
@@ -136,9 +134,8 @@ zel::CpuRow *CMM_CPU_Info::fMGetPushCpu() {
     m_nPushCpuCnt = 0;
     if (g_nCpuStrType != 1 || m_pRealTimeStrCpuZEL == nullptr)
         return nullptr;
-    clearResults();
     zel::CpuRow ticks[zel::CPU_ROWS];
-    const int rows = readTicks(ticks);
+    const int rows = startSample(ticks);
     if (rows == 0)
         return nullptr;
 
@@ -175,8 +172,16 @@ zel::CpuRow *CMM_CPU_Info::fMRulo6GatherCpu() {
     return m_nGatherCount > 1 ? m_pnCpus : nullptr;
 }
 
+// Clears the results, of which only the rows of the last sample are not zero, and reads the new counters.
+int CMM_CPU_Info::startSample(zel::CpuRow *ticks) {
+    std::memset(m_pnCPU, 0, sizeof(zel::CpuRow) * static_cast<std::size_t>(m_writtenRows));
+    m_nNCpu = 0;
+    m_writtenRows = readTicks(ticks);
+    return m_writtenRows;
+}
+
 int CMM_CPU_Info::readStat(char *text) {
-    const int length = CSSUtil::fFile2Buff("/proc/stat", text, statSize);
+    const int length = m_stat.read(text);
     if (length < 1)
         ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_CPU_Info", m_strLogMsg, "/proc/stat buff read failed");
     return length;
@@ -185,7 +190,7 @@ int CMM_CPU_Info::readStat(char *text) {
 // Reads and parses /proc/stat. Returns the rows, 0 on failure; the previous counters are not touched.
 int CMM_CPU_Info::readTicks(zel::CpuRow *ticks) {
     m_nLogicalCpuCnt = 0;
-    char text[statSize];
+    char text[zel::StatReader::BUFFER_SIZE];
     const int length = readStat(text);
     if (length < 1)
         return 0;
@@ -202,11 +207,6 @@ int CMM_CPU_Info::readTicks(zel::CpuRow *ticks) {
 void CMM_CPU_Info::rateProcessors(const zel::CpuRow *ticks, int rows) {
     for (int row = 1; row < rows; ++row)
         CSSUtil::fGetCpuPct(zel::CPU_COLUMNS, m_pnCPU[row], ticks[row], m_plOldCPU[row]);
-}
-
-void CMM_CPU_Info::clearResults() {
-    std::memset(m_pnCPU, 0, sizeof(m_pnCPU));
-    m_nNCpu = 0;
 }
 
 // --- Text ----------------------------------------------------------------------------------------------------------
@@ -255,7 +255,7 @@ unsigned long long *CMM_CPU_Info::fMGetCpuNext() {
 }
 
 double *CMM_CPU_Info::fMGetCpuInterrupt(double elapsed) {
-    char text[statSize];
+    char text[zel::StatReader::BUFFER_SIZE];
     const int length = readStat(text);
     unsigned long long total = 0;
     if (length < 1 || !parseInterruptTotal({text, static_cast<std::size_t>(length)}, total))

@@ -14,6 +14,7 @@
 #include "MM_INIT_Info.h"
 #include "PerfText.h"
 #include "SSUtil.h"
+#include "StatReader.h"
 
 #include <ctime>
 #include <string_view>
@@ -107,7 +108,7 @@ public:
     int m_nPushCpuCnt; // rows of the push text
 
 private:
-    void clearResults();
+    int startSample(zel::CpuRow *ticks);
     int readStat(char *text);
     int readTicks(zel::CpuRow *ticks);
     void rateProcessors(const zel::CpuRow *ticks, int rows);
@@ -116,4 +117,6 @@ private:
     bool idleIsPossible(float idle);
 
     unsigned long long m_gatheredTicks[zel::CPU_ROWS][zel::CPU_COLUMNS]; // ticks of the previous gathering
+    zel::StatReader m_stat;
+    int m_writtenRows = 0; // rows of m_pnCPU that are not all zero
 };

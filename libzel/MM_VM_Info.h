@@ -8,6 +8,7 @@
 
 #include "MM_INIT_Info.h"
 #include "SSUtil.h"
+#include "StatReader.h"
 
 #include <sys/time.h>
 
@@ -68,4 +69,7 @@ public:
     double m_dElapsedTime; // seconds between the last two push samples
     timeval m_stOldIoTime; // time of the previous push sample
     char m_strPushSplit[2][4];
+
+private:
+    zel::StatReader m_stat;
 };

@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr int statSize = 65536;
 constexpr int longestStat = 16 * 1024 * 1024;
 constexpr int vmstatSize = 8192;
 constexpr int loadAverageSize = 8192;
@@ -33,9 +32,9 @@ struct TextFree {
 // read again, into a larger one from the heap.
 class StatText {
 public:
-    bool read() {
-        m_length = CSSUtil::fFile2Buff("/proc/stat", m_buffer, statSize);
-        for (int size = statSize; m_length == size - 1 && !holdsSwitches() && size < longestStat;) {
+    bool read(zel::StatReader &reader) {
+        m_length = reader.read(m_buffer);
+        for (int size = sizeof(m_buffer); m_length == size - 1 && !holdsSwitches() && size < longestStat;) {
             size *= 2;
             m_large.reset(fgNewTextBuffer(size));
             if (m_large == nullptr)
@@ -55,7 +54,7 @@ private:
         return key != std::string_view::npos && view().find('\n', key) != std::string_view::npos;
     }
 
-    char m_buffer[statSize];
+    char m_buffer[zel::StatReader::BUFFER_SIZE];
     std::unique_ptr<char, TextFree> m_large;
     int m_length = 0;
 };
@@ -136,9 +135,23 @@ bool zel::parseProcessFaults(const char *text, unsigned long long &minorFaults, 
     return scanUnsigned(cursor, minorFaults) && skipNumber(cursor) && scanUnsigned(cursor, majorFaults);
 }
 
+// Sample: 0.00 0.01 0.05 1/123 4567
+bool zel::parseRunningTasks(const char *text, int &running) {
+    const char *cursor = text;
+    for (int average = 0; average < 3; ++average) {
+        if (!skipNumber(cursor) || *cursor++ != '.' || !skipNumber(cursor))
+            return false;
+    }
+    long long value = 0;
+    if (!scanSigned(cursor, value) || *cursor++ != '/' || !skipNumber(cursor))
+        return false;
+    running = static_cast<int>(value);
+    return true;
+}
+
 int CMM_VM_Info::fMGetStat(long *counters) {
     StatText stat;
-    if (!stat.read())
+    if (!stat.read(m_stat))
         return 0;
     long in = 0;
     long out = 0;
@@ -157,7 +170,7 @@ int CMM_VM_Info::fMGetStat(long *counters) {
 
 int CMM_VM_Info::fMGetStat_k2_6(long *counters) {
     StatText stat;
-    return stat.read() ? readNewLayout(stat.view(), counters) : 0;
+    return stat.read(m_stat) ? readNewLayout(stat.view(), counters) : 0;
 }
 
 int CMM_VM_Info::fMGetPageFault(long *counters) {
@@ -180,14 +193,12 @@ int CMM_VM_Info::fMGetPageFault(long *counters) {
     return 1;
 }
 
-// Sample: 0.00 0.01 0.05 1/123 4567
 int CMM_VM_Info::fMGetRunque(long *counters) {
     char text[loadAverageSize];
     if (CSSUtil::fFile2Buff("/proc/loadavg", text, loadAverageSize) < 1)
         return 0;
     int running = 0;
-    int tasks = 0;
-    if (std::sscanf(text, "%*d.%*d %*d.%*d %*d.%*d %d/%d %*d\n", &running, &tasks) < 2)
+    if (!zel::parseRunningTasks(text, running))
         return 0;
     counters[VM_RUN_QUEUE] = running < 1 ? 0 : running - 1;
     return 1;

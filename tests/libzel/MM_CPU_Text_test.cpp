@@ -188,6 +188,18 @@ TEST_F(CpuText, WithoutMemoryForTheTextTheSampleFails) {
     EXPECT_EQ(cpu.m_nCpuZELSize, 10240);
 }
 
+TEST_F(CpuText, SteadyStateAllocatesNothing) {
+    CMM_CPU_Info cpu;
+    sample(cpu, std::vector<StatLine>(513, StatLine{0, 0, 0, 0, 0}));
+    sample(cpu, std::vector<StatLine>(513, StatLine{20, 0, 10, 60, 10}));
+    m_host.write("proc/stat", statText(std::vector<StatLine>(513, StatLine{40, 0, 20, 120, 20})));
+
+    systemHooks().failAllocationAfter = 0;
+    EXPECT_NE(cpu.fMGetCpu(), nullptr);
+    EXPECT_NE(cpu.fMGetPushCpu(), nullptr);
+    EXPECT_EQ(systemHooks().failAllocationAfter, 0) << "an allocation was tried";
+}
+
 TEST_F(CpuText, NextSampleStartsAnEmptyText) {
     CMM_CPU_Info cpu;
     sample(cpu, {{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}});

@@ -464,6 +464,16 @@ TEST_F(MemoryPush, ReadingThatMakesNoSenseLeavesTheTextAsItWas) {
     }
 }
 
+TEST_F(MemoryPush, ReadingAllocatesNothing) {
+    CMM_MEM_Info memory;
+    m_host.write("proc/meminfo", without(plainMeminfo, "MemAvailable:"));
+    m_host.write("proc/sys/vm/min_free_kbytes", "4096\n");
+
+    systemHooks().failAllocationAfter = 0;
+    EXPECT_EQ(memory.fPushGatherMem(), 1);
+    EXPECT_EQ(systemHooks().failAllocationAfter, 0) << "an allocation was tried";
+}
+
 TEST_F(MemoryPush, NeverExceedsItsBuffer) {
     const std::string largest = "18446744073709551615";
     std::string longKey(400, 'k');

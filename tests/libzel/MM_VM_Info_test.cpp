@@ -397,6 +397,15 @@ TEST_F(VmPush, FailedSampleLeavesTheTextAsItWas) {
     EXPECT_EQ(vm.m_pStrRealTimePageZEL, text);
 }
 
+TEST_F(VmPush, SteadyStateAllocatesNothing) {
+    CMM_VM_Info vm;
+    push(vm, {}, 1);
+
+    systemHooks().failAllocationAfter = 0;
+    EXPECT_NE(push(vm, {0, 0, 0, 0, 5, 0, 0}, 1), nullptr);
+    EXPECT_EQ(systemHooks().failAllocationAfter, 0) << "an allocation was tried";
+}
+
 TEST_F(VmPush, NeverExceedsItsBuffer) {
     std::string longKey(500, 'k');
     g_ptrAgentKey = longKey.data();

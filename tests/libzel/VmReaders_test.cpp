@@ -77,4 +77,45 @@ TEST(ProcessFaults, AgreeWithTheScanFormatOnMutatedLines) {
     EXPECT_LT(accepted, 29000);
 }
 
+TEST(RunningTasks, StandBehindTheThreeAverages) {
+    int running = 0;
+
+    EXPECT_TRUE(zel::parseRunningTasks("12.34 5.67 0.89 3/456 7890\n", running));
+    EXPECT_EQ(running, 3);
+    EXPECT_TRUE(zel::parseRunningTasks("0.00 0.01 0.05 1/123", running));
+    EXPECT_EQ(running, 1);
+    EXPECT_FALSE(zel::parseRunningTasks("0.00 0.01 0.05 1/", running));
+    EXPECT_FALSE(zel::parseRunningTasks("0.00 0.01 1/123 4567", running));
+    EXPECT_FALSE(zel::parseRunningTasks("", running));
+}
+
+TEST(RunningTasks, AgreeWithTheScanFormatOnMutatedLines) {
+    std::mt19937 random(87);
+    const std::string alphabet = "0123456789 .-+/\n\tx9";
+    int accepted = 0;
+    for (int round = 0; round < 30000; ++round) {
+        std::string line = "0.52 0.31 0.10 3/140 4567\n";
+        for (auto changes = random() % 4; changes > 0; --changes) {
+            const std::size_t position = random() % line.size();
+            if (random() % 2 == 0)
+                line.insert(position, random() % 20, alphabet[random() % alphabet.size()]);
+            else
+                line[position] = alphabet[random() % alphabet.size()];
+        }
+        int expectedRunning = 0;
+        int tasks = 0;
+        const bool expected =
+            std::sscanf(line.c_str(), "%*d.%*d %*d.%*d %*d.%*d %d/%d %*d\n", &expectedRunning, &tasks) >= 2;
+        int running = 0;
+
+        ASSERT_EQ(zel::parseRunningTasks(line.c_str(), running), expected) << line;
+        if (!expected)
+            continue;
+        ++accepted;
+        ASSERT_EQ(running, expectedRunning) << line;
+    }
+    EXPECT_GT(accepted, 5000);
+    EXPECT_LT(accepted, 29000);
+}
+
 } // namespace
