@@ -15,3 +15,7 @@ bool safeCharacter(char c) {
 bool zel::shellSafe(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), safeCharacter);
 }
+
+bool zel::shellSafePath(std::string_view path) {
+    return !path.empty() && std::all_of(path.begin(), path.end(), [](char c) { return c == '/' || safeCharacter(c); });
+}

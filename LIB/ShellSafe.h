@@ -9,4 +9,7 @@ namespace zel {
 /// locale. Names that fail it are refused by their collector: they never reach a shell.
 bool shellSafe(std::string_view text);
 
+/// True when `path` is not empty and every name between its "/" characters is either empty or shellSafe.
+bool shellSafePath(std::string_view path);
+
 } // namespace zel

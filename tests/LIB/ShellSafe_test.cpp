@@ -24,4 +24,11 @@ TEST(ShellSafe, DecidesEveryByteByTheList) {
     }
 }
 
+TEST(ShellSafe, PathIsMadeOfSafeNames) {
+    for (const char *path : {"/", "./", "../aproc/shell/x_1.dat", "/home/agent/", "a//b", "name"})
+        EXPECT_TRUE(zel::shellSafePath(path)) << path;
+    for (const char *path : {"", "/home/my agent/", "a;b", "/x/$HOME", "a\nb", "/tmp/`id`", "a\\b"})
+        EXPECT_FALSE(zel::shellSafePath(path)) << path;
+}
+
 } // namespace
