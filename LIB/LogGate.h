@@ -9,7 +9,8 @@
 // changed while other threads log.
 #pragma once
 
-#include <atomic>
+#include "SharedValue.h"
+
 #include <cstdio>
 
 class CVornLog;
@@ -28,6 +29,8 @@ inline constexpr int LOG_LEVEL_NORMAL = 2;
 inline constexpr int LOG_LEVEL_ERROR = 3;
 
 inline constexpr int LOG_MODULE_UNI = 16;
+inline constexpr int LOG_MODULE_TCP = 32;
+inline constexpr int LOG_MODULE_EVU = 64;
 inline constexpr int LOG_MODULE_LAB = 128;
 
 inline constexpr int LOG_DETAIL_UNI = 0x1;    // runtime: watchdog, allocation, scheduler requests
@@ -36,9 +39,8 @@ inline constexpr int LOG_DETAIL_LAB6 = 128;   // interface traffic and bandwidth
 inline constexpr int LOG_DETAIL_LAB14 = 4096; // collectors in general
 
 inline bool logBitsOpen(int &moduleWord, int &detailWord, int module, int detail) {
-    return (std::atomic_ref<int>(moduleWord).load(std::memory_order_relaxed) & module) != 0 &&
-           (std::atomic_ref<int>(detailWord).load(std::memory_order_relaxed) & detail) != 0 &&
-           std::atomic_ref<CVornLog *>(g_pclVornLog).load(std::memory_order_acquire) != nullptr;
+    return (readShared(moduleWord) & module) != 0 && (readShared(detailWord) & detail) != 0 &&
+           readShared(g_pclVornLog) != nullptr;
 }
 
 inline bool errorLogOpen(int module = LOG_MODULE_LAB, int detail = LOG_DETAIL_LAB14) {
@@ -55,11 +57,14 @@ inline bool debugLogOpen(int module = LOG_MODULE_LAB, int detail = LOG_DETAIL_LA
 
 /// For the few messages that have no gate beyond an installed logger.
 inline bool loggerInstalled() {
-    return std::atomic_ref<CVornLog *>(g_pclVornLog).load(std::memory_order_acquire) != nullptr;
+    return readShared(g_pclVornLog) != nullptr;
 }
 
-/// Hands a finished message to the installed logger.
+/// Hands a finished message to the installed logger. Safe against a logger that is being replaced or destroyed.
 void writeLog(int level, int line, const char *sourceName, const char *message);
+
+/// For a logger that goes: uninstalls it if it is the installed one, and returns when no thread is inside it any more.
+void withdrawLogger(CVornLog *logger);
 
 } // namespace zel
 

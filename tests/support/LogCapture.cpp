@@ -14,6 +14,8 @@ void setGates(int module, int detail) {
 LogCapture::LogCapture() : LogCapture(-1, -1) {}
 
 LogCapture::LogCapture(int module, int detail) : m_log(2, "test", 2) {
+    m_log.fSetLogPath((m_directory.path().string() + "/").c_str());
+    m_log.fSetLogSize(1024, 1);
     setGates(module, detail);
     g_nPrint = 1;
     g_pclVornLog = &m_log;

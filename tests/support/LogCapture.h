@@ -1,7 +1,9 @@
 // Installs a logger and collects what is logged while it lives. All gates are open, or only those that the test names.
+// Its log file stands in a directory of its own and never fills, so that no outside command is started on its behalf.
 #pragma once
 
 #include "StreamCapture.h"
+#include "TempDirectory.h"
 #include "VornLog.h"
 
 #include <string>
@@ -23,5 +25,6 @@ public:
 
 private:
     StreamCapture m_streams;
+    TempDirectory m_directory;
     CVornLog m_log;
 };
