@@ -143,7 +143,7 @@ void CVornLog::fDateChangeChk() {
         fLogCompress();
     m_nLogCnt = 0;
     fLogNameChange(1);
-    std::snprintf(m_strCurrentDate, sizeof(m_strCurrentDate), "%s", today);
+    std::snprintf(m_strCurrentDate, sizeof(m_strCurrentDate), "%.9s", today);
     fOpenLogFile();
 }
 

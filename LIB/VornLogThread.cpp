@@ -42,9 +42,7 @@ IdleQueues &idleQueues() {
 }
 
 template<std::size_t Size> void copyText(char (&to)[Size], const char *from) {
-    const std::size_t length = from == nullptr ? 0 : strnlen(from, Size - 1);
-    std::memcpy(to, from, length);
-    to[length] = '\0';
+    std::snprintf(to, Size, "%s", from == nullptr ? "" : from);
 }
 
 // The level is not queued: every message is written as information.

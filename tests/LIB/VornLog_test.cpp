@@ -262,6 +262,8 @@ TEST(LoggerMutex, IsHeldDuringAWrite) {
 
 TEST(LoggerMutex, IsLeftAloneWithoutTheCheck) {
     const ScratchHome home;
+    CVornLog other(2, "other", 2);
+    other.fSetThreadChk(1); // keeps the mutex ready
     CVornLog log(2, "app", 2);
     pthread_mutex_lock(&l_gstLogMutexLock);
     log.fLogWrite(3, "unit", "message"); // would wait for ever
