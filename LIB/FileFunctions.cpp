@@ -15,20 +15,9 @@ constexpr mode_t directoryMode = 0770;
 constexpr mode_t emptyFileMode = 0444;
 constexpr mode_t permissionBits = 0777;
 
-// A signal, such as the watchdog's, interrupts a call without failing it.
-ssize_t readPiece(int file, char *piece) {
-    ssize_t count = 0;
-    do
-        count = read(file, piece, pieceSize);
-    while (count < 0 && errno == EINTR);
-    return count;
-}
-
 bool writePiece(int file, const char *piece, std::size_t length) {
     while (length > 0) {
         const ssize_t count = write(file, piece, length);
-        if (count < 0 && errno == EINTR)
-            continue;
         if (count < 0)
             return false;
         piece += count;
@@ -42,7 +31,7 @@ bool copyExactly(int source, int target, off_t size) {
     char piece[pieceSize];
     off_t copied = 0;
     while (copied <= size) {
-        const ssize_t count = readPiece(source, piece);
+        const ssize_t count = read(source, piece, pieceSize);
         if (count == 0)
             return copied == size;
         if (count < 0 || !writePiece(target, piece, static_cast<std::size_t>(count)))
@@ -123,11 +112,10 @@ int fgMakeDirectory(const char *path) {
 }
 
 int fgFileMove(const char *from, const char *to) {
+    // Without blocking, should the name be one of a pipe.
+    const zel::ScopedDescriptor source(open(from, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
-    if (stat(from, &status) != 0 || !S_ISREG(status.st_mode) || sameFile(to, status))
-        return 0;
-    const zel::ScopedDescriptor source(open(from, O_RDONLY | O_CLOEXEC));
-    if (!source.valid())
+    if (!source.valid() || fstat(source.get(), &status) != 0 || !S_ISREG(status.st_mode) || sameFile(to, status))
         return 0;
     zel::ScopedDescriptor target(open(to, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, status.st_mode & permissionBits));
     if (!target.valid())

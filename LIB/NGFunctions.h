@@ -47,7 +47,7 @@ extern int g_nBlockChkSec;
 extern char g_strDebugDetail[256];
 
 /// The watchdog, to be started as a thread. `arg` points to an int, the block time-out in seconds, and is read once at
-/// the start. SIGALRM is blocked in the thread, so that the signal reaches the watched one. Returns null.
+/// the start. Every signal is blocked in the thread, so that SIGALRM reaches the watched one. Returns null.
 void *fgAlarmTh(void *arg);
 
 /// An empty handler, to be installed for SIGALRM so that the signal only interrupts blocking calls.

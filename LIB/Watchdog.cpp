@@ -51,6 +51,12 @@ void logSignal(const char *moment, int timeOut) {
             "signal alarm %s[pid:%d] time out[%d sec](DEBUG NO : %d)", moment, load(g_nSignalPid), timeOut, 0);
 }
 
+// The pid is the embedding program's to set, at any time: one below 1 would signal whole groups of processes.
+void sendAlarm() {
+    const int pid = load(g_nSignalPid);
+    kill(pid < 1 ? getpid() : pid, SIGALRM);
+}
+
 void checkAlarm(zel::WatchdogCounters &counters) {
     const int alarmSeconds = load(g_nAlarmSec);
     if (alarmSeconds < 1) {
@@ -59,7 +65,7 @@ void checkAlarm(zel::WatchdogCounters &counters) {
     }
     if (counters.armedPasses == alarmSeconds) {
         logSignal("sending-alarm", alarmSeconds);
-        kill(load(g_nSignalPid), SIGALRM);
+        sendAlarm();
         store(g_nAlarmSec, 0);
         logSignal("send-alarm", 0);
     }
@@ -71,16 +77,16 @@ void checkBlock() {
     if (load(g_nBlockChkFlag) != 1 || timeOut < 1 || secondsBetween(load(g_nBlockChkSec), nowInSeconds()) <= timeOut)
         return;
     logSignal("sending-block", timeOut);
-    kill(load(g_nSignalPid), SIGALRM);
+    sendAlarm();
     store(g_nBlockChkSec, nowInSeconds());
     logSignal("send-block", timeOut);
 }
 
-void blockAlarmSignal() {
-    sigset_t alarm;
-    sigemptyset(&alarm);
-    sigaddset(&alarm, SIGALRM);
-    pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
+// SIGALRM is for the watched thread, and any other signal would cut a pass short.
+void blockSignals() {
+    sigset_t every;
+    sigfillset(&every);
+    pthread_sigmask(SIG_BLOCK, &every, nullptr);
 }
 
 } // namespace
@@ -103,7 +109,7 @@ void zel::watchdogPass(WatchdogCounters &counters) {
 }
 
 void *fgAlarmTh(void *arg) {
-    blockAlarmSignal();
+    blockSignals();
     zel::watchdogStart(arg != nullptr ? *static_cast<const int *>(arg) : 0);
     zel::WatchdogCounters counters;
     for (;;) {

@@ -6,6 +6,7 @@
 
 #include <bit>
 #include <cctype>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <unistd.h>
@@ -15,6 +16,7 @@ char CSSUtil::m_strNumData[128];
 namespace {
 
 constexpr int kilobyteShift = 10;
+constexpr int firstYear = 1900; // of the broken-down time
 
 // Below both, share * 1000 + total / 2 stays below 2^32: 2^22 * 1000 + 2^26 = 4261412864.
 constexpr unsigned long long narrowShare = 1ULL << 22;
@@ -24,7 +26,7 @@ int log2Floor(unsigned long value) {
     return static_cast<int>(std::bit_width(value)) - 1;
 }
 
-// Sizes up to `megabyteLimit` are megabytes, then gigabytes below the step, then terabytes.
+// Below the step megabytes, then gigabytes, then terabytes.
 void formatMegabytes(char *text, std::size_t size, float megabytes, float step) {
     if (megabytes == 0.0F) {
         std::snprintf(text, size, "%d M", 0);
@@ -214,9 +216,9 @@ char *CSSUtil::fFormatTime(unsigned long seconds) {
 char *CSSUtil::fGetLocalTime(std::time_t time) {
     std::tm local{};
     m_strStime[0] = '\0';
-    if (localtime_r(&time, &local) == nullptr)
+    if (localtime_r(&time, &local) == nullptr || local.tm_year > INT_MAX - firstYear)
         return m_strStime;
-    std::snprintf(m_strStime, sizeof(m_strStime), "%-4d-%.2d-%.2d %.2d:%.2d:%.2d", local.tm_year + 1900,
+    std::snprintf(m_strStime, sizeof(m_strStime), "%-4d-%.2d-%.2d %.2d:%.2d:%.2d", local.tm_year + firstYear,
                   local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
     return m_strStime;
 }

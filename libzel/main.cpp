@@ -103,14 +103,15 @@ void publishAgentKey() {
         std::strcpy(g_ptrAgentKey, "agent_key");
 }
 
-void takeHostRoot() {
+// False when the root does not fit: a cut one would be another directory.
+bool takeHostRoot() {
     const char *root = std::getenv("ZEL_HOST_ROOT");
-    if (root != nullptr)
-        std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s", root);
+    if (root == nullptr)
+        return true;
+    return std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s", root) < static_cast<int>(sizeof(g_strHostRoot));
 }
 
 void setDefaults() {
-    takeHostRoot();
     g_nNfsStatusCheckFlag = 0;
     g_nDiskMaxGatherCnt = 50;
     g_nInterfaceStrType = 1;
@@ -178,9 +179,9 @@ struct Collectors {
     }
 };
 
-// Keeps the two objects that outlive the run reachable.
-CMM_HBA_Info *portsLeftAlive;
-CMM_GPU_Info *gpuLeftAlive;
+// Keep the two objects that outlive the run reachable; nothing reads them.
+[[gnu::used]] CMM_HBA_Info *portsLeftAlive;
+[[gnu::used]] CMM_GPU_Info *gpuLeftAlive;
 
 bool reportLoadAverage(CMM_LA_Info &loadAverage) {
     if (loadAverage.fMGetLoadAvg() == nullptr)
@@ -263,7 +264,7 @@ int test_lib(int option, int cycle, int count) {
     gpuLeftAlive = collectors.gpu;
 
     // Unsigned, so that a run of years wraps instead of overflowing.
-    for (unsigned done = 0; count == 0 || done != static_cast<unsigned>(count);) {
+    for (unsigned done = 0; count < 1 || done != static_cast<unsigned>(count);) {
         ++done;
         std::fprintf(stderr, "////////////////[ %d ]/////////////////// \n", static_cast<int>(done));
         const bool complete = runCycle(collectors, option, cycle);
@@ -283,6 +284,10 @@ void prog_exit(const char *message) {
 
 int main(int argc, char **argv) {
     setDefaults();
+    if (!takeHostRoot()) {
+        std::fprintf(stderr, "ZEL_HOST_ROOT is longer than %zu characters\n", sizeof(g_strHostRoot) - 1);
+        return 1;
+    }
     if (argc < 2) {
         std::fputs(usageText, stderr);
         return 0;

@@ -104,6 +104,65 @@ TEST_F(Watchdog, BlockTimeOutBelowOneIsZero) {
     EXPECT_EQ(g_nBlockTimeOut, 1);
 }
 
+TEST_F(Watchdog, LogsThenSignalsThenDisarmsThenLogs) {
+    LogRecorder log;
+    const OpenGate gate(g_nLogModERROR, 16, g_nLoggingERROR2, 1);
+    std::vector<std::string> events;
+    const auto note = [&events](const std::string &event) {
+        events.push_back(event + ", armed " + std::to_string(g_nAlarmSec));
+    };
+    systemHooks().writeLog = [&note](int, int, const char *, const char *message) {
+        note(std::string(message).substr(0, std::string(message).find('[')));
+    };
+    systemHooks().kill = [&note](pid_t, int) {
+        note("signal");
+        return 0;
+    };
+    start(0);
+    g_nAlarmSec = 1;
+
+    pass(2);
+
+    EXPECT_THAT(events, testing::ElementsAre("signal alarm sending-alarm, armed 1", "signal, armed 1",
+                                             "signal alarm send-alarm, armed 0"));
+}
+
+TEST_F(Watchdog, BlockCheckRefreshesTheHeartbeatBehindTheSignal) {
+    LogRecorder log;
+    const OpenGate gate(g_nLogModERROR, 16, g_nLoggingERROR2, 1);
+    std::vector<int> heartbeats;
+    systemHooks().writeLog = [&heartbeats](int, int, const char *, const char *) {
+        heartbeats.push_back(g_nBlockChkSec);
+    };
+    systemHooks().kill = [&heartbeats](pid_t, int) {
+        heartbeats.push_back(g_nBlockChkSec);
+        return 0;
+    };
+    start(5);
+    g_nBlockChkFlag = 1;
+
+    pass(11);
+
+    EXPECT_THAT(heartbeats, testing::ElementsAre(startTime, startTime, startTime + 11));
+}
+
+TEST_F(Watchdog, ProcessGroupIsNeverSignalled) {
+    std::vector<pid_t> signalled;
+    systemHooks().kill = [&signalled](pid_t pid, int) {
+        signalled.push_back(pid);
+        return 0;
+    };
+    start(0);
+    for (const int pid : {0, -1}) {
+        g_nSignalPid = pid;
+        g_nAlarmSec = 0;
+        pass(1);
+        g_nAlarmSec = 1;
+        pass(2);
+    }
+    EXPECT_THAT(signalled, testing::ElementsAre(getpid(), getpid()));
+}
+
 TEST_F(Watchdog, AlarmFiresAfterItsSecondsAndDisarmsItself) {
     start(0);
     pass(2);

@@ -50,6 +50,7 @@ TEST(LoadAverage, ShortEmptyBinaryAndMissingFilesFailAndKeepTheValues) {
     ASSERT_NE(sample(host, collector, "1.00 2.00 3.00 1/2 3\n"), nullptr);
 
     EXPECT_EQ(sample(host, collector, "0.10 0.20\n"), nullptr);
+    EXPECT_EQ(sample(host, collector, "0.10 0.20 0.\n"), nullptr) << "five fields";
     EXPECT_EQ(sample(host, collector, ""), nullptr);
     EXPECT_EQ(sample(host, collector, "\x01\xff\x80garbage"), nullptr);
     EXPECT_EQ(sample(host, collector, std::string(100000, '7').c_str()), nullptr);

@@ -4,7 +4,9 @@
 #include "TempDirectory.h"
 
 #include <climits>
+#include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <random>
@@ -81,10 +83,10 @@ TEST(FileToBuffer, ReadsBelowTheHostRoot) {
     EXPECT_STREQ(buffer, "fixture");
 }
 
-// A pipe hands out what is in it, as the kernel hands out files of many records: a piece at a time.
+// A pipe of packets hands out one for each read, as the kernel hands out files of many records: a piece at a time.
 class PipeFile {
 public:
-    PipeFile() { EXPECT_EQ(pipe(m_ends), 0); }
+    PipeFile() { EXPECT_EQ(pipe2(m_ends, O_DIRECT), 0); }
     ~PipeFile() {
         close(m_ends[0]);
         closeWriter();
@@ -111,10 +113,34 @@ TEST(FileToBuffer, FileOfOneRecordCostsOneRead) {
 
 TEST(FileToBuffer, PageSizedResultIsReadOnToTheEnd) {
     PipeFile file;
-    file.put(std::string(CSSUtil::KERNEL_PAGE_RESULT, 'a'));
+    for (const int piece : {CSSUtil::KERNEL_PAGE_RESULT, 10, 3000})
+        file.put(std::string(static_cast<std::size_t>(piece), 'a'));
     file.closeWriter();
     char buffer[8192];
-    EXPECT_EQ(CSSUtil::fFile2Buff(file.path().c_str(), buffer, sizeof(buffer)), CSSUtil::KERNEL_PAGE_RESULT);
+    EXPECT_EQ(CSSUtil::fFile2Buff(file.path().c_str(), buffer, sizeof(buffer)),
+              CSSUtil::KERNEL_PAGE_RESULT + 10 + 3000);
+}
+
+TEST(FileToBuffer, ReadingOnStopsAtTheSize) {
+    PipeFile file;
+    file.put(std::string(CSSUtil::KERNEL_PAGE_RESULT, 'a'));
+    file.put(std::string(CSSUtil::KERNEL_PAGE_RESULT, 'b'));
+    char buffer[CSSUtil::KERNEL_PAGE_RESULT + 101];
+    // The writer is still open: a read beyond the size would wait for ever.
+    EXPECT_EQ(CSSUtil::fFile2Buff(file.path().c_str(), buffer, sizeof(buffer)), CSSUtil::KERNEL_PAGE_RESULT + 100);
+}
+
+TEST(FileToBuffer, SignalEndsAReadThatWaits) {
+    PipeFile file;
+    struct sigaction action {
+    }, previous{};
+    action.sa_handler = [](int) {};
+    ASSERT_EQ(sigaction(SIGALRM, &action, &previous), 0);
+    const itimerval soon{{}, {0, 50000}};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    char buffer[16];
+    EXPECT_EQ(CSSUtil::fFile2Buff(file.path().c_str(), buffer, sizeof(buffer)), 0);
+    sigaction(SIGALRM, &previous, nullptr);
 }
 
 TEST(FileToBuffer, KernelFileLongerThanAPageIsRead) {
@@ -129,8 +155,9 @@ TEST(BufferToLine, WalksLinesAndReportsLengthPlusOne) {
     char text[] = "one\nfour\nlast";
     char *cursor = text;
     char line[16];
+    std::memset(line, 'x', sizeof(line));
     EXPECT_EQ(CSSUtil::fBuff2Line(&cursor, line, sizeof(line)), 4);
-    EXPECT_STREQ(line, "one");
+    EXPECT_EQ(std::string(line, sizeof(line)), "one" + std::string(13, '\0'));
     EXPECT_EQ(CSSUtil::fBuff2Line(&cursor, line, sizeof(line)), 5);
     EXPECT_STREQ(line, "four");
     EXPECT_EQ(CSSUtil::fBuff2Line(&cursor, line, sizeof(line)), 5);
@@ -184,6 +211,8 @@ TEST(Skipping, BlanksAndTokens) {
     EXPECT_STREQ(CSSUtil::fSkipWs(text), "two words");
     EXPECT_STREQ(CSSUtil::fSkipToken(text), " words");
     EXPECT_STREQ(CSSUtil::fSkipToken(" words"), "");
+    EXPECT_STREQ(CSSUtil::fSkipToken("\v\f\rkey\tvalue"), "\tvalue");
+    EXPECT_STREQ(CSSUtil::fSkipToken("key\nvalue"), "\nvalue");
     EXPECT_STREQ(CSSUtil::fSkipToken(""), "");
     EXPECT_STREQ(CSSUtil::fSkipToken("   "), "");
     EXPECT_STREQ(CSSUtil::fSkipWs("\xE4x"), "\xE4x");
@@ -261,8 +290,18 @@ TEST(SignedCpuShares, NegativeDeltaIsReducedToItsLowThirtyTwoBits) {
     int shares[2] = {};
     EXPECT_EQ(CSSUtil::fGetCpuPct(2, shares, current, previous, deltas), 400);
     EXPECT_EQ(deltas[0], 100);
+    EXPECT_EQ(previous[0], 100);
+    EXPECT_EQ(previous[1], 300);
     EXPECT_EQ(shares[0], 250);
     EXPECT_EQ(shares[1], 750);
+}
+
+TEST(SignedCpuShares, PositiveDeltaKeepsAllItsBits) {
+    long current[1] = {(1L << 40) + 1}, previous[1] = {0}, deltas[1] = {};
+    int shares[1] = {};
+    CSSUtil::fGetCpuPct(1, shares, current, previous, deltas);
+    EXPECT_EQ(deltas[0], (1L << 40) + 1);
+    EXPECT_EQ(shares[0], 1000);
 }
 
 TEST(SignedCpuShares, DivisionIsSigned) {
@@ -331,6 +370,7 @@ TEST(Units, PageShiftBelowOneShiftsRight) {
 TEST(Units, BlocksByTheirSize) {
     CSSUtil util;
     EXPECT_EQ(util.fBlock2k(10, 4096), 40);
+    EXPECT_EQ(util.fBlock2k(10, 2048), 20);
     EXPECT_EQ(util.fBlock2k(10, 1024), 10);
     EXPECT_EQ(util.fBlock2k(10, 512), 5);
 }
@@ -380,6 +420,7 @@ TEST(LocalTime, YearBelowAThousandIsPaddedOnTheRight) {
 TEST(LocalTime, TimeWithoutLocalFormIsEmpty) {
     CSSUtil util;
     EXPECT_STREQ(util.fGetLocalTime(LONG_MAX), "");
+    EXPECT_STREQ(util.fGetLocalTime(67768036191676799L), ""); // the last year that the system breaks down
 }
 
 // --- Sizes -----------------------------------------------------------------------------------------------------------
@@ -412,6 +453,7 @@ TEST(MbyteTo1000Form, UnitsAndThresholds) {
     EXPECT_STREQ(util.fMbyteTo1000Form(1000), "1.0 G");
     EXPECT_STREQ(util.fMbyteTo1000Form(999000), "999.0 G");
     EXPECT_STREQ(util.fMbyteTo1000Form(1000000), "1.0 T");
+    EXPECT_STREQ(util.fMbyteTo1000Form(2500000000.0F), "2500.0 T");
 }
 
 TEST(MbyteTo1000FormInt, WholeUnits) {
