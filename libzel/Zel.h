@@ -1,6 +1,7 @@
 // The umbrella header: everything that an embedding program uses.
 #pragma once
 
+#include "BandwidthList.h"
 #include "CheckNfs.h"
 #include "ConsoleReport.h"
 #include "Disk_Info.h"
@@ -22,6 +23,7 @@
 #include "NGFunctions.h"
 #include "NIC_Info.h"
 #include "NStringLib.h"
+#include "NetworkExtList.h"
 #include "ObjectBuffer.h"
 #include "ObjectList.h"
 #include "Pci_Info.h"
@@ -31,3 +33,5 @@
 #include "SSUtil.h"
 #include "Settings.h"
 #include "VornLog.h"
+#include "network.h"
+#include "push_network.h"

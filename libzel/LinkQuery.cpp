@@ -1,0 +1,24 @@
+#include "LinkQuery.h"
+
+#include <cstring>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+namespace zel {
+
+int LinkQuery::alive(const char *name) {
+    ifreq request{};
+    const std::size_t length = std::strlen(name);
+    if (length >= sizeof(request.ifr_name))
+        return 1;
+    std::memcpy(request.ifr_name, name, length);
+
+    if (!m_socket)
+        m_socket.emplace(socket(AF_INET, SOCK_DGRAM, 0));
+    if (!m_socket->valid() || ioctl(m_socket->get(), SIOCGIFFLAGS, &request) < 0)
+        return 1;
+    return (request.ifr_flags & IFF_UP) != 0 ? 1 : 0;
+}
+
+} // namespace zel
