@@ -1,5 +1,5 @@
-// Scanners for the numbers in kernel files: what strtoull, strtoll and the scanf conversions "%llu", "%d" and "%s" give
-// in base 10, without their cost. A cursor runs over terminated text and never passes its terminator.
+// Scanners for the numbers in kernel files: what strtoull, strtoll and the scanf conversions "%llu", "%d", "%LX" and
+// "%s" give, without their cost. A cursor runs over terminated text and never passes its terminator.
 #pragma once
 
 #include <cstddef>
@@ -18,38 +18,44 @@ inline const char *skipBlanks(const char *cursor) {
     return cursor;
 }
 
-/// The digit at `text`; above 9 when there is none.
-inline unsigned digitAt(const char *text) {
-    return static_cast<unsigned char>(*text) - static_cast<unsigned>('0');
-}
-
 struct ScannedNumber {
     unsigned long long magnitude; // all ones when it does not fit
     bool negative;
     bool overflow;
 };
 
-/// The number of the digits at `text`; moves it behind them.
-inline unsigned long long scanDigits(const char *&text, bool &overflow) {
-    constexpr unsigned long long largest = std::numeric_limits<unsigned long long>::max();
-    constexpr std::ptrdiff_t alwaysFits = std::numeric_limits<unsigned long long>::digits10;
-    const char *start = text;
-    unsigned long long value = 0;
-    for (unsigned digit = 0; (digit = digitAt(text)) <= 9; ++text)
-        value = value * 10 + digit;
-    if (text - start <= alwaysFits)
-        return value;
+/// The value of a digit; `base` or more for any other character.
+template<unsigned base> unsigned digitValue(char character) {
+    const unsigned decimal = static_cast<unsigned char>(character) - static_cast<unsigned>('0');
+    if (base == 10 || decimal <= 9)
+        return decimal;
+    const unsigned letter = (static_cast<unsigned char>(character) | 0x20U) - static_cast<unsigned>('a');
+    return letter <= 5 ? letter + 10 : base;
+}
 
-    value = 0;
-    for (const char *position = start; position != text; ++position) {
-        const unsigned digit = digitAt(position);
-        if (value > largest / 10 || (value == largest / 10 && digit > largest % 10)) {
-            overflow = true;
-            return largest;
-        }
-        value = value * 10 + digit;
+/// Whether the digits of [first, end) fit 64 bits.
+template<unsigned base> bool digitsFit(const char *first, const char *end) {
+    constexpr unsigned long long largest = std::numeric_limits<unsigned long long>::max();
+    unsigned long long magnitude = 0;
+    for (; first != end; ++first) {
+        const unsigned digit = digitValue<base>(*first);
+        if (magnitude > (largest - digit) / base)
+            return false;
+        magnitude = magnitude * base + digit;
     }
-    return value;
+    return true;
+}
+
+/// A run of digits at `cursor`, which may be empty.
+template<unsigned base> ScannedNumber scanDigits(const char *&cursor, bool negative) {
+    constexpr std::ptrdiff_t digitsThatAlwaysFit = base == 10 ? 19 : 16;
+    const char *first = cursor;
+    unsigned long long magnitude = 0;
+    for (unsigned digit; (digit = digitValue<base>(*cursor)) < base; ++cursor)
+        magnitude = magnitude * base + digit;
+    if (cursor - first <= digitsThatAlwaysFit || digitsFit<base>(first, cursor))
+        return {magnitude, negative, false};
+    return {std::numeric_limits<unsigned long long>::max(), negative, true};
 }
 
 /// Blanks, an optional sign, digits. Without a digit it gives false and leaves `cursor` and `number` as they were.
@@ -58,11 +64,9 @@ inline bool scanNumber(const char *&cursor, ScannedNumber &number) {
     const bool negative = *text == '-';
     if (negative || *text == '+')
         ++text;
-    if (digitAt(text) > 9)
+    if (digitValue<10>(*text) > 9)
         return false;
-    bool overflow = false;
-    const unsigned long long magnitude = scanDigits(text, overflow);
-    number = {magnitude, negative, overflow};
+    number = scanDigits<10>(text, negative);
     cursor = text;
     return true;
 }
@@ -73,6 +77,23 @@ inline bool scanUnsigned(const char *&cursor, unsigned long long &value) {
     if (!scanNumber(cursor, number))
         return false;
     value = number.negative && !number.overflow ? 0 - number.magnitude : number.magnitude;
+    return true;
+}
+
+/// As "%LX": hexadecimal, with or without "0x". A prefix that no digit follows reads as the 0 that it begins with.
+inline bool scanHexadecimal(const char *&cursor, unsigned long long &value) {
+    const char *text = skipBlanks(cursor);
+    const bool negative = *text == '-';
+    if (negative || *text == '+')
+        ++text;
+    const bool prefixed = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    if (prefixed)
+        text += 2;
+    else if (digitValue<16>(*text) > 15)
+        return false;
+    const ScannedNumber number = scanDigits<16>(text, negative);
+    value = negative && !number.overflow ? 0 - number.magnitude : number.magnitude;
+    cursor = text;
     return true;
 }
 

@@ -61,6 +61,46 @@ TEST(NumberScan, WordsEndAtBlanksAndAtTheEnd) {
     EXPECT_EQ(*cursor, '\0');
 }
 
+TEST(NumberScan, HexadecimalWithAndWithoutPrefix) {
+    const auto read = [](const char *text) {
+        unsigned long long value = 77;
+        return zel::scanHexadecimal(text, value) ? value : 77;
+    };
+
+    EXPECT_EQ(read(" 1f"), 0x1FU);
+    EXPECT_EQ(read("0x1F "), 0x1FU);
+    EXPECT_EQ(read("0XfFg"), 0xFFU);
+    EXPECT_EQ(read("65536"), 0x65536U);
+    EXPECT_EQ(read("-1"), allOnes);
+    EXPECT_EQ(read("ffffffffffffffff"), allOnes);
+    EXPECT_EQ(read("18446744073709551615"), allOnes) << "20 hexadecimal digits do not fit";
+    EXPECT_EQ(read("-18446744073709551615"), allOnes);
+    EXPECT_EQ(read("0000000000000000000000000000a"), 10U);
+    EXPECT_EQ(read("0x"), 0U);
+    EXPECT_EQ(read("g"), 77U);
+    EXPECT_EQ(read("+"), 77U);
+    EXPECT_EQ(read(""), 77U);
+}
+
+TEST(NumberScan, HexadecimalAgreesWithScanfOnRandomText) {
+    std::mt19937 random(20240608);
+    const std::string alphabet = "0123456789abcdefABCDEF01234567890123456789 \t\n-+xXg.\xff";
+    for (int round = 0; round < 50000; ++round) {
+        std::string text;
+        for (auto length = random() % 30; length > 0; --length)
+            text += alphabet[random() % alphabet.size()];
+
+        unsigned long long expected = 77;
+        unsigned long long actual = 77;
+        int taken = 0;
+        const bool converted = std::sscanf(text.c_str(), "%llX%n", &expected, &taken) == 1;
+        const char *cursor = text.c_str();
+        ASSERT_EQ(zel::scanHexadecimal(cursor, actual), converted) << text;
+        ASSERT_EQ(actual, expected) << text;
+        ASSERT_EQ(cursor, text.c_str() + taken) << text;
+    }
+}
+
 // The library functions are the reference: same value, same end, on thousands of random texts.
 TEST(NumberScan, AgreesWithTheLibraryFunctionsOnRandomText) {
     std::mt19937 random(20240607);
