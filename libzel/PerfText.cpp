@@ -15,13 +15,12 @@ using zel::ROW_SEPARATOR;
 
 namespace {
 
-constexpr std::size_t separatorSize = 3;
 constexpr std::size_t longestInteger = 20; // digits and sign of a 64-bit number
 constexpr std::size_t longestNumber = 320; // "%.2f" of the largest double
+constexpr std::size_t longestField = longestNumber + COLUMN_SEPARATOR.size();
 
 constexpr double largestQuickNumber = 1e9; // its hundredths are exact to 1e-4, see formatQuickly
 constexpr double tieMargin = 1e-3;
-constexpr std::size_t quickNumberSize = 14; // "-1000000000.00"
 
 void setSplit(PerfSplit &split, std::string_view first, std::string_view second) {
     std::memcpy(split[0], first.data(), first.size() + 1);
@@ -35,23 +34,30 @@ bool forbiddenInValues(char character) {
 
 // Most values are small and lie clearly between two roundings: their hundredths are an integer that is quickly written.
 // Gives false for the others (large, or so near to half a hundredth that the product's own rounding could decide).
-bool formatQuickly(double value, char *&out) {
+bool formatQuickly(double value, char *&out, char *end) {
     const double magnitude = std::fabs(value);
     if (!(magnitude < largestQuickNumber))
         return false;
     const double hundredths = magnitude * 100.0;
-    const auto whole = static_cast<long long>(hundredths);
+    const auto whole = static_cast<unsigned long long>(hundredths);
     const double rest = hundredths - static_cast<double>(whole);
     if (std::fabs(rest - 0.5) < tieMargin)
         return false;
-    const long long rounded = rest > 0.5 ? whole + 1 : whole;
+    const unsigned long long rounded = rest > 0.5 ? whole + 1 : whole;
     if (std::signbit(value))
         *out++ = '-';
-    out = std::to_chars(out, out + quickNumberSize, static_cast<unsigned>(rounded / 100)).ptr;
+    out = std::to_chars(out, end, rounded / 100).ptr;
     *out++ = '.';
     *out++ = static_cast<char>('0' + rounded / 10 % 10);
     *out++ = static_cast<char>('0' + rounded % 10);
     return true;
+}
+
+// "%.2f"; returns the end of what was written.
+char *formatNumber(double value, char *out, char *end) {
+    if (formatQuickly(value, out, end))
+        return out;
+    return std::to_chars(out, end, value, std::chars_format::fixed, 2).ptr;
 }
 
 } // namespace
@@ -124,29 +130,25 @@ bool CPerfText::makeRoom(std::size_t length) {
     return !m_incomplete;
 }
 
-// The place behind the text when an integer or a quick number is sure to fit there; null otherwise.
-char *CPerfText::placeForNumber() const {
-    const bool fits = !m_incomplete && m_length + longestInteger < capacity();
-    return fits ? m_buffer + m_length : nullptr;
+// The end of the text when `length` more bytes fit there, so that a value and its separator are written in place; null
+// when they do not.
+char *CPerfText::tailWithRoom(std::size_t length) const {
+    return !m_incomplete && m_length + length < capacity() ? m_buffer + m_length : nullptr;
 }
 
-void CPerfText::endAt(char *end) {
+void CPerfText::endFieldAt(char *end) {
+    std::memcpy(end, COLUMN_SEPARATOR.data(), COLUMN_SEPARATOR.size());
+    end += COLUMN_SEPARATOR.size();
     *end = '\0';
     m_length = static_cast<std::size_t>(end - m_buffer);
-}
-
-void CPerfText::appendSeparator(std::string_view separator) {
-    if (!makeRoom(separatorSize))
-        return;
-    std::memcpy(m_buffer + m_length, separator.data(), separatorSize);
-    endAt(m_buffer + m_length + separatorSize);
 }
 
 void CPerfText::append(std::string_view text) {
     if (!makeRoom(text.size()))
         return;
     std::memcpy(m_buffer + m_length, text.data(), text.size());
-    endAt(m_buffer + m_length + text.size());
+    m_length += text.size();
+    m_buffer[m_length] = '\0';
 }
 
 void CPerfText::appendNeutralised(std::string_view text) {
@@ -155,22 +157,25 @@ void CPerfText::appendNeutralised(std::string_view text) {
     char *out = m_buffer + m_length;
     for (const char character : text)
         *out++ = forbiddenInValues(character) ? ' ' : character;
-    endAt(out);
+    m_length += text.size();
+    m_buffer[m_length] = '\0';
 }
 
-template<typename Integer> void CPerfText::appendInteger(Integer value) {
-    if (char *place = placeForNumber(); place != nullptr)
-        return endAt(std::to_chars(place, place + longestInteger, value).ptr);
+void CPerfText::appendSigned(long long value) {
+    char digits[longestInteger];
+    const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+    append({digits, static_cast<std::size_t>(end - digits)});
+}
+
+void CPerfText::appendUnsigned(unsigned long long value) {
     char digits[longestInteger];
     const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
     append({digits, static_cast<std::size_t>(end - digits)});
 }
 
 void CPerfText::appendNumber(double value) {
-    if (char *place = placeForNumber(); place != nullptr && formatQuickly(value, place))
-        return endAt(place);
     char digits[longestNumber];
-    const auto end = std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, 2).ptr;
+    const char *end = formatNumber(value, digits, digits + sizeof(digits));
     append({digits, static_cast<std::size_t>(end - digits)});
 }
 
@@ -181,33 +186,45 @@ void CPerfText::header(std::initializer_list<std::string_view> names) {
 
 void CPerfText::column(std::string_view name) {
     append(name);
-    appendSeparator(COLUMN_SEPARATOR);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::beginRow(std::size_t room) {
     if (m_growth == Growth::Doubling)
         reserveRoom(room);
-    appendSeparator(ROW_SEPARATOR);
+    append(ROW_SEPARATOR);
 }
 
 void CPerfText::field(std::string_view value) {
     appendNeutralised(value);
-    appendSeparator(COLUMN_SEPARATOR);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(int value) {
-    appendInteger(value);
-    appendSeparator(COLUMN_SEPARATOR);
+    if (char *tail = tailWithRoom(longestField)) {
+        endFieldAt(std::to_chars(tail, tail + longestInteger, value).ptr);
+        return;
+    }
+    appendSigned(value);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(unsigned long long value) {
-    appendInteger(value);
-    appendSeparator(COLUMN_SEPARATOR);
+    if (char *tail = tailWithRoom(longestField)) {
+        endFieldAt(std::to_chars(tail, tail + longestInteger, value).ptr);
+        return;
+    }
+    appendUnsigned(value);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::field(double value) {
+    if (char *tail = tailWithRoom(longestField)) {
+        endFieldAt(formatNumber(value, tail, tail + longestNumber));
+        return;
+    }
     appendNumber(value);
-    appendSeparator(COLUMN_SEPARATOR);
+    append(COLUMN_SEPARATOR);
 }
 
 void CPerfText::numberedField(std::string_view prefix, int number) {
@@ -215,8 +232,21 @@ void CPerfText::numberedField(std::string_view prefix, int number) {
     field(number);
 }
 
+void CPerfText::columns(std::string_view values) {
+    for (std::size_t end; (end = values.find(COLUMN_SEPARATOR)) != std::string_view::npos;) {
+        field(values.substr(0, end));
+        values.remove_prefix(end + COLUMN_SEPARATOR.size());
+    }
+    appendNeutralised(values);
+}
+
+void CPerfText::timeStamp(int seconds) {
+    appendSigned(seconds);
+    append(METRIC_SEPARATOR);
+}
+
 void CPerfText::endMarker() {
-    appendSeparator(ROW_SEPARATOR);
+    append(ROW_SEPARATOR);
     append(PERF_END_MARKER);
 }
 
@@ -227,8 +257,8 @@ void CPerfText::agentKey(const char *key) {
 void CPerfText::metric(std::string_view code, unsigned long long value) {
     const std::size_t start = m_length;
     tableMetric(code);
-    appendInteger(value);
-    appendSeparator(FIELD_SEPARATOR);
+    appendUnsigned(value);
+    append(FIELD_SEPARATOR);
     dropMetricThatDidNotFit(start);
 }
 
@@ -236,18 +266,18 @@ void CPerfText::metric(std::string_view code, double value) {
     const std::size_t start = m_length;
     tableMetric(code);
     appendNumber(value);
-    appendSeparator(FIELD_SEPARATOR);
+    append(FIELD_SEPARATOR);
     dropMetricThatDidNotFit(start);
 }
 
 void CPerfText::tableMetric(std::string_view code) {
-    appendSeparator(METRIC_SEPARATOR);
+    append(METRIC_SEPARATOR);
     keylessTableMetric(code);
 }
 
 void CPerfText::keylessTableMetric(std::string_view code) {
     append(code);
-    appendSeparator(FIELD_SEPARATOR);
+    append(FIELD_SEPARATOR);
 }
 
 void CPerfText::dropMetricThatDidNotFit(std::size_t metricStart) {

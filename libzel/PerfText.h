@@ -73,6 +73,11 @@ public:
     void field(char value) { field(std::string_view(&value, 1)); }
     /// A value made of a fixed text and a number, such as "CPU" 1.
     void numberedField(std::string_view prefix, int number);
+    /// The values of a row that a script wrote, with the column separators between them; any other separator byte
+    /// becomes a blank.
+    void columns(std::string_view values);
+    /// What leads the header of a list that is stamped with its time: the seconds and a metric separator.
+    void timeStamp(int seconds);
     /// Row separator and end marker.
     void endMarker();
 
@@ -98,12 +103,12 @@ public:
 private:
     std::size_t capacity() const;
     bool makeRoom(std::size_t length);
-    char *placeForNumber() const;
-    void endAt(char *end);
+    char *tailWithRoom(std::size_t length) const;
+    void endFieldAt(char *end);
     void append(std::string_view text);
-    void appendSeparator(std::string_view separator);
     void appendNeutralised(std::string_view text);
-    template<typename Integer> void appendInteger(Integer value);
+    void appendSigned(long long value);
+    void appendUnsigned(unsigned long long value);
     void appendNumber(double value);
     void dropMetricThatDidNotFit(std::size_t metricStart);
 

@@ -182,6 +182,41 @@ TEST(PerfTable, RandomNumbersAreWrittenAsPrintfWritesThem) {
 
 // 1024 bytes: a row is 3 + 61 + 3 = 67 bytes. Eleven rows take 737 bytes and leave 287; the twelfth finds room for 256
 // and is appended (804, 220 left); the thirteenth does not and doubles the buffer first.
+// A value is written in place where there is plenty of room and piecewise where there is not: the text is the same.
+TEST(PerfTable, ValuesAtTheEdgeOfTheBufferAreWrittenWhole) {
+    for (int size = 1; size < 400; ++size) {
+        OwnedText text(size);
+        CPerfText writer(text.buffer, text.size);
+
+        writer.field(-2147483647 - 1);
+        writer.field(18446744073709551615ULL);
+        writer.field(1234.565);
+
+        ASSERT_EQ(writer.view(), "-2147483648" + C + "18446744073709551615" + C + "1234.57" + C) << size;
+        ASSERT_EQ(text.buffer[writer.length()], '\0');
+    }
+}
+
+TEST(PerfTable, RowOfAScriptKeepsItsColumnsAndNoOtherSeparator) {
+    OwnedText text(64);
+    CPerfText writer(text.buffer, text.size);
+
+    writer.beginRow();
+    writer.columns("1" + C + "a" + R + "b" + C + C + "\x03~\x1F" + C + "rest\x1F");
+
+    EXPECT_EQ(writer.view(), R + "1" + C + "a  |b" + C + C + " ~ " + C + "rest ");
+}
+
+TEST(PerfTable, TimeStampLeadsAHeader) {
+    OwnedText text(64);
+    CPerfText writer(text.buffer, text.size);
+
+    writer.timeStamp(1700000000);
+    writer.column("INDEX");
+
+    EXPECT_EQ(writer.view(), "1700000000" + M + "INDEX" + C);
+}
+
 TEST(PerfGrowth, BufferDoublesWhenARowFindsFewerThan256Bytes) {
     OwnedText text(1024);
     CPerfText table(text.buffer, text.size);
