@@ -4,11 +4,14 @@
 #include "KernelFile.h"
 #include "Saturate.h"
 
+#include <algorithm>
 #include <bit>
 #include <cctype>
+#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 #include <unistd.h>
 
 char CSSUtil::m_strNumData[128];
@@ -54,6 +57,14 @@ long tenthsOfPercent(long delta, long total) {
     if (total == -1)
         return static_cast<long>(0UL - static_cast<unsigned long>(numerator));
     return numerator / total;
+}
+
+// Two digits and the character behind them. By hand: the process collector writes two such times per process.
+template<class Number> char *writePair(char *out, Number value, char behind) {
+    *out++ = static_cast<char>('0' + value / 10);
+    *out++ = static_cast<char>('0' + value % 10);
+    *out++ = behind;
+    return out;
 }
 
 } // namespace
@@ -202,14 +213,15 @@ char *CSSUtil::fFormatTime(unsigned long seconds) {
     constexpr unsigned long minute = 60;
     constexpr unsigned long hour = 60 * minute;
     constexpr unsigned long day = 24 * hour;
-    const unsigned long hours = seconds % day / hour;
-    const unsigned long minutes = seconds % hour / minute;
-    const unsigned long rest = seconds % minute;
-    if (seconds < day)
-        std::snprintf(m_strHtime, sizeof(m_strHtime), "%02lu:%02lu:%02lu", hours, minutes, rest);
-    else
-        std::snprintf(m_strHtime, sizeof(m_strHtime), "%lu days %02lu:%02lu:%02lu", seconds / day, hours, minutes,
-                      rest);
+    char *out = m_strHtime;
+    if (seconds >= day) {
+        constexpr std::string_view unit = " days ";
+        out = std::to_chars(out, out + sizeof(m_strHtime), seconds / day).ptr;
+        out = std::copy(unit.begin(), unit.end(), out);
+    }
+    out = writePair(out, seconds % day / hour, ':');
+    out = writePair(out, seconds % hour / minute, ':');
+    writePair(out, seconds % minute, '\0');
     return m_strHtime;
 }
 
@@ -218,8 +230,19 @@ char *CSSUtil::fGetLocalTime(std::time_t time) {
     m_strStime[0] = '\0';
     if (localtime_r(&time, &local) == nullptr || local.tm_year > INT_MAX - firstYear)
         return m_strStime;
-    std::snprintf(m_strStime, sizeof(m_strStime), "%-4d-%.2d-%.2d %.2d:%.2d:%.2d", local.tm_year + firstYear,
-                  local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    const int year = local.tm_year + firstYear;
+    if (year < 1000 || year > 9999) {
+        std::snprintf(m_strStime, sizeof(m_strStime), "%-4d-%.2d-%.2d %.2d:%.2d:%.2d", year, local.tm_mon + 1,
+                      local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+        return m_strStime;
+    }
+    char *out = std::to_chars(m_strStime, m_strStime + sizeof(m_strStime), year).ptr;
+    *out++ = '-';
+    out = writePair(out, local.tm_mon + 1, '-');
+    out = writePair(out, local.tm_mday, ' ');
+    out = writePair(out, local.tm_hour, ':');
+    out = writePair(out, local.tm_min, ':');
+    writePair(out, local.tm_sec, '\0');
     return m_strStime;
 }
 

@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -424,6 +425,35 @@ TEST(LocalTime, TimeWithoutLocalFormIsEmpty) {
 }
 
 // --- Sizes -----------------------------------------------------------------------------------------------------------
+
+TEST(LocalTime, YearsOfEveryWidthAreWrittenAsPrintfWritesThem) {
+    CSSUtil util;
+    // The first second of the years 999, 1000, 1969, 9999 and 10000, by the proleptic calendar: 1000-01-01 is 354285
+    // days before 1970, 10000-01-01 is 2932897 days after it, and none of the years 999, 1969 and 9999 is a leap year.
+    constexpr long day = 86400;
+    EXPECT_STREQ(util.fGetLocalTime((-354285 - 365) * day), "999 -01-01 00:00:00");
+    EXPECT_STREQ(util.fGetLocalTime(-354285 * day), "1000-01-01 00:00:00");
+    EXPECT_STREQ(util.fGetLocalTime(-365 * day), "1969-01-01 00:00:00");
+    EXPECT_STREQ(util.fGetLocalTime((2932897 - 365) * day), "9999-01-01 00:00:00");
+    EXPECT_STREQ(util.fGetLocalTime(2932897 * day - 1), "9999-12-31 23:59:59");
+    EXPECT_STREQ(util.fGetLocalTime(2932897 * day), "10000-01-01 00:00:00");
+}
+
+TEST(FormatTime, RandomTimesAreWrittenAsPrintfWritesThem) {
+    CSSUtil util;
+    std::mt19937_64 random(20240609);
+    for (int round = 0; round < 20000; ++round) {
+        const unsigned long seconds = random() >> random() % 64;
+        char expected[64];
+        if (seconds < 86400)
+            std::snprintf(expected, sizeof(expected), "%02lu:%02lu:%02lu", seconds / 3600, seconds / 60 % 60,
+                          seconds % 60);
+        else
+            std::snprintf(expected, sizeof(expected), "%lu days %02lu:%02lu:%02lu", seconds / 86400,
+                          seconds / 3600 % 24, seconds / 60 % 60, seconds % 60);
+        ASSERT_STREQ(util.fFormatTime(seconds), expected);
+    }
+}
 
 TEST(KbyteForm, UnitsAndThresholds) {
     CSSUtil util;
