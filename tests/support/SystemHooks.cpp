@@ -1,5 +1,6 @@
 #include "SystemHooks.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -9,7 +10,10 @@
 
 namespace {
 
+std::atomic<long> allocations;
+
 bool allocationFails() {
+    ++allocations;
     int &countdown = systemHooks().failAllocationAfter;
     if (countdown < 0)
         return false;
@@ -29,6 +33,10 @@ void *takeNextAllocation() {
 SystemHooks &systemHooks() {
     static SystemHooks hooks;
     return hooks;
+}
+
+long allocationsSoFar() {
+    return allocations;
 }
 
 void withdrawSystemHooks() {
@@ -133,6 +141,12 @@ void *__wrap_calloc(size_t count, size_t size) {
 void *__real_realloc(void *, size_t);
 void *__wrap_realloc(void *block, size_t size) {
     return allocationFails() ? nullptr : __real_realloc(block, size);
+}
+
+void *__real__Znwm(size_t);
+void *__wrap__Znwm(size_t size) {
+    ++allocations;
+    return __real__Znwm(size);
 }
 
 int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);

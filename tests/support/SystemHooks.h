@@ -44,5 +44,8 @@ struct SystemHooks {
 SystemHooks &systemHooks();
 void withdrawSystemHooks();
 
+/// Calls of malloc, calloc, realloc and operator new so far, by every object in the program.
+long allocationsSoFar();
+
 /// uname answers with this kernel release, so that a collector takes the path of that kernel.
 void pretendKernelRelease(const char *release);
