@@ -1,0 +1,261 @@
+// The scan of all processes: one pass over /proc (or over a script's list), one row or list entry per process.
+#include "MM_PROC_Info.h"
+
+#include "HostRoot.h"
+#include "LogGate.h"
+#include "MM_PROC_Scan.h"
+#include "NGFunctions.h"
+#include "NStringLib.h"
+#include "NumberScan.h"
+#include "Settings.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <string_view>
+
+namespace {
+
+constexpr const char *pushCode = "4.14.2.0";
+constexpr int ticksPerSecond = 100;
+constexpr float wholeMachine = 100.0F;
+constexpr int shortestSlice = 100; // directory entries
+constexpr int slicePause = 500000; // microseconds
+constexpr std::size_t uptimeLineSize = 128;
+
+// Percent of the machine, within 0 and 100.
+float machineShare(float cpuPercent, int cpuCount) {
+    const float share = cpuPercent / static_cast<float>(cpuCount);
+    return share > 0 ? std::min(share, wholeMachine) : 0;
+}
+
+void writeScanHeader(zel::ProcessScan &scan) {
+    scan.row.clear();
+    if (scan.push()) {
+        scan.row.agentKey(g_ptrAgentKey);
+        scan.row.tableMetric(pushCode);
+    }
+    zel::writeHeader(scan.row, scan.columns);
+    zel::appendRow(scan);
+}
+
+void writeTextRow(zel::ProcessScan &scan, std::size_t nameLength, float share) {
+    const _ST_PROC &process = scan.scratch.record;
+    // The row of the previous process still stands in the buffer when the room is measured.
+    scan.row.reserveRoom(nameLength + PERF_ROW_ROOM);
+    scan.row.clear();
+    const float unlimited = process.l_dPCPU / static_cast<float>(scan.cpuCount);
+    zel::writeRow(scan.row, scan.columns,
+                  zel::ProcessRow<_ST_PROC>{process,
+                                            {process.l_strPname, nameLength},
+                                            scan.count + 1,
+                                            process.l_nCTime / ticksPerSecond,
+                                            scan.scripted ? share : unlimited});
+    zel::appendRow(scan);
+}
+
+// A large process table is read in slices, so that its cost is spread over time.
+bool pauseIsDue(const zel::ProcessScan &scan, int entries) {
+    return !scan.push() && g_nProcSleepCnt >= shortestSlice && entries % g_nProcSleepCnt == 0;
+}
+
+void takeListedProcesses(zel::ProcessScan &scan, DIR *directory) {
+    double curTime = scan.collector.fMGetCurTime();
+    int entries = 0;
+    while (const dirent *entry = readdir(directory)) {
+        if (pauseIsDue(scan, ++entries)) {
+            fgUSleep(slicePause);
+            curTime = scan.collector.fMGetCurTime();
+        }
+        if (zel::isProcessName(entry->d_name))
+            zel::takeProcess(scan, zel::processNumber(entry->d_name), curTime);
+    }
+}
+
+// Frees what a push scan holds, however it ends.
+struct PushListGuard {
+    CMM_PROC_Info &collector;
+    ~PushListGuard() { zel::freePushList(collector); }
+};
+
+const char *scanProcesses(CMM_PROC_Info &collector, int mode) {
+    const double elapsed = collector.fMGetTimeDiff();
+    const unsigned long totalMemory = collector.fMGetSysTotMem();
+    zel::startClocks(collector);
+    const auto scratch = zel::newProcessScratch();
+    if (scratch == nullptr)
+        return nullptr;
+    const zel::ScopedDirectory directory(opendir(fgHostPath("/proc")));
+    if (directory == nullptr)
+        return nullptr;
+    ZEL_LOG(zel::normalLogOpen(), zel::LOG_LEVEL_NORMAL, "MM_PROC_Info", collector.m_strLogMsg,
+            "MinorNum[%d]GtrProcType[%d]GtrJavaProc[%d]", collector.fMLinux_Minor(), g_nGetProcessType,
+            g_nGetProcessJAVA);
+
+    zel::ProcessScan scan(collector, *scratch, dirfd(directory.get()));
+    scan.reader.mode = mode;
+    scan.reader.totalMemory = totalMemory;
+    scan.scripted = zel::processListIsScripted(collector);
+    scan.columns = scan.push() ? zel::ProcessColumns::Extended : zel::chosenColumns();
+    if (scan.scripted)
+        zel::runProcessListScript();
+
+    collector.g_stringPollProcess.clear();
+    writeScanHeader(scan);
+    const PushListGuard guard{collector};
+    if (scan.push() && !zel::startPushList(collector))
+        return zel::abandonScan(collector);
+    scan.cpuCount = collector.fGetCurrentCpuCnt();
+    if (scan.scripted)
+        zel::takeScriptedProcesses(scan, elapsed);
+    else
+        takeListedProcesses(scan, directory.get());
+    zel::appendVMwareRows(scan);
+
+    if (scan.push()) {
+        zel::writeTopRows(scan);
+        zel::freePushList(collector);
+        zel::adaptPushCapacity(collector, scan.count);
+    }
+    collector.m_nInsertFirst = 1;
+    return zel::finishScan(scan, !scan.push());
+}
+
+} // namespace
+
+std::unique_ptr<zel::ProcessScratch, zel::FreeDeleter> zel::newProcessScratch() {
+    return std::unique_ptr<ProcessScratch, FreeDeleter>(
+        static_cast<ProcessScratch *>(std::calloc(1, sizeof(ProcessScratch))));
+}
+
+// Sample: 350735.47 234388.90
+void zel::startClocks(CMM_PROC_Info &collector) {
+    collector.m_tTime = std::time(nullptr);
+    const ScopedFile file(std::fopen(fgHostPath("/proc/uptime"), "re"));
+    char line[uptimeLineSize];
+    if (file == nullptr || std::fgets(line, sizeof(line), file.get()) == nullptr || std::strchr(line, '.') == nullptr)
+        return;
+    char *rest = nullptr;
+    const char *seconds = Nstrtok(line, ".", &rest);
+    std::snprintf(collector.m_strUpTime, sizeof(collector.m_strUpTime), "%s", seconds);
+}
+
+// Only what a reader may leave unset, so that nothing of the previous process shows through.
+void zel::clearRecord(_ST_PROC &record) {
+    record.l_strPname[0] = '\0';
+    record.l_strUname[0] = '\0';
+    record.l_strCTime[0] = '\0';
+    record.l_strStart[0] = '\0';
+    record.l_strFName[0] = '\0';
+    record.l_nIsUpNow = 0;
+    record.l_dPUserCpu = 0;
+    record.l_dPSysCpu = 0;
+}
+
+std::size_t zel::trimName(char *name) {
+    constexpr std::string_view nameless = "<defunct>";
+    std::size_t length = std::strlen(name);
+    while (length > 0 && name[length - 1] == ' ')
+        --length;
+    if (length == 0) {
+        std::memcpy(name, nameless.data(), nameless.size());
+        length = nameless.size();
+    }
+    name[length] = '\0';
+    return length;
+}
+
+bool zel::isProcessName(const char *name) {
+    return name[0] >= '0' && name[0] <= '9';
+}
+
+int zel::processNumber(const char *name) {
+    return static_cast<int>(takeSigned(name));
+}
+
+void zel::takeProcess(ProcessScan &scan, int pid, double curTime) {
+    _ST_PROC &process = scan.scratch.record;
+    clearRecord(process);
+    if (!readProcess(scan.reader, pid, curTime, scan.scratch.raw, process))
+        return;
+    takeJavaFigure(scan);
+    if (process.l_strUname[0] == '\0' || process.l_strPname[0] == '\0')
+        return;
+    const std::size_t nameLength = trimName(process.l_strPname);
+
+    const float share = machineShare(process.l_dPCPU, scan.cpuCount);
+    if (scan.push())
+        addToPushList(scan, share);
+    else
+        writeTextRow(scan, nameLength, share);
+    ++scan.count;
+}
+
+// A row that memory was too short for is left out whole.
+void zel::appendRow(ProcessScan &scan) {
+    if (!scan.row.incomplete())
+        scan.collector.g_stringPollProcess.append(scan.row.view());
+}
+
+const char *zel::finishScan(ProcessScan &scan, bool endMarker) {
+    CMM_PROC_Info &collector = scan.collector;
+    if (endMarker) {
+        scan.row.clear();
+        scan.row.endMarker();
+        appendRow(scan);
+    }
+    collector.m_nNProc = scan.count;
+    collector.m_pstrPollProcInfo = collector.g_stringPollProcess.c_str();
+    return scan.count == 0 ? nullptr : collector.m_pstrPollProcInfo;
+}
+
+const char *zel::abandonScan(CMM_PROC_Info &collector) {
+    collector.m_pstrPollProcInfo = collector.g_stringPollProcess.c_str();
+    return nullptr;
+}
+
+CMM_PROC_Info::CMM_PROC_Info()
+    : m_pclUser(new CSSUser), m_pclUtil(new CSSUtil), m_pstrProcessInfo(fgNewTextBuffer(PERF_TABLE_SIZE)),
+      m_nProcessInfoBufSize(PERF_TABLE_SIZE), m_nNProc(0), m_nCpuCnt(0), m_nVMFlag(0), m_nIsVMWare(0),
+      m_tTime(0), m_strUpTime{}, m_nInsertFirst(0), m_nNewCount(0), m_pstrPollProcInfo(nullptr),
+      m_pstrProcReturn(nullptr), m_stLastTime{}, m_strPushSplit{}, m_nActiveSize(PROC_PUSH_CAPACITY),
+      m_stAllProcList(nullptr), m_strLogMsg{} {
+    fgSetPushSplit(m_strPushSplit);
+}
+
+CMM_PROC_Info::~CMM_PROC_Info() {
+    for (auto &sample : m_ProcMap)
+        delete sample.second;
+    std::free(m_pstrProcessInfo);
+    delete m_pclUtil;
+    delete m_pclUser;
+}
+
+const char *CMM_PROC_Info::fMGetProc(int mode) {
+    try {
+        return scanProcesses(*this, mode);
+    } catch (const std::bad_alloc &) {
+        return zel::abandonScan(*this);
+    }
+}
+
+void CMM_PROC_Info::fSetVMFlag(int vmFlag, int isVMWare) {
+    m_nVMFlag = vmFlag;
+    m_nIsVMWare = isVMWare;
+}
+
+// The lines that begin with "cpu", without the total line. Lines of interrupt counters are longer than any buffer of
+// ours, so only what follows a line feed is a beginning.
+int CMM_PROC_Info::fGetCurrentCpuCnt() {
+    const zel::ScopedFile file(std::fopen(fgHostPath("/proc/stat"), "re"));
+    if (file == nullptr)
+        return 1;
+    int lines = 0;
+    bool lineStarts = true;
+    for (char text[512]; std::fgets(text, sizeof(text), file.get()) != nullptr;) {
+        lines += lineStarts && std::strncmp(text, "cpu", 3) == 0;
+        lineStarts = std::strchr(text, '\n') != nullptr;
+    }
+    return std::max(lines - 1, 1);
+}
