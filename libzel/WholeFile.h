@@ -1,0 +1,63 @@
+// A kernel file read whole, so that all of its records come from one moment, into a buffer that is kept between
+// samples.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace zel {
+
+/// What stands beyond is not read: no kernel file of counters comes near it.
+inline constexpr std::size_t WHOLE_FILE_LIMIT = std::size_t{64} * 1024 * 1024;
+
+/// Walks the lines of a text. Each is terminated in place while it is the current one, so that a scanner never runs
+/// into the line that follows; the text is whole again after the walk.
+class LineWalk {
+public:
+    /// `text` has a byte of room behind its `length` characters. Of a line longer than `limit` the first `limit`
+    /// characters are one line and its rest is the next, as with fgets and a buffer of limit + 1 bytes.
+    LineWalk(char *text, std::size_t length, std::size_t limit);
+    ~LineWalk();
+
+    LineWalk(const LineWalk &) = delete;
+    LineWalk &operator=(const LineWalk &) = delete;
+
+    /// The next line with its line feed, terminated; null behind the last one.
+    const char *next();
+
+private:
+    void restore();
+
+    char *m_next;
+    char *m_end;
+    std::size_t m_limit;
+    char m_overwritten = '\0'; // what the terminator of the current line stands on
+    bool m_hasLine = false;
+};
+
+class WholeFile {
+public:
+    WholeFile() = default;
+    ~WholeFile();
+
+    WholeFile(const WholeFile &) = delete;
+    WholeFile &operator=(const WholeFile &) = delete;
+
+    /// Reads the file `path` (below the host root). False, with an empty text, when it cannot be opened or there is no
+    /// memory for it. An empty file is no failure. Without growth of the file no memory is allocated.
+    bool read(const char *path);
+
+    /// The text of the last read, valid until the next one. Not terminated.
+    std::string_view text() const { return {m_buffer, m_length}; }
+    /// A walk over its lines; one at a time.
+    LineWalk lines(std::size_t limit) { return {m_buffer, m_length, limit}; }
+
+private:
+    bool makeRoom();
+
+    char *m_buffer = nullptr;
+    std::size_t m_size = 0;
+    std::size_t m_length = 0; // less than m_size, once there is a buffer
+};
+
+} // namespace zel
