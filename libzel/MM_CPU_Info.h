@@ -6,8 +6,8 @@
 // is 4 or less are read with four counters per line, whatever their major number is; the others with five.
 //
 // What a call returns belongs to the collector and is valid until the next call. A failure is a null pointer or -1 and
-// a message to the logger. Two calls of the sampling operations on one object share the previous counters. Not
-// thread-safe.
+// a message to the logger. fMGetCpu and fMGetPushCpu share the previous counters: each covers the time since either.
+// Not thread-safe.
 #pragma once
 
 #include "CpuTicks.h"

@@ -64,17 +64,24 @@ long wrappingSum(long long left, long long right) {
 }
 
 // Sample: pgpgin 7344136
-bool counterBehind(std::string_view text, std::string_view key, long &value) {
-    const char *cursor = zel::behindKey(text, key);
+bool counterBehind(std::string_view text, std::string_view key, long &value, std::size_t rare = 0) {
+    const char *cursor = zel::behindKey(text, key, rare);
     if (cursor == nullptr)
         return false;
     value = zel::takeSigned(cursor);
     return true;
 }
 
+// Sample: ctxt 38014093
+bool parseSwitches(std::string_view stat, long &value) {
+    constexpr std::size_t placeOfX = 2;
+    return counterBehind(stat, "ctxt ", value, placeOfX);
+}
+
 // Sample: page 5741 1808      (a base prefix is accepted here and nowhere else)
 bool parsePageLine(std::string_view stat, long &in, long &out) {
-    const char *cursor = zel::behindKey(stat, "page ");
+    constexpr std::size_t placeOfG = 2;
+    const char *cursor = zel::behindKey(stat, "page ", placeOfG);
     if (cursor == nullptr)
         return false;
     char *end = nullptr;
@@ -105,7 +112,7 @@ bool parseNewLayout(std::string_view vmstat, std::string_view stat, long *counte
         !counterBehind(vmstat, "pgpgout ", counters[VM_PAGED_OUT_KB]) ||
         !counterBehind(vmstat, "pswpin ", counters[VM_SWAPPED_IN]) ||
         !counterBehind(vmstat, "pswpout ", counters[VM_SWAPPED_OUT]) || !counterBehind(vmstat, "pgfault ", faults) ||
-        !counterBehind(vmstat, "pgmajfault ", majorFaults) || !counterBehind(stat, "ctxt ", counters[VM_SWITCHES]))
+        !counterBehind(vmstat, "pgmajfault ", majorFaults) || !parseSwitches(stat, counters[VM_SWITCHES]))
         return false;
     counters[VM_FAULTS] = wrappingSum(faults, majorFaults);
     counters[VM_PAGE_INS] = pageCount(counters[VM_PAGED_IN_KB]);
@@ -163,7 +170,7 @@ int CMM_VM_Info::fMGetStat(long *counters) {
     counters[VM_PAGED_IN_KB] = m_pclUtil->fPage2k(in);
     counters[VM_PAGED_OUT_KB] = m_pclUtil->fPage2k(out);
     if (!parseSwapLine(stat.view(), counters[VM_SWAPPED_IN], counters[VM_SWAPPED_OUT]) ||
-        !counterBehind(stat.view(), "ctxt ", counters[VM_SWITCHES]))
+        !parseSwitches(stat.view(), counters[VM_SWITCHES]))
         return 0;
     return fMGetPageFault(counters);
 }
