@@ -80,7 +80,7 @@ void *CObjectBuffer::fGetObject(const char *key) {
 }
 
 void *CObjectBuffer::fGetObject(int index) {
-    return dataOf(m_pcllData->fGetNode(index));
+    return dataOf(m_pcllData->findUnique(index));
 }
 
 char *CObjectBuffer::fGetObjectKey(int index) const {

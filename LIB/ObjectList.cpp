@@ -94,6 +94,8 @@ void CObjectList::linkBefore(Node *node, Node *position) {
 void CObjectList::unlinkAndFree(Node *node) {
     if (m_pstCurPosition == node)
         m_pstCurPosition = node == m_pstHead ? node->m_pstNext : node->m_pstPrev;
+    if (m_lastFound == node)
+        m_lastFound = nullptr;
     (node->m_pstPrev == nullptr ? m_pstHead : node->m_pstPrev->m_pstNext) = node->m_pstNext;
     (node->m_pstNext == nullptr ? m_pstEnd : node->m_pstNext->m_pstPrev) = node->m_pstPrev;
     std::free(node);
@@ -118,6 +120,14 @@ int CObjectList::fDeleteNode(int index) {
 
 Node *CObjectList::fGetNode(int index) const {
     return firstNode(m_pstHead, [index](int other) { return other == index; });
+}
+
+Node *CObjectList::findUnique(int index) {
+    Node *next = m_lastFound == nullptr ? nullptr : m_lastFound->m_pstNext;
+    Node *node = next != nullptr && next->m_nIndex == index ? next : fGetNode(index);
+    if (node != nullptr)
+        m_lastFound = node;
+    return node;
 }
 
 int CObjectList::fMoveFirst() {
@@ -150,6 +160,6 @@ void CObjectList::fFreeAll() {
         std::free(node);
         node = next;
     }
-    m_pstHead = m_pstEnd = m_pstCurPosition = nullptr;
+    m_pstHead = m_pstEnd = m_pstCurPosition = m_lastFound = nullptr;
     m_lNodeCnt = 0;
 }

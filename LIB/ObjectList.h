@@ -44,6 +44,9 @@ public:
 
     /// The first node with `index`, from the head, or null.
     ST_OBJECTLIST_LNKLST_ *fGetNode(int index) const;
+    /// The node with `index`, or null, in a list that holds no index twice. Looking up one node after the other costs
+    /// no walk. The cursor stays.
+    ST_OBJECTLIST_LNKLST_ *findUnique(int index);
     /// The node under the cursor, or null.
     ST_OBJECTLIST_LNKLST_ *fGetNode() const { return m_pstCurPosition; }
     ST_OBJECTLIST_LNKLST_ *fGetHeadNode() const { return m_pstHead; }
@@ -84,4 +87,6 @@ public:
 private:
     void linkBefore(ST_OBJECTLIST_LNKLST_ *node, ST_OBJECTLIST_LNKLST_ *position);
     void unlinkAndFree(ST_OBJECTLIST_LNKLST_ *node);
+
+    ST_OBJECTLIST_LNKLST_ *m_lastFound = nullptr; // by findUnique; a node of the list or null
 };

@@ -124,6 +124,7 @@ bool CMM_FS_Info::walkMountTable(FilesystemPass pass, const Taker &take) {
     }
 
     MountEntry entry;
+    _ST_FS filesystem{};
     while (table.next(entry)) {
         if (!zel::typeReported(entry.type))
             continue;
@@ -131,7 +132,6 @@ bool CMM_FS_Info::walkMountTable(FilesystemPass pass, const Taker &take) {
             continue;
         if (zel::isNfs(entry.type) && !remoteMayBeTouched(entry, nfs))
             continue;
-        _ST_FS filesystem{};
         if (measureEntry(entry, nfs, filesystem))
             take(filesystem);
     }

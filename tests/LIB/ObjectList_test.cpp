@@ -329,6 +329,29 @@ TEST(ObjectListDeletion, ACursorElsewhereStays) {
     EXPECT_EQ(list->fGetNode(), list->fGetNode(3));
 }
 
+TEST(ObjectListUniqueLookUp, FindsInEveryOrderAndLeavesTheCursor) {
+    const auto list = listOf({1, 2, 3, 7, 5});
+    list->fMoveFirst();
+    for (const int index : {1, 2, 3, 7, 5, 5, 1, 7, 2, 3}) {
+        ASSERT_NE(list->findUnique(index), nullptr) << index;
+        EXPECT_EQ(list->findUnique(index)->m_nIndex, index);
+    }
+    EXPECT_EQ(list->findUnique(4), nullptr);
+    EXPECT_EQ(list->fGetNode()->m_nIndex, 1);
+}
+
+TEST(ObjectListUniqueLookUp, ForgetsWhatIsRemoved) {
+    const auto list = listOf({1, 2, 3});
+    ASSERT_NE(list->findUnique(2), nullptr);
+    list->fDeleteNode(2);
+    EXPECT_EQ(list->findUnique(2), nullptr);
+    EXPECT_EQ(list->findUnique(3)->m_nIndex, 3);
+    list->fFreeAll();
+    EXPECT_EQ(list->findUnique(3), nullptr);
+    EXPECT_EQ(add(*list, 3), 1);
+    EXPECT_EQ(list->findUnique(3), list->fGetHeadNode());
+}
+
 TEST(ObjectList, FreeAllForgetsTheNodesAndKeepsTheData) {
     int data = 17;
     CObjectList list;

@@ -192,29 +192,42 @@ TEST(NfsMounts, AServerIsAskedOncePerPass) {
     EXPECT_EQ(asked, 4);
 }
 
+// A loopback address that no other process of the machine uses: test runs may stand side by side.
+std::string ownLoopbackAddress() {
+    const int pid = getpid();
+    return "127." + std::to_string(1 + (pid >> 16) % 200) + "." + std::to_string((pid >> 8) % 256) + "." +
+           std::to_string(pid % 256);
+}
+
+int listenerAt(const std::string &dotted, in_port_t port) {
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = inet_addr(dotted.c_str());
+    address.sin_port = htons(port);
+    const int reuse = 1;
+    setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
+    EXPECT_EQ(bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof(address)), 0);
+    EXPECT_EQ(listen(listener, 8), 0);
+    return listener;
+}
+
 TEST(NfsMounts, TheConnectionProbeStandsInForThePortmapper) {
     FilesystemHost host;
-    host.mounted("127.203.5.78:/up", "/up", "nfs4").mounted("127.203.5.79:/down", "/down", "nfs4");
+    const std::string up = ownLoopbackAddress();
+    host.mounted(up + ":/up", "/up", "nfs4").mounted("127.254.5.79:/down", "/down", "nfs4");
     g_nNfsStatusCheckFlag = 2;
     const FakeRpcClients clients;
     CMM_FS_Info collector;
     collector.fSetNFSFlag(1);
     const LogCapture log;
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = inet_addr("127.203.5.78");
-    address.sin_port = htons(2049);
-    const int reuse = 1;
-    setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
-    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof(address)), 0);
-    ASSERT_EQ(listen(listener, 8), 0);
+    const int listener = listenerAt(up, 2049);
 
     EXPECT_EQ(recordsOf(collector), Names{"/up"});
 
     close(listener);
     EXPECT_TRUE(clients.uses.empty());
-    EXPECT_EQ(log.messages(), Names{"NFS Server connect failed(127.203.5.79:/down)"});
+    EXPECT_EQ(log.messages(), Names{"NFS Server connect failed(127.254.5.79:/down)"});
 }
 
 TEST(NfsMounts, AnUnresolvableServerIsUnreachableByEitherProbe) {

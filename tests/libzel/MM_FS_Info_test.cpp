@@ -307,8 +307,9 @@ TEST(FilesystemNames, APathThatNoSystemCallTakesIsSkipped) {
 TEST(FilesystemTable, OddLinesDoNoHarm) {
     FilesystemHost host;
     host.sized("/data", FilesystemHost::twoGigabytes()).sized("", FilesystemHost::twoGigabytes());
+    using namespace std::string_literals;
     host.fixture().write("etc/mtab", "# a comment\n\n   \nonlydevice\n/dev/a /data\n\\777\\ \\0 \\\n" +
-                                         std::string("\x01\xff\x80 bin\0ary x\n", 16) + std::string(200000, 'x') +
+                                         "\x01\xff\x80 bin\0ary x\n"s + std::string(200000, 'x') +
                                          "\n/dev/sda1 /data ext4 rw 0 0\n/dev/sda2 /data ext4");
     CMM_FS_Info collector;
 
