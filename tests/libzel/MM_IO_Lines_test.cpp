@@ -1,4 +1,5 @@
 #include "MM_IO_Lines.h"
+#include "Paths.h"
 
 #include "WholeFile.h"
 
@@ -105,7 +106,7 @@ std::vector<std::string> fixtureLines() {
     std::vector<std::string> lines;
     for (const char *path : {"linux-2.6.32/t1/proc/diskstats", "linux-6.1.0/t1/proc/diskstats",
                              "linux-2.4.21/t1/proc/partitions", "linux-2.2.26/t1/proc/partitions"}) {
-        std::ifstream file(std::string(ZEL_FIXTURES) + "/" + path);
+        std::ifstream file(std::string(paths::fixtures) + "/" + path);
         std::string content{std::istreambuf_iterator<char>(file), {}};
         EXPECT_FALSE(content.empty()) << path;
         zel::LineWalk walk(content.data(), content.size(), zel::DISK_LINE_LIMIT);
