@@ -3,13 +3,12 @@
 #include "CmdWorkers.h"
 #include "SharedValue.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 
-using zel::readShared;
 using zel::writeShared;
 
 CCmdScheduler *g_pclCCmdScheduler;

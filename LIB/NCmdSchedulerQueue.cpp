@@ -8,7 +8,6 @@
 #include <ctime>
 
 using zel::readShared;
-using zel::withOwner;
 
 namespace {
 

@@ -4,7 +4,6 @@
 #include "VornLog.h"
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
@@ -27,8 +26,12 @@ public:
     }
 
     void put(MessageQueue *queue) {
-        const std::lock_guard held(m_lock);
-        m_queues.push_back(queue);
+        try {
+            const std::lock_guard held(m_lock);
+            m_queues.push_back(queue);
+        } catch (const std::bad_alloc &) {
+            // Not kept for another logger, but valid all the same.
+        }
     }
 
 private:
@@ -51,10 +54,8 @@ void writeMessage(CVornLog &log, MessageQWriteLog *message) {
     log.fWrite(zel::LOG_LEVEL_NORMAL, message->m_nLine, message->m_strFileName, message->m_strCollectData);
 }
 
-// Writes one queued message. False when there is none.
+// Writes the first queued message. False when it is null.
 bool writeNext(CVornLog &log) {
-    if (log.m_pcQueue->getCount() == 0)
-        return false;
     MessageQWriteLog *message = log.m_pcQueue->pop();
     if (message == nullptr) {
         std::fputs("l_pclMsgQData===NULL", stderr);
@@ -79,9 +80,11 @@ int zel::writeQueuedMessages(WorkerLink<CVornLog> &link) {
     for (bool more = true; more;) {
         pthread_testcancel();
         const auto next = [&](CVornLog &log) {
-            if (log.m_pcQueue->getCount() > 0)
+            more = log.m_pcQueue->getCount() > 0;
+            if (more) {
                 pause = LOG_WRITER_BUSY;
-            more = writeNext(log);
+                more = writeNext(log);
+            }
         };
         if (!withOwner(link, next))
             return LOG_WRITER_ENDS;

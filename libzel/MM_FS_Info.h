@@ -2,6 +2,7 @@
 //
 // Source: the mount table /etc/mtab and statfs64 on every mount point. Sizes are kilobytes (1024 bytes), inodes are
 // counts, usages are percent. Every call reads the table anew; nothing is a rate, so the first call is like any other.
+// Below a host root a table that is a link (to the reading process's own mounts) is read as the host's /proc/1/mounts.
 //
 // There are two passes over the table: fMGetFileSys collects records, fGetFileSystem writes the performance text. Both
 // leave out the types of g_strExcludeFilesystem, CD drives, and filesystems of 1000000 KB or less; the text also obeys

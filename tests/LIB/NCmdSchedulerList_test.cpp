@@ -5,6 +5,7 @@
 #include "LogCapture.h"
 #include "NCmdScheduler.h"
 #include "ScratchHome.h"
+#include "StreamCapture.h"
 #include "ThreadWatch.h"
 
 #include <atomic>
@@ -186,6 +187,19 @@ TEST_F(CommandList, CommandThatFinishesAtOnceIsForgottenInTheSameRound) {
     wakeUp();
     EXPECT_TRUE(scheduler->m_CmdList.empty());
     EXPECT_FALSE(home.exists("agent/bin/cmd/a"));
+}
+
+TEST_F(CommandList, CommandWithoutAResultFileRunsOnceAndStays) {
+    systemHooks().system = nullptr;
+    const StreamCapture streams;
+    fs::remove("cmd"); // the shell cannot write the result
+    scheduler->fCmdPush("a", "echo x >> ran");
+    wakeUp();
+    for (int waited = 0; waited < 5000 && streams.err().empty(); ++waited)
+        usleep(1000); // the shell's complaint comes last
+    wakeUp();
+    EXPECT_EQ(home.read("agent/bin/ran"), "x\n");
+    EXPECT_EQ(scheduler->m_CmdList.size(), 1U);
 }
 
 TEST_F(CommandList, EmptyListIsPassedOverInSilence) {

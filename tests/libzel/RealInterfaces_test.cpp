@@ -15,6 +15,7 @@
 #include <map>
 #include <net/ethernet.h>
 #include <netpacket/packet.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -65,10 +66,28 @@ void sendFrames(const std::string &name, int count, std::size_t length) {
     close(descriptor);
 }
 
+// Until its link has come up the kernel drops what is sent through an interface.
+bool waitUntilRunning(const std::string &name) {
+    const int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
+    ifreq request{};
+    std::strncpy(request.ifr_name, name.c_str(), sizeof(request.ifr_name) - 1);
+    bool running = false;
+    for (int step = 0; step < 400 && !running; ++step) {
+        running = ioctl(descriptor, SIOCGIFFLAGS, &request) == 0 && (request.ifr_flags & IFF_RUNNING) != 0;
+        if (!running)
+            usleep(5000);
+    }
+    close(descriptor);
+    return running;
+}
+
 void makePair(const std::string &one, const std::string &other) {
     ASSERT_EQ(runIp({"link", "add", one, "type", "veth", "peer", "name", other}), 0);
     ASSERT_EQ(runIp({"link", "set", one, "up"}), 0);
     ASSERT_EQ(runIp({"link", "set", other, "up"}), 0);
+    ASSERT_TRUE(waitUntilRunning(one));
+    ASSERT_TRUE(waitUntilRunning(other));
+    ASSERT_EQ(runIp({"link", "set", one, "up"}), 0) << "waits for the kernel to finish what made the links run";
 }
 
 std::map<std::string, _ST_NETWORK> results(CMM_NWT_Info &collector, double elapsed) {
