@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+class CCmdScheduler;
+
 namespace {
 
 std::atomic<long> allocations;
@@ -201,6 +203,13 @@ void *__wrap_clntudp_create(sockaddr_in *server, unsigned long program, unsigned
                             int *socket) {
     return systemHooks().clntudpCreate ? systemHooks().clntudpCreate(server, program, version, retry, socket)
                                        : __real_clntudp_create(server, program, version, retry, socket);
+}
+
+// CCmdScheduler::fCmdSave
+int __real__ZN13CCmdScheduler8fCmdSaveEPKcS1_(CCmdScheduler *, const char *, const char *);
+int __wrap__ZN13CCmdScheduler8fCmdSaveEPKcS1_(CCmdScheduler *scheduler, const char *key, const char *command) {
+    return systemHooks().saveCommand ? systemHooks().saveCommand(key, command)
+                                     : __real__ZN13CCmdScheduler8fCmdSaveEPKcS1_(scheduler, key, command);
 }
 
 } // extern "C"
