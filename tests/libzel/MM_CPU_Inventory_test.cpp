@@ -221,6 +221,25 @@ TEST_F(CpuInventory, ProgramThatCannotBeStartedIsTold) {
     EXPECT_EQ(cpu.fCommandINV(1), 0);
 }
 
+TEST_F(CpuInventory, OtherModesAreHandedToTheScheduler) {
+    catchCommands();
+    std::vector<std::string> requests;
+    systemHooks().saveCommand = [&requests](const char *key, const char *command) {
+        requests.push_back(std::string(key) + ": " + command);
+        return requests.size() == 1 ? 0 : -1;
+    };
+    CCmdScheduler scheduler;
+    g_pclCCmdScheduler = &scheduler;
+    CMM_CPU_Info cpu;
+
+    EXPECT_EQ(cpu.fCommandINV(2), 1);
+    EXPECT_EQ(cpu.fCommandINV(0), 0) << "the scheduler refused it";
+
+    EXPECT_THAT(requests, ElementsAre("cpu_inv_1: ../../utils/ETC/ShCmd 1200 ./libinvinfo 1 2&",
+                                      "cpu_inv_1: ../../utils/ETC/ShCmd 1200 ./libinvinfo 1 0&"));
+    EXPECT_THAT(m_commands, IsEmpty());
+}
+
 TEST_F(CpuInventory, WithoutASchedulerNothingIsScheduled) {
     catchCommands();
     CMM_CPU_Info cpu;
