@@ -183,13 +183,13 @@ int CMM_MEM_Info::fMGetMinFreePara(unsigned long long *out) {
 
 unsigned long long *CMM_MEM_Info::fMGetSwap() {
     const KernelFile meminfo("/proc/meminfo");
-    const KernelFile stat("/proc/stat");
-    if (!meminfo.valid() || !stat.valid())
+    const KernelFile statistics("/proc/stat");
+    if (!meminfo.valid() || !statistics.valid())
         return nullptr;
     const bool oldLayout =
-        zel::findKey(meminfo.view(), "Swap:") != nullptr && zel::findKey(stat.view(), "swap") != nullptr;
+        zel::findKey(meminfo.view(), "Swap:") != nullptr && zel::findKey(statistics.view(), "swap") != nullptr;
     const bool complete =
-        oldLayout ? parseOldSwap(meminfo.view(), stat.view(), m_pulSWP) : readNewSwap(meminfo.view(), m_pulSWP);
+        oldLayout ? parseOldSwap(meminfo.view(), statistics.view(), m_pulSWP) : readNewSwap(meminfo.view(), m_pulSWP);
     return complete ? m_pulSWP : nullptr;
 }
 
