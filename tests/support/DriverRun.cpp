@@ -52,6 +52,11 @@ DriverRun &DriverRun::kernelRelease(const std::string &release) {
     return *this;
 }
 
+DriverRun &DriverRun::uniformFilesystemsAndUsers() {
+    m_environment.push_back("ZEL_TEST_STATFS=1");
+    return *this;
+}
+
 DriverRun &DriverRun::frozenClock(long seconds) {
     m_environment.push_back("ZEL_TEST_CLOCK=" + std::to_string(seconds));
     m_environment.push_back("ZEL_TEST_PAUSES=" + pausesFile());

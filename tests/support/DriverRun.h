@@ -21,6 +21,8 @@ public:
     DriverRun &hostDirectories(const std::vector<std::string> &directories);
     /// Kernel release that uname answers with.
     DriverRun &kernelRelease(const std::string &release);
+    /// Every filesystem has the same size, and every user the same name.
+    DriverRun &uniformFilesystemsAndUsers();
     /// Freezes the clock; every sleep moves it by its length and does not wait.
     DriverRun &frozenClock(long seconds = 1700000000);
     /// Kills the driver after so many seconds (status 128 + 15).

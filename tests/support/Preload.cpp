@@ -1,6 +1,7 @@
 // Loaded into the driver by tests (LD_PRELOAD). The environment says what it changes:
 //   ZEL_TEST_CLOCK=seconds     the clock stands still there; a sleep moves it by its length and returns at once
 //   ZEL_TEST_RELEASE=text      uname answers with this release
+//   ZEL_TEST_STATFS=1          every filesystem has the same size, and every user is "operator"
 //   ZEL_TEST_HOSTS=a:b:...     at every sleep the link ZEL_HOST_ROOT moves to the next directory; the last one stays
 //   ZEL_TEST_PAUSES=file       every sleep is appended there in microseconds
 //   ZEL_TEST_KILL_AT_PAUSE=n   the driver is killed (signal 9) when it is about to sleep for the n-th time
@@ -10,7 +11,9 @@
 #include <cstring>
 #include <ctime>
 #include <dlfcn.h>
+#include <pwd.h>
 #include <sys/select.h>
+#include <sys/statfs.h>
 #include <sys/time.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -96,6 +99,29 @@ int uname(utsname *system) noexcept {
     if (release != nullptr)
         std::snprintf(system->release, sizeof(system->release), "%s", release);
     return result;
+}
+
+int statfs64(const char *path, struct statfs64 *status) noexcept {
+    if (std::getenv("ZEL_TEST_STATFS") == nullptr)
+        return realFunction<int (*)(const char *, struct statfs64 *)>("statfs64")(path, status);
+    *status = {};
+    status->f_bsize = 4096;
+    status->f_blocks = 5000000;
+    status->f_bfree = 3000000;
+    status->f_bavail = 2750000;
+    status->f_files = 1310720;
+    status->f_ffree = 1200000;
+    return 0;
+}
+
+passwd *getpwuid(uid_t uid) {
+    if (std::getenv("ZEL_TEST_STATFS") == nullptr)
+        return realFunction<passwd *(*)(uid_t)>("getpwuid")(uid);
+    static char name[] = "operator";
+    static passwd entry{};
+    entry.pw_name = name;
+    entry.pw_uid = uid;
+    return &entry;
 }
 
 } // extern "C"
