@@ -114,7 +114,9 @@ bool nfsAnswers(const sockaddr_in &server, in_port_t port) {
                      (timeval{NFS_CALL_SECONDS, 0})) == RPC_SUCCESS;
 }
 
-// Installs the handler that only interrupts, without SA_RESTART, and puts the previous action back.
+// Installs the handler that only interrupts, without SA_RESTART, and puts the previous action back. An alarm that was
+// raised but not delivered yet (blocked, or meant for a thread that does not run) must not meet that action, which by
+// default ends the program: ignoring a signal discards what is pending of it.
 class AlarmInterrupts {
 public:
     AlarmInterrupts() {
@@ -123,8 +125,12 @@ public:
         m_installed = sigfillset(&action.sa_mask) == 0 && sigaction(SIGALRM, &action, &m_previous) == 0;
     }
     ~AlarmInterrupts() {
-        if (m_installed)
-            sigaction(SIGALRM, &m_previous, nullptr);
+        if (!m_installed)
+            return;
+        struct sigaction ignored {};
+        ignored.sa_handler = SIG_IGN;
+        sigaction(SIGALRM, &ignored, nullptr);
+        sigaction(SIGALRM, &m_previous, nullptr);
     }
     AlarmInterrupts(const AlarmInterrupts &) = delete;
     AlarmInterrupts &operator=(const AlarmInterrupts &) = delete;

@@ -37,6 +37,6 @@ int chknfsmnt(const char *source);
 /// set up. With g_nIPv6Flag 1 nothing is probed: 1.
 ///
 /// Uses the process-wide alarm: an alarm that is pending is lost, and nothing else may use it at the same time. The
-/// action of SIGALRM is put back. The limit also holds where the alarm cannot interrupt the call: in a thread that does
-/// not get the signal.
+/// action of SIGALRM is put back, and no alarm is left behind for it. The limit also holds where the alarm cannot
+/// interrupt the call: in a thread that does not get the signal.
 int fgNfsCheck(const char *source);

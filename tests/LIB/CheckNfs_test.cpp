@@ -326,12 +326,35 @@ TEST(NfsConnectionProbe, TheHandlerOnlyInterruptsAndBlocksAllSignalsMeanwhile) {
 
     EXPECT_EQ(fgNfsCheck("127.254.5.77:/export"), 0); // nobody listens there
 
-    ASSERT_EQ(installed.size(), 2U); // installed and put back
+    ASSERT_EQ(installed.size(), 3U); // installed, pending ones discarded, put back
     EXPECT_EQ(installed[0].sa_handler, fgCNSocket_CathAlam);
     EXPECT_EQ(installed[0].sa_flags & SA_RESTART, 0);
     EXPECT_EQ(sigismember(&installed[0].sa_mask, SIGTERM), 1);
     EXPECT_EQ(sigismember(&installed[0].sa_mask, SIGCHLD), 1);
-    EXPECT_EQ(installed[1].sa_handler, SIG_DFL);
+    EXPECT_EQ(installed[1].sa_handler, SIG_IGN);
+    EXPECT_EQ(installed[2].sa_handler, SIG_DFL);
+}
+
+// An alarm that is raised while the program holds the signal back would end the program once it lets it in.
+TEST(NfsConnectionProbe, AnAlarmThatWasNotDeliveredIsDiscarded) {
+    sigset_t alarms;
+    sigemptyset(&alarms);
+    sigaddset(&alarms, SIGALRM);
+    sigset_t before;
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &alarms, &before), 0);
+    systemHooks().socket = [](int, int, int) {
+        ::kill(getpid(), SIGALRM);
+        return -1;
+    };
+
+    EXPECT_EQ(fgNfsCheck("127.0.0.1:/export"), 0);
+
+    sigset_t pending;
+    ASSERT_EQ(sigpending(&pending), 0);
+    EXPECT_EQ(sigismember(&pending, SIGALRM), 0);
+    const timespec atOnce{};
+    sigtimedwait(&alarms, nullptr, &atOnce);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 TEST(NfsConnectionProbe, LeavesNoAlarmAndTheProgramsOwnHandler) {
