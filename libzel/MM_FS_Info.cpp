@@ -126,11 +126,14 @@ bool CMM_FS_Info::walkMountTable(FilesystemPass pass, const Taker &take) {
     MountEntry entry;
     _ST_FS filesystem{};
     while (table.next(entry)) {
+        const bool remote = zel::isNfs(entry.type);
+        if (remote)
+            nfs.meet(entry);
         if (!zel::typeReported(entry.type))
             continue;
         if (pass == FilesystemPass::Text && !zel::mountPointReported(entry.mountPoint))
             continue;
-        if (zel::isNfs(entry.type) && !remoteMayBeTouched(entry, nfs))
+        if (remote && !remoteMayBeTouched(entry, nfs))
             continue;
         if (measureEntry(entry, nfs, filesystem))
             take(filesystem);
@@ -142,7 +145,7 @@ bool CMM_FS_Info::walkMountTable(FilesystemPass pass, const Taker &take) {
 
 // Lists an NFS mount and says whether it is measured too.
 bool CMM_FS_Info::remoteMayBeTouched(const MountEntry &entry, zel::NfsWalk &nfs) {
-    if (!nfs.meet(entry))
+    if (!nfs.list(entry))
         FS_LOG_ERROR("fputs failed(%s)", zel::NFS_LIST_FILE);
     if (m_nNFSFlag != 1)
         return false;

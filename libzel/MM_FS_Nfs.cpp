@@ -42,11 +42,14 @@ bool isNfs(const char *type) {
 
 NfsWalk::NfsWalk() : m_list(std::fopen(NFS_LIST_FILE, "we")) {}
 
-bool NfsWalk::meet(const MountEntry &entry) {
+void NfsWalk::meet(const MountEntry &entry) {
     m_mountPoints.emplace_back(entry.mountPoint);
+}
+
+bool NfsWalk::list(const MountEntry &entry) {
     if (m_list == nullptr)
         return true;
-    const std::string line = onOneLine(m_mountPoints.back() + "|" + entry.device) + "\n";
+    const std::string line = onOneLine(std::string(entry.mountPoint) + "|" + entry.device) + "\n";
     return std::fputs(line.c_str(), m_list.get()) >= 0 && std::fflush(m_list.get()) == 0;
 }
 

@@ -23,8 +23,10 @@ public:
     NfsWalk();
 
     bool listOpen() const { return m_list != nullptr; }
-    /// Remembers an NFS mount and appends it to the list file, when that is open: false when it cannot be written.
-    bool meet(const MountEntry &entry);
+    /// Remembers an NFS mount, reported or not: what is mounted below it may hang.
+    void meet(const MountEntry &entry);
+    /// Appends an NFS mount to the list file, when that is open: false when it cannot be written.
+    bool list(const MountEntry &entry);
 
     /// By g_nNfsStatusCheckFlag: asks the server of the remote source, once per pass. Without the flag: true.
     bool serverAnswers(const char *source);

@@ -342,6 +342,30 @@ TEST(NfsMounts, AMountBelowOneIsHeldToTheLimitToo) {
     EXPECT_TRUE(onOwnThread["/nfs/inside"]);
 }
 
+// The way to a mount leads through the NFS mounts above it, whether these are reported or not.
+TEST(NfsMounts, AMountBelowOneThatIsFilteredOutIsHeldToTheLimitToo) {
+    FilesystemHost host;
+    host.mounted("10.0.0.9:/x", "/nfs/deep/mount", "nfs4").mounted("/dev/sda1", "/nfs/deep/mount/a", "ext4");
+    const auto others = systemHooks().statfs64;
+    const auto mainThread = std::this_thread::get_id();
+    std::vector<bool> onOwnThread;
+    systemHooks().statfs64 = [&onOwnThread, others, mainThread](const char *path, struct statfs64 *status) {
+        onOwnThread.push_back(std::this_thread::get_id() != mainThread);
+        return others(path, status);
+    };
+    CMM_FS_Info collector;
+    collector.fSetNFSFlag(1);
+
+    FilesystemHost::exclude({"nfs4"});
+    EXPECT_EQ(recordsOf(collector), Names{"/nfs/deep/mount/a"});
+    FilesystemHost::exclude({});
+    FilesystemHost::include({"/nfs/deep/mount/a"});
+    EXPECT_EQ(collector.fGetFileSystem(), 1);
+
+    EXPECT_EQ(onOwnThread, (std::vector<bool>{true, true}));
+    EXPECT_EQ(host.nfsList(), ""); // only what passes the filters is listed
+}
+
 TEST(NfsMounts, BelowAnNfsRootEverythingIsHeldToTheLimit) {
     FilesystemHost host;
     host.mounted("10.0.0.9:/root", "/", "nfs").mounted("/dev/sda1", "/data", "ext4");
