@@ -1,5 +1,6 @@
 // Which entries of the mount table are reported.
 #include "FilesystemHost.h"
+#include "LogCapture.h"
 #include "MM_FS_Info.h"
 
 #include <gtest/gtest.h>
@@ -171,6 +172,17 @@ TEST(FilesystemNameFilter, CdDrivesAndRpcPseudoFilesystemsAreLeftOut) {
 
     EXPECT_EQ(records(), Names{"/sunrpc"}); // only a device tells a pseudo filesystem
     EXPECT_EQ(rows(), Names{"/sunrpc"});
+}
+
+// An empty drive is told like every other failure: names are looked at behind the measure.
+TEST(FilesystemNameFilter, ComesBehindTheMeasure) {
+    FilesystemHost host;
+    host.line("/dev/sr0", "/media/cdrom0", "iso9660");
+    const LogCapture log;
+
+    EXPECT_EQ(records(), Names{});
+    EXPECT_EQ(host.measured(), Names{"/media/cdrom0"});
+    EXPECT_EQ(log.messages(), Names{"statfs failed(2)"}); // ENOENT
 }
 
 TEST(FilesystemSizeFilter, ReportsOnlyWhatExceedsAMillionKilobytes) {
