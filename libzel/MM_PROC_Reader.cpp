@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <type_traits>
 #include <unistd.h>
@@ -339,7 +340,11 @@ int CMM_PROC_Info::fMReadProcTable(int pid, proc_s *raw, _ST_PROC *out, unsigned
                                    int mode) {
     const zel::ScopedDescriptor directory = openProcDirectory();
     zel::ProcessReader reader{*this, directory.get(), mode, totalMemKB};
-    return directory.valid() && zel::readProcess(reader, pid, curTime, *raw, *out);
+    try {
+        return directory.valid() && zel::readProcess(reader, pid, curTime, *raw, *out);
+    } catch (const std::bad_alloc &) { // no memory for the sample of a process that is new
+        return 0;
+    }
 }
 
 int CMM_PROC_Info::fMRealReadProcTable(int pid, proc_s *raw, _ST_PROC *out) {

@@ -481,6 +481,34 @@ TEST_F(ProcessScan, WithoutMemoryForTheScratchRecordsTheScanEnds) {
     EXPECT_EQ(scan().size(), 1U) << "and the next one works";
 }
 
+TEST_F(ProcessScan, WithoutMemoryForASampleTheScanEnds) {
+    host.put(sleeper(7));
+    for (const int mode : {0, 1}) {
+        systemHooks().failNewAfter = 0;
+
+        EXPECT_EQ(collector.fMGetProc(mode), nullptr);
+
+        EXPECT_EQ(collector.m_nInsertFirst, 0);
+        EXPECT_EQ(collector.m_stAllProcList, nullptr);
+        EXPECT_EQ(collector.fGetProcInfo(), collector.g_stringPollProcess.c_str());
+    }
+    EXPECT_EQ(scan().size(), 1U) << "and the next one works";
+}
+
+TEST_F(ProcessScan, EveryModeBelowOneIsTheTextReport) {
+    FakeProcess process = sleeper(7);
+    process.residentPages = 1000;
+    host.put(process);
+
+    const ProcessTable text(collector.fMGetProc(-1));
+    EXPECT_TRUE(text.ended());
+    EXPECT_EQ(text.value(7, "ARGS"), "/bin/sleeper");
+
+    const ProcessPush push(collector.fMGetProc(2));
+    EXPECT_EQ(push.code, "4.14.2.0");
+    EXPECT_EQ(push.table.value(7, "ARGS"), "sleeper");
+}
+
 TEST_F(ProcessScan, RowIsWholeAlsoWhenItsRoomIsHadOnlyAtTheSecondTry) {
     FakeProcess process = sleeper(7);
     process.commandLine = std::string(20000, 'a');

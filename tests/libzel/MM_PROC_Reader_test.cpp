@@ -194,6 +194,30 @@ TEST(ProcessReader, PushModeTakesTheCommandNameAndLeavesTheCommandLineAlone) {
     EXPECT_STREQ(reading.out->l_strPname, "worker");
 }
 
+TEST(ProcessReader, EveryModeBelowOneReadsTheCommandLine) {
+    ProcessHost host;
+    host.put(example());
+    Reading reading;
+
+    ASSERT_EQ(reading.read(4321, -1), 1);
+    EXPECT_STREQ(reading.out->l_strPname, "ls -l ");
+    ASSERT_EQ(reading.read(4321, 2), 1);
+    EXPECT_STREQ(reading.out->l_strPname, "worker");
+}
+
+TEST(ProcessReader, WithoutMemoryForTheSampleTheProcessFails) {
+    ProcessHost host;
+    host.put(example());
+    Reading reading;
+
+    for (const int allocation : {0, 1}) { // the sample, its place in the map
+        systemHooks().failNewAfter = allocation;
+        EXPECT_EQ(reading.read(4321), 0);
+        EXPECT_TRUE(reading.collector.m_ProcMap.empty());
+    }
+    EXPECT_EQ(reading.read(4321), 1) << "and the next time it is read";
+}
+
 TEST(ProcessReader, EachMissingOrBrokenFileFailsTheProcess) {
     ProcessHost host;
     Reading reading;

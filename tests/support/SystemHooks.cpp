@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 class CCmdScheduler;
@@ -148,6 +149,9 @@ void *__wrap_realloc(void *block, size_t size) {
 void *__real__Znwm(size_t);
 void *__wrap__Znwm(size_t size) {
     ++allocations;
+    int &countdown = systemHooks().failNewAfter;
+    if (countdown >= 0 && countdown-- == 0)
+        throw std::bad_alloc();
     return __real__Znwm(size);
 }
 
