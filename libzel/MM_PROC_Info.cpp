@@ -141,7 +141,6 @@ void zel::startClocks(CMM_PROC_Info &collector) {
     std::snprintf(collector.m_strUpTime, sizeof(collector.m_strUpTime), "%s", seconds);
 }
 
-// Only what a reader may leave unset, so that nothing of the previous process shows through.
 void zel::clearRecord(_ST_PROC &record) {
     record.l_strPname[0] = '\0';
     record.l_strUname[0] = '\0';

@@ -81,7 +81,7 @@ struct ProcessScan {
 std::unique_ptr<ProcessScratch, FreeDeleter> newProcessScratch();
 /// Takes the time of the scan and the uptime.
 void startClocks(CMM_PROC_Info &collector);
-/// Makes the record that of no process: every text empty, every figure 0.
+/// Empties what a reader may leave unset, so that nothing of the previous process shows through.
 void clearRecord(_ST_PROC &record);
 /// Drops the blanks at the end of the name; a name of nothing else becomes "<defunct>". Returns its length.
 std::size_t trimName(char *name);
