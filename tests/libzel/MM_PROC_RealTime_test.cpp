@@ -134,6 +134,20 @@ TEST_F(RealTimeList, VanishedProcessesAreSkippedAndNotCounted) {
     EXPECT_EQ(collector.fMGetNProcs(), 2);
 }
 
+TEST_F(RealTimeList, ProcessWithoutAUserNameIsLeftOut) {
+    host.put(numbered(7));
+    static char empty[] = "";
+    static passwd entry;
+    entry.pw_name = empty;
+    systemHooks().getpwuid = [](uid_t uid) {
+        entry.pw_uid = uid;
+        return &entry;
+    };
+
+    EXPECT_EQ(collector.fMGetRealProc(), nullptr);
+    EXPECT_EQ(collector.fMGetNProcs(), 0);
+}
+
 // A buffer that is too small for the name and 256 bytes is replaced by one of twice the name's length.
 TEST_F(RealTimeList, LongNameReplacesTheLineBuffer) {
     FakeProcess process = numbered(7);

@@ -1,6 +1,7 @@
 // What outside scripts add to a scan: the process list and the java figures of 2.4 kernels, and VMware rows.
 #include "FrozenClock.h"
 #include "LogCapture.h"
+#include "LogRecorder.h"
 #include "MM_PROC_Info.h"
 #include "ProcessHost.h"
 #include "ScratchHome.h"
@@ -455,6 +456,43 @@ TEST_F(VMwareRows, StandInThePushReportBeforeTheTopProcesses) {
     EXPECT_NE(last, std::string::npos);
     EXPECT_EQ(all.find(R + "guest row 0" + R), all.find("P100CPU" + C) + 10);
     EXPECT_EQ(all.find(R, last + 17), std::string::npos) << "one top row";
+}
+
+// Guests count, so that they alone take the count beyond the capacity of the push list; the process is one more.
+TEST_F(VMwareRows, CapacityOfTheNextPushScanFollowsTheCount) {
+    const auto capacityAfter = [this](int guests, int capacity) {
+        std::string rows;
+        for (int i = 0; i < guests; ++i)
+            rows += "x\n";
+        home.write("agent/aproc/shell/vmware_proc.dat", rows);
+        collector->m_nActiveSize = capacity;
+        EXPECT_NE(collector->fMGetProc(1), nullptr);
+        EXPECT_EQ(collector->fMGetNProcs(), guests + 1);
+        return collector->m_nActiveSize;
+    };
+
+    EXPECT_EQ(capacityAfter(10000, 10000), 11001) << "1000 more than the count";
+    EXPECT_EQ(capacityAfter(10000, 10001), 10001) << "not exceeded";
+    EXPECT_EQ(capacityAfter(8999, 20000), 20000) << "9000 keep it";
+    EXPECT_EQ(capacityAfter(8998, 20000), 10000);
+}
+
+TEST_F(VMwareRows, MessagesHaveTheirGatesAndLevels) {
+    g_nGetProcessJAVA = 1;
+    const LogRecorder log;
+    {
+        const OpenGate gate(g_nLogModNORMAL, 128, g_nLoggingNORMAL2, 4096);
+        scan();
+    }
+    const LogCall switches{2, "MM_PROC_Info", "MinorNum[4]GtrProcType[0]GtrJavaProc[1]"};
+    EXPECT_THAT(log.calls(), ElementsAre(switches));
+    {
+        const OpenGate gate(g_nLogModERROR, 128, g_nLoggingERROR2, 4096);
+        scan();
+    }
+    EXPECT_THAT(log.calls(), ElementsAre(switches, LogCall{3, "MM_PROC_Info", "top_info gatherTime[0]"},
+                                         LogCall{3, "MM_PROC_Info",
+                                                 "VMWare PROC Gtr ../aproc/shell/vmware_proc.dat file not found"}));
 }
 
 } // namespace
