@@ -119,6 +119,21 @@ TEST(NetworkList, InterfacesComeAndGo) {
     EXPECT_EQ(collector.fMGetNetworkStatNext()->l_dInByte, 1000.0) << "a previous reading is never removed";
 }
 
+TEST(NetworkList, BandwidthOfTheFirstPassStays) {
+    NetworkScene scene(0);
+    scene.bandwidths("TORVSC|eth0|8|2\n"); // 8000 bits: 1000 bytes per second
+    scene.show({{"eth0", 0}});
+    CMM_NWT_Info collector;
+    collector.fMGetNetworkStat(1.0, -1);
+    collector.m_pclBandwidthList->fFreeAll();
+    collector.m_pclBandwidthList->fAddLinkedList("eth0", 16, 1);
+    for (const unsigned long long bytes : {500ULL, 1000ULL}) {
+        scene.show({{"eth0", bytes}});
+        collector.fMGetNetworkStat(1.0, -1);
+        EXPECT_DOUBLE_EQ(collector.fMGetNetworkStatNext()->l_dPortRxRate, 50.0) << bytes;
+    }
+}
+
 TEST(NetworkList, ManyInterfacesInAnyOrderFindTheirOwnPreviousReading) {
     NetworkScene scene(0);
     std::vector<InterfaceLine> lines;

@@ -1,4 +1,6 @@
 // The passes of the interface collector in text mode: header, rows, clamps, ceilings.
+#include "FrozenClock.h"
+#include "LogCapture.h"
 #include "MM_NWT_Info.h"
 #include "NGFunctions.h"
 #include "NetworkScene.h"
@@ -263,6 +265,61 @@ TEST_F(NetworkText, NoTimeBetweenTwoPassesNeverPrintsNotANumber) {
               row({"1", "eth0", "1", "-1.00", "0.00", "-1.00", "0.00", "0.00", "0.00", "0.00", "0.00", "0.00", "0.00",
                    "-1.00", "-1.00", "-1.00"}));
     EXPECT_EQ(pass(collector, std::numeric_limits<double>::quiet_NaN()).find("nan"), std::string::npos);
+}
+
+TEST_F(NetworkText, NoTimeBetweenTwoPassesIsInfiniteWhereNoCeilingHolds) {
+    scene.show({{"eth0"}});
+    CMM_NWT_Info collector;
+    collector.fMGetNetworkStat(1.0, -1);
+    scene.show({{"eth0", 0, 0, 0, 0, 1, 2, 3}});
+    EXPECT_EQ(pass(collector, 0.0).substr(HEADER.size()),
+              row({"1", "eth0", "1", "0.00", "0.00", "0.00", "0.00", "inf", "inf", "0.00", "0.00", "inf", "0.00",
+                   "0.00", "0.00", "0.00"}));
+}
+
+TEST_F(NetworkText, BandwidthOfTheFirstPassStays) {
+    scene.bandwidths("TORVSC|eth0|8|2\n"); // 8000 bits: 1000 bytes per second
+    scene.show({{"eth0", 0}});
+    CMM_NWT_Info collector;
+    collector.fMGetNetworkStat(1.0, -1);
+    collector.m_pclBandwidthList->fFreeAll();
+    collector.m_pclBandwidthList->fAddLinkedList("eth0", 16, 1);
+    for (const unsigned long long bytes : {500ULL, 1000ULL}) {
+        scene.show({{"eth0", bytes}});
+        EXPECT_NE(pass(collector).find("50.00" + C + "50.00" + C + "0.10" + C), std::string::npos) << bytes;
+    }
+}
+
+TEST_F(NetworkText, FirstPassAloneTellsBandwidth) {
+    scene.bandwidths("TORVSC|eth0|1000|2\n");
+    scene.show({{"eth0"}, {"eth1"}});
+    CMM_NWT_Info collector;
+    std::vector<std::string> messages;
+    {
+        const LogCapture log(0, 0);
+        collector.fMGetNetworkStat(1.0, -1);
+        scene.show({{"eth0"}, {"eth1"}, {"eth2"}});
+        pass(collector);
+        messages = log.messages();
+    }
+    EXPECT_THAT(messages, testing::ElementsAre("ifname[eth0] Band(1000000) Duplex(2)", "ifname[eth1] bw is null"));
+}
+
+TEST_F(NetworkText, ClockedPassesChooseTheFormOfTheText) {
+    FrozenClock clock;
+    g_nNetworkExtGather = 1;
+    scene.show({{"eth0"}});
+    CMM_NWT_Info collector;
+    collector.m_pclNetworkExtList->fAddLinkedList("eth9");
+
+    EXPECT_EQ(collector.fMGetVelmorNetworkStat(1), nullptr);
+    EXPECT_EQ(std::string(collector.m_pstrNetworkInfo), M + "4.6.7.0" + F + HEADER);
+    clock.advance(1);
+    EXPECT_NE(collector.fMGetVelmorNetworkStat(0), nullptr);
+    EXPECT_NE(std::strstr(collector.m_pstrNetworkInfo, "eth9"), nullptr);
+    EXPECT_NE(collector.fMGetNetworkStat(), nullptr);
+    EXPECT_EQ(std::string(collector.m_pstrNetworkInfo).substr(0, HEADER.size()), HEADER);
+    EXPECT_EQ(std::strstr(collector.m_pstrNetworkInfo, "eth9"), nullptr) << "no extra interfaces: its flag is -1";
 }
 
 TEST_F(NetworkText, HostileNameForgesNoRow) {
