@@ -27,7 +27,7 @@ int CMM_CPU_Info::fMGetPhyCpuCnt() {
     // The result file tells whether the script worked.
     [[maybe_unused]] const int status = std::system(command);
 
-    const zel::ScopedFile file(std::fopen(physicalCountPath, "r"));
+    const zel::ScopedFile file(std::fopen(physicalCountPath, "re"));
     char line[countLineSize];
     if (file == nullptr || std::fgets(line, sizeof(line), file.get()) == nullptr)
         return 0;

@@ -203,7 +203,7 @@ unsigned long long *CMM_MEM_Info::fMGetSwap_k2_6() {
 int *CMM_MEM_Info::fMGetMemCnt() {
     // The list tells whether the script worked.
     [[maybe_unused]] const int status = std::system("../../utils/ETC/ShCmd 5 ./shell/LINUX/MemCntInfoLIN.sh");
-    const zel::ScopedFile file(std::fopen("../aproc/shell/MemCntInfo.dat", "r"));
+    const zel::ScopedFile file(std::fopen("../aproc/shell/MemCntInfo.dat", "re"));
     if (file == nullptr)
         return nullptr;
 
