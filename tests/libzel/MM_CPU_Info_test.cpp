@@ -6,7 +6,9 @@
 #include "StatText.h"
 #include "SystemHooks.h"
 
+#include <algorithm>
 #include <ctime>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
@@ -289,6 +291,43 @@ TEST_F(CpuSample, ConstructionWithoutTextMakesNone) {
     EXPECT_STREQ(cpu.m_strPushSplit[1], "\x03\x1F^");
 }
 
+TEST_F(CpuSample, MembersStandInTheirOrder) {
+    CMM_CPU_Info cpu;
+    const std::vector<const void *> members = {&cpu.m_plOldCPU,
+                                               &cpu.m_pnCPU,
+                                               &cpu.m_nNCpu,
+                                               &cpu.m_nCpuIndex,
+                                               &cpu.m_plIntr,
+                                               &cpu.m_pdIntr,
+                                               &cpu.m_pclUtil,
+                                               &cpu.m_strLogMsg,
+                                               &cpu.m_strSplit,
+                                               &cpu.m_strPushSplit,
+                                               &cpu.m_nCpuZELCnt,
+                                               &cpu.m_pStrCpuZEL,
+                                               &cpu.m_nCpuZELSize,
+                                               &cpu.m_nCpuINVCnt,
+                                               &cpu.m_pStrCpuINV,
+                                               &cpu.m_nCpuINVSize,
+                                               &cpu.m_strDataPath,
+                                               &cpu.m_nZELSkipChk,
+                                               &cpu.m_pRealTimeStrCpuZEL,
+                                               &cpu.m_nCpuZELRealSize,
+                                               &cpu.m_tOldTime,
+                                               &cpu.m_nGatherCount,
+                                               &cpu.m_pnCpus,
+                                               &cpu.m_fUsed,
+                                               &cpu.m_nLogicalCpuCnt,
+                                               &cpu.m_nPushCpuCnt};
+
+    EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<>()));
+    EXPECT_EQ(sizeof(cpu.m_plOldCPU), 513U * 5U * 8U);
+    EXPECT_EQ(sizeof(cpu.m_pnCPU), 513U * 5U * 8U);
+    EXPECT_EQ(sizeof(cpu.m_pnCpus), 513U * 5U * 8U);
+    EXPECT_EQ(sizeof(cpu.m_strLogMsg), 1024U);
+    EXPECT_EQ(sizeof(cpu.m_strDataPath), 512U);
+}
+
 // The gathering loop keeps counters of its own: samples in between do not shorten its interval.
 class CpuGathering : public CpuSample {
 protected:
@@ -408,6 +447,16 @@ TEST_F(CpuInterrupts, TotalBeyondTheSignedRangeStillCounts) {
     EXPECT_DOUBLE_EQ(*rate(cpu, "intr 9223372036854775857\n", 1.0), 50.0);
     EXPECT_DOUBLE_EQ(*rate(cpu, "intr 18446744073709551615\n", 1.0), 9223372036854775758.0);
     EXPECT_DOUBLE_EQ(*rate(cpu, "intr 9\n", 1.0), 10.0);
+}
+
+// What the fixed buffer does not hold is not there.
+TEST_F(CpuInterrupts, TotalBehindTheFirst65535BytesCountsAsMissing) {
+    CMM_CPU_Info cpu;
+    const std::size_t machine = std::string("cpu  1 2 3 4 5\n").size();
+
+    EXPECT_NE(rate(cpu, std::string(65535 - machine - 8, '\n') + "intr 100\n", 1.0), nullptr);
+    EXPECT_EQ(cpu.m_plIntr, 100);
+    EXPECT_EQ(rate(cpu, std::string(65535 - machine, '\n') + "intr 100\n", 1.0), nullptr);
 }
 
 TEST_F(CpuInterrupts, WithoutTheLineOrTheFileThereIsNoResult) {

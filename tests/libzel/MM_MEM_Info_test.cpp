@@ -5,7 +5,9 @@
 #include "Settings.h"
 #include "SystemHooks.h"
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -315,6 +317,23 @@ TEST_F(SwapReading, SummaryLineThatIsCutOffFails) {
     EXPECT_EQ(memory.fMGetSwap(), nullptr);
 }
 
+// Every file of a swap reading is cut at 4095 bytes: the older layout without its page counts is the newer one.
+TEST_F(SwapReading, KeyBehindTheFirst4095BytesCountsAsMissing) {
+    CMM_MEM_Info memory;
+    m_host.write("proc/meminfo", std::string("Swap: 1024 1024 1024\n") + plainMeminfo);
+    m_host.write("proc/stat", "cpu  1 2 3 4\n" + std::string(4095, '\n') + "swap 10 20\n");
+    EXPECT_EQ(memory.fMGetSwap(), memory.m_pulSWP);
+    EXPECT_THAT(memory.m_pulSWP, ElementsAre(8000000, 1000000, 7000000, 1500, 35000));
+
+    m_host.write("proc/vmstat", std::string(4000, '\n') + "pswpin 1\npswpout 2\n");
+    EXPECT_NE(memory.fMGetSwap(), nullptr);
+    m_host.write("proc/vmstat", std::string(4095, '\n') + "pswpin 1\npswpout 2\n");
+    EXPECT_EQ(memory.fMGetSwap(), nullptr);
+    m_host.write("proc/vmstat", "pswpin 1\npswpout 2\n");
+    m_host.write("proc/meminfo", std::string(4095, '\n') + plainMeminfo);
+    EXPECT_EQ(memory.fMGetSwap(), nullptr);
+}
+
 class MemoryModules : public testing::Test {
 protected:
     MemoryModules() {
@@ -489,6 +508,21 @@ TEST_F(MemoryPush, NeverExceedsItsBuffer) {
     EXPECT_EQ(memory.m_pStrRealTimeMemZEL, longKey + M + "4.4.1.0" + F + largest + F + M + "4.4.3.0" + F + largest + F +
                                                M + "4.4.4.0" + F + "0" + F);
     EXPECT_EQ(memory.m_nMemZELSize, 512);
+}
+
+TEST_F(MemoryPush, MembersStandInTheirOrder) {
+    CMM_MEM_Info memory;
+    const std::vector<const void *> members = {&memory.m_pulMEM,        &memory.m_pulSWP,
+                                               &memory.m_pclUtil,       &memory.m_nMemCnt,
+                                               &memory.m_pnMemCnt,      &memory.m_strCurrentPath,
+                                               &memory.m_nMemFreeFlag,  &memory.m_nMemZELSize,
+                                               &memory.m_pStrMemoryZEL, &memory.m_pStrRealTimeMemZEL,
+                                               &memory.m_strSplit,      &memory.m_strPushSplit};
+
+    EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<>()));
+    EXPECT_EQ(sizeof(memory.m_pulMEM), 7U * 8U);
+    EXPECT_EQ(sizeof(memory.m_pulSWP), 5U * 8U);
+    EXPECT_EQ(sizeof(memory.m_strCurrentPath), 256U);
 }
 
 TEST_F(MemoryPush, ConstructionSetsTheDefaults) {

@@ -5,7 +5,9 @@
 #include "Settings.h"
 #include "SystemHooks.h"
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
@@ -186,6 +188,18 @@ TEST_F(VmSample, EveryMissingKeyFails) {
     m_host.write("proc/stat", "cpu  1 2 3 4 5\nbtime 5\n");
     EXPECT_EQ(vm.fMGetStat(counters), 0);
     EXPECT_EQ(vm.fMGetStat_k2_6(counters), 0);
+}
+
+TEST_F(VmSample, VmstatKeysBehindTheFirst8191BytesCountAsMissing) {
+    CMM_VM_Info vm;
+    long counters[14] = {};
+    const std::string vmstat = vmstatText({1, 2, 3, 4, 5, 6, 7});
+    m_host.write("proc/stat", newStat(7));
+
+    m_host.write("proc/vmstat", std::string(8191 - vmstat.size(), '\n') + vmstat);
+    EXPECT_EQ(vm.fMGetStat(counters), 1);
+    m_host.write("proc/vmstat", std::string(8191, '\n') + vmstat);
+    EXPECT_EQ(vm.fMGetStat(counters), 0);
 }
 
 TEST_F(VmSample, SwitchesAreFoundBehindTheFirst64Kilobytes) {
@@ -415,6 +429,19 @@ TEST_F(VmPush, NeverExceedsItsBuffer) {
 
     EXPECT_EQ(vm.m_pStrRealTimePageZEL, longKey);
     EXPECT_EQ(vm.m_nPageRealZELSize, 512);
+}
+
+TEST_F(VmPush, MembersStandInTheirOrder) {
+    CMM_VM_Info vm;
+    const std::vector<const void *> members = {&vm.m_pclUtil,      &vm.m_nFirstFlag,       &vm.m_pdVM,
+                                               &vm.m_pdPAGE_AVG,   &vm.m_plOldVM,          &vm.m_pStrRealTimePageZEL,
+                                               &vm.m_nGatherCount, &vm.m_nPageRealZELSize, &vm.m_dElapsedTime,
+                                               &vm.m_stOldIoTime,  &vm.m_strPushSplit};
+
+    EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<>()));
+    EXPECT_EQ(sizeof(vm.m_pdVM), 14U * sizeof(double));
+    EXPECT_EQ(sizeof(vm.m_pdPAGE_AVG), 14U * sizeof(double));
+    EXPECT_EQ(sizeof(vm.m_plOldVM), 14U * sizeof(long));
 }
 
 TEST_F(VmPush, ConstructionMakesAnEmptyTextAndTheSeparators) {
