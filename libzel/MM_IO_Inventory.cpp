@@ -1,5 +1,4 @@
 // Disk discovery through the partitions script, and the inventory file of CMM_IO_Info.
-#include "FieldScanner.h"
 #include "LogGate.h"
 #include "MM_IO_Info.h"
 #include "MM_IO_Lines.h"

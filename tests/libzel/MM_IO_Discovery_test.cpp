@@ -286,6 +286,13 @@ TEST_F(DiskRateFile, LastMatchingLineWins) {
     EXPECT_FLOAT_EQ(rateOf("sdb", "sda 1.5\nsdb 2.5 rest\n"), 2.5F);
 }
 
+// 127 characters are taken together: what stands behind them is a line of its own.
+TEST_F(DiskRateFile, LongLineIsTakenInPieces) {
+    const std::string front = "sdb " + std::string(123, '1');
+    EXPECT_FLOAT_EQ(rateOf("sda", (front + "sda 2.5\n").c_str()), 2.5F);
+    EXPECT_EQ(rateOf("sda", (front + "1sda 2.5\n").c_str()), 0.0F);
+}
+
 TEST_F(DiskRateFile, NoMatchingLineReadsAsZero) {
     EXPECT_EQ(rateOf("sd", "sda 1.5\n sd 3\nsd\n"), 0.0F);
     EXPECT_EQ(rateOf("sda", ""), 0.0F);

@@ -5,6 +5,7 @@
 #include "NCmdScheduler.h"
 
 #include <gmock/gmock.h>
+#include <limits>
 
 namespace {
 
@@ -129,6 +130,23 @@ TEST_F(DiskInventory, RequestRunsNothingHere) {
     disks.fCommandINV(1);
     EXPECT_TRUE(commands.empty());
     EXPECT_EQ(disks.fCommandExecute(), 1);
+}
+
+TEST_F(DiskInventory, RequestIsHandedToTheScheduler) {
+    std::vector<std::string> requests;
+    systemHooks().saveCommand = [&requests](const char *key, const char *command) {
+        requests.push_back(std::string(key) + ": " + command);
+        return requests.size() == 1 ? 0 : -1;
+    };
+    CCmdScheduler scheduler;
+    g_pclCCmdScheduler = &scheduler;
+
+    EXPECT_EQ(disks.fCommandINV(1), 0);
+    EXPECT_EQ(disks.fCommandINV(std::numeric_limits<int>::min()), -1) << "the scheduler refused it";
+
+    EXPECT_THAT(requests, ElementsAre("disk_inv_1: ./shell/libinvdiskexe.sh 2 1 &",
+                                      "disk_inv_1: ./shell/libinvdiskexe.sh 2 -2147483648 &"));
+    EXPECT_TRUE(commands.empty());
 }
 
 TEST_F(DiskInventory, RequestWithoutASchedulerIsRefused) {
