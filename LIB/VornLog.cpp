@@ -1,12 +1,16 @@
 #include "VornLog.h"
 
+#include "OwnedText.h"
 #include "SharedValue.h"
 
-#include <cstdarg>
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <unistd.h>
 
 using zel::readShared;
@@ -69,27 +73,25 @@ private:
     const bool m_taken;
 };
 
-// One formatted line. It stands in the fixed room, or on the heap when it is longer; without memory it is cut.
+// One line, put together from its pieces. It stands in the fixed room, or on the heap when it is longer; without memory
+// it is cut.
 class LogLine {
 public:
-    [[gnu::format(printf, 2, 3)]] void format(const char *pattern, ...) {
-        va_list arguments;
-        va_start(arguments, pattern);
-        const int length = std::vsnprintf(m_fixed, sizeof(m_fixed), pattern, arguments);
-        va_end(arguments);
-        m_length = length < 0 ? 0 : static_cast<std::size_t>(length);
-        if (m_length < sizeof(m_fixed))
-            return;
+    LogLine() = default;
+    LogLine(std::initializer_list<std::string_view> pieces) {
+        std::size_t length = 0;
+        for (const std::string_view piece : pieces)
+            length += piece.size();
+        if (length > sizeof(m_fixed))
+            m_long.reset(static_cast<char *>(std::malloc(length)));
+        char *const room = m_long == nullptr ? m_fixed : m_long.get();
+        m_length = m_long == nullptr ? std::min(length, sizeof(m_fixed)) : length;
 
-        m_long.reset(new (std::nothrow) char[m_length + 1]);
-        if (m_long == nullptr) {
-            m_length = sizeof(m_fixed) - 1;
-            m_fixed[m_length - 1] = '\n';
-            return;
-        }
-        va_start(arguments, pattern);
-        std::vsnprintf(m_long.get(), m_length + 1, pattern, arguments);
-        va_end(arguments);
+        std::size_t used = 0;
+        for (const std::string_view piece : pieces)
+            used += piece.copy(room + used, m_length - used);
+        if (m_length < length)
+            room[m_length - 1] = '\n';
     }
 
     const char *text() const { return m_long == nullptr ? m_fixed : m_long.get(); }
@@ -97,7 +99,7 @@ public:
 
 private:
     char m_fixed[4096];
-    std::unique_ptr<char[]> m_long;
+    zel::Text m_long;
     std::size_t m_length = 0;
 };
 
@@ -235,17 +237,19 @@ void CVornLog::fLogWrite(int level, int line, const char *file, const char *mess
 void CVornLog::fWrite(int level, const char *file, const char *message) {
     char time[16];
     fGetThreadDayTime(0, time, 2);
-    LogLine text;
     if (const char *word = levelWord(*this, level); word != nullptr)
-        text.format("[%s][%s][%s]%s\n", time, word, orEmpty(file), orEmpty(message));
-    writeLine(*this, text);
+        writeLine(*this, {"[", time, "][", word, "][", orEmpty(file), "]", orEmpty(message), "\n"});
+    else
+        writeLine(*this, {});
 }
 
 void CVornLog::fWrite(int level, int line, const char *file, const char *message) {
     char time[16];
     fGetThreadDayTime(0, time, 2);
-    LogLine text;
+    char number[16];
+    std::snprintf(number, sizeof(number), "%d", line);
     if (const char *word = levelWord(*this, level); word != nullptr)
-        text.format("[%s][%s][%s][%d]%s\n", time, word, orEmpty(file), line, orEmpty(message));
-    writeLine(*this, text);
+        writeLine(*this, {"[", time, "][", word, "][", orEmpty(file), "][", number, "]", orEmpty(message), "\n"});
+    else
+        writeLine(*this, {});
 }

@@ -21,6 +21,7 @@ namespace {
 
 constexpr const char *noDateYet = "EMPTY";
 constexpr std::size_t dateLength = 8;
+constexpr std::size_t timeLength = 6;
 constexpr std::size_t shortestLogName = 11;
 constexpr mode_t logFileMode = 0644;
 constexpr int firstFreeDescriptor = 3;
@@ -28,20 +29,26 @@ constexpr const char *recentFileScript = "../../utils/INSTALL/recentlogfile.sh";
 constexpr const char *recentFileResult = "../aproc/shell/recentlogfile.dat";
 constexpr const char *compressRunner = "../../utils/ETC/ShCmd 60";
 
-// A text that outgrows its form (a year beyond 9999) is cut.
+// Appends a text of exactly `length` characters: one that outgrows them (a year beyond 9999) is cut.
+char *append(char *out, const char *text, std::size_t length) {
+    std::memcpy(out, text, length);
+    out[length] = '\0';
+    return out + length;
+}
+
 void formatTime(const std::tm &local, char *out, int form) {
-    char date[64];
-    char time[64];
-    std::snprintf(date, sizeof(date), "%04d%02d%02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
-    std::snprintf(time, sizeof(time), "%02d%02d%02d", local.tm_hour, local.tm_min, local.tm_sec);
-    if (form == 1)
-        std::sprintf(out, "%.8s", date);
-    else if (form == 2)
-        std::sprintf(out, "%.6s", time);
-    else if (form == 3)
-        std::sprintf(out, "%.8s-%.6s", date, time);
-    else
-        out[0] = '\0';
+    char text[64];
+    out[0] = '\0';
+    if (form == 1 || form == 3) {
+        std::snprintf(text, sizeof(text), "%04d%02d%02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+        out = append(out, text, dateLength);
+    }
+    if (form == 3)
+        out = append(out, "-", 1);
+    if (form == 2 || form == 3) {
+        std::snprintf(text, sizeof(text), "%02d%02d%02d", local.tm_hour, local.tm_min, local.tm_sec);
+        append(out, text, timeLength);
+    }
 }
 
 // A path opened for appending, above the standard streams: 0 means closed. A pipe without a reader does not block.

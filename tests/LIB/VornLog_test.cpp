@@ -4,8 +4,11 @@
 #include "StreamCapture.h"
 #include "VornLog.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
+#include <limits>
 #include <thread>
 
 namespace {
@@ -29,6 +32,17 @@ TEST(LoggerSettings, StartValues) {
     EXPECT_EQ(log.m_nLogCompress, 0);
     EXPECT_EQ(log.m_ulLogSize, 10240UL);
     EXPECT_EQ(log.m_nLivInvLogFlag, 1);
+}
+
+// Embedding programs read the members: they stand in this order.
+TEST(LoggerSettings, MembersStandInTheirOrder) {
+    const CVornLog log(2, "app", 2);
+    const void *members[] = {&log.m_pcQueue,   &log.m_nThreadMode,    &log.m_pstrLogFile,     &log.m_pstrLogPath,
+                             &log.m_strMCName, &log.m_strCurrentDate, &log.m_strCompressPath, &log.m_nCompressChk,
+                             &log.m_nValidDay, &log.m_nLogMode,       &log.m_nFileFd,         &log.m_nThreadChk,
+                             &log.m_nLogCnt,   &log.m_nLogCompress,   &log.m_ulLogSize,       &log.m_nLivInvLogFlag};
+    EXPECT_EQ(members[0], &log);
+    EXPECT_TRUE(std::is_sorted(std::begin(members), std::end(members), std::less<>()));
 }
 
 TEST(LoggerSettings, AgentInTheNameIsNoticed) {
@@ -145,6 +159,8 @@ TEST(LoggerTime, TimeBeyondTheCalendarIsRefusedAndNeverOverruns) {
     // The year 33658: one digit more than the text has room for.
     CVornLog::fGetThreadDayTime(1000000000000L, text, 1);
     EXPECT_EQ(std::string(text).size(), 8U);
+    CVornLog::fGetThreadDayTime(1000000000000L, text, 3);
+    EXPECT_EQ(std::string(text).size(), 15U);
 }
 
 TEST(LoggerLine, InformationWithAndWithoutLine) {
@@ -210,6 +226,30 @@ TEST(LoggerLine, MessageOfAnyLengthIsWhole) {
         expected += "[221320][INFO][unit]" + message + "\n";
     }
     EXPECT_EQ(home.read(firstFile), expected);
+}
+
+TEST(LoggerLine, LongMessageIsCutToALineWithoutMemory) {
+    const ScratchHome home;
+    const FrozenClock clock(1700000000);
+    CVornLog log(2, "app", 2);
+    log.fSetLogSize(1, 1);
+    log.fLogWrite(3, "unit", "short");
+    const std::string message(5000, 'm');
+    systemHooks().failAllocationAfter = 0;
+    log.fLogWrite(3, 17, "unit", message.c_str());
+    systemHooks().failAllocationAfter = -1;
+    // The room of an ordinary line, 4096 bytes: 24 before the message, and the line end.
+    EXPECT_EQ(home.read(firstFile),
+              "[221320][INFO][unit]short\n[221320][INFO][unit][17]" + std::string(4071, 'm') + "\n");
+}
+
+TEST(LoggerLine, LineNumbersAreWrittenWhole) {
+    const ScratchHome home;
+    const FrozenClock clock(1700000000);
+    CVornLog log(2, "app", 2);
+    log.fLogWrite(3, std::numeric_limits<int>::min(), "unit", "m");
+    log.fLogWrite(3, std::numeric_limits<int>::max(), "unit", "m");
+    EXPECT_EQ(home.read(firstFile), "[221320][INFO][unit][-2147483648]m\n[221320][INFO][unit][2147483647]m\n");
 }
 
 TEST(LoggerLine, NullTextsAreEmptyAndFormatsAreText) {
