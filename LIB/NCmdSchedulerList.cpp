@@ -142,11 +142,16 @@ bool zel::runCommandList(const SharedLink<CCmdScheduler> &link, int &syncSteps) 
     if (const int count = pendingCount(link); count <= 0)
         return count == 0;
     waitForCallers(link, syncSteps);
-    ZEL_WORKER_LOG(errorLogOpen(), "CmdScheduler Thread Start[%d]", pendingCount(link));
-    startNewCommands(link);
-    if (!withOwner(*link, forgetFinished))
+    const int pending = pendingCount(link);
+    if (pending < 0)
         return false;
-    ZEL_WORKER_LOG(errorLogOpen(), "CmdScheduler Thread end[%d]", pendingCount(link));
+    ZEL_WORKER_LOG(errorLogOpen(), "CmdScheduler Thread Start[%d]", pending);
+    startNewCommands(link);
+    withOwner(*link, forgetFinished);
+    const int left = pendingCount(link);
+    if (left < 0)
+        return false;
+    ZEL_WORKER_LOG(errorLogOpen(), "CmdScheduler Thread end[%d]", left);
     return true;
 }
 

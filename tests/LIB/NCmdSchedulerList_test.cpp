@@ -284,6 +284,20 @@ TEST_F(CommandList, SchedulerThatGoesWhileACommandIsStartedEndsTheWorker) {
     EXPECT_FALSE(zel::runCommandList(link, syncSteps));
 }
 
+TEST_F(CommandList, SchedulerThatGoesWhileTheWorkerWaitsIsNotReported) {
+    const LogCapture log;
+    const zel::SharedLink<CCmdScheduler> link = scheduler->m_link;
+    scheduler->fCmdPush("a", "one");
+    scheduler->m_nSyncFlag = 1;
+    systemHooks().select = [this](int, fd_set *, fd_set *, fd_set *, timeval *) {
+        scheduler.reset();
+        return 0;
+    };
+    EXPECT_FALSE(zel::runCommandList(link, syncSteps));
+    EXPECT_THAT(log.messages(), ElementsAre("command_key[a]"));
+    EXPECT_THAT(commands, IsEmpty());
+}
+
 TEST_F(CommandList, StartStartsOneDetachedThread) {
     const HeldThread thread;
     {

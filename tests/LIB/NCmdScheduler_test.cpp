@@ -6,8 +6,10 @@
 #include "PrivateMounts.h"
 #include "ScratchHome.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
@@ -44,6 +46,16 @@ TEST_F(Scheduler, StartValues) {
     EXPECT_EQ(scheduler.m_nCmdSchedulerType, 0);
     EXPECT_EQ(scheduler.m_nThreadStart, 0);
     EXPECT_EQ(scheduler.m_pcQueue, nullptr);
+}
+
+// Embedding programs read the members: they stand in this order.
+TEST_F(Scheduler, MembersStandInTheirOrder) {
+    const void *members[] = {
+        &scheduler.m_nCmdSaveFlag, &scheduler.m_nCmdRunFlag,          &scheduler.m_CmdList,
+        &scheduler.m_nSyncFlag,    &scheduler.m_pstrCmdSchedulerHome, &scheduler.m_nCmdSchedulerType,
+        &scheduler.m_strLogMsg,    &scheduler.m_nThreadStart,         &scheduler.m_pcQueue};
+    EXPECT_EQ(members[0], &scheduler);
+    EXPECT_TRUE(std::is_sorted(std::begin(members), std::end(members), std::less<>()));
 }
 
 TEST_F(Scheduler, HomeEndsInASlash) {
