@@ -35,13 +35,11 @@ template<unsigned base> unsigned digitValue(char character) {
 
 /// Whether the digits of [first, end) fit 64 bits.
 template<unsigned base> bool digitsFit(const char *first, const char *end) {
-    constexpr unsigned long long largest = std::numeric_limits<unsigned long long>::max();
     unsigned long long magnitude = 0;
     for (; first != end; ++first) {
-        const unsigned digit = digitValue<base>(*first);
-        if (magnitude > (largest - digit) / base)
+        if (__builtin_mul_overflow(magnitude, base, &magnitude) ||
+            __builtin_add_overflow(magnitude, digitValue<base>(*first), &magnitude))
             return false;
-        magnitude = magnitude * base + digit;
     }
     return true;
 }
@@ -71,8 +69,26 @@ inline bool scanNumber(const char *&cursor, ScannedNumber &number) {
     return true;
 }
 
+/// The form in which kernels write nearly every number: at most one blank, no sign, digits that fit a long long. False,
+/// and nothing moved, for any other, which is left to the general scanners.
+inline bool scanPlain(const char *&cursor, unsigned long long &value) {
+    constexpr std::ptrdiff_t digitsThatFit = 18;
+    const char *first = cursor + (*cursor == ' ' ? 1 : 0);
+    const char *text = first;
+    unsigned long long magnitude = 0;
+    for (unsigned digit; (digit = digitValue<10>(*text)) <= 9; ++text)
+        magnitude = magnitude * 10 + digit;
+    if (text == first || text - first > digitsThatFit)
+        return false;
+    value = magnitude;
+    cursor = text;
+    return true;
+}
+
 /// As strtoull and "%llu": a negative number wraps, one that does not fit gives all ones.
 inline bool scanUnsigned(const char *&cursor, unsigned long long &value) {
+    if (scanPlain(cursor, value))
+        return true;
     ScannedNumber number;
     if (!scanNumber(cursor, number))
         return false;
@@ -100,6 +116,10 @@ inline bool scanHexadecimal(const char *&cursor, unsigned long long &value) {
 /// As strtoll and "%lld": a number that does not fit gives the nearest limit.
 inline bool scanSigned(const char *&cursor, long long &value) {
     constexpr long long largest = std::numeric_limits<long long>::max();
+    if (unsigned long long plain = 0; scanPlain(cursor, plain)) {
+        value = static_cast<long long>(plain);
+        return true;
+    }
     ScannedNumber number;
     if (!scanNumber(cursor, number))
         return false;

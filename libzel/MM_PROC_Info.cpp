@@ -12,8 +12,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <new>
 #include <string_view>
+#include <unistd.h>
 
 namespace {
 
@@ -22,7 +24,7 @@ constexpr int ticksPerSecond = 100;
 constexpr float wholeMachine = 100.0F;
 constexpr int shortestSlice = 100; // directory entries
 constexpr int slicePause = 500000; // microseconds
-constexpr std::size_t uptimeLineSize = 128;
+constexpr int uptimeLineSize = 128;
 
 // Percent of the machine, within 0 and 100.
 float machineShare(float cpuPercent, int cpuCount) {
@@ -71,6 +73,33 @@ void takeListedProcesses(zel::ProcessScan &scan, DIR *directory) {
         if (zel::isProcessName(entry->d_name))
             zel::takeProcess(scan, zel::processNumber(entry->d_name), curTime);
     }
+}
+
+// The lines of a file that begin with `key`. Lines may be longer than any buffer (interrupt counters are), so the file
+// is taken in pieces; one that is not full is the last.
+int countLinesOf(std::string_view key, int file) {
+    int lines = 0;
+    std::size_t matched = 0; // characters of the key at the beginning of this line; all and one more: told already
+    char piece[16384];
+    for (ssize_t length = sizeof(piece); length == sizeof(piece);) {
+        length = read(file, piece, sizeof(piece));
+        const char *end = piece + std::max<ssize_t>(length, 0);
+        for (const char *at = piece; at != end; ++at) {
+            if (matched > key.size())
+                at = std::find(at, end, '\n');
+            if (at == end)
+                break;
+            if (*at == '\n')
+                matched = 0;
+            else
+                matched = *at == key[matched] ? matched + 1 : key.size() + 1;
+            if (matched == key.size()) {
+                ++lines;
+                ++matched;
+            }
+        }
+    }
+    return lines;
 }
 
 // Frees what a push scan holds, however it ends.
@@ -132,9 +161,11 @@ std::unique_ptr<zel::ProcessScratch, zel::FreeDeleter> zel::newProcessScratch() 
 // Sample: 350735.47 234388.90
 void zel::startClocks(CMM_PROC_Info &collector) {
     collector.m_tTime = std::time(nullptr);
-    const ScopedFile file(std::fopen(fgHostPath("/proc/uptime"), "re"));
     char line[uptimeLineSize];
-    if (file == nullptr || std::fgets(line, sizeof(line), file.get()) == nullptr || std::strchr(line, '.') == nullptr)
+    if (CSSUtil::fFile2Buff("/proc/uptime", line, uptimeLineSize) < 1)
+        return;
+    line[std::strcspn(line, "\n")] = '\0';
+    if (std::strchr(line, '.') == nullptr)
         return;
     char *rest = nullptr;
     const char *seconds = Nstrtok(line, ".", &rest);
@@ -244,17 +275,8 @@ void CMM_PROC_Info::fSetVMFlag(int vmFlag, int isVMWare) {
     m_nIsVMWare = isVMWare;
 }
 
-// The lines that begin with "cpu", without the total line. Lines of interrupt counters are longer than any buffer of
-// ours, so only what follows a line feed is a beginning.
 int CMM_PROC_Info::fGetCurrentCpuCnt() {
-    const zel::ScopedFile file(std::fopen(fgHostPath("/proc/stat"), "re"));
-    if (file == nullptr)
-        return 1;
-    int lines = 0;
-    bool lineStarts = true;
-    for (char text[512]; std::fgets(text, sizeof(text), file.get()) != nullptr;) {
-        lines += lineStarts && std::strncmp(text, "cpu", 3) == 0;
-        lineStarts = std::strchr(text, '\n') != nullptr;
-    }
-    return std::max(lines - 1, 1);
+    const zel::ScopedDescriptor file(open(fgHostPath("/proc/stat"), O_RDONLY | O_CLOEXEC));
+    // The lines that begin with "cpu", without the total line.
+    return file.valid() ? std::max(countLinesOf("cpu", file.get()) - 1, 1) : 1;
 }

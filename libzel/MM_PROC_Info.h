@@ -28,7 +28,7 @@
 
 inline constexpr int PROC_NAME_SIZE = 10240;     // longest process name; the records hold one byte more
 inline constexpr int PROC_FILE_NAME_SIZE = 64;   // longest command name of stat
-inline constexpr int PROC_TEXT_SIZE = 10240;     // bytes read of stat and of cmdline
+inline constexpr int PROC_TEXT_SIZE = 10240;     // bytes read of stat, statm and io
 inline constexpr int PROC_PUSH_CAPACITY = 10000; // first capacity of the push list
 inline constexpr int PROC_TOP_ENTRIES = 100;     // entries considered of each order
 

@@ -2,9 +2,12 @@
 
 #include "Separators.h"
 
+#include <algorithm>
+#include <bit>
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -32,9 +35,19 @@ bool forbiddenInValues(char character) {
     return character == zel::SEPARATOR_BYTES[0] || character == zel::SEPARATOR_BYTES[1] || character == '\0';
 }
 
+char *copyNeutralised(char *out, std::string_view text) {
+    for (const char character : text)
+        *out++ = forbiddenInValues(character) ? ' ' : character;
+    return out;
+}
+
 // Most values are small and lie clearly between two roundings: their hundredths are an integer that is quickly written.
 // Gives false for the others (large, or so near to half a hundredth that the product's own rounding could decide).
 bool formatQuickly(double value, char *&out, char *end) {
+    if (std::bit_cast<std::uint64_t>(value) == 0) {
+        out = std::copy_n("0.00", 4, out);
+        return true;
+    }
     const double magnitude = std::fabs(value);
     if (!(magnitude < largestQuickNumber))
         return false;
@@ -137,10 +150,8 @@ char *CPerfText::tailWithRoom(std::size_t length) const {
 }
 
 void CPerfText::endFieldAt(char *end) {
-    std::memcpy(end, COLUMN_SEPARATOR.data(), COLUMN_SEPARATOR.size());
-    end += COLUMN_SEPARATOR.size();
-    *end = '\0';
-    m_length = static_cast<std::size_t>(end - m_buffer);
+    std::memcpy(end, COLUMN_SEPARATOR.data(), COLUMN_SEPARATOR.size() + 1); // with its terminator
+    m_length = static_cast<std::size_t>(end - m_buffer) + COLUMN_SEPARATOR.size();
 }
 
 void CPerfText::append(std::string_view text) {
@@ -154,9 +165,7 @@ void CPerfText::append(std::string_view text) {
 void CPerfText::appendNeutralised(std::string_view text) {
     if (!makeRoom(text.size()))
         return;
-    char *out = m_buffer + m_length;
-    for (const char character : text)
-        *out++ = forbiddenInValues(character) ? ' ' : character;
+    copyNeutralised(m_buffer + m_length, text);
     m_length += text.size();
     m_buffer[m_length] = '\0';
 }
@@ -196,6 +205,10 @@ void CPerfText::beginRow(std::size_t room) {
 }
 
 void CPerfText::field(std::string_view value) {
+    if (char *tail = tailWithRoom(value.size() + COLUMN_SEPARATOR.size())) {
+        endFieldAt(copyNeutralised(tail, value));
+        return;
+    }
     appendNeutralised(value);
     append(COLUMN_SEPARATOR);
 }

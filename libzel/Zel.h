@@ -30,6 +30,7 @@
 #include "PerfText.h"
 #include "PerfTextReader.h"
 #include "SSList.h"
+#include "SSUser.h"
 #include "SSUtil.h"
 #include "Settings.h"
 #include "VornLog.h"

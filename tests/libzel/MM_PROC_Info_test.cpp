@@ -687,6 +687,11 @@ TEST(ProcessorCount, IsTheCpuLinesWithoutTheTotal) {
     EXPECT_EQ(collector.fGetCurrentCpuCnt(), 1);
     host.write("proc/stat", "cpu  1\ncpu0 1\nintr " + std::string(5000, '1') + "cpu\n cpu\ncp\ncpu1 1");
     EXPECT_EQ(collector.fGetCurrentCpuCnt(), 2) << "only the beginning of a line counts";
+    for (int length = 16375; length <= 16390; ++length) {
+        host.remove("proc/stat");
+        host.write("proc/stat", "cpu\n" + std::string(static_cast<std::size_t>(length), 'x') + "\ncpu0\nxcpu\ncpu1");
+        ASSERT_EQ(collector.fGetCurrentCpuCnt(), 2) << "wherever the file is read in pieces";
+    }
 }
 
 TEST(ProcessCollector, StartsEmpty) {
