@@ -10,7 +10,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
 
 namespace {
 
@@ -19,18 +18,6 @@ constexpr const char *ramRange = "System RAM";
 constexpr std::size_t commandSize = PATH_MAX + 64;
 constexpr std::size_t logMessageSize = 512;
 constexpr std::size_t outputSize = 10; // nine characters of the count
-
-// The path becomes part of a shell command; the host root in it is set from outside.
-bool shellSafePath(std::string_view path) {
-    while (!path.empty()) {
-        path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
-        const std::string_view name = path.substr(0, path.find('/'));
-        if (!name.empty() && !zel::shellSafe(name))
-            return false;
-        path.remove_prefix(name.size());
-    }
-    return true;
-}
 
 unsigned parseCount(const char *output) {
     return static_cast<unsigned>(std::max(0L, std::strtol(output, nullptr, 10)));
@@ -41,7 +28,8 @@ unsigned parseCount(const char *output) {
 unsigned int CMemory_Info::GetMemoryNum() {
     m_nMemoryNum = 0;
     const char *path = fgHostPath(memoryMapFile);
-    if (!shellSafePath(path)) {
+    // The path becomes part of a shell command; the host root in it is set from outside.
+    if (!zel::shellSafePath(path)) {
         char message[logMessageSize];
         ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "Memory_Info", message, "memory map path refused[%s]", path);
         return 0;
