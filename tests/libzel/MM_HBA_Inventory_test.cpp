@@ -120,6 +120,31 @@ TEST(HbaInventoryRequest, ProgramThatCannotBeStartedGivesZero) {
     EXPECT_EQ(ports.fCommandINV(1), 0);
 }
 
+TEST(HbaInventoryRequest, OtherModesAreHandedToTheSchedulerUnderTheProcessorKey) {
+    bool ran = false;
+    systemHooks().system = [&](const char *) {
+        ran = true;
+        return 0;
+    };
+    std::vector<std::string> requests;
+    systemHooks().saveCommand = [&](const char *key, const char *command) {
+        requests.push_back(std::string(key) + ": " + command);
+        return requests.size() < 3 ? 0 : -1;
+    };
+    CCmdScheduler scheduler;
+    g_pclCCmdScheduler = &scheduler;
+    CMM_HBA_Info ports;
+
+    EXPECT_EQ(ports.fCommandINV(0), 1);
+    EXPECT_EQ(ports.fCommandINV(2), 1);
+    EXPECT_EQ(ports.fCommandINV(-1), 0) << "the scheduler refused it";
+
+    // The mode is not part of the command.
+    EXPECT_THAT(requests, testing::AllOf(testing::SizeIs(3),
+                                         testing::Each("cpu_inv_1: ../../utils/ETC/ShCmd 600 ./libinvinfo 4 1&")));
+    EXPECT_FALSE(ran);
+}
+
 TEST(HbaInventoryRequest, WithoutSchedulerNothingIsRun) {
     bool ran = false;
     systemHooks().system = [&](const char *) {
