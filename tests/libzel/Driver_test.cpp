@@ -1,4 +1,5 @@
 #include "DriverRun.h"
+#include "Paths.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -57,6 +58,15 @@ public:
     }
 };
 
+// A host with the files of every group: the fixture of kernel 6.1, to be changed. Nothing moves on it.
+class EveryGroupHost : public OneFileHost {
+public:
+    EveryGroupHost() {
+        std::filesystem::copy(std::string(paths::fixtures) + "/linux-6.1.0/t0", path(),
+                              std::filesystem::copy_options::recursive);
+    }
+};
+
 std::vector<std::string> linesOf(const std::string &text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
@@ -82,6 +92,12 @@ MATCHER_P(containsInOrder, pieces, "contains the pieces in their order") {
         position += piece.size();
     }
     return true;
+}
+
+// The cycle `number` of a run.
+std::string cycleOf(const std::string &text, int number) {
+    const std::size_t begin = text.find(banner(number));
+    return begin == std::string::npos ? "" : text.substr(begin, text.find(banner(number + 1)) - begin);
 }
 
 auto inOrder(const std::vector<std::string> &pieces) {
@@ -313,6 +329,17 @@ TEST_F(Driver, VmFailureOfTheFirstSampleSkipsThePauseOnce) {
     EXPECT_THAT(result.pauses, ElementsAre(60000000, 60000000));
 }
 
+TEST_F(Driver, VmFailureIsReportedEveryCycleWithoutAnyPause) {
+    const OneFileHost host;
+    const DriverResult result = m_driver.kernelRelease("6.1.0").hostDirectories({host.path()}).run({"8", "60", "3"});
+
+    const std::string failure = "VM Gather failed\n";
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, banner(1) + failure + banner(2) + failure + banner(3) + failure);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.pauses, IsEmpty());
+}
+
 TEST_F(Driver, KilledRunHasLostNothingOfItsFinishedCycles) {
     const WholeHost host;
     const DriverResult result = m_driver.killAtPause(3).hostDirectories({host.path()}).run({"3"});
@@ -342,6 +369,53 @@ TEST_F(Driver, OptionNineRunsEveryGroupInOrderOnBothStreams) {
                                      banner(2), "CPU string[", loadAverageReport}));
     EXPECT_THAT(result.out, inOrder({memoryReport + swapReport, memoryReport + swapReport, "vm stat : "}));
     EXPECT_EQ(longPauses(result), 1);
+}
+
+TEST_F(Driver, OptionNineRunsTheStepsOneToEightInOrder) {
+    const EveryGroupHost host;
+    const DriverResult result =
+        m_driver.oneStream().kernelRelease("6.1.0").hostDirectories({host.path()}).run({"9", "60", "2"});
+
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(cycleOf(result.err, 2),
+                inOrder({banner(2), "CPU string[", " cpu interrupt : ", " 1Min:  0.52, 5Min:  0.34, 15Min:  0.25\n",
+                         " mem : 8000000 ", " swp : 2000000 ", " Fs  000: ", " Io  000: ", "InterfaceName|", "1|eth0|",
+                         "INDEX\x03\x1F~PID\x03\x1F~", "[kthreadd]", "torv_token_end\n", "vm stat : "}));
+    for (const char *once : {"CPU string[", " cpu interrupt : ", " 1Min:", " mem :", " swp :", " Fs  000", " Io  000",
+                             "InterfaceName|", "torv_token_end", "vm stat :"}) {
+        const std::string cycle = cycleOf(result.err, 2);
+        EXPECT_EQ(cycle.find(once), cycle.rfind(once)) << once;
+    }
+    // Nothing of the groups that have options of their own.
+    EXPECT_THAT(result.err, testing::Not(testing::ContainsRegex("nic number|HBAZEL|INV=")));
+}
+
+TEST_F(Driver, FirstVmSampleOfOptionNineFailsBehindEveryOtherGroup) {
+    const EveryGroupHost host;
+    const DriverResult result =
+        m_driver.oneStream().kernelRelease("6.1.0").hostDirectories({host.path()}).run({"9", "60", "2"});
+
+    const std::string first = cycleOf(result.err, 1);
+    EXPECT_THAT(first, inOrder({"CPU string is NULL\n", " 1Min:", " mem :", " swp :", " Fs  000: ", " Io  000: ",
+                                "torv_token_end\n", "VM Gather failed\n"}));
+    EXPECT_TRUE(first.ends_with("VM Gather failed\n")) << first;
+    EXPECT_THAT(cycleOf(result.err, 2), testing::Not(testing::HasSubstr("failed")));
+    EXPECT_EQ(longPauses(result), 1);
+}
+
+TEST_F(Driver, SwapFailureOfOptionNineAbandonsTheRestOfTheCycle) {
+    const EveryGroupHost host;
+    host.write("proc/meminfo", memoryWithoutSwap);
+    const DriverResult result =
+        m_driver.oneStream().kernelRelease("6.1.0").hostDirectories({host.path()}).run({"9", "60", "2"});
+
+    EXPECT_EQ(result.status, 0);
+    for (const int cycle : {1, 2}) {
+        EXPECT_THAT(cycleOf(result.err, cycle), inOrder({"CPU string", " 1Min:", memoryReport})) << cycle;
+        EXPECT_TRUE(cycleOf(result.err, cycle).ends_with(memoryReport + "Swap Gather failed\n")) << cycle;
+    }
+    EXPECT_EQ(longPauses(result), 0);
 }
 
 TEST_F(Driver, MemoryFailureOfOptionNineAbandonsTheRestOfTheCycle) {

@@ -73,6 +73,11 @@ DriverRun &DriverRun::killAtPause(int pause) {
     return *this;
 }
 
+DriverRun &DriverRun::oneStream() {
+    m_environment.emplace_back("ZEL_TEST_ONE_STREAM=1");
+    return *this;
+}
+
 std::string DriverRun::pausesFile() const {
     return (m_home.path() / "pauses").string();
 }

@@ -30,6 +30,9 @@ public:
     /// Kills the driver (status 128 + 9) when it is about to sleep for the n-th time. Needs the frozen clock.
     DriverRun &killAtPause(int pause);
 
+    /// Standard output goes to standard error, in the order in which the driver prints.
+    DriverRun &oneStream();
+
     DriverResult run(const std::vector<std::string> &arguments) const;
 
     const ScratchHome &home() const { return m_home; }

@@ -5,6 +5,7 @@
 //   ZEL_TEST_HOSTS=a:b:...     at every sleep the link ZEL_HOST_ROOT moves to the next directory; the last one stays
 //   ZEL_TEST_PAUSES=file       every sleep is appended there in microseconds
 //   ZEL_TEST_KILL_AT_PAUSE=n   the driver is killed (signal 9) when it is about to sleep for the n-th time
+//   ZEL_TEST_ONE_STREAM=1      standard output goes where standard error goes, every piece at once
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -60,6 +61,14 @@ void recordPause(const timeval &pause) {
     const char *last = std::getenv("ZEL_TEST_KILL_AT_PAUSE");
     if (last != nullptr && ++pauses == std::atoi(last))
         kill(getpid(), SIGKILL);
+}
+
+// Runs before the driver has written anything.
+[[gnu::constructor]] void joinStreams() {
+    if (std::getenv("ZEL_TEST_ONE_STREAM") == nullptr)
+        return;
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
 }
 
 } // namespace
