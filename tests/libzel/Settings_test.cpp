@@ -57,6 +57,8 @@ Values currentValues() {
          {"g_nBlockChkFlag", g_nBlockChkFlag},
          {"g_nBlockTimeOut", g_nBlockTimeOut},
          {"g_nBlockChkSec", g_nBlockChkSec},
+         {"g_nDataBufferSaveMaxSize", g_nDataBufferSaveMaxSize},
+         {"g_nCmdSync", g_nCmdSync},
          {"g_nLogModERROR", g_nLogModERROR},
          {"g_nLoggingERROR1", g_nLoggingERROR1},
          {"g_nLoggingERROR2", g_nLoggingERROR2},
@@ -70,7 +72,8 @@ Values currentValues() {
          {"g_strTotExcludeFilesystem", isZero(g_strTotExcludeFilesystem[0], sizeof(FilesystemList))},
          {"g_strIncludeFilesystem", isZero(g_strIncludeFilesystem[0], sizeof(FilesystemList))},
          {"g_strDebugDetail", isZero(g_strDebugDetail, sizeof(g_strDebugDetail))},
-         {"g_strHostRoot", isZero(g_strHostRoot, sizeof(g_strHostRoot))}},
+         {"g_strHostRoot", isZero(g_strHostRoot, sizeof(g_strHostRoot))},
+         {"g_stMemUse", isZero(reinterpret_cast<const char *>(&g_stMemUse), sizeof(g_stMemUse))}},
         {{"g_ptrAgentKey", g_ptrAgentKey}, {"g_pclVornLog", g_pclVornLog}, {"g_pclCCmdScheduler", g_pclCCmdScheduler}}};
 }
 
