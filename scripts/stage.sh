@@ -6,7 +6,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:?usage: scripts/stage.sh BUILD}
 home=$build/home
 
-mkdir -p "$home"/agent/aproc/shell "$home"/agent/aproc/inv "$home"/agent/buffer
+mkdir -p "$home"/utils/ETC "$home"/agent/aproc/shell "$home"/agent/aproc/inv "$home"/agent/buffer
 cp -ru "$root/runtime/utils" "$root/runtime/agent" "$home/"
 cp -u "$build/bin/ShCmd" "$home/utils/ETC/"
 cp -u "$build/bin/libinvinfo" "$build/bin/libzelinfo" "$home/agent/bin/"
