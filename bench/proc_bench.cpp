@@ -7,6 +7,7 @@
 //
 //   scan_us, floor_us        one scan, one floor
 //   ratio                    scan / floor
+//   ratio_paired             the median of scan / floor of each round, which a busy neighbour disturbs less
 //   ratio_bare               scan / the floor without the three files of the system
 //   ps_us, ps_factor         one run of ps over the same processes, and how many scans it costs
 //   allocs                   heap allocations of one scan
@@ -172,6 +173,7 @@ void steadyStateScan(benchmark::State &state) {
     std::vector<double> scans;
     std::vector<double> floors;
     std::vector<double> bareFloors;
+    std::vector<double> pairs;
     long counted = 0;
     for (auto _ : state) {
         const double bare = measured(floorOfProcesses);
@@ -183,6 +185,7 @@ void steadyStateScan(benchmark::State &state) {
         scans.push_back(scan);
         floors.push_back(bare + system);
         bareFloors.push_back(bare);
+        pairs.push_back(scan / (bare + system));
     }
     state.counters["rss_mib"] = residentMebibytes();
     // In a block of its own: the kernel frees what ps has closed later, at the cost of whoever runs then.
@@ -193,6 +196,7 @@ void steadyStateScan(benchmark::State &state) {
     state.counters["scan_us"] = median(scans);
     state.counters["floor_us"] = median(floors);
     state.counters["ratio"] = median(scans) / median(floors);
+    state.counters["ratio_paired"] = median(pairs);
     state.counters["ratio_bare"] = median(scans) / median(bareFloors);
     state.counters["ps_us"] = median(runs);
     state.counters["ps_factor"] = median(runs) / median(scans);
