@@ -61,6 +61,10 @@ struct Load {
     bool waitForRoom; // false: the writers flood the queue, and what is dropped is counted
 };
 
+void PrintTo(const Load &load, std::ostream *stream) {
+    *stream << load.name;
+}
+
 class LoggerLoad : public testing::TestWithParam<Load> {
 protected:
     LoggerLoad() {

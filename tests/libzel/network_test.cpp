@@ -35,6 +35,10 @@ struct Unit {
     int &socket;
 };
 
+void PrintTo(const Unit &unit, std::ostream *stream) {
+    *stream << unit.name;
+}
+
 struct Delivered {
     int result;
     std::string name;
