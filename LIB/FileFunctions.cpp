@@ -1,12 +1,11 @@
 #include "NGFunctions.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
 #include <fnmatch.h>
-#include <sys/stat.h>
 
 namespace {
 
@@ -112,12 +111,11 @@ int fgMakeDirectory(const char *path) {
 }
 
 int fgFileMove(const char *from, const char *to) {
-    // Without blocking, should the name be one of a pipe.
-    const zel::ScopedDescriptor source(open(from, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const zel::ScopedDescriptor source = zel::openRegular(from, O_RDONLY);
     struct stat status {};
-    if (!source.valid() || fstat(source.get(), &status) != 0 || !S_ISREG(status.st_mode) || sameFile(to, status))
+    if (!source.valid() || fstat(source.get(), &status) != 0 || sameFile(to, status))
         return 0;
-    zel::ScopedDescriptor target(open(to, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, status.st_mode & permissionBits));
+    zel::ScopedDescriptor target = zel::openRegular(to, O_WRONLY | O_CREAT | O_TRUNC, status.st_mode & permissionBits);
     if (!target.valid())
         return 0;
     if (!copyExactly(source.get(), target.get(), status.st_size) || !target.closeChecked())

@@ -24,16 +24,36 @@ struct CommandFree {
 
 using PendingCommand = std::unique_ptr<_CMD_SCHEDULER, CommandFree>;
 
+constexpr const char *statusIntoFile = ";echo $? > ";
+constexpr const char *inBackground = " &";
+
+// The result file of a key stands in the home itself, whatever paths the key is made of.
+Text resultFile(const char *home, const char *key) {
+    Text path = zel::joinText({home, key});
+    if (path != nullptr)
+        std::replace(path.get() + std::strlen(home), path.get() + std::strlen(path.get()), '/', '_');
+    return path;
+}
+
+// A request that itself ends in "&" may not be followed by ";" in the shell's grammar: a blank stands there in what is
+// run. Its status is then that of its start.
+void separateAfterBackground(char *line, const char *result) {
+    const std::size_t tail = std::strlen(statusIntoFile) + std::strlen(result) + std::strlen(inBackground);
+    const std::size_t length = std::strlen(line);
+    if (length > tail && line[length - tail - 1] == '&')
+        line[length - tail] = ' ';
+}
+
 PendingCommand newPendingCommand(const char *home, const char *key, const char *command) {
     PendingCommand pending(static_cast<_CMD_SCHEDULER *>(std::calloc(1, sizeof(_CMD_SCHEDULER))));
     if (pending == nullptr)
         return nullptr;
     std::snprintf(pending->l_strCmdReqKey, sizeof(pending->l_strCmdReqKey), "%s", key);
-    pending->l_pstrResultFile = zel::joinText({home, pending->l_strCmdReqKey}).release();
+    pending->l_pstrResultFile = resultFile(home, pending->l_strCmdReqKey).release();
     if (pending->l_pstrResultFile == nullptr)
         return nullptr;
     // In the background, its exit status into the result file.
-    pending->l_pstrCmdStr = zel::joinText({command, ";echo $? > ", pending->l_pstrResultFile, " &"}).release();
+    pending->l_pstrCmdStr = zel::joinText({command, statusIntoFile, pending->l_pstrResultFile, inBackground}).release();
     return pending->l_pstrCmdStr == nullptr ? nullptr : std::move(pending);
 }
 
@@ -65,8 +85,10 @@ Text takeNewCommand(CCmdScheduler &scheduler) {
         if (pending->l_nStatus != 0)
             continue;
         Text line = zel::joinText({pending->l_pstrCmdStr});
-        if (line != nullptr)
+        if (line != nullptr) {
+            separateAfterBackground(line.get(), pending->l_pstrResultFile);
             pending->l_nStatus = 1;
+        }
         return line;
     }
     return nullptr;
@@ -111,7 +133,7 @@ void zel::freeCommand(_CMD_SCHEDULER *command) {
 int CCmdScheduler::fCmdPush(const char *key, const char *command) {
     if (!homeAndKeyGiven(key) || !commandGiven(command))
         return -1;
-    if (!zel::shellSafe(key) || !zel::shellSafePath(m_pstrCmdSchedulerHome)) {
+    if (!zel::shellSafePath(key) || !zel::shellSafePath(m_pstrCmdSchedulerHome)) {
         ZEL_SCHEDULER_ERROR("command save failed : home path or key is unsafe : %s%s", m_pstrCmdSchedulerHome, key);
         return -1;
     }

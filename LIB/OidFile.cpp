@@ -1,6 +1,6 @@
 #include "LogGate.h"
 #include "NGFunctions.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 
 #include <cerrno>
 #include <climits>
@@ -31,7 +31,7 @@ bool valuePath(char (&path)[PATH_MAX], const char *name) {
 
 int fStrOidWrite(const char *name, const char *value) {
     char path[PATH_MAX];
-    const zel::ScopedFile file(valuePath(path, name) ? std::fopen(path, "we") : nullptr);
+    const zel::ScopedFile file = valuePath(path, name) ? zel::openFileToWrite(path) : nullptr;
     if (file == nullptr) {
         logFailure(path, "open");
         return 1;

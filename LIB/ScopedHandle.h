@@ -33,6 +33,7 @@ public:
         if (m_descriptor >= 0)
             close(m_descriptor);
     }
+    ScopedDescriptor(ScopedDescriptor &&other) noexcept : m_descriptor(other.release()) {}
     ScopedDescriptor(const ScopedDescriptor &) = delete;
     ScopedDescriptor &operator=(const ScopedDescriptor &) = delete;
 
@@ -40,6 +41,8 @@ public:
     /// Closes it now; false when the system reports that an earlier write failed.
     bool closeChecked() { return close(std::exchange(m_descriptor, -1)) == 0; }
     int get() const { return m_descriptor; }
+    /// Gives it away; nothing is owned any more.
+    int release() { return std::exchange(m_descriptor, -1); }
 
 private:
     int m_descriptor;

@@ -1,5 +1,6 @@
 // The logger's files: names, rotation, change of date, purge and compression.
 #include "NGFunctions.h"
+#include "RegularFile.h"
 #include "ScopedHandle.h"
 #include "SharedValue.h"
 #include "ShellSafe.h"
@@ -179,7 +180,7 @@ int CVornLog::fGetRecentLogFile(const char *date) {
     std::snprintf(command, sizeof(command), "%s %s", recentFileScript, date);
     runShell(command);
 
-    const zel::ScopedFile result(std::fopen(recentFileResult, "re"));
+    const zel::ScopedFile result = zel::openRegularFile(recentFileResult);
     char line[256] = {};
     if (result == nullptr || std::fgets(line, sizeof(line), result.get()) == nullptr)
         return -1;

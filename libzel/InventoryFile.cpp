@@ -3,14 +3,13 @@
 #include "LogGate.h"
 #include "NStringLib.h"
 #include "PerfText.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 
@@ -35,17 +34,6 @@ void reportOpenFailure(const InventoryLog &log, int line, int error) {
         return;
     std::snprintf(log.message.data(), log.message.size(), "fopen failed(%d)", error);
     writeLog(LOG_LEVEL_ERROR, line, log.sourceName, log.message.data());
-}
-
-// Opening never waits, whatever stands under the name; a regular file does not notice.
-ScopedFile openForReading(const char *path) {
-    const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0)
-        return nullptr;
-    ScopedFile file(fdopen(descriptor, "r"));
-    if (file == nullptr)
-        close(descriptor);
-    return file;
 }
 
 bool isEmptyFile(std::FILE *file) {
@@ -152,7 +140,7 @@ bool InventoryLine::append(std::string_view piece, const InventoryGrowth &growth
 }
 
 InventoryLine readMarkedLine(const char *path, const InventoryFormat &format, const InventoryLog &log) {
-    const ScopedFile file = openForReading(path);
+    const ScopedFile file = openRegularFile(path);
     if (file == nullptr) {
         reportOpenFailure(log, __LINE__, errno);
         return {};

@@ -3,7 +3,7 @@
 #include "LogGate.h"
 #include "MM_CPU_Info.h"
 #include "NCmdScheduler.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -24,10 +24,9 @@ int CMM_CPU_Info::fMGetPhyCpuCnt() {
     char command[commandSize];
     std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/cpu_info > %s 2>&1",
                   physicalCountPath);
-    // The result file tells whether the script worked.
-    [[maybe_unused]] const int status = std::system(command);
+    zel::runForResult(command, physicalCountPath);
 
-    const zel::ScopedFile file(std::fopen(physicalCountPath, "re"));
+    const zel::ScopedFile file = zel::openRegularFile(physicalCountPath);
     char line[countLineSize];
     if (file == nullptr || std::fgets(line, sizeof(line), file.get()) == nullptr)
         return 0;

@@ -2,6 +2,7 @@
 
 #include "CheckNfs.h"
 #include "MM_FS_Mounts.h"
+#include "RegularFile.h"
 #include "Settings.h"
 
 #include <algorithm>
@@ -40,7 +41,7 @@ bool isNfs(const char *type) {
     return std::strstr(type, "nfs") != nullptr;
 }
 
-NfsWalk::NfsWalk() : m_list(std::fopen(NFS_LIST_FILE, "we")) {}
+NfsWalk::NfsWalk() : m_list(openFileToWrite(NFS_LIST_FILE)) {}
 
 void NfsWalk::meet(const MountEntry &entry) {
     m_mountPoints.emplace_back(entry.mountPoint);

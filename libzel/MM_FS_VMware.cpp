@@ -1,7 +1,7 @@
 #include "MM_FS_VMware.h"
 
 #include "MM_FS_Info.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 
 #include <cmath>
 #include <cstdio>
@@ -90,9 +90,9 @@ void parseDatastores(char *line, const std::function<void(const _ST_FS &)> &take
 }
 
 bool readDatastores(const std::function<void(const _ST_FS &)> &take) {
-    ScopedFile file(std::fopen(DATASTORE_FILE, "re"));
+    ScopedFile file = openRegularFile(DATASTORE_FILE);
     if (file == nullptr)
-        file.reset(std::fopen(DATASTORE_FALLBACK_FILE, "re"));
+        file = openRegularFile(DATASTORE_FALLBACK_FILE);
     if (file == nullptr)
         return false;
     char line[lineSize];

@@ -3,7 +3,7 @@
 #include "MM_IO_Info.h"
 #include "MM_IO_Lines.h"
 #include "NCmdScheduler.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 #include "Settings.h"
 
 #include <cstdio>
@@ -34,8 +34,8 @@ bool logOpen() {
 } // namespace
 
 int CMM_IO_Info::fMGetDevNames(int nWithNames) {
-    static_cast<void>(std::system(discoveryCommand));
-    const zel::ScopedFile file(std::fopen(discoveryResult, "re"));
+    zel::runForResult(discoveryCommand, discoveryResult);
+    const zel::ScopedFile file = zel::openRegularFile(discoveryResult);
     if (file == nullptr) {
         ZEL_LOG(logOpen(), zel::LOG_LEVEL_ERROR, logSource, m_strLogMsg, "fMGetDevNames D_FOPEN failed");
         return 0;

@@ -3,7 +3,7 @@
 #include "KernelText.h"
 #include "NumberScan.h"
 #include "PerfText.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 #include "Settings.h"
 
 #include <algorithm>
@@ -203,7 +203,7 @@ unsigned long long *CMM_MEM_Info::fMGetSwap_k2_6() {
 int *CMM_MEM_Info::fMGetMemCnt() {
     // The list tells whether the script worked.
     [[maybe_unused]] const int status = std::system("../../utils/ETC/ShCmd 5 ./shell/LINUX/MemCntInfoLIN.sh");
-    const zel::ScopedFile file(std::fopen("../aproc/shell/MemCntInfo.dat", "re"));
+    const zel::ScopedFile file = zel::openRegularFile("../aproc/shell/MemCntInfo.dat");
     if (file == nullptr)
         return nullptr;
 

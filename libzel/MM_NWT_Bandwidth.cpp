@@ -3,7 +3,7 @@
 
 #include "HostRoot.h"
 #include "NStringLib.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 #include "ScriptLine.h"
 #include "ShellSafe.h"
 
@@ -30,14 +30,9 @@ constexpr const char *lineMarker = "TORVSC";
 constexpr std::string_view activeMember = "Currently Active Slave";
 constexpr std::size_t memberColumn = activeMember.size() + 1; // behind the colon
 
-// The answer is the file that the command writes: its status tells nothing more.
-void run(const char *command) {
-    [[maybe_unused]] const int status = std::system(command);
-}
-
 template<std::size_t Size> void runInto(char (&command)[Size], const char *format, const char *path) {
     std::snprintf(command, Size, format, path);
-    run(command);
+    zel::runForResult(command, path);
 }
 
 // Hands every line that fits to `take`, which may cut it.
@@ -97,7 +92,7 @@ int CMM_NWT_Info::fGetNewBandwidthDuplex() {
     char command[commandSize];
     runInto(command, "../../utils/ETC/ShCmd 30 ./shell/LINUX/ifname_bandwidth_duplex.sh > %s 2> /dev/null",
             bandwidthsPath);
-    const zel::ScopedFile file(std::fopen(bandwidthsPath, "re"));
+    const zel::ScopedFile file = zel::openRegularFile(bandwidthsPath);
     if (file == nullptr) {
         ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
                 "Bandwidth GTR failed(%s not found)", bandwidthsPath);
@@ -119,7 +114,7 @@ int CMM_NWT_Info::fGetNewBandwidth() {
     ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR START");
     char command[commandSize];
     runInto(command, "../../utils/ETC/ShCmd 10 ./shell/LINUX/ifname_bandwidth.sh > %s 2> /dev/null", bandwidthsPath);
-    const zel::ScopedFile file(std::fopen(bandwidthsPath, "re"));
+    const zel::ScopedFile file = zel::openRegularFile(bandwidthsPath);
     if (file == nullptr) {
         ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
                 "Bandwidth GTR failed(%s not found)", bandwidthsPath);
@@ -138,7 +133,7 @@ int CMM_NWT_Info::fGetBandwidth() {
     ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR START");
     char command[commandSize];
     runInto(command, "../../utils/ETC/ShCmd 10 ./shell/LINUX/IFName.sh > %s 2> /dev/null", namesPath);
-    const zel::ScopedFile file(std::fopen(namesPath, "re"));
+    const zel::ScopedFile file = zel::openRegularFile(namesPath);
     if (file == nullptr) {
         ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
                 "Bandwidth GTR failed(%s not found)", namesPath);
@@ -164,9 +159,9 @@ void CMM_NWT_Info::measureBandwidth(const char *name) {
     char command[commandSize];
     std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/BandWidth.sh %s %s 2> /dev/null",
                   measured, path);
-    run(command);
+    zel::runForResult(command, path);
 
-    const zel::ScopedFile file(std::fopen(path, "re"));
+    const zel::ScopedFile file = zel::openRegularFile(path);
     if (file == nullptr) {
         ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
                 "Bandwidth failed(%s not found)", path);

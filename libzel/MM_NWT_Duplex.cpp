@@ -2,7 +2,7 @@
 #include "MM_NWT_Info.h"
 
 #include "NCmdScheduler.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 #include "ScriptLine.h"
 #include "ShellSafe.h"
 
@@ -68,7 +68,7 @@ const char *duplexText(const char *line) {
 int fGetDuplex(const char *name, char *text) {
     if (!isFresh(answerPath) && !request(name))
         return -1;
-    const zel::ScopedFile file(std::fopen(answerPath, "re"));
+    const zel::ScopedFile file = zel::openRegularFile(answerPath);
     if (file == nullptr)
         return -1;
     char line[answerSize];

@@ -3,6 +3,7 @@
 #include "LogGate.h"
 #include "MM_PROC_Scan.h"
 #include "NumberScan.h"
+#include "RegularFile.h"
 #include "Settings.h"
 
 #include <charconv>
@@ -18,13 +19,9 @@ constexpr std::size_t guestLineSize = 512;
 
 constexpr const char *processListPath = "../aproc/shell/PSInfoLin.dat";
 constexpr const char *cpuFigurePath = "../aproc/shell/ProcessPCPU.dat";
+constexpr const char *topPath = "../aproc/shell/top_info.dat";
 constexpr const char *guestRowsPath = "../aproc/shell/vmware_proc.dat";
 constexpr const char *olderGuestRowsPath = "../aproc/shell/vmware_proc.dat_";
-
-// A script that fails leaves its file missing or short; that is what its reader looks at.
-void runThroughShell(const char *command) {
-    [[maybe_unused]] const int status = std::system(command);
-}
 
 // The next line without its line feed, cut at size - 1 characters; the rest of a longer line is dropped. False at the
 // end of the file.
@@ -55,7 +52,7 @@ float decimalNumber(const char *text) {
 
 void gatherTopOfAll(zel::ProcessScan &scan) {
     const std::time_t started = std::time(nullptr);
-    runThroughShell("../../utils/ETC/ShCmd 5 ./shell/LINUX/top_info > ../aproc/shell/top_info.dat");
+    zel::runForResult("../../utils/ETC/ShCmd 5 ./shell/LINUX/top_info > ../aproc/shell/top_info.dat", topPath);
     ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_PROC_Info", scan.collector.m_strLogMsg,
             "top_info gatherTime[%d]", static_cast<int>(std::time(nullptr) - started));
     scan.topTaken = true;
@@ -70,12 +67,12 @@ bool zel::processListIsScripted(const CMM_PROC_Info &collector) {
 void zel::runProcessListScript() {
     char command[256];
     std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/PSInfoLIN.sh > %s", processListPath);
-    runThroughShell(command);
+    runForResult(command, processListPath);
 }
 
 // The elapsed time stands in for the clock here; consumers of these lists know the rates that come of it.
 void zel::takeScriptedProcesses(ProcessScan &scan, double elapsed) {
-    const ScopedFile file(std::fopen(processListPath, "re"));
+    const ScopedFile file = openRegularFile(processListPath);
     if (file == nullptr)
         return;
     char line[numberLineSize];
@@ -97,9 +94,9 @@ void zel::takeJavaFigure(ProcessScan &scan) {
     char command[256];
     std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/ProcCpuUseTop.sh %d > %s 2>&1",
                   process.l_nPid, cpuFigurePath);
-    runThroughShell(command);
+    runForResult(command, cpuFigurePath);
 
-    const ScopedFile file(std::fopen(cpuFigurePath, "re"));
+    const ScopedFile file = openRegularFile(cpuFigurePath);
     char line[numberLineSize];
     if (file != nullptr && readLine(file.get(), line))
         process.l_dPCPU = decimalNumber(line);
@@ -109,9 +106,9 @@ void zel::appendVMwareRows(ProcessScan &scan) {
     CMM_PROC_Info &collector = scan.collector;
     if (collector.m_nVMFlag != 1 || collector.m_nIsVMWare != 1)
         return;
-    ScopedFile file(std::fopen(guestRowsPath, "re"));
+    ScopedFile file = openRegularFile(guestRowsPath);
     if (file == nullptr)
-        file.reset(std::fopen(olderGuestRowsPath, "re"));
+        file = openRegularFile(olderGuestRowsPath);
     if (file == nullptr) {
         ZEL_LOG(errorLogOpen(), LOG_LEVEL_ERROR, "MM_PROC_Info", collector.m_strLogMsg,
                 "VMWare PROC Gtr %s file not found", guestRowsPath);

@@ -120,14 +120,29 @@ TEST_F(CommandList, RefusesWhatIsMissing) {
 TEST_F(CommandList, RefusesNamesThatAreUnsafeForTheShell) {
     const LogCapture log;
     EXPECT_EQ(scheduler->fCmdSave("eth0;id", "command"), -1);
-    EXPECT_EQ(scheduler->fCmdPush("a/b", "command"), -1);
+    EXPECT_EQ(scheduler->fCmdPush("a/b c", "command"), -1);
     scheduler->fSetCmdSchedulerHomePath("my cmd");
     EXPECT_EQ(scheduler->fCmdPush("key", "command"), -1);
     EXPECT_TRUE(scheduler->m_CmdList.empty());
     EXPECT_THAT(log.messages(), ElementsAre("command save failed : home path or key is unsafe : cmd/eth0;id_1700000000",
-                                            "command save failed : home path or key is unsafe : cmd/a/b",
+                                            "command save failed : home path or key is unsafe : cmd/a/b c",
                                             "command schedule daemon home path set : my cmd/",
                                             "command save failed : home path or key is unsafe : my cmd/key"));
+}
+
+TEST_F(CommandList, KeyOfPathsHasItsResultFileInTheHome) {
+    EXPECT_EQ(scheduler->fCmdPush("duplex_eth0_../aproc/t.dat", "command"), 0);
+    ASSERT_EQ(scheduler->m_CmdList.size(), 1U);
+    EXPECT_STREQ(scheduler->m_CmdList.front()->l_strCmdReqKey, "duplex_eth0_../aproc/t.dat");
+    EXPECT_THAT(pending(), ElementsAre("command;echo $? > cmd/duplex_eth0_.._aproc_t.dat &"));
+}
+
+TEST_F(CommandList, RequestThatEndsInTheBackgroundIsValidForTheShell) {
+    scheduler->fCmdPush("one", "./program 1 2&");
+    scheduler->fCmdPush("two", "./program 1 2 &");
+    EXPECT_EQ(pending().front(), "./program 1 2&;echo $? > cmd/one &");
+    wakeUp();
+    EXPECT_THAT(commands, ElementsAre("./program 1 2& echo $? > cmd/one &", "./program 1 2 & echo $? > cmd/two &"));
 }
 
 TEST_F(CommandList, LongKeysAreCutToTheirField) {
