@@ -243,7 +243,7 @@ protected:
 
 TEST_F(CommandDaemon, RunsAndRemovesWhatIsSaved) {
     EXPECT_EQ(run(m_directory + "cmd_scd_start.sh " + m_directory).status, 0);
-    m_home.write("agent/scheduler/shcmd_one.cmd", "echo done > one.out");
+    m_home.write("agent/scheduler/shcmd_one.cmd", "echo done > " + m_directory + "one.out");
     EXPECT_TRUE(soon("[ -e " + m_directory + "one.out ] && [ ! -e " + m_directory + "shcmd_one.cmd.run ]"));
     EXPECT_FALSE(m_home.exists("agent/scheduler/shcmd_one.cmd"));
 }
@@ -259,9 +259,9 @@ TEST_F(CommandDaemon, StartsOnceAndStops) {
 }
 
 TEST_F(CommandDaemon, LeavesFilesAloneThatOthersCouldHaveWritten) {
-    m_home.write("agent/scheduler/shcmd_open.cmd", "echo bad > bad.out");
+    m_home.write("agent/scheduler/shcmd_open.cmd", "echo bad > " + m_directory + "bad.out");
     runShell("chmod 666 " + m_directory + "shcmd_open.cmd; ln -s shcmd_open.cmd " + m_directory + "shcmd_link.cmd");
-    m_home.write("agent/scheduler/shcmd_own.cmd", "echo good > good.out");
+    m_home.write("agent/scheduler/shcmd_own.cmd", "echo good > " + m_directory + "good.out");
     run(m_directory + "cmd_scd_start.sh " + m_directory);
     EXPECT_TRUE(soon("[ -e " + m_directory + "good.out ]"));
     EXPECT_FALSE(m_home.exists("agent/scheduler/bad.out"));

@@ -1,27 +1,33 @@
 #!/bin/sh
-# The command daemon: runs what is saved as shcmd_KEY.cmd in its home, one command after another, and removes the file.
-# Started by cmd_scd_start.sh.
+# The command daemon: runs what is saved as shcmd_KEY.cmd in its home, one command after another, in the working
+# directory in which it was started, and removes the file. Started by cmd_scd_start.sh; ends with its home.
 #
 # A command file is a shell line that is run with the daemon's rights, so only regular files that belong to the daemon's
-# user and that nobody else may write are run; others are left alone.
+# user and that nobody else may write are run; others are left alone. So is an empty one: its command is being written.
 home=${1:?usage: cmd_scd.sh HOME}
-cd "$home" || exit 1
+user=$(id -u)
 stop=0
 trap 'stop=1' TERM INT
 
-# trusted FILE: a regular file of ours that only we may write.
+# trusted FILE: a regular file of ours that only we may write, and not empty.
 trusted() {
-  [ -n "$(find "$1" -prune -type f -user "$(id -u)" ! -perm -020 ! -perm -002 2>/dev/null)" ]
+  case $(stat -c %A:%u:%s -- "$1" 2>/dev/null) in
+  -????[!w]??[!w]?:"$user":[1-9]*) return 0 ;;
+  *) return 1 ;;
+  esac
 }
 
-while [ $stop -eq 0 ]; do
-  for file in shcmd_*.cmd; do
+# What a daemon that was killed had begun is not begun again.
+rm -f -- "$home"/shcmd_*.cmd.run
+
+while [ $stop -eq 0 ] && [ -d "$home" ]; do
+  for file in "$home"/shcmd_*.cmd; do
     [ $stop -eq 0 ] || break
     trusted "$file" || continue
-    mv -f -- "$file" "$file.run" || continue
-    sh "./$file.run"
+    mv -fT -- "$file" "$file.run" || continue
+    sh "$file.run"
     rm -f -- "$file.run"
   done
   sleep 1 &
-  wait $!
+  wait $! || kill $!
 done

@@ -1,18 +1,19 @@
 #!/bin/sh
-# Starts the command daemon of a scheduler home, once.
+# Starts the command daemon of a scheduler home, once. Its commands run in the working directory of this script.
 #   cmd_scd_start.sh HOME
 home=${1:?usage: cmd_scd_start.sh HOME}
 home=${home%/}
-pid_file=$home/cmd_scd.pid
 here=${0%/*}
+# shellcheck source=cmd_scd_lib.sh
+. "$here/cmd_scd_lib.sh"
 
-# A pid file may have outlived its daemon, and the pid may be another program's by now.
-running() {
-  [ -r "$pid_file" ] && grep -qs cmd_scd.sh "/proc/$(cat "$pid_file")/cmdline"
-}
-
-if running; then
+if daemon_pid "$home" >/dev/null; then
   exit 0
 fi
+rm -f -- "$home/cmd_scd.pid"
 "$here/cmd_scd.sh" "$home" </dev/null >/dev/null 2>&1 &
-echo $! >"$pid_file"
+# Without its pid on record nobody could end it.
+echo $! >"$home/cmd_scd.pid" || {
+  kill $!
+  exit 1
+}

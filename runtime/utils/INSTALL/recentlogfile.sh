@@ -8,10 +8,21 @@ case $1 in
 esac
 
 newest=
+newest_time=
 for file in "${ZEL_LOG_DIR:-.}/$1"_*.log; do
-  [ -f "$file" ] || continue
-  if [ -z "$newest" ] || [ -n "$(find "$file" -prune -newer "$newest")" ]; then
+  # Nanoseconds of the last change, for a regular file.
+  time=$(stat -c '%A %.9Y' -- "$file" 2>/dev/null) || continue
+  case $time in
+  -*) time=${time#* } ;;
+  *) continue ;;
+  esac
+  time=${time%.*}${time#*.}
+  if [ -z "$newest" ] || [ "$time" -gt "$newest_time" ]; then
     newest=$file
+    newest_time=$time
   fi
 done
-{ [ -z "$newest" ] || echo "${newest##*/}"; } >"$result.tmp" && mv -f "$result.tmp" "$result"
+rm -f -- "$result.tmp"
+{ [ -z "$newest" ] || echo "${newest##*/}"; } >"$result.tmp" && mv -fT -- "$result.tmp" "$result" && exit 0
+rm -f -- "$result.tmp"
+exit 1

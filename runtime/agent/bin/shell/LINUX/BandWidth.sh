@@ -4,8 +4,8 @@
 # shellcheck source=net_lib.sh
 . "${0%/*}/net_lib.sh"
 
+# What stood there, if only a pipe, is not written into.
+rm -f -- "$2"
 if speed=$(speed_of "$1"); then
   echo "$speed" >"$2"
-else
-  rm -f -- "$2"
 fi

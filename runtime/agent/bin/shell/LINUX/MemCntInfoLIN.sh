@@ -47,4 +47,7 @@ module_sizes() {
   return 0
 }
 
-module_sizes >"$result.tmp" && mv -f "$result.tmp" "$result"
+rm -f -- "$result.tmp"
+module_sizes >"$result.tmp" && mv -fT -- "$result.tmp" "$result" && exit 0
+rm -f -- "$result.tmp"
+exit 1

@@ -5,8 +5,9 @@
 . "${0%/*}/net_lib.sh"
 
 duplex=$(duplex_of "$1") || exit 1
+rm -f -- "$2"
 case $duplex in
 full) echo Full ;;
 half) echo Half ;;
 *) echo Unknown ;;
-esac >"$2" && mv -f -- "$2" "$3"
+esac >"$2" && mv -fT -- "$2" "$3"

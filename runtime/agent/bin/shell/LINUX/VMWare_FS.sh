@@ -16,7 +16,7 @@ datastores() {
     esac
     case $device in
     *vmfs*) ;;
-    *) device=/vmfs/$device ;;
+    *) device=/vmfs/${device#/} ;;
     esac
     df -P -k -- "${ZEL_HOST_ROOT:-}$mount" 2>/dev/null | {
       read -r _
@@ -26,4 +26,7 @@ datastores() {
   return 0
 }
 
-datastores >"$result.tmp" && mv -f -- "$result.tmp" "$result"
+rm -f -- "$result.tmp"
+datastores >"$result.tmp" && mv -fT -- "$result.tmp" "$result" && exit 0
+rm -f -- "$result.tmp"
+exit 1

@@ -10,11 +10,12 @@ safe_name() {
   esac
 }
 
-# interfaces: the name of every interface but the loopback, one per line.
+# interfaces: the name of every interface but the loopback, one per line. The directory also holds files of drivers
+# (bonding_masters), which have no index.
 interfaces() {
   for path in "$net_dir"/*; do
     name=${path##*/}
-    [ -e "$path" ] && [ "$name" != lo ] && safe_name "$name" && echo "$name"
+    [ -e "$path/ifindex" ] && [ "$name" != lo ] && safe_name "$name" && echo "$name"
   done
   return 0
 }
