@@ -8,15 +8,10 @@
 #include "SystemHooks.h"
 #include "network.h"
 
-#include <arpa/inet.h>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <map>
-#include <net/ethernet.h>
-#include <netpacket/packet.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -48,46 +43,6 @@ Counters countersOfIp(const std::string &name) {
     const std::size_t rx = text.find("\"rx\":");
     const std::size_t tx = text.find("\"tx\":");
     return {number(rx, "\"bytes\":"), number(rx, "\"packets\":"), number(tx, "\"bytes\":"), number(tx, "\"packets\":")};
-}
-
-void sendFrames(const std::string &name, int count, std::size_t length) {
-    const int descriptor = socket(AF_PACKET, SOCK_RAW, 0);
-    ASSERT_GE(descriptor, 0);
-    sockaddr_ll to{};
-    to.sll_family = AF_PACKET;
-    to.sll_ifindex = static_cast<int>(if_nametoindex(name.c_str()));
-    to.sll_halen = ETH_ALEN;
-    std::vector<unsigned char> frame(length, 0xff); // to everybody, of a type that nobody answers
-    frame[12] = 0x88;
-    frame[13] = 0xb5;
-    for (int i = 0; i < count; ++i)
-        ASSERT_EQ(sendto(descriptor, frame.data(), frame.size(), 0, reinterpret_cast<sockaddr *>(&to), sizeof(to)),
-                  static_cast<ssize_t>(length));
-    close(descriptor);
-}
-
-// Until its link has come up the kernel drops what is sent through an interface.
-bool waitUntilRunning(const std::string &name) {
-    const int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
-    ifreq request{};
-    std::strncpy(request.ifr_name, name.c_str(), sizeof(request.ifr_name) - 1);
-    bool running = false;
-    for (int step = 0; step < 400 && !running; ++step) {
-        running = ioctl(descriptor, SIOCGIFFLAGS, &request) == 0 && (request.ifr_flags & IFF_RUNNING) != 0;
-        if (!running)
-            usleep(5000);
-    }
-    close(descriptor);
-    return running;
-}
-
-void makePair(const std::string &one, const std::string &other) {
-    ASSERT_EQ(runIp({"link", "add", one, "type", "veth", "peer", "name", other}), 0);
-    ASSERT_EQ(runIp({"link", "set", one, "up"}), 0);
-    ASSERT_EQ(runIp({"link", "set", other, "up"}), 0);
-    ASSERT_TRUE(waitUntilRunning(one));
-    ASSERT_TRUE(waitUntilRunning(other));
-    ASSERT_EQ(runIp({"link", "set", one, "up"}), 0) << "waits for the kernel to finish what made the links run";
 }
 
 std::map<std::string, _ST_NETWORK> results(CMM_NWT_Info &collector, double elapsed) {

@@ -1,11 +1,18 @@
 #include "NetworkNamespace.h"
 
+#include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <net/ethernet.h>
+#include <net/if.h>
+#include <netpacket/packet.h>
 #include <sched.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -51,6 +58,21 @@ bool enterNamespace() {
     _exit(testing::Test::HasFailure() ? 1 : 0);
 }
 
+// Until its link has come up the kernel drops what is sent through an interface.
+bool waitUntilRunning(const std::string &name) {
+    const int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
+    ifreq request{};
+    std::strncpy(request.ifr_name, name.c_str(), sizeof(request.ifr_name) - 1);
+    bool running = false;
+    for (int step = 0; step < 400 && !running; ++step) {
+        running = ioctl(descriptor, SIOCGIFFLAGS, &request) == 0 && (request.ifr_flags & IFF_RUNNING) != 0;
+        if (!running)
+            usleep(5000);
+    }
+    close(descriptor);
+    return running;
+}
+
 } // namespace
 
 std::string inNetworkNamespace(const std::function<void()> &body) {
@@ -85,4 +107,34 @@ int runIp(const std::vector<std::string> &arguments) {
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+void makePair(const std::string &one, const std::string &other) {
+    ASSERT_EQ(runIp({"link", "add", one, "type", "veth", "peer", "name", other}), 0);
+    ASSERT_EQ(runIp({"link", "set", one, "up"}), 0);
+    ASSERT_EQ(runIp({"link", "set", other, "up"}), 0);
+    ASSERT_TRUE(waitUntilRunning(one));
+    ASSERT_TRUE(waitUntilRunning(other));
+    ASSERT_EQ(runIp({"link", "set", one, "up"}), 0) << "waits for the kernel to finish what made the links run";
+}
+
+void sendFrames(const std::string &name, int count, std::size_t length) {
+    const int descriptor = socket(AF_PACKET, SOCK_RAW, 0);
+    ASSERT_GE(descriptor, 0);
+    sockaddr_ll to{};
+    to.sll_family = AF_PACKET;
+    to.sll_ifindex = static_cast<int>(if_nametoindex(name.c_str()));
+    to.sll_halen = ETH_ALEN;
+    std::vector<unsigned char> frame(length, 0xff); // to everybody, of a type that nobody answers
+    frame[12] = 0x88;
+    frame[13] = 0xb5;
+    for (int i = 0; i < count; ++i)
+        ASSERT_EQ(sendto(descriptor, frame.data(), frame.size(), 0, reinterpret_cast<sockaddr *>(&to), sizeof(to)),
+                  static_cast<ssize_t>(length));
+    close(descriptor);
+}
+
+bool showOwnInterfaces() {
+    return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0;
 }

@@ -12,3 +12,14 @@ std::string inNetworkNamespace(const std::function<void()> &body);
 
 /// Runs "ip" with these arguments, no shell between. Returns its exit status.
 int runIp(const std::vector<std::string> &arguments);
+
+/// Inside the body: a veth pair, both ends up and running.
+void makePair(const std::string &one, const std::string &other);
+
+/// Inside the body: sends `count` frames of `length` bytes through an interface, to everybody, of a type that nobody
+/// answers.
+void sendFrames(const std::string &name, int count, std::size_t length);
+
+/// Inside the body: /sys shows the interfaces of the namespace, in a mount table of its own. False when this user may
+/// not do so.
+bool showOwnInterfaces();
