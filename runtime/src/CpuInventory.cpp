@@ -57,11 +57,22 @@ std::string clockMegahertz(const std::string &processor) {
     return readValue("/proc/cpuinfo", "cpu MHz");
 }
 
+// Architectures name their model differently.
+std::string modelName() {
+    for (const char *key : {"model name", "cpu model", "cpu", "Processor", "Hardware"}) {
+        const std::string value = readValue("/proc/cpuinfo", key);
+        if (!value.empty())
+            return value;
+    }
+    return readLine("/sys/firmware/devicetree/base/model");
+}
+
 } // namespace
 
 bool writeCpuInventory() {
-    Table table({"MODEL", "VENDOR", "SOCKET", "CORES", "THREADS", "MHZ", "CACHEL1D", "CACHEL1I", "CACHEL2", "CACHEL3"});
-    const std::string model = readValue("/proc/cpuinfo", "model name");
+    // Readers take a line with a lower-case letter only, and a model may be unknown.
+    Table table({"MODEL", "VENDOR", "SOCKET", "CORES", "THREADS", "MHz", "CACHEL1D", "CACHEL1I", "CACHEL2", "CACHEL3"});
+    const std::string model = modelName();
     const std::string vendor = readValue("/proc/cpuinfo", "vendor_id");
     for (const auto &[package, socket] : findSockets())
         table.row({model, vendor, package, std::to_string(socket.cores.size()), std::to_string(socket.threads),

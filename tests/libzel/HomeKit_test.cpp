@@ -71,6 +71,12 @@ TEST_F(HomeKit, BandwidthAndDuplexInKilobitsWithKnownSpeedsOnly) {
     EXPECT_EQ(run("./shell/LINUX/ifname_bandwidth.sh").out, "eth0 1000000\neth1 100000\neth2 10000000\n");
 }
 
+TEST_F(HomeKit, FileOfADriverAmongTheInterfacesIsNone) {
+    interface("bond0", "1000", "full");
+    host("sys/class/net/bonding_masters", "bond0\n");
+    EXPECT_EQ(run("./shell/LINUX/IFName.sh").out, "bond0\n");
+}
+
 TEST_F(HomeKit, HostWithoutInterfacesGivesNothing) {
     EXPECT_EQ(run("./shell/LINUX/IFName.sh").out, "");
     EXPECT_EQ(run("./shell/LINUX/ifname_bandwidth_duplex.sh").out, "");
@@ -254,8 +260,46 @@ TEST_F(CommandDaemon, StartsOnceAndStops) {
     run(m_directory + "cmd_scd_start.sh " + m_directory);
     EXPECT_EQ(m_home.read("agent/scheduler/cmd_scd.pid"), pid);
     run(m_directory + "cmd_scd_stop.sh " + m_directory);
-    EXPECT_TRUE(soon("[ ! -d /proc/" + pid.substr(0, pid.size() - 1) + " ]"));
+    EXPECT_TRUE(soon("[ ! -e /proc/" + pid.substr(0, pid.size() - 1) + "/cwd ]"));
     EXPECT_FALSE(m_home.exists("agent/scheduler/cmd_scd.pid"));
+}
+
+TEST_F(CommandDaemon, RunsInTheDirectoryInWhichItWasStarted) {
+    m_home.write("agent/scheduler/shcmd_where.cmd", "pwd > ../aproc/shell/where.dat");
+    run(m_directory + "cmd_scd_start.sh " + m_directory);
+    EXPECT_TRUE(soon("[ -s ../aproc/shell/where.dat ]"));
+    EXPECT_EQ(result("where.dat"), (m_home.path() / "agent/bin").string() + "\n");
+}
+
+TEST_F(CommandDaemon, CommandThatIsBeingWrittenIsLeftAlone) {
+    m_home.write("agent/scheduler/shcmd_a.cmd", "");
+    m_home.write("agent/scheduler/shcmd_b.cmd", "echo > " + m_directory + "b.out");
+    run(m_directory + "cmd_scd_start.sh " + m_directory);
+    EXPECT_TRUE(soon("[ -e " + m_directory + "b.out ]"));
+    EXPECT_TRUE(m_home.exists("agent/scheduler/shcmd_a.cmd"));
+}
+
+TEST_F(CommandDaemon, PidFileThatNamesAnotherProcessIsNotBelieved) {
+    // A process of this name that works for another home.
+    m_home.script("agent/other/cmd_scd.sh", "sleep 98720 & wait $!\nexit\n");
+    const std::string other = run("../other/cmd_scd.sh /elsewhere >/dev/null 2>&1 & echo $!").out;
+    for (const std::string &text : {other, std::string("self\n"), std::string("-1\n"), std::string("1\n")}) {
+        m_home.write("agent/scheduler/cmd_scd.pid", text);
+        run(m_directory + "cmd_scd_stop.sh " + m_directory);
+        EXPECT_FALSE(m_home.exists("agent/scheduler/cmd_scd.pid"));
+    }
+    EXPECT_EQ(run("pkill -P " + other.substr(0, other.size() - 1)).status, 0) << "it lived until now";
+    runShell("mkfifo " + m_directory + "cmd_scd.pid");
+    EXPECT_EQ(run(m_directory + "cmd_scd_start.sh " + m_directory).status, 0);
+    EXPECT_EQ(run("[ -f " + m_directory + "cmd_scd.pid ]").status, 0);
+}
+
+TEST_F(CommandDaemon, EndsWithItsHome) {
+    run(m_directory + "cmd_scd_start.sh " + m_directory);
+    const std::string pid = m_home.read("agent/scheduler/cmd_scd.pid");
+    runShell("mv " + m_directory + " " + (m_home.path() / "agent/moved").string());
+    EXPECT_TRUE(soon("[ ! -e /proc/" + pid.substr(0, pid.size() - 1) + "/cwd ]"));
+    runShell("mv " + (m_home.path() / "agent/moved").string() + " " + m_directory);
 }
 
 TEST_F(CommandDaemon, LeavesFilesAloneThatOthersCouldHaveWritten) {
@@ -283,10 +327,21 @@ TEST_F(HomeKit, CpuInventoryHasARowPerSocket) {
     host("sys/devices/system/cpu/cpu0/cache/index0/size", "32K\n");
     EXPECT_EQ(run("./libinvinfo 1 1").status, 0);
     EXPECT_EQ(result("CpuINVStrInfo.dat"), "TORVCPU|INDEX" + C + "MODEL" + C + "VENDOR" + C + "SOCKET" + C + "CORES" +
-                                               C + "THREADS" + C + "MHZ" + C + "CACHEL1D" + C + "CACHEL1I" + C +
+                                               C + "THREADS" + C + "MHz" + C + "CACHEL1D" + C + "CACHEL1I" + C +
                                                "CACHEL2" + C + "CACHEL3" + C + R + "1" + C + "Test CPU @ 2GHz" + C +
                                                "GenuineIntel" + C + "0" + C + "2" + C + "4" + C + "1999.000" + C +
                                                "32K" + C + "-" + C + "-" + C + "-" + C + "\n");
+}
+
+TEST_F(HomeKit, ProcessorWithoutAModelHasALineThatReadersTake) {
+    host("proc/cpuinfo", "processor\t: 0\n");
+    host("sys/devices/system/cpu/cpu0/topology/physical_package_id", "0\n");
+    host("sys/devices/system/cpu/cpu0/topology/core_id", "0\n");
+    EXPECT_EQ(run("./libinvinfo 1 1").status, 0);
+    EXPECT_NE(result("CpuINVStrInfo.dat").find_first_of("abcdefghijklmnopqrstuvwxyz"), std::string::npos);
+    host("proc/cpuinfo", "processor\t: 0\nHardware\t: BOARD 7\n");
+    EXPECT_EQ(run("./libinvinfo 1 1").status, 0);
+    EXPECT_NE(result("CpuINVStrInfo.dat").find(C + "BOARD 7" + C), std::string::npos);
 }
 
 TEST_F(HomeKit, InterfaceInventoryCarriesTheNameAsSecondField) {
