@@ -24,7 +24,7 @@ constexpr std::size_t logSize = 1024;
 
 bool isFresh(const char *path) {
     struct stat status {};
-    return stat(path, &status) == 0 && std::time(nullptr) - status.st_mtime < answerLifetime;
+    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && std::time(nullptr) - status.st_mtime < answerLifetime;
 }
 
 // Has the script ask for `name`, through the scheduler or at once. False when the name must not reach a shell.
