@@ -25,7 +25,7 @@ while [ $stop -eq 0 ] && [ -d "$home" ]; do
     [ $stop -eq 0 ] || break
     trusted "$file" || continue
     mv -fT -- "$file" "$file.run" || continue
-    sh "$file.run"
+    /bin/sh "$file.run"
     rm -f -- "$file.run"
   done
   sleep 1 &
