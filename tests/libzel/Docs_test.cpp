@@ -1,0 +1,436 @@
+// The documents against the code: every table, code and example of docs/format.md is compared with the texts that the
+// collectors write, every value of docs/metrics.md with the columns, every setting with the headers, and every name
+// that a document mentions has to exist.
+#include "EveryText.h"
+#include "LogGate.h"
+#include "MarkdownFile.h"
+#include "VornLog.h"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <set>
+
+namespace {
+
+using Names = std::set<std::string>;
+
+const std::vector<WrittenText> &texts() {
+    static const std::vector<WrittenText> written = everyText();
+    return written;
+}
+
+const WrittenText *textNamed(const std::string &name) {
+    const auto found =
+        std::find_if(texts().begin(), texts().end(), [&name](const WrittenText &text) { return text.name == name; });
+    return found == texts().end() ? nullptr : &*found;
+}
+
+// A text read back: its table, or its scalars.
+struct ReadText {
+    explicit ReadText(const std::string &text, bool isPush, const std::string &name) {
+        PerfTextError error;
+        const bool ok = isPush ? fgReadPerfPush(text, push, error) : fgReadPerfTable(text, table, error);
+        EXPECT_TRUE(ok) << name << ": " << error.reason << " at " << error.offset;
+        if (isPush && push.metrics.size() == 1 && push.metrics[0].isTable)
+            table = push.metrics[0].table;
+    }
+    bool scalars() const { return table.columns.empty(); }
+
+    PerfPush push;
+    PerfTable table;
+};
+
+ReadText read(const WrittenText &text) {
+    return ReadText(text.text, text.push, text.name);
+}
+
+std::vector<std::string> strings(const std::vector<std::string_view> &views) {
+    return {views.begin(), views.end()};
+}
+
+std::string firstCode(const std::string &cell) {
+    const auto spans = codeSpans(cell);
+    return spans.empty() ? "" : spans[0];
+}
+
+// The texts that a caption such as "Columns of: CPU poll; CPU push." names.
+std::vector<std::string> textsOfCaption(const std::string &caption, const std::string &opening) {
+    std::vector<std::string> names;
+    if (!caption.starts_with(opening) || !caption.ends_with("."))
+        return names;
+    std::string rest = caption.substr(opening.size(), caption.size() - opening.size() - 1);
+    for (std::size_t end = 0; end != std::string::npos;) {
+        end = rest.find("; ");
+        names.push_back(rest.substr(0, end));
+        rest = end == std::string::npos ? "" : rest.substr(end + 2);
+    }
+    return names;
+}
+
+struct Column {
+    std::string name;
+    std::string form;
+};
+
+// What format.md says of each text: its columns, or codes, in order.
+std::map<std::string, std::vector<Column>> documentedColumns(const MarkdownFile &document) {
+    std::map<std::string, std::vector<Column>> columns;
+    for (const MarkdownTable &table : document.tables) {
+        for (const char *opening : {"Columns of: ", "Further columns of: ", "Scalars of: "}) {
+            for (const std::string &name : textsOfCaption(table.caption, opening)) {
+                for (const auto &row : table.rows)
+                    columns[name].push_back({firstCode(row[0]), table.cell(row, "form")});
+            }
+        }
+    }
+    return columns;
+}
+
+std::string replaced(std::string text, const std::string &from, const std::string &to) {
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+// --- format.md -------------------------------------------------------------------------------------------------------
+
+// The words that the first table has for a text's first sample.
+std::string firstSample(const WrittenText &text) {
+    if (!text.first)
+        return "null";
+    const ReadText first(*text.first, text.push, text.name);
+    return first.scalars() ? "values" : first.table.rows.empty() ? "header" : "rows";
+}
+
+TEST(FormatDocument, FirstTableNamesEveryText) {
+    const MarkdownFile document("docs/format.md");
+    ASSERT_FALSE(document.tables.empty());
+    const MarkdownTable &glance = document.tables[0];
+    Names named;
+    for (const auto &row : glance.rows) {
+        const std::string name = row[0].substr(1, row[0].find(']') - 1);
+        named.insert(name);
+        const WrittenText *text = textNamed(name);
+        ASSERT_NE(text, nullptr) << name;
+        const ReadText now = read(*text);
+        EXPECT_EQ(glance.cell(row, "first sample"), firstSample(*text)) << name;
+        EXPECT_EQ(glance.cell(row, "end marker"), now.table.ended ? "yes" : "no") << name;
+        if (now.scalars())
+            continue;
+        EXPECT_EQ(glance.cell(row, "columns"), std::to_string(now.table.columns.size())) << name;
+        const std::string code = text->push ? std::string(now.push.metrics[0].code) : "";
+        EXPECT_EQ(firstCode(glance.cell(row, "code")), code) << name;
+    }
+    for (const WrittenText &text : texts())
+        EXPECT_TRUE(named.contains(text.name)) << text.name << " is not in the first table";
+}
+
+TEST(FormatDocument, TablesHaveTheColumnsThatCollectorsWrite) {
+    const auto columns = documentedColumns(MarkdownFile("docs/format.md"));
+    for (const auto &[name, described] : columns)
+        EXPECT_NE(textNamed(name), nullptr) << "no collector writes " << name;
+    for (const WrittenText &text : texts()) {
+        ASSERT_TRUE(columns.contains(text.name)) << text.name << " has no columns in the document";
+        std::vector<std::string> described;
+        for (const Column &column : columns.at(text.name))
+            described.push_back(column.name);
+        const ReadText now = read(text);
+        std::vector<std::string> written = strings(now.table.columns);
+        for (std::size_t i = 0; now.scalars() && i < now.push.metrics.size(); ++i)
+            written.emplace_back(now.push.metrics[i].code);
+        EXPECT_THAT(written, testing::ElementsAreArray(described)) << text.name;
+    }
+}
+
+TEST(FormatDocument, ValuesHaveTheirDocumentedForm) {
+    const std::map<std::string, std::regex> forms = {{"integer", std::regex("-?[0-9]+")},
+                                                     {"decimal", std::regex("-?[0-9]+\\.[0-9][0-9]")},
+                                                     {"decimal or -", std::regex("-|-?[0-9]+\\.[0-9][0-9]")},
+                                                     {"letter", std::regex("[RSTZ?]")},
+                                                     {"text", std::regex("[^\\x03\\x1F]+")}};
+    const auto columns = documentedColumns(MarkdownFile("docs/format.md"));
+    const auto expectForm = [&](const Column &column, std::string_view value, const std::string &name) {
+        const auto form = forms.find(column.form);
+        ASSERT_NE(form, forms.end()) << name << " " << column.name << ": no form '" << column.form << "'";
+        EXPECT_TRUE(std::regex_match(value.begin(), value.end(), form->second))
+            << name << " " << column.name << ": '" << value << "' is no " << column.form;
+    };
+    for (const WrittenText &text : texts()) {
+        const auto &described = columns.at(text.name);
+        const ReadText now = read(text);
+        for (const auto &row : now.table.rows)
+            for (std::size_t i = 0; i < row.size(); ++i)
+                expectForm(described.at(i), row[i], text.name);
+        for (std::size_t i = 0; now.scalars() && i < now.push.metrics.size(); ++i)
+            expectForm(described.at(i), now.push.metrics[i].value, text.name);
+    }
+}
+
+TEST(FormatDocument, ExamplesAreWhatCollectorsWrite) {
+    int examples = 0;
+    for (const MarkdownBlock &block : MarkdownFile("docs/format.md").blocks) {
+        if (!block.info.starts_with("text "))
+            continue;
+        ++examples;
+        const WrittenText *text = textNamed(block.info.substr(5));
+        ASSERT_NE(text, nullptr) << block.info;
+        std::string example = replaced(replaced(block.text, "␃", "\x03"), "␟", "\x1F");
+        example = replaced(example, "\n", "");
+        const std::string gap = "…";
+        const std::size_t cut = example.find(gap);
+        if (cut == std::string::npos) {
+            EXPECT_EQ(example, text->text) << block.info;
+            continue;
+        }
+        const std::string end = example.substr(cut + gap.size());
+        EXPECT_EQ(example.substr(0, cut), text->text.substr(0, cut)) << block.info;
+        ASSERT_GT(text->text.size(), cut + end.size()) << block.info << " leaves nothing out";
+        EXPECT_EQ(end, text->text.substr(text->text.size() - end.size())) << block.info;
+    }
+    EXPECT_GE(examples, 13) << "every collector has one";
+}
+
+// --- metrics.md ------------------------------------------------------------------------------------------------------
+
+// The section of metrics.md that describes a text.
+std::string sectionOf(const std::string &text) {
+    const std::map<std::string, std::string> sections = {{"Disk", "Disks"},        {"Filesystem", "Filesystems"},
+                                                         {"Process", "Processes"}, {"Real-time", "Processes"},
+                                                         {"HBA", "HBA ports"},     {"GPU", "GPU processes"}};
+    const std::string word = text.substr(0, text.find(' '));
+    const auto found = sections.find(word);
+    return found == sections.end() ? word : found->second;
+}
+
+TEST(MetricsDocument, DescribesEveryColumnAndCodeAndNoOther) {
+    const MarkdownFile document("docs/metrics.md");
+    std::map<std::string, Names> described;
+    for (const MarkdownTable &table : document.tables) {
+        for (const auto &row : table.rows)
+            for (const std::string &name : codeSpans(table.header[0] == "value" ? row[0] : ""))
+                described[table.section].insert(name);
+    }
+    for (const std::string &name : codeSpans(document.prose.substr(document.prose.find("## GPU processes"))))
+        described["GPU processes"].insert(name);
+
+    std::map<std::string, Names> written;
+    for (const WrittenText &text : texts()) {
+        if (text.name.ends_with("inventory"))
+            continue;
+        Names &names = written[sectionOf(text.name)];
+        const ReadText now = read(text);
+        for (const std::string_view column : now.table.columns)
+            names.emplace(column);
+        for (const PerfMetric &metric : now.push.metrics)
+            names.emplace(metric.code);
+        names.erase("INDEX");
+        names.erase("");
+    }
+    for (const auto &[section, names] : written) {
+        for (const std::string &name : names)
+            EXPECT_TRUE(described[section].contains(name)) << name << " is not described in " << section;
+        for (const std::string &name : described[section])
+            EXPECT_TRUE(section == "GPU processes" || names.contains(name)) << section << " describes " << name;
+    }
+}
+
+TEST(MetricsDocument, CodesExist) {
+    Names codes;
+    for (const WrittenText &text : texts())
+        for (const PerfMetric &metric : read(text).push.metrics)
+            codes.emplace(metric.code);
+    const std::regex code("4\\.[0-9]+\\.[0-9]+\\.0");
+    for (const char *path : {"docs/metrics.md", "docs/format.md", "docs/embedding.md", "docs/operation.md"})
+        for (const std::string &span : codeSpans(MarkdownFile(path).prose))
+            EXPECT_TRUE(!std::regex_match(span, code) || codes.contains(span)) << path << " names " << span;
+}
+
+// --- Settings --------------------------------------------------------------------------------------------------------
+
+std::string fileText(const std::filesystem::path &path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::filesystem::path> sources(const std::string &directory, const Names &extensions) {
+    std::vector<std::filesystem::path> files;
+    for (const auto &entry :
+         std::filesystem::recursive_directory_iterator(std::filesystem::path(paths::sourceRoot) / directory))
+        if (entry.is_regular_file() && (extensions.empty() || extensions.contains(entry.path().extension().string())))
+            files.push_back(entry.path());
+    return files;
+}
+
+// Variables that the public headers declare: "extern int g_nPrint;", also several in one line.
+Names declaredSettings() {
+    Names names;
+    const std::regex name("\\bg_\\w+");
+    for (const char *directory : {"libzel", "LIB"}) {
+        for (const auto &header : sources(directory, {".h"})) {
+            std::istringstream lines(fileText(header));
+            for (std::string line; std::getline(lines, line);) {
+                if (!line.starts_with("extern "))
+                    continue;
+                for (std::sregex_iterator match(line.begin(), line.end(), name), end; match != end; ++match)
+                    names.insert(match->str());
+            }
+        }
+    }
+    return names;
+}
+
+TEST(EmbeddingDocument, SettingsAreThoseOfTheHeaders) {
+    Names described;
+    for (const MarkdownTable &table : MarkdownFile("docs/embedding.md").tables) {
+        for (const auto &row : table.rows)
+            for (const std::string &name : codeSpans(table.header[0] == "setting" ? row[0] : ""))
+                EXPECT_TRUE(described.insert(name).second) << name << " stands there twice";
+    }
+    EXPECT_THAT(described, testing::ContainerEq(declaredSettings()));
+}
+
+TEST(EmbeddingDocument, DriverValuesAreThoseOfTheDriver) {
+    const std::string driver = fileText(std::filesystem::path(paths::sourceRoot) / "libzel/main.cpp");
+    int compared = 0;
+    for (const MarkdownTable &table : MarkdownFile("docs/embedding.md").tables) {
+        for (const auto &row : table.rows) {
+            const std::string name = firstCode(row[0]);
+            const std::string value = table.cell(row, "driver");
+            if (table.header[0] != "setting" || value.empty() || value.find_first_not_of("0123456789") != value.npos ||
+                driver.find(name + " = splitFilesystemTypes") != std::string::npos)
+                continue;
+            ++compared;
+            std::smatch assignment;
+            const bool assigned = std::regex_search(driver, assignment, std::regex("\\b" + name + " = ([0-9]+);"));
+            EXPECT_EQ(value, assigned ? assignment[1].str() : "0") << name;
+        }
+    }
+    EXPECT_GE(compared, 20);
+}
+
+// --- operation.md ----------------------------------------------------------------------------------------------------
+
+TEST(OperationDocument, LogKeywordsOpenTheirBits) {
+    int keywords = 0;
+    for (const MarkdownTable &table : MarkdownFile("docs/operation.md").tables) {
+        if (table.header[0] != "keyword")
+            continue;
+        for (const auto &row : table.rows) {
+            ++keywords;
+            CVornLog::fSetLogModeBit(("ERROR:" + firstCode(row[0])).c_str());
+            EXPECT_EQ(table.cell(row, "module bit"), std::to_string(g_nLogModERROR)) << row[0];
+            EXPECT_EQ(table.cell(row, "detail bit"), std::to_string(g_nLoggingERROR2)) << row[0];
+        }
+    }
+    CVornLog::fSetLogModeBit("NOLOG");
+    EXPECT_EQ(keywords, 4);
+}
+
+TEST(OperationDocument, NamesEveryFileOfTheKit) {
+    Names kit = {"ShCmd", "libinvinfo"};
+    for (const auto &file : sources("runtime/agent", {}))
+        kit.insert(file.filename().string());
+    for (const auto &file : sources("runtime/utils", {}))
+        kit.insert(file.filename().string());
+    Names described;
+    for (const MarkdownTable &table : MarkdownFile("docs/operation.md").tables)
+        for (const auto &row : table.rows)
+            for (const std::string &name : codeSpans(table.header[0] == "file" ? row[0] : ""))
+                described.insert(name);
+    kit.erase(".gitignore");
+    EXPECT_THAT(described, testing::ContainerEq(kit));
+}
+
+// --- All documents ---------------------------------------------------------------------------------------------------
+
+constexpr const char *documents[] = {"README.md", "docs/format.md", "docs/metrics.md", "docs/embedding.md",
+                                     "docs/operation.md"};
+
+// A name of the code: a setting, a member, a function, a class, a file that scripts write.
+bool looksLikeCode(const std::string &word) {
+    static const std::regex code("(g|m|l)_\\w+|fg[A-Z]\\w+|f[A-Z][A-Za-z]\\w+|C[A-Z][A-Za-z]*_Info|CMM_\\w+|_ST_\\w+|"
+                                 "C[A-Z][a-z]\\w+[A-Z]\\w+|(MEM|SWAP|ZEL|SCHEDULER)_\\w+|\\w+\\.(h|cpp|sh|dat)");
+    return std::regex_match(word, code);
+}
+
+// Names and file names of a text: "m_pnCPU", "partitions.sh".
+std::vector<std::string> wordsOf(const std::string &text) {
+    std::vector<std::string> words(1);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool part = std::isalnum(static_cast<unsigned char>(text[i])) != 0 || text[i] == '_';
+        const bool suffix = text[i] == '.' && !words.back().empty() && i + 1 < text.size() &&
+                            std::islower(static_cast<unsigned char>(text[i + 1])) != 0;
+        if (part || suffix)
+            words.back() += text[i];
+        else if (!words.back().empty())
+            words.emplace_back();
+    }
+    return words;
+}
+
+TEST(Documents, NamesThatTheyMentionExist) {
+    const std::filesystem::path root = paths::sourceRoot;
+    Names known;
+    for (const auto &entry : std::filesystem::directory_iterator(root))
+        known.insert(entry.path().filename().string());
+    for (const char *directory : {"libzel", "LIB", "runtime", "tests/outside"}) {
+        for (const auto &file : sources(directory, {})) {
+            known.insert(file.filename().string());
+            for (std::string &word : wordsOf(fileText(file)))
+                known.insert(std::move(word));
+        }
+    }
+    for (const std::string &word : wordsOf(fileText(root / "CMakeLists.txt")))
+        known.insert(word);
+    known.insert("Docs_test.cpp");
+
+    int checked = 0;
+    for (const char *path : documents) {
+        for (const std::string &span : codeSpans(MarkdownFile(path).prose)) {
+            for (const std::string &word : wordsOf(span)) {
+                if (!looksLikeCode(word))
+                    continue;
+                ++checked;
+                EXPECT_TRUE(known.contains(word)) << path << " names " << word;
+            }
+        }
+    }
+    EXPECT_GT(checked, 300);
+}
+
+// "format.md#cpu" leads to a file, and to a heading of it.
+TEST(Documents, LinksLeadSomewhere) {
+    const std::regex link("\\]\\(([^)#]*)(#[^)]*)?\\)");
+    for (const char *path : documents) {
+        const MarkdownFile document(path);
+        const std::filesystem::path directory = std::filesystem::path(path).parent_path();
+        for (std::sregex_iterator match(document.prose.begin(), document.prose.end(), link), end; match != end;
+             ++match) {
+            const std::string target = (*match)[1].str();
+            if (target.starts_with("http"))
+                continue;
+            const std::string file = target.empty() ? path : (directory / target).lexically_normal().string();
+            EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(paths::sourceRoot) / file))
+                << path << ": " << file;
+            if (!(*match)[2].matched)
+                continue;
+            Names anchors;
+            std::istringstream lines(MarkdownFile(file).prose);
+            for (std::string line; std::getline(lines, line);) {
+                if (!line.starts_with('#'))
+                    continue;
+                std::string anchor = "#";
+                for (const char character : line.substr(line.find_first_not_of("# "))) {
+                    if (std::isalnum(static_cast<unsigned char>(character)) != 0)
+                        anchor += static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+                    else if (character == ' ' || character == '-')
+                        anchor += '-';
+                }
+                anchors.insert(anchor);
+            }
+            EXPECT_TRUE(anchors.contains((*match)[2].str())) << path << ": " << match->str();
+        }
+    }
+}
+
+} // namespace
