@@ -245,6 +245,56 @@ TEST(MetricsDocument, CodesExist) {
             EXPECT_TRUE(!std::regex_match(span, code) || codes.contains(span)) << path << " names " << span;
 }
 
+// The values of one column, resp. code, in texts whose samples are `seconds` apart.
+std::vector<std::string> valuesAfter(int seconds, const std::string &name, const std::string &column,
+                                     std::vector<WrittenText> (*take)()) {
+    every_text::secondsBetween = seconds;
+    std::vector<std::string> values;
+    for (const WrittenText &text : take()) {
+        if (text.name != name)
+            continue;
+        const ReadText now = read(text);
+        for (std::size_t row = 0; row < now.table.rows.size(); ++row)
+            values.emplace_back(now.table.value(row, column));
+        for (const PerfMetric &metric : now.push.metrics)
+            if (metric.code == column)
+                values.emplace_back(metric.value);
+    }
+    every_text::secondsBetween = 5;
+    return values;
+}
+
+// What the document says of samples between which no time passed, or the clock was set back by five seconds.
+TEST(MetricsDocument, RatesOverNoTimeAndOverNegativeTime) {
+    struct Case {
+        const char *text;
+        const char *column;
+        std::vector<WrittenText> (*take)();
+        std::size_t row;
+        const char *noTime;
+        const char *setBack;
+    };
+    const Case cases[] = {{"CPU poll", "USED", every_text::cpuTexts, 0, "25.00", "25.00"},
+                          {"VM push", "4.9.1.0", every_text::vmTexts, 0, "inf", "-819.20"},
+                          {"Disk poll", "READCNT", every_text::diskTexts, 4, "-1.00", "-1.00"},
+                          {"Disk poll", "READKB", every_text::diskTexts, 4, "inf", "-1.00"},
+                          {"Disk poll", "BUSY", every_text::diskTexts, 4, "100.00", "-1.00"},
+                          {"Disk poll", "READKB", every_text::diskTexts, 5, "0.00", "0.00"}, // did not move
+                          {"Network poll", "INPKT", every_text::networkTexts, 0, "-1.00", "0.00"},
+                          {"Network poll", "RATE", every_text::networkTexts, 0, "-1.00", "0.00"},
+                          {"Process poll, extended", "PCPU", every_text::processTexts, 0, "0.00", "0.00"},
+                          {"Process poll, extended", "IOBYTE", every_text::processTexts, 0, "5120.00", "5120.00"},
+                          {"Process poll, extended", "IOBYTERATE", every_text::processTexts, 0, "0.00", "0.00"},
+                          {"HBA poll", "IOPS", every_text::hbaTexts, 0, "inf", "-1.00"}};
+    for (const Case &expected : cases) {
+        const std::string what = std::string(expected.text) + " " + expected.column;
+        EXPECT_EQ(valuesAfter(0, expected.text, expected.column, expected.take).at(expected.row), expected.noTime)
+            << what;
+        EXPECT_EQ(valuesAfter(-5, expected.text, expected.column, expected.take).at(expected.row), expected.setBack)
+            << what;
+    }
+}
+
 // --- Settings --------------------------------------------------------------------------------------------------------
 
 std::string fileText(const std::filesystem::path &path) {

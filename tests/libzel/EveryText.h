@@ -38,7 +38,7 @@ struct WrittenText {
 
 namespace every_text {
 
-inline constexpr int SECONDS = 5;
+inline int secondsBetween = 5; // two samples; a test may let no time pass, or set the clock back
 inline constexpr const char *KERNEL = "6.1.0-18-amd64";
 
 /// The settings of the collectors for the length of a text, back at 0 afterwards.
@@ -62,13 +62,13 @@ private:
 
 using Sample = std::function<const char *()>;
 
-/// Two samples with five seconds between them; `change` makes the host of the second one.
+/// Two samples, five seconds apart; `change` makes the host of the second one.
 inline WrittenText twoSamples(const std::string &name, bool push, FrozenClock &clock, const Sample &sample,
                               const std::function<void()> &change) {
     WrittenText written{name, push, {}, {}};
     if (const char *first = sample())
         written.first = first;
-    clock.advance(SECONDS);
+    clock.advance(secondsBetween);
     change();
     const char *text = sample();
     EXPECT_NE(text, nullptr) << name;
