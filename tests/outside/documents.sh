@@ -14,7 +14,7 @@ cp "$build"/bin/{ShCmd,libinvinfo,libzelinfo} "$scratch/build/bin/"
 home=$scratch/build/home/agent/bin
 
 # Every block into a file of its own: README.md-12.cpp for the one that opens in line 12.
-for document in "$source"/README.md "$source"/docs/*.md; do
+for document in "$source"/README.md "$source"/docs/{format,metrics,embedding,operation}.md; do
   awk -v stem="$scratch/blocks/$(basename "$document")" '
     /^```/ { file = file == "" && $1 ~ /^```(cpp|sh)$/ ? stem "-" NR "." substr($1, 4) : ""; next }
     file != "" { print > file }' "$document"
