@@ -296,15 +296,30 @@ inline std::vector<WrittenText> inventoryTexts() {
             written("HBA port inventory", ports.fGatherHBAPortInv(), ports.m_pStrHBAPortINV)};
 }
 
+/// Who writes texts, and how to take them.
+struct Writer {
+    const char *name;
+    std::vector<WrittenText> (*take)();
+};
+
+inline constexpr Writer writers[] = {{"CPU", cpuTexts},
+                                     {"Memory", memoryTexts},
+                                     {"VM", vmTexts},
+                                     {"Disk", diskTexts},
+                                     {"Filesystem", filesystemTexts},
+                                     {"Network", networkTexts},
+                                     {"Process", processTexts},
+                                     {"HBA", hbaTexts},
+                                     {"GPU", gpuTexts},
+                                     {"Inventory", inventoryTexts}};
+
 } // namespace every_text
 
 /// Every text there is.
 inline std::vector<WrittenText> everyText() {
     std::vector<WrittenText> all;
-    for (const auto take : {every_text::cpuTexts, every_text::memoryTexts, every_text::vmTexts, every_text::diskTexts,
-                            every_text::filesystemTexts, every_text::networkTexts, every_text::processTexts,
-                            every_text::hbaTexts, every_text::gpuTexts, every_text::inventoryTexts})
-        for (WrittenText &text : take())
+    for (const every_text::Writer &writer : every_text::writers)
+        for (WrittenText &text : writer.take())
             all.push_back(std::move(text));
     return all;
 }

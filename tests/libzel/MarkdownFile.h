@@ -44,6 +44,12 @@ inline std::vector<std::string> codeSpans(const std::string &text) {
     return spans;
 }
 
+/// The first of them; empty without any.
+inline std::string firstCode(const std::string &text) {
+    const auto spans = codeSpans(text);
+    return spans.empty() ? "" : spans[0];
+}
+
 class MarkdownFile {
 public:
     /// Reads a file by its path from the root of the tree.

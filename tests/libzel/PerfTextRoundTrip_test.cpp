@@ -52,9 +52,16 @@ std::string written(const PerfPush &push) {
     return text;
 }
 
-class PerfTextRoundTrip : public testing::TestWithParam<std::vector<WrittenText> (*)()> {
+class PerfTextRoundTrip : public testing::TestWithParam<std::string> {
 protected:
-    PerfTextRoundTrip() : m_texts(GetParam()()) {}
+    PerfTextRoundTrip() {
+        for (const every_text::Writer &writer : every_text::writers) {
+            if (writer.name == GetParam())
+                m_texts = writer.take();
+        }
+        EXPECT_FALSE(m_texts.empty()) << GetParam();
+    }
+
     std::vector<WrittenText> m_texts;
 };
 
@@ -123,10 +130,14 @@ TEST_P(PerfTextRoundTrip, SuperfluousValueIsRefusedBehindItsRow) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Collector, PerfTextRoundTrip,
-                         testing::Values(every_text::cpuTexts, every_text::memoryTexts, every_text::vmTexts,
-                                         every_text::diskTexts, every_text::filesystemTexts, every_text::networkTexts,
-                                         every_text::processTexts, every_text::hbaTexts, every_text::gpuTexts,
-                                         every_text::inventoryTexts));
+std::vector<std::string> writerNames() {
+    std::vector<std::string> names;
+    for (const every_text::Writer &writer : every_text::writers)
+        names.emplace_back(writer.name);
+    return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Collector, PerfTextRoundTrip, testing::ValuesIn(writerNames()),
+                         [](const auto &param) { return param.param; });
 
 } // namespace
