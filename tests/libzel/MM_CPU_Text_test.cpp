@@ -109,6 +109,16 @@ TEST_F(CpuText, CounterThatWentBackIsShownAsMinusOne) {
     EXPECT_EQ(cpu.m_pStrCpuZEL, header + tableRow("CPUS", {"0.00", "-1.00", "0.10", "0.00", "100.00"}));
 }
 
+// Wait goes back by 1 while user and idle gain 2000 each: together 3999, and (-1000 + 1999) / 3999 = 0. The others:
+// (2000000 + 1999) / 3999 = 500.
+TEST_F(CpuText, CounterThatWentBackByATwoThousandthIsShownAsZero) {
+    CMM_CPU_Info cpu;
+    sample(cpu, {{1000, 0, 0, 1000, 100}});
+    ASSERT_NE(sample(cpu, {{3000, 0, 0, 3000, 99}}), nullptr);
+
+    EXPECT_EQ(cpu.m_pStrCpuZEL, header + tableRow("CPUS", {"50.00", "50.00", "0.00", "0.00", "50.00"}));
+}
+
 // Idle goes back by 100 while user gains 300: together 200, idle (-100000 + 100) wraps and is far above 100 percent.
 TEST_F(CpuText, ImpossibleIdleOfTheMachineFailsTheSample) {
     CMM_CPU_Info cpu;
