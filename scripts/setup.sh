@@ -24,7 +24,8 @@ procps /usr/bin/ps"
 bench="$build
 libbenchmark-dev /usr/include/benchmark/benchmark.h"
 fuzz="$build
-clang /usr/bin/clang++"
+clang /usr/bin/clang++
+libclang-rt-14-dev /usr/lib/llvm-14/lib/clang/14.0.6/include/fuzzer/FuzzedDataProvider.h"
 
 case $task in
 build) wanted=$build ;;
