@@ -1,0 +1,203 @@
+#!/usr/bin/env bash
+# Makes the seeds of the fuzz targets from the fixtures: DIRECTORY/TARGET/NAME, with the checked-in ones of fuzz/corpus.
+#   scripts/fuzz_seeds.sh DIRECTORY
+# A seed is the option bytes of its target (see the target), then its pieces with a file separator (0x1C) between them.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+out=${1:?usage: scripts/fuzz_seeds.sh DIRECTORY}
+fixtures=tests/fixtures
+absent='\035' # a file that does not exist
+
+# seed TARGET NAME OPTIONS PIECE...: a piece is @FILE of the fixtures, or a text with the escapes of printf.
+seed() {
+  local target=$1 name=$2 options=$3 piece separator=''
+  shift 3
+  mkdir -p "$out/$target"
+  {
+    printf '%b' "$options"
+    for piece; do
+      printf '%b' "$separator"
+      separator='\034'
+      case $piece in
+      @*) cat "$fixtures/${piece#@}" ;;
+      *) printf '%b' "$piece" ;;
+      esac
+    done
+  } >"$out/$target/$name"
+}
+
+# lines TARGET NAME FILE: every line of the fixture as a piece.
+lines() {
+  mkdir -p "$out/$1"
+  tr '\n' '\034' <"$fixtures/$3" >"$out/$1/$2"
+}
+
+for kernel in linux-2.4.20 linux-2.6.18 linux-5.10 linux-6.1.0; do
+  a=@$kernel/t0/proc b=@$kernel/t1/proc
+  vmstat=$a/vmstat newer=$b/vmstat
+  [ -e "$fixtures/${vmstat#@}" ] || { vmstat=$absent newer=$absent; }
+  for options in '\000' '\001' '\002' '\004'; do
+    seed cpu_fuzz "$kernel-${options#\\}" "$options" "$a/stat" "$b/stat" "$b/stat" '4\n' 'TORVCPU|cpu inventory\n'
+  done
+  for options in '\000' '\002' '\003'; do
+    seed system_files_fuzz "$kernel-${options#\\}" "$options" "$a/stat" "$vmstat" "$a/loadavg" \
+      '17 (sh) S 1 2 3 4 5 4194304 7 8 9 10 11\n' "$b/stat" "$newer" "$b/loadavg" '17 (sh) S 1 2 3 4 5 6 77 8 99 10\n'
+  done
+  for options in '\007' '\017' '\060'; do
+    seed memory_fuzz "$kernel-${options#\\}" "$options" key "$b/meminfo" "$newer" "$b/stat" '67584\n' \
+      '8192\n8192\n-1\n0\n' '12\n'
+  done
+done
+
+disks() { # NAME OPTIONS COUNTERS STAT COUNTERS STAT
+  seed disk_fuzz "$1" "$2" sda "$3" "$4" "$discovered" "$5" "$6" "$discovered" 'sda 45.30\nsdb 120\n' \
+    'TORVDISK|INDEX\003\037~NAME\003\037~\n' 'TORVDISK|other inventory\n'
+}
+discovered='   8     0   17921835 sda\n   8     1    1048576 sda1\n   3     0    8257032 hda rio rmerge 1 2 3 4 5 1\n'
+machine='cpu  1 2 3 4 5 6 7\n'
+for options in '\000' '\002'; do
+  seed cpu_fuzz "many-${options#\\}" "$options" "\\036\\377${machine}cpu0 1 2 3 4 5 6 7\\ncpu1 1 2 3 4 5\\n" \
+    "\\036\\377${machine}cpu0 11 12 13 14 15 6 7\\ncpu1 1 2 3 4 5\\n"
+done
+seed system_files_fuzz many '\000' "\\036\\377intr $(printf '12345 %.0s' {1..60})\\nctxt 5\\n"
+disk='   8       0 sda 1 2 3 4 5 6 7 8 9 10 11\n 259       1 nvme0n1p1 1 2 3 4 5 6 7 8 9 10 11\n'
+for options in '\000' '\004' '\024'; do
+  disks "many-${options#\\}" "$options" "\\036\\200$disk" '' "\\036\\300$disk" ''
+done
+for kernel in linux-6.1.0 linux-2.6.32; do
+  for options in '\000' '\004' '\024' '\040' '\010' '\104'; do
+    disks "$kernel-${options#\\}" "$options" "@$kernel/t0/proc/diskstats" '' "@$kernel/t1/proc/diskstats" ''
+  done
+  lines disk_lines_fuzz "$kernel" "$kernel/t1/proc/diskstats"
+done
+for options in '\001' '\005' '\025'; do
+  disks "linux-2.4.21-${options#\\}" "$options" @linux-2.4.21/t0/proc/partitions '' @linux-2.4.21/t1/proc/partitions ''
+done
+for options in '\002' '\006' '\026'; do
+  disks "linux-2.2.26-${options#\\}" "$options" @linux-2.2.26/t0/proc/partitions @linux-2.2.26/t0/proc/stat \
+    @linux-2.2.26/t1/proc/partitions @linux-2.2.26/t1/proc/stat
+done
+lines disk_lines_fuzz linux-2.4.21 linux-2.4.21/t1/proc/partitions
+lines disk_lines_fuzz linux-2.2.26 linux-2.2.26/t1/proc/partitions
+
+sizes='\000\377\377\377\000\377\377\000\000\377\000\000\000\377\377\000\000\377\000\000\000'
+for options in '\000' '\103' '\040' '\044' '\060'; do
+  seed filesystem_fuzz "linux-6.1.0-${options#\\}" "$options$sizes\\002\\001\\002" proc '' tmpfs @linux-6.1.0/t0/etc/mtab \
+    '/vmfs/volumes/a 10485760 4194304 6291456 40 a\n/vmfs/b 5000000 1 2 nan b\n'
+done
+mounts='/dev/sda1 / ext4 rw 0 0\nfiler:/export /mnt/a\\\\040b nfs rw 0 0\n/dev/sdb1 /mnt/a\\\\040b/c ext3 rw 0 0\n'
+seed filesystem_fuzz nfs "\\044$sizes\\001\\001\\001" '' '' '' "$mounts" ''
+
+seed filesystem_fuzz connection "\\050$sizes\\001\\001\\001" '' '' '' "$mounts" ''
+seed filesystem_fuzz long "\\000$sizes\\001\\001\\001" '' '' '' \
+  "/dev/sdb1 /mnt/$(printf 'x%.0s' {1..1500}) ext4 rw 0 0\\n/dev/$(printf 'y%.0s' {1..1500}) /z ext4 rw 0 0\\n" ''
+seed filesystem_fuzz many "\\000$sizes\\001\\001\\001" '' '' '' '\036\377/dev/sdb1 /mnt/x ext4 rw 0 0\n' ''
+
+seed interfaces_fuzz linux-6.1.0 '' '  eth0: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16' @linux-6.1.0/t0/proc/net/dev
+bandwidths='TORVSC|eth0|1000000|2\nTORVSC|bond0|10000|1\neth1 100\n'
+inventory='TORVNIC|INDEX\003\037~NAME\003\037~\003\037|1\003\037~eth7\003\037~\n'
+for options in '\000' '\001' '\005' '\035' '\055' '\102' '\111' '\205'; do
+  seed network_fuzz "linux-6.1.0-${options#\\}" "$options" "$bandwidths" 'eth0\nbond0\nbond0.100\n' '1000\n' \
+    'Ethernet Channel Bonding\nCurrently Active Slave: eth1\n' "$inventory" "$inventory" @linux-6.1.0/t0/proc/net/dev \
+    @linux-6.1.0/t1/proc/net/dev @linux-6.1.0/t1/proc/net/dev eth0 'Duplex: Full\n'
+done
+
+header='Inter-| Receive | Transmit\n face |bytes packets compressed\n'
+many="\\036\\200${header}  eth0: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16\\n"
+seed network_fuzz many '\001' '\036\377TORVSC|eth0|1|2\n' '' '' '' "\\036\\377TORVNIC|a\\003\\037~" "$inventory" "$many" "$many"
+seed network_fuzz old '\100' '' '' '' '' '' '' '' '' '' 'eth0;x' 'Full\n'
+
+for pid in 1 2 7421; do
+  p=@linux-6.1.0/t0/proc/$pid
+  seed process_lines_fuzz "linux-6.1.0-$pid" '' "$p/stat" "$p/statm" "$p/io" "$p/cmdline"
+done
+scan() { # KERNEL t0|t1 PID: the pieces of one scan, into the array "pieces"
+  local proc=@$1/$2/proc file
+  pieces+=("@linux-6.1.0/$2/proc/meminfo" "$proc/uptime" "$proc/stat")
+  for file in stat statm io cmdline; do
+    if [ -e "$fixtures/${proc#@}/$3/$file" ]; then pieces+=("$proc/$3/$file"); else pieces+=('1 2 3 4 5 6 7\n'); fi
+  done
+  pieces+=('4194304 (java) b) R 1 2 3 4 5 6 7 8 9 10 11 12 13 14 20 0 1 0 500 1000000 200 18446744073709551615 1 1 1 1 1 0 0 0 0 0\n'
+    '100 50 20 1 0 9 0\n' 'rchar: 1\nread_bytes: 4096\nwrite_bytes: 0\ncancelled_write_bytes: 0\n' 'java\000-jar\000x\000'
+    ' 17\n 4194304\n' '12.5\n' 'guest\003\037~1\003\037~\n')
+}
+for options in '\000' '\001' '\002' '\020' '\010' '\104'; do
+  pieces=() && scan linux-6.1.0 t0 7421 && scan linux-6.1.0 t1 7421
+  seed process_fuzz "linux-6.1.0-${options#\\}" "$options" "${pieces[@]}"
+done
+repeat='\036\240'
+for options in '\000' '\001' '\002' '\004'; do
+  pieces=() && scan linux-6.1.0 t0 7421 && scan linux-6.1.0 t1 7421
+  pieces[6]="$repeat/usr/bin/command --with=many --arguments\\000 -x \\000" # the command line of each process
+  pieces[10]="$repeat=====================================================================\\000"
+  seed process_fuzz "long-${options#\\}" "$options" "${pieces[@]}"
+done
+for options in '\040' '\041' '\072'; do
+  pieces=() && scan linux-2.4.20 t0 77 && scan linux-2.4.20 t1 77
+  seed process_fuzz "linux-2.4.20-${options#\\}" "$options" "${pieces[@]}"
+done
+
+pieces=()
+for time in t0 t1 t1; do
+  for host in host3 host4; do
+    for file in port_name port_state statistics/fcp_{input,output}_{megabytes,requests}; do
+      pieces+=("@linux-2.6.32/$time/sys/class/fc_host/$host/$file")
+    done
+  done
+done
+long="\\036\\1770x21" # texts that are cut to their fields
+seed hba_fuzz long '\000' "$long" "$long" "$long" 1 1 1 "$long" "$long" 1 1 1 1 "$long" "$long" "$long" 2 2 2 "$long" \
+  "$long" 2 2 2 2 "$long" "$long" "$long" 3 3 3 "$long" "$long" 3 3 3 3 "$long" "$long" "$long"
+for options in '\000' '\001'; do
+  seed hba_fuzz "linux-2.6.32-${options#\\}" "$options" "${pieces[@]}" 0x21000024ff123456 'TORVHBACARD|card a\n' \
+    'TORVHBAPORT|port a\n'
+done
+
+for options in '\000' '\001' '\011' '\002'; do
+  seed inventory_fuzz "lines-${options#\\}" "$options" 'TORVCPU|one cpu\n' '\nHEADER\nTORVDISK||two disks\n' \
+    'x\000TORVHBA|a\003\037~b\n'
+  seed inventory_fuzz "long-${options#\\}" "$options" '\036\377TORVCPU|a long inventory ' '\036\377TORVDISK|b' \
+    '\036\377 TORVHBA|c\n'
+done
+seed hardware_fuzz linux-2.4.21 '' 'desc: "Intel Corp.|82545EM Gigabit"\n' @linux-2.4.21/t0/etc/sysconfig/hwconf \
+  @linux-2.4.21/t0/proc/pci
+
+seed log_file_fuzz recent '\004' '20231114_agent_3.log\n' 20231101_old.log myagent 'a message\n' 1234
+seed log_file_fuzz size '\050' '20231114;x.log\n' x.log plain 'a message' 12345678
+cpuinfo='vendor_id\t: Vendor\nmodel name\t: Model 8\ncpu MHz\t\t: 2400.000\n'
+seed inventory_program_fuzz host '' "$cpuinfo" 0 0 1 Data 32K 2400000 2097152 model vendor serial '[none] mq' 2 \
+  00:16:3e:00:00:01 1000 full 1500 up '' 0x21000024ff123456 0x20000024ff123456 Online 'name x' '8 Gbit' m f s
+
+seed log_mode_fuzz groups '' 'NORMAL:LAB:14|ERROR:UNI,TCP:LIB|NOLOG:LAB:3|DEBUG:ALL:ALL'
+seed log_mode_fuzz word '' DEBUG
+seed tokenisers_fuzz lines '' 'a|b||c "Intel Corp' '|' 1.3.6.1
+seed tokenisers_fuzz identifiers '' 1.3.6.1.4.1 .. 1.3.6.1.4.10
+seed scanners_fuzz fields '\010' '8 0 sda -5 18446744073709551615 7' sda
+seed scanners_fuzz limits '\077' '-9223372036854775809 0xFFFFFFFFFFFFFFFFF\n+7\n' '0x'
+for type in 0 1 2 3 4 5 6 7 10 11 12; do
+  seed values_fuzz "type-$type" "$(printf '\\%03o\\040\\000' "$type")" '-123456789012345678901.5'
+done
+seed general_functions_fuzz address '' 192.168.0.1 /proc/stat
+seed general_functions_fuzz name '' 'a[b-c]*.inv' value
+seed scheduler_fuzz long '' '\036\377key' command '\036\377../'
+seed scheduler_fuzz command '' cpu_inv_1 './libinvinfo 1 2&' ../aproc/scheduler
+# shellcheck disable=SC2016 # what a shell must not see
+seed scheduler_fuzz wild '' 'key;$(x)' 'echo `a`' '/tmp/a b;c'
+for options in '\002' '\006'; do
+  seed buffer_files_fuzz "files-${options#\\}" "$options" 20231114-BUF_1.buf '\37720231115-BUNF_99.buf' '\001BUF' \
+    '\001one\003\037^' two
+done
+table='NAME\003\037~USED\003\037~\003\037|CPUS\003\037~1.00\003\037~'
+seed perf_text_fuzz table '\000' "$table" 'a\003\037~b' 'c\000d' 1e300
+seed perf_text_fuzz push '\020' "key\\003\\037]4.4.1.0\\003\\037^12\\003\\037^\\003\\037]4.5.11.0\\003\\037^$table" nan
+seed sslist_fuzz operations '\000\005\001\004\002\005\003\003\004\000\005\005\006\005\007\004\003\002\010\000\000\001'
+seed object_list_fuzz operations '\002\001\000\005\001\003\002\005\003\007\004\005\005\003\007\000\010\000\010\007\034\001\002\200\003'
+seed object_buffer_fuzz objects '\001\000\021\042\003\004\020\022\377'
+seed object_buffer_fuzz names '\000\000' eth0 '\001eth1' '\002eth0' '\003' '\000eth2'
+
+for directory in fuzz/corpus/*/; do
+  [ -d "$directory" ] || continue
+  mkdir -p "$out/$(basename "$directory")"
+  cp "$directory"* "$out/$(basename "$directory")/"
+done
