@@ -1,17 +1,59 @@
-# Installed files: headers under include/zel, both archives, the driver, the CMake package and zel.pc.
+# Installed files, by component: library (shared libraries, when they are built), development (headers, archives, CMake
+# package, zel.pc) and driver (libzelinfo, its manual page; the home kit is installed by runtime/).
 include(CMakePackageConfigHelpers)
 
-install(TARGETS libzelinfo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS zelrt zel EXPORT zelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY LIB/ libzel/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel FILES_MATCHING PATTERN "*.h")
+# The public headers: Zel.h and everything that it includes.
+function(zel_public_headers OUT)
+  set(PENDING libzel/Zel.h)
+  set(HEADERS)
+  while(PENDING)
+    list(POP_FRONT PENDING HEADER)
+    if(HEADER IN_LIST HEADERS)
+      continue()
+    endif()
+    list(APPEND HEADERS ${HEADER})
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${HEADER})
+    file(STRINGS ${PROJECT_SOURCE_DIR}/${HEADER} INCLUDES REGEX "^#include \"")
+    foreach(LINE IN LISTS INCLUDES)
+      string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" NAME ${LINE})
+      foreach(PLACE libzel LIB)
+        if(EXISTS ${PROJECT_SOURCE_DIR}/${PLACE}/${NAME})
+          list(APPEND PENDING ${PLACE}/${NAME})
+        endif()
+      endforeach()
+    endforeach()
+  endwhile()
+  set(${OUT} ${HEADERS} PARENT_SCOPE)
+endfunction()
+
+zel_public_headers(ZEL_PUBLIC_HEADERS)
+install(FILES ${ZEL_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel COMPONENT development)
+get_property(ZEL_LIBRARIES GLOBAL PROPERTY ZEL_LIBRARIES)
+install(TARGETS ${ZEL_LIBRARIES} EXPORT zelTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 
 set(ZEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zel)
-install(EXPORT zelTargets NAMESPACE zel:: DESTINATION ${ZEL_CMAKE_DIR})
+install(EXPORT zelTargets NAMESPACE zel:: DESTINATION ${ZEL_CMAKE_DIR} COMPONENT development)
 configure_package_config_file(cmake/zelConfig.cmake.in ${PROJECT_BINARY_DIR}/zelConfig.cmake
                               INSTALL_DESTINATION ${ZEL_CMAKE_DIR})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zelConfig.cmake ${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
-        DESTINATION ${ZEL_CMAKE_DIR})
+        DESTINATION ${ZEL_CMAKE_DIR} COMPONENT development)
 
+# A static link needs what the archives need; the shared libraries bring it along.
+set(ZEL_PC_LIBS "-lzel -lzelrt")
+set(ZEL_PC_PRIVATE_LIBS "-ltirpc -lpthread")
+if(NOT BUILD_SHARED_LIBS)
+  set(ZEL_PC_LIBS "${ZEL_PC_LIBS} ${ZEL_PC_PRIVATE_LIBS}")
+endif()
 configure_file(cmake/zel.pc.in ${PROJECT_BINARY_DIR}/zel.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/zel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+install(TARGETS libzelinfo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT driver)
+set(ZEL_HOME ${CMAKE_INSTALL_FULL_LIBEXECDIR}/zel/home)
+set(MANUAL ${PROJECT_BINARY_DIR}/man/libzelinfo.1)
+configure_file(man/libzelinfo.1.in ${MANUAL} @ONLY)
+add_custom_command(OUTPUT ${MANUAL}.gz DEPENDS ${MANUAL} COMMAND gzip -9nc ${MANUAL} > ${MANUAL}.gz)
+add_custom_target(manual ALL DEPENDS ${MANUAL}.gz)
+install(FILES ${MANUAL}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT driver)

@@ -1,33 +1,76 @@
 #!/usr/bin/env bash
-# Installs the build into a prefix, then builds and runs a program against it in the three ways that users link.
+# Installs the build into a prefix, then builds and runs programs against it in the ways that users link: by the CMake
+# package, by pkg-config and by hand, against the archives and, when they were built, the shared libraries.
 #   check.sh SOURCE BUILD
 set -euo pipefail
 source=$1
 build=$2
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-prefix=$scratch/prefix
 
-cmake --install "$build" --prefix "$prefix" >/dev/null
+fail() {
+  echo "outside: $*" >&2
+  exit 1
+}
+# compile SOURCE OUTPUT FLAGS...
+compile() { g++ -std=c++20 -O0 "$1" -o "$2" "${@:3}"; }
+# uses_libzel PROGRAM: whether it loads the shared library.
+uses_libzel() { readelf -d "$1" | grep -q 'NEEDED.*libzel\.so\.1'; }
+
+DESTDIR=$scratch cmake --install "$build" >/dev/null
+prefix=$scratch$(sed -n 's/^CMAKE_INSTALL_PREFIX:.*=//p' "$build/CMakeCache.txt")
+archive=$(find "$prefix" -name libzel.a)
+libraries=$(dirname "$archive")
+headers=$prefix/include/zel
+shared=$(find "$prefix" -name libzel.so)
+export LD_LIBRARY_PATH=$libraries
 
 echo "find_package(zel)"
 cmake -S "$source/tests/outside" -B "$scratch/package" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$scratch/package" >/dev/null
-"$scratch/package/outside"
+for program in "$scratch"/package/outside{,_archive}; do
+  "$program"
+done
+! uses_libzel "$scratch/package/outside_archive" || fail "zel::zel_archive is not the archive"
 
 echo "pkg-config zel"
-PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name zel.pc)")
+PKG_CONFIG_PATH=$libraries/pkgconfig
 export PKG_CONFIG_PATH
 read -ra flags <<<"$(pkg-config --define-variable=prefix="$prefix" --cflags --libs zel)"
-g++ -std=c++20 "$source/tests/outside/program.cpp" -o "$scratch/pkgconfig" "${flags[@]}"
+compile "$source/tests/outside/program.cpp" "$scratch/pkgconfig" "${flags[@]}"
 "$scratch/pkgconfig"
 
-echo "the source tree"
-g++ -std=c++20 -I "$source/libzel" -I "$source/LIB" "$source/tests/outside/program.cpp" -o "$scratch/tree" \
-  "$build/lib/libzel.a" "$build/lib/libzelrt.a" -ltirpc -lpthread
-"$scratch/tree"
+echo "the archives, by hand: a program and the driver"
+by_hand=(-I "$source/libzel" -I "$source/LIB" "$build/lib/libzel.a" "$build/lib/libzelrt.a" -ltirpc -lpthread)
+compile "$source/tests/outside/program.cpp" "$scratch/archive" "${by_hand[@]}"
+"$scratch/archive"
+compile "$source/libzel/main.cpp" "$scratch/driver" "${by_hand[@]}"
+"$scratch/driver" 2 0 1 2>&1 | grep -q '15Min'
 
-echo "every public header compiles alone"
-for header in "$prefix"/include/zel/*.h; do
-  echo "#include \"$header\"" | g++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I "$prefix/include/zel" -x c++ -
+if [ -n "$shared" ]; then
+  echo "the shared libraries: a program with every inline function of the public headers, and the driver"
+  for program in pkgconfig package/outside; do
+    uses_libzel "$scratch/$program" || fail "$program does not use the shared library"
+  done
+  compile "$source/tests/outside/program.cpp" "$scratch/inlines" -fkeep-inline-functions "${flags[@]}"
+  "$scratch/inlines"
+  compile "$source/libzel/main.cpp" "$scratch/driver" "${flags[@]}"
+  "$scratch/driver" 2 0 1 2>&1 | grep -q '15Min'
+  "$source/tests/outside/exports.sh" "$libraries" "$headers"
+fi
+
+echo "every installed header compiles alone, and Zel.h includes it"
+for header in "$headers"/*.h; do
+  echo "#include \"$header\"" | g++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I "$headers" -x c++ -
 done
+diff <(printf '%s\n' "$headers"/*.h | sort) \
+  <(g++ -std=c++20 -MM -I "$headers" "$headers/Zel.h" | tr -s '[:space:]' '\n' | grep -F "$headers/" | sort)
+
+echo "the manual page"
+manual=$(find "$prefix" -name libzelinfo.1.gz)
+if command -v groff >/dev/null; then
+  zcat "$manual" | groff -man -ww -Tutf8 2>"$scratch/manual.err" >/dev/null
+  [ ! -s "$scratch/manual.err" ] || fail "$(cat "$scratch/manual.err")"
+else
+  echo "groff is not installed: the manual page is not read (Debian: apt-get install groff-base)"
+fi
