@@ -57,3 +57,6 @@ configure_file(man/libzelinfo.1.in ${MANUAL} @ONLY)
 add_custom_command(OUTPUT ${MANUAL}.gz DEPENDS ${MANUAL} COMMAND gzip -9nc ${MANUAL} > ${MANUAL}.gz)
 add_custom_target(manual ALL DEPENDS ${MANUAL}.gz)
 install(FILES ${MANUAL}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT driver)
+
+install(DIRECTORY examples/agent examples/receiver DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libzel-dev/examples
+        COMPONENT development)

@@ -33,6 +33,13 @@ for program in "$scratch"/package/outside{,_archive}; do
 done
 ! uses_libzel "$scratch/package/outside_archive" || fail "zel::zel_archive is not the archive"
 
+echo "the example, alone"
+cmake -S "$(find "$prefix" -path '*examples/agent')" -B "$scratch/agent" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$scratch/agent" >/dev/null
+mkdir -p "$scratch/home/agent/bin" "$scratch/home/agent/buffer"
+(cd "$scratch/home/agent/bin" && exec timeout -s INT --preserve-status 2 "$scratch/agent/agent") >"$scratch/records" 2>&1
+grep -aq ' load ' "$scratch/records"
+
 echo "pkg-config zel"
 PKG_CONFIG_PATH=$libraries/pkgconfig
 export PKG_CONFIG_PATH
