@@ -1,17 +1,27 @@
 #!/usr/bin/env bash
-# Builds the driver and runs it in a staged home.
-#   ./run.sh [option [cycle [count]]]      without an option: the usage text
+# Builds the driver, or the example agent, and runs it in a staged home.
+#   ./run.sh [option [cycle [count]]]                         without an option: the usage text
+#   ./run.sh --agent [--to HOST:PORT] [--cycle SECONDS]       the example of examples/agent, until Ctrl-C
 set -euo pipefail
 cd "$(dirname "$0")"
+
+program=libzelinfo
+if [ "${1:-}" = --agent ]; then
+  program=agent
+  shift
+fi
 
 scripts/setup.sh build
 if [ ! -e build/build.ninja ]; then
   echo "run: configuring the build" >&2
   cmake --preset release >/dev/null
 fi
+if [ $program = agent ]; then
+  cmake -DZEL_BUILD_EXAMPLES=ON build >/dev/null
+fi
 # Progress of a build; silence when there is nothing to do.
 cmake --build build | sed -e '/Re-checking globbed directories/d' -e '/no work to do/d' >&2
 scripts/stage.sh build
 
 cd build/home/agent/bin
-exec ./libzelinfo "$@"
+exec ./$program "$@"

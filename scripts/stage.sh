@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Lays out the home that the driver runs in: BUILD/home, with the driver in its working directory agent/bin.
+# Lays out the home that the driver runs in: BUILD/home, with the driver, and the example agent when it is built, in its
+# working directory agent/bin.
 #   scripts/stage.sh BUILD
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -10,3 +11,4 @@ mkdir -p "$home"/utils/ETC "$home"/agent/aproc/shell "$home"/agent/aproc/inv "$h
 cp -ru "$root/runtime/utils" "$root/runtime/agent" "$home/"
 cp -u "$build/bin/ShCmd" "$home/utils/ETC/"
 cp -u "$build/bin/libinvinfo" "$build/bin/libzelinfo" "$home/agent/bin/"
+[ ! -e "$build/bin/agent" ] || cp -u "$build/bin/agent" "$home/agent/bin/"
