@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs and this machine lacks; does nothing when none is missing.
-#   scripts/setup.sh build|test|bench|fuzz
+#   scripts/setup.sh build|test|bench|fuzz|package
 set -euo pipefail
 
-task=${1:?usage: scripts/setup.sh build|test|bench|fuzz}
+task=${1:?usage: scripts/setup.sh build|test|bench|fuzz|package}
 
 # package file-that-shows-it-is-there
 build="g++ /usr/bin/g++
@@ -20,7 +20,14 @@ clang-tidy /usr/bin/clang-tidy
 shellcheck /usr/bin/shellcheck
 iproute2 /usr/sbin/ip
 rpcbind /usr/sbin/rpcbind
-procps /usr/bin/ps"
+procps /usr/bin/ps
+groff-base /usr/bin/groff
+dpkg-dev /usr/bin/dpkg-shlibdeps
+file /usr/bin/file"
+package="$build
+dpkg-dev /usr/bin/dpkg-shlibdeps
+file /usr/bin/file
+lintian /usr/bin/lintian"
 bench="$build
 libbenchmark-dev /usr/include/benchmark/benchmark.h"
 fuzz="$build
@@ -32,6 +39,7 @@ build) wanted=$build ;;
 test) wanted=$test ;;
 bench) wanted=$bench ;;
 fuzz) wanted=$fuzz ;;
+package) wanted=$package ;;
 *) echo "setup: no task '$task'" >&2 && exit 2 ;;
 esac
 

@@ -1,0 +1,89 @@
+#!/usr/bin/env bash
+# Makes the Debian packages, reads their control data, installs them into a root of their own, runs the driver there and
+# removes them again.
+#   packages.sh BUILD [DIRECTORY]      DIRECTORY keeps the packages
+set -euo pipefail
+build=$1
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+directory=${2:-$scratch}
+root=$scratch/root
+
+fail() {
+  echo "packages: $*" >&2
+  exit 1
+}
+
+skip() {
+  echo "packages: skipped, $*"
+  exit 77
+}
+for tool in cpack dpkg dpkg-shlibdeps file; do
+  command -v "$tool" >/dev/null || skip "$tool is not installed (Debian: cmake, dpkg-dev, file)"
+done
+[ -e "$build/CPackConfig.cmake" ] || skip "the build is not configured for packages, as the preset \"package\" is"
+cpack --config "$build/CPackConfig.cmake" -B "$directory" >"$scratch/cpack.log" 2>&1 || fail "$(cat "$scratch/cpack.log")"
+! grep -i 'warning' "$scratch/cpack.log" >&2 || fail "CPack warns"
+packages=("$directory"/libzel1_*.deb "$directory"/libzel-dev_*.deb "$directory"/zelinfo_*.deb)
+
+echo "control data"
+field() { dpkg-deb --field "$directory/$1"_*.deb "$2"; }
+for package in libzel1 zelinfo; do
+  field $package Depends | grep -q 'libc6 (>=' || fail "$package does not depend on the C library"
+done
+version=$(field libzel1 Version)
+for package in libzel-dev zelinfo; do
+  field $package Depends | grep -qF "libzel1 (= $version)" || fail "$package does not depend on its library"
+done
+
+if command -v lintian >/dev/null; then
+  echo "lintian"
+  # Only uploads to Debian itself close a report of theirs.
+  lintian --fail-on error --suppress-tags initial-upload-closes-no-bugs "${packages[@]}"
+else
+  echo "lintian is not installed: its check is left out (scripts/setup.sh package installs it)"
+fi
+
+if [ "$(id -u)" -ne 0 ]; then
+  echo "not root: the packages are unpacked, not installed"
+  for package in "${packages[@]}"; do
+    dpkg-deb --extract "$package" "$root"
+  done
+  LD_LIBRARY_PATH=$(dirname "$(find "$root/usr/lib" -name libzel.so.1)") "$root/usr/bin/libzelinfo" 2>&1 | grep -q '^Usage:'
+  exit 0
+fi
+
+# A root with the system libraries, env and a few kernel files, but no shell and no package of Debian's.
+mkdir -p "$root"/var/lib/dpkg/{info,updates,triggers} "$root/proc"
+touch "$root"/var/lib/dpkg/{status,available}
+cp /proc/loadavg /proc/cpuinfo "$root/proc/"
+for file in /usr/bin/env $(ldd "$build/bin/libzelinfo" | grep -o '/[^ ]*' | grep -v "^$build"); do
+  install -D "$file" "$root$file"
+done
+# Scripts of packages run outside the root: the linker's cache of this machine is not theirs.
+mkdir "$scratch/bin"
+ln -s /bin/true "$scratch/bin/ldconfig"
+in_root() {
+  PATH=$scratch/bin:$PATH dpkg --root="$root" --force-depends --force-script-chrootless --log=/dev/null "$@" >"$scratch/dpkg.log" 2>&1 ||
+    fail "$(cat "$scratch/dpkg.log")"
+}
+files() { (cd "$root" && find . -path ./var/lib/dpkg -prune -o -print | sort); }
+files >"$scratch/before"
+
+echo "installation"
+in_root --install "${packages[@]}"
+
+echo "the driver and its home"
+libraries=$(cd "$root" && dirname "$(find usr/lib -name libzel.so.1)")
+export LD_LIBRARY_PATH=/$libraries
+at_home() { chroot "$root" /usr/bin/env -C /usr/libexec/zel/home/agent/bin ../../utils/ETC/ShCmd 30 "$@"; }
+at_home ./libzelinfo 2 0 2 2>&1 | grep -c ' 1Min: ' | grep -qx 2
+inventory=$root/var/lib/zel/aproc/shell/CpuINVStrInfo.dat
+at_home ./libinvinfo 1 1
+grep -q '^TORVCPU|' "$inventory"
+
+echo "removal"
+in_root --remove zelinfo libzel-dev libzel1
+[ -s "$inventory" ] || fail "removal took the inventory along"
+in_root --purge zelinfo libzel-dev libzel1
+files | diff "$scratch/before" - >&2 || fail "files stay behind"
