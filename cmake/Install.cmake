@@ -41,12 +41,15 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelConfigVersion.cmake CO
 install(FILES ${PROJECT_BINARY_DIR}/zelConfig.cmake ${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
         DESTINATION ${ZEL_CMAKE_DIR} COMPONENT development)
 
-# A static link needs what the archives need; the shared libraries bring it along.
+# zel.pc finds the prefix from its own place, wherever that is. A static link needs what the archives need; the shared
+# libraries bring it along.
 set(ZEL_PC_LIBS "-lzel -lzelrt")
 set(ZEL_PC_PRIVATE_LIBS "-ltirpc -lpthread")
 if(NOT BUILD_SHARED_LIBS)
   set(ZEL_PC_LIBS "${ZEL_PC_LIBS} ${ZEL_PC_PRIVATE_LIBS}")
 endif()
+file(RELATIVE_PATH ZEL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" ZEL_PC_PREFIX ${ZEL_PC_PREFIX})
 configure_file(cmake/zel.pc.in ${PROJECT_BINARY_DIR}/zel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 

@@ -43,7 +43,7 @@ grep -aq ' load ' "$scratch/records"
 echo "pkg-config zel"
 PKG_CONFIG_PATH=$libraries/pkgconfig
 export PKG_CONFIG_PATH
-read -ra flags <<<"$(pkg-config --define-variable=prefix="$prefix" --cflags --libs zel)"
+read -ra flags <<<"$(pkg-config --cflags --libs zel)"
 compile "$source/tests/outside/program.cpp" "$scratch/pkgconfig" "${flags[@]}"
 "$scratch/pkgconfig"
 
