@@ -21,6 +21,7 @@ skip() {
 for tool in cpack dpkg dpkg-shlibdeps file; do
   command -v "$tool" >/dev/null || skip "$tool is not installed (Debian: cmake, dpkg-dev, file)"
 done
+[ -w "$build" ] || skip "the build belongs to somebody else: CPack writes its lists of files there"
 [ -e "$build/CPackConfig.cmake" ] || skip "the build is not configured for packages, as the preset \"package\" is"
 cpack --config "$build/CPackConfig.cmake" -B "$directory" >"$scratch/cpack.log" 2>&1 || fail "$(cat "$scratch/cpack.log")"
 ! grep -i 'warning' "$scratch/cpack.log" >&2 || fail "CPack warns"
