@@ -8,6 +8,7 @@ task=${1:?usage: scripts/setup.sh build|test|bench|fuzz|package}
 # package file-that-shows-it-is-there
 build="g++ /usr/bin/g++
 cmake /usr/bin/cmake
+make /usr/bin/make
 ninja-build /usr/bin/ninja
 pkg-config /usr/bin/pkg-config
 libtirpc-dev /usr/include/tirpc/rpc/rpc.h
