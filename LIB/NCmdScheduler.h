@@ -5,8 +5,8 @@
 //      and fCmdSchedulerStop start and stop through the scripts cmd_scd_start.sh and cmd_scd_stop.sh of the home
 //      directory
 //   1  list: a thread starts pending commands every 10 seconds, each as "<command>;echo $? > <home><key>_<time> &",
-//      and forgets a command once its result file exists. The text is composed and run exactly so: a command that
-//      itself ends in "&" does not belong into this mode
+//      and forgets a command once its result file exists. A command that itself ends in "&" is run with a blank in
+//      place of the ";", which the shell would refuse behind "&"; its status is then that of its start
 //   2  queue: a thread runs the queued commands one after another and waits for each
 //
 // The embedding program owns the scheduler and may install it in g_pclCCmdScheduler. Every operation may be called from
