@@ -119,6 +119,15 @@ TEST_F(CpuText, CounterThatWentBackByATwoThousandthIsShownAsZero) {
     EXPECT_EQ(cpu.m_pStrCpuZEL, header + tableRow("CPUS", {"50.00", "50.00", "0.00", "0.00", "50.00"}));
 }
 
+// All counters start anew: together they fall by 9900, which unsigned is near 2^64, and every share of it is 0.
+TEST_F(CpuText, CountersThatFellTogetherAreAllZero) {
+    CMM_CPU_Info cpu;
+    sample(cpu, {{1000, 0, 1000, 8000, 0}});
+    ASSERT_NE(sample(cpu, {{10, 0, 10, 80, 0}}), nullptr);
+
+    EXPECT_EQ(cpu.m_pStrCpuZEL, header + tableRow("CPUS", {"100.00", "0.00", "0.00", "0.00", "0.00"}));
+}
+
 // Idle goes back by 100 while user gains 300: together 200, idle (-100000 + 100) wraps and is far above 100 percent.
 TEST_F(CpuText, ImpossibleIdleOfTheMachineFailsTheSample) {
     CMM_CPU_Info cpu;
