@@ -3,8 +3,8 @@
 //
 //   libinvinfo KIND [NUMBER]        KIND 1 CPU, 2 disks, 3 interfaces, 4 Fibre Channel; NUMBER is not used
 //
-// ZEL_HOST_ROOT names the directory that stands for "/" of the host. Exit status 0, or 1 when a file cannot be written,
-// 2 for wrong usage.
+// ZEL_HOST_ROOT names the directory that stands for "/" of the host. Exit status 0, or 1 when a file cannot be written
+// or the directory's name is too long, 2 for wrong usage.
 #include "HostRoot.h"
 #include "InventoryTable.h"
 
@@ -24,13 +24,21 @@ constexpr Inventory inventories[] = {{"1", inventory::writeCpuInventory},
                                      {"3", inventory::writeInterfaceInventory},
                                      {"4", inventory::writeHbaInventory}};
 
+// False when the root does not fit: a cut one would be another directory.
+bool takeHostRoot() {
+    const char *root = std::getenv("ZEL_HOST_ROOT");
+    if (root == nullptr)
+        return true;
+    return std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s", root) < static_cast<int>(sizeof(g_strHostRoot));
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
-    const char *root = std::getenv("ZEL_HOST_ROOT");
-    if (root != nullptr)
-        std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s", root);
-
+    if (!takeHostRoot()) {
+        std::fprintf(stderr, "ZEL_HOST_ROOT is longer than %zu characters\n", sizeof(g_strHostRoot) - 1);
+        return 1;
+    }
     for (const Inventory &entry : inventories) {
         if (argc > 1 && std::strcmp(argv[1], entry.kind) == 0)
             return entry.write() ? 0 : 1;

@@ -404,6 +404,15 @@ TEST_F(HomeKit, InventoryThatCannotBeWrittenFails) {
     EXPECT_EQ(run("./libinvinfo 5 2>/dev/null").status, 2);
 }
 
+TEST_F(HomeKit, InventoryBelowAHostRootThatDoesNotFitFails) {
+    const auto below = [this](std::size_t length) {
+        return run("ZEL_HOST_ROOT=" + std::string(length, 'r') + " ./libinvinfo 1 2>&1");
+    };
+    EXPECT_EQ(below(255).status, 0);
+    EXPECT_EQ(below(256).status, 1);
+    EXPECT_EQ(below(256).out, "ZEL_HOST_ROOT is longer than 255 characters\n");
+}
+
 TEST_F(HomeKit, NoTemporaryFileIsLeft) {
     run("./libinvinfo 1 1; ./libinvinfo 3 1; ./libinvinfo 4 1; ./libinvinfo 2 1");
     EXPECT_EQ(runShell("ls ../aproc/shell | wc -l").out, "6\n");
