@@ -15,7 +15,7 @@ fail() {
 # compile SOURCE OUTPUT FLAGS...
 compile() { g++ -std=c++20 -O0 "$1" -o "$2" "${@:3}"; }
 # uses_libzel PROGRAM: whether it loads the shared library.
-uses_libzel() { readelf -d "$1" | grep -q 'NEEDED.*libzel\.so\.1'; }
+uses_libzel() { grep -q 'NEEDED.*libzel\.so\.1' <<<"$(readelf -d "$1")"; }
 
 DESTDIR=$scratch cmake --install "$build" >/dev/null
 prefix=$scratch$(sed -n 's/^CMAKE_INSTALL_PREFIX:.*=//p' "$build/CMakeCache.txt")
@@ -52,7 +52,7 @@ by_hand=(-I "$source/libzel" -I "$source/LIB" "$build/lib/libzel.a" "$build/lib/
 compile "$source/tests/outside/program.cpp" "$scratch/archive" "${by_hand[@]}"
 "$scratch/archive"
 compile "$source/libzel/main.cpp" "$scratch/driver" "${by_hand[@]}"
-"$scratch/driver" 2 0 1 2>&1 | grep -q '15Min'
+grep -q '15Min' <<<"$("$scratch/driver" 2 0 1 2>&1)"
 
 if [ -n "$shared" ]; then
   echo "the shared libraries: a program with every inline function of the public headers, and the driver"
@@ -62,7 +62,7 @@ if [ -n "$shared" ]; then
   compile "$source/tests/outside/program.cpp" "$scratch/inlines" -fkeep-inline-functions "${flags[@]}"
   "$scratch/inlines"
   compile "$source/libzel/main.cpp" "$scratch/driver" "${flags[@]}"
-  "$scratch/driver" 2 0 1 2>&1 | grep -q '15Min'
+  grep -q '15Min' <<<"$("$scratch/driver" 2 0 1 2>&1)"
   "$source/tests/outside/exports.sh" "$libraries" "$headers"
 fi
 

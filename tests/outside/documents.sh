@@ -31,7 +31,7 @@ run() {
   local name=$1
   shift
   (cd "$home" && ../../utils/ETC/ShCmd 30 "$@") >"$scratch/output" 2>&1 || complain "$name" "exit status $?"
-  tr -d '\003\037' <"$scratch/output" | head -5
+  head -5 "$scratch/output" | tr -d '\003\037'
   [ -s "$scratch/output" ] || ! grep -q 'std::printf\|std::puts\|libzelinfo' "$scratch/blocks/$name" || complain "$name" "prints nothing"
 }
 

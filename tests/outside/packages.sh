@@ -30,11 +30,11 @@ packages=("$directory"/libzel1_*.deb "$directory"/libzel-dev_*.deb "$directory"/
 echo "control data"
 field() { dpkg-deb --field "$directory/$1"_*.deb "$2"; }
 for package in libzel1 zelinfo; do
-  field $package Depends | grep -q 'libc6 (>=' || fail "$package does not depend on the C library"
+  grep -q 'libc6 (>=' <<<"$(field $package Depends)" || fail "$package does not depend on the C library"
 done
 version=$(field libzel1 Version)
 for package in libzel-dev zelinfo; do
-  field $package Depends | grep -qF "libzel1 (= $version)" || fail "$package does not depend on its library"
+  grep -qF "libzel1 (= $version)" <<<"$(field $package Depends)" || fail "$package does not depend on its library"
 done
 
 if command -v lintian >/dev/null; then
@@ -50,7 +50,8 @@ if [ "$(id -u)" -ne 0 ]; then
   for package in "${packages[@]}"; do
     dpkg-deb --extract "$package" "$root"
   done
-  LD_LIBRARY_PATH=$(dirname "$(find "$root/usr/lib" -name libzel.so.1)") "$root/usr/bin/libzelinfo" 2>&1 | grep -q '^Usage:'
+  libraries=$(dirname "$(find "$root/usr/lib" -name libzel.so.1)")
+  grep -q '^Usage:' <<<"$(LD_LIBRARY_PATH=$libraries "$root/usr/bin/libzelinfo" 2>&1)"
   exit 0
 fi
 
