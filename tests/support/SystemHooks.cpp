@@ -1,12 +1,18 @@
 #include "SystemHooks.h"
 
+#include "Faults.h"
+#include "MemoryLedger.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <mntent.h>
 #include <new>
+#include <unistd.h>
 #include <utility>
 
 class CCmdScheduler;
@@ -15,8 +21,15 @@ namespace {
 
 std::atomic<long> allocations;
 
+// With a ledger the allocator itself answers, for every caller.
+bool ledgerlessFault() {
+    return !HAS_MEMORY_LEDGER && faultIsDue(Call::Allocation);
+}
+
 bool allocationFails() {
     ++allocations;
+    if (ledgerlessFault())
+        return true;
     int &countdown = systemHooks().failAllocationAfter;
     if (countdown < 0)
         return false;
@@ -86,21 +99,29 @@ int __wrap_uname(utsname *system) {
 
 int __real_system(const char *);
 int __wrap_system(const char *command) {
+    if (faultIsDue(Call::System))
+        return -1;
     return systemHooks().system ? systemHooks().system(command) : __real_system(command);
 }
 
 FILE *__real_popen(const char *, const char *);
 FILE *__wrap_popen(const char *command, const char *mode) {
+    if (faultIsDue(Call::Popen))
+        return nullptr;
     return systemHooks().popen ? systemHooks().popen(command, mode) : __real_popen(command, mode);
 }
 
 int __real_statfs64(const char *, struct statfs64 *);
 int __wrap_statfs64(const char *path, struct statfs64 *status) {
+    if (faultIsDue(Call::Statfs))
+        return -1;
     return systemHooks().statfs64 ? systemHooks().statfs64(path, status) : __real_statfs64(path, status);
 }
 
 passwd *__real_getpwuid(uid_t);
 passwd *__wrap_getpwuid(uid_t uid) {
+    if (faultIsDue(Call::Getpwuid))
+        return nullptr;
     return systemHooks().getpwuid ? systemHooks().getpwuid(uid) : __real_getpwuid(uid);
 }
 
@@ -112,6 +133,8 @@ int __wrap_getpwuid_r(uid_t uid, passwd *entry, char *buffer, size_t size, passw
 
 int __real_socket(int, int, int);
 int __wrap_socket(int domain, int type, int protocol) {
+    if (faultIsDue(Call::Socket))
+        return -1;
     return systemHooks().socket ? systemHooks().socket(domain, type, protocol) : __real_socket(domain, type, protocol);
 }
 
@@ -121,6 +144,8 @@ int __wrap_ioctl(int descriptor, unsigned long request, ...) {
     va_start(arguments, request);
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
+    if (faultIsDue(Call::Ioctl))
+        return -1;
     return systemHooks().ioctl ? systemHooks().ioctl(descriptor, request, argument)
                                : __real_ioctl(descriptor, request, argument);
 }
@@ -150,13 +175,15 @@ void *__real__Znwm(size_t);
 void *__wrap__Znwm(size_t size) {
     ++allocations;
     int &countdown = systemHooks().failNewAfter;
-    if (countdown >= 0 && countdown-- == 0)
+    if ((countdown >= 0 && countdown-- == 0) || ledgerlessFault())
         throw std::bad_alloc();
     return __real__Znwm(size);
 }
 
 int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
 int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *), void *argument) {
+    if (faultIsDue(Call::Thread))
+        return EAGAIN;
     return systemHooks().pthreadCreate ? systemHooks().pthreadCreate(thread, attributes, start, argument)
                                        : __real_pthread_create(thread, attributes, start, argument);
 }
@@ -168,7 +195,63 @@ int __wrap_kill(pid_t pid, int number) {
 
 DIR *__real_opendir(const char *);
 DIR *__wrap_opendir(const char *path) {
+    if (faultIsDue(Call::Opendir))
+        return nullptr;
     return systemHooks().opendir ? systemHooks().opendir(path) : __real_opendir(path);
+}
+
+// A mode is read only where the call carries one.
+int __real_open(const char *, int, ...);
+int __wrap_open(const char *path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return faultIsDue(Call::Open) ? -1 : __real_open(path, flags, mode);
+}
+
+int __real_openat(int, const char *, int, ...);
+int __wrap_openat(int directory, const char *path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return faultIsDue(Call::Open) ? -1 : __real_openat(directory, path, flags, mode);
+}
+
+ssize_t __real_read(int, void *, size_t);
+ssize_t __wrap_read(int descriptor, void *buffer, size_t size) {
+    return faultIsDue(Call::Read) ? -1 : __real_read(descriptor, buffer, size);
+}
+
+FILE *__real_fopen(const char *, const char *);
+FILE *__wrap_fopen(const char *path, const char *mode) {
+    return faultIsDue(Call::Fopen) ? nullptr : __real_fopen(path, mode);
+}
+
+FILE *__real_fdopen(int, const char *);
+FILE *__wrap_fdopen(int descriptor, const char *mode) {
+    return faultIsDue(Call::Fopen) ? nullptr : __real_fdopen(descriptor, mode);
+}
+
+char *__real_fgets(char *, int, FILE *);
+char *__wrap_fgets(char *line, int size, FILE *file) {
+    return faultIsDue(Call::Fgets) ? nullptr : __real_fgets(line, size, file);
+}
+
+dirent *__real_readdir(DIR *);
+dirent *__wrap_readdir(DIR *directory) {
+    return faultIsDue(Call::Readdir) ? nullptr : __real_readdir(directory);
+}
+
+FILE *__real_setmntent(const char *, const char *);
+FILE *__wrap_setmntent(const char *path, const char *mode) {
+    return faultIsDue(Call::Setmntent) ? nullptr : __real_setmntent(path, mode);
+}
+
+mntent *__real_getmntent_r(FILE *, mntent *, char *, int);
+mntent *__wrap_getmntent_r(FILE *file, mntent *entry, char *buffer, int size) {
+    return faultIsDue(Call::Getmntent) ? nullptr : __real_getmntent_r(file, entry, buffer, size);
 }
 
 int __real_unlink(const char *);
