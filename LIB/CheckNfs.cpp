@@ -12,6 +12,7 @@
 #include <cstring>
 #include <memory>
 #include <netdb.h>
+#include <new>
 #include <string>
 #include <sys/socket.h>
 #include <vector>
@@ -179,7 +180,11 @@ int get_inaddr(sockaddr_in *addr, const char *host) {
     if (addr->sin_addr.s_addr != INADDR_NONE)
         return 1;
     addr->sin_addr.s_addr = 0;
-    return lookUpInTime(host, addr->sin_addr) ? 1 : 0;
+    try {
+        return lookUpInTime(host, addr->sin_addr) ? 1 : 0;
+    } catch (const std::bad_alloc &) {
+        return 0;
+    }
 }
 
 int chknfsmnt(const char *source) {

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <pthread.h>
 #include <set>
 
@@ -12,18 +13,22 @@ namespace {
 
 constexpr std::size_t threadStackSize = 512UL * 1024; // name resolution is the deepest work
 
+using Keys = std::multiset<std::string>;
+
 struct Call {
-    std::string key;
     std::function<void()> work;
     std::condition_variable finished;
     bool done = false;
+    bool failed = false;        // the work found no memory
+    Keys::node_type key;        // until the call is abandoned: to abandon one needs no memory
+    Keys::iterator abandonedAs; // in the abandoned keys, once it is
     bool abandoned = false;
 };
 
 // Guards the states of all calls. Never destroyed: an abandoned call may end while the program does.
 struct Calls {
     std::mutex mutex;
-    std::multiset<std::string> abandonedKeys;
+    Keys abandonedKeys;
 };
 
 Calls &calls() {
@@ -34,11 +39,17 @@ Calls &calls() {
 void *runCall(void *argument) {
     const std::unique_ptr<std::shared_ptr<Call>> reference(static_cast<std::shared_ptr<Call> *>(argument));
     Call &call = **reference;
-    call.work();
+    bool failed = false;
+    try {
+        call.work();
+    } catch (const std::bad_alloc &) { // it would end the program on its way out of the thread
+        failed = true;
+    }
     const std::lock_guard<std::mutex> lock(calls().mutex);
     call.done = true;
+    call.failed = failed;
     if (call.abandoned)
-        calls().abandonedKeys.erase(calls().abandonedKeys.find(call.key));
+        calls().abandonedKeys.erase(call.abandonedAs);
     call.finished.notify_one();
     return nullptr;
 }
@@ -79,30 +90,43 @@ bool startDetached(const std::shared_ptr<Call> &call) {
     return true;
 }
 
-} // namespace
+Keys::node_type keyNode(const std::string &key) {
+    Keys keys{key};
+    return keys.extract(keys.begin());
+}
 
-namespace zel {
-
-int runWithin(std::chrono::milliseconds limit, const std::string &key, std::function<void()> work) {
+int callWithin(std::chrono::milliseconds limit, const std::string &key, std::function<void()> work) {
     {
         const std::lock_guard<std::mutex> lock(calls().mutex);
         if (calls().abandonedKeys.contains(key))
             return ETIMEDOUT;
-        if (calls().abandonedKeys.size() >= TIMED_CALL_MAX_ABANDONED)
+        if (calls().abandonedKeys.size() >= zel::TIMED_CALL_MAX_ABANDONED)
             return EAGAIN;
     }
     const auto call = std::make_shared<Call>();
-    call->key = key;
+    call->key = keyNode(key);
     call->work = std::move(work);
     if (!startDetached(call))
         return EAGAIN;
 
     std::unique_lock<std::mutex> lock(calls().mutex);
     if (call->finished.wait_for(lock, limit, [&call] { return call->done; }))
-        return 0;
+        return call->failed ? ENOMEM : 0;
+    call->abandonedAs = calls().abandonedKeys.insert(std::move(call->key));
     call->abandoned = true;
-    calls().abandonedKeys.insert(key);
     return ETIMEDOUT;
+}
+
+} // namespace
+
+namespace zel {
+
+int runWithin(std::chrono::milliseconds limit, const std::string &key, std::function<void()> work) {
+    try {
+        return callWithin(limit, key, std::move(work));
+    } catch (const std::bad_alloc &) {
+        return ENOMEM;
+    }
 }
 
 int abandonedCalls() {

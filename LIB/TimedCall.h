@@ -16,6 +16,7 @@ inline constexpr int TIMED_CALL_MAX_ABANDONED = 64; // calls that may hang at on
 ///              stays, another call with the same `key` gives ETIMEDOUT at once, so that a dead server costs its limit
 ///              once and holds one thread.
 ///   EAGAIN     TIMED_CALL_MAX_ABANDONED calls hang already, or no thread can be had.
+///   ENOMEM     there is no memory for the call, or the work found none (it threw std::bad_alloc).
 ///
 /// The work must own everything that it refers to (shared pointers, copies): an abandoned one outlives its caller. It
 /// runs with every signal blocked, so that the program's handlers run where they always did. May be called by several

@@ -128,4 +128,26 @@ TEST(TimedCall, SeveralThreadsMayCallAtOnce) {
     EXPECT_EQ(done, 80);
 }
 
+TEST(TimedCall, WorkThatFindsNoMemoryIsAnErrorAndEndsNothing) {
+    EXPECT_EQ(zel::runWithin(std::chrono::seconds(5), "hungry", [] { throw std::bad_alloc(); }), ENOMEM);
+    EXPECT_EQ(zel::runWithin(std::chrono::seconds(5), "hungry", [] {}), 0);
+    EXPECT_EQ(zel::abandonedCalls(), 0);
+}
+
+// An abandoned call that ends without memory gives its key back too.
+TEST(TimedCall, AbandonedWorkThatFindsNoMemoryIsForgotten) {
+    const auto go = std::make_shared<std::atomic<bool>>(false);
+    EXPECT_EQ(zel::runWithin(std::chrono::milliseconds(1), "late",
+                             [go] {
+                                 while (!*go)
+                                     usleep(100);
+                                 throw std::bad_alloc();
+                             }),
+              ETIMEDOUT);
+    *go = true;
+    for (int waited = 0; zel::abandonedCalls() > 0 && waited < 50000; ++waited)
+        usleep(100);
+    EXPECT_EQ(zel::abandonedCalls(), 0);
+}
+
 } // namespace
