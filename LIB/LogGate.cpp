@@ -2,7 +2,9 @@
 
 #include "VornLog.h"
 
+#include <algorithm>
 #include <shared_mutex>
+#include <string_view>
 
 CVornLog *g_pclVornLog;
 
@@ -18,6 +20,35 @@ std::shared_mutex &loggerInUse() {
     return *lock;
 }
 
+bool isControl(char character) {
+    return static_cast<unsigned char>(character) < ' ' || character == '\x7f';
+}
+
+// Messages carry names from outside, which may hold line feeds: a message that does is written with blanks in their
+// place, so that no name writes a log line of its own.
+class OneLine {
+public:
+    explicit OneLine(const char *message) : m_text(message) {
+        const std::string_view text(message);
+        if (std::none_of(text.begin(), text.end(), isControl))
+            return;
+        const std::size_t length = text.copy(m_copy, sizeof(m_copy) - 1);
+        m_copy[length] = '\0';
+        std::replace_if(m_copy, m_copy + length, isControl, ' ');
+        m_text = m_copy;
+    }
+    OneLine(const OneLine &) = delete;
+    OneLine &operator=(const OneLine &) = delete;
+
+    const char *text() const { return m_text; }
+
+private:
+    static constexpr std::size_t longestMessage = 4096; // the message buffers of the collectors hold 1024
+
+    char m_copy[longestMessage];
+    const char *m_text;
+};
+
 } // namespace
 
 void zel::writeLog(int level, int line, const char *sourceName, const char *message) {
@@ -25,7 +56,7 @@ void zel::writeLog(int level, int line, const char *sourceName, const char *mess
         return;
     const std::shared_lock held(loggerInUse());
     if (CVornLog *logger = readShared(g_pclVornLog); logger != nullptr)
-        logger->fLogWrite(level, line, sourceName, message);
+        logger->fLogWrite(level, line, sourceName, OneLine(message).text());
 }
 
 void zel::withdrawLogger(CVornLog *logger) {

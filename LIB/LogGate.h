@@ -60,7 +60,8 @@ inline bool loggerInstalled() {
     return readShared(g_pclVornLog) != nullptr;
 }
 
-/// Hands a finished message to the installed logger. Safe against a logger that is being replaced or destroyed.
+/// Hands a finished message to the installed logger, control bytes (line feeds among them) as blanks: one message is
+/// one line, whatever names stand in it. Safe against a logger that is being replaced or destroyed.
 void writeLog(int level, int line, const char *sourceName, const char *message);
 
 /// For a logger that goes: uninstalls it if it is the installed one, and returns when no thread is inside it any more.

@@ -70,6 +70,15 @@ TEST(LogGate, MessageIsCutAtItsBuffer) {
     EXPECT_THAT(log.messages(), testing::ElementsAre("xxxxxxx"));
 }
 
+TEST(LogGate, NameWithLineFeedsForgesNoLine) {
+    const LogCapture log;
+    zel::writeLog(zel::LOG_LEVEL_ERROR, 7, "LogGate_test",
+                  "mount /a\n[20260101-000000][INFO][x][1]forged\x03\x1f|\x1b\x7f");
+    const std::vector<std::string> lines = log.lines();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0], "[INFO][LogGate_test][7]mount /a [20260101-000000][INFO][x][1]forged  |  ");
+}
+
 TEST(LogGate, WritingWithoutALoggerDoesNothing) {
     StreamCapture streams;
     zel::writeLog(zel::LOG_LEVEL_ERROR, 1, "unit", "message");
