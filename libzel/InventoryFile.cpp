@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 #include <sys/stat.h>
 
@@ -114,6 +115,23 @@ bool storeLine(const InventoryBuffer &buffer, int size, std::string_view line) {
     return true;
 }
 
+InventoryLine readLineWithMarker(const char *path, const InventoryFormat &format, const InventoryLog &log) {
+    const ScopedFile file = openRegularFile(path);
+    if (file == nullptr) {
+        reportOpenFailure(log, __LINE__, errno);
+        return {};
+    }
+    if (isEmptyFile(file.get())) {
+        report(log, __LINE__, "inv file size zero");
+        return {};
+    }
+    InventoryLine line = readUsableLine(file.get(), format);
+    if (line.view().find(format.marker) != std::string_view::npos)
+        return line;
+    report(log, __LINE__, "fgets not contents");
+    return {};
+}
+
 } // namespace
 
 bool InventoryLine::append(std::string_view piece, const InventoryGrowth &growth) {
@@ -140,20 +158,11 @@ bool InventoryLine::append(std::string_view piece, const InventoryGrowth &growth
 }
 
 InventoryLine readMarkedLine(const char *path, const InventoryFormat &format, const InventoryLog &log) {
-    const ScopedFile file = openRegularFile(path);
-    if (file == nullptr) {
-        reportOpenFailure(log, __LINE__, errno);
+    try {
+        return readLineWithMarker(path, format, log);
+    } catch (const std::bad_alloc &) {
         return {};
     }
-    if (isEmptyFile(file.get())) {
-        report(log, __LINE__, "inv file size zero");
-        return {};
-    }
-    InventoryLine line = readUsableLine(file.get(), format);
-    if (line.view().find(format.marker) != std::string_view::npos)
-        return line;
-    report(log, __LINE__, "fgets not contents");
-    return {};
 }
 
 int fetchInventory(const char *path, const InventoryFormat &format, const InventoryBuffer &buffer, int &found,

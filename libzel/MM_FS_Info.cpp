@@ -80,10 +80,11 @@ int CMM_FS_Info::fGetFileSystem() {
     zel::writeFilesystemHeader(text);
 
     int rows = 0;
-    const bool walked = walkMountTable(FilesystemPass::Text, [this, &text, &rows](const _ST_FS &filesystem) {
+    const auto take = [this, &text, &rows](const _ST_FS &filesystem) {
         zel::writeFilesystemRow(text, ++rows, filesystem);
         addToTotals(filesystem);
-    });
+    };
+    const bool walked = walkMountTable(FilesystemPass::Text, std::cref(take));
     m_nNFs = rows;
     m_nCurIndex = 1;
     if (!walked || rows == 0)
@@ -112,8 +113,16 @@ void CMM_FS_Info::addToTotals(const _ST_FS &filesystem) {
 
 // --- Both passes ---------------------------------------------------------------------------------------------------
 
-// Gives every filesystem that is reported to `take`. False when the mount table cannot be opened.
+// Gives every filesystem that is reported to `take`. False when the mount table cannot be opened, or without memory.
 bool CMM_FS_Info::walkMountTable(FilesystemPass pass, const Taker &take) {
+    try {
+        return takeMounts(pass, take);
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+}
+
+bool CMM_FS_Info::takeMounts(FilesystemPass pass, const Taker &take) {
     zel::NfsWalk nfs;
     if (!nfs.listOpen())
         FS_LOG_ERROR("fopen failed(%s)", zel::NFS_LIST_FILE);

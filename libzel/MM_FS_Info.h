@@ -23,8 +23,8 @@
 // where the name costs nothing for a source with a dotted address, and one that dies between probe and statfs64 costs
 // FS_REMOTE_SECONDS more.
 //
-// Failures skip the entry and are logged ("statfs failed(%d)" ...); only a mount table that cannot be opened ends a
-// pass. Not thread-safe.
+// Failures skip the entry and are logged ("statfs failed(%d)" ...); only a mount table that cannot be opened, or
+// memory that cannot be had, ends a pass. Not thread-safe.
 #pragma once
 
 #include "MM_INIT_Info.h"
@@ -114,6 +114,7 @@ private:
     using Taker = std::function<void(const _ST_FS &)>;
 
     bool walkMountTable(zel::FilesystemPass pass, const Taker &take);
+    bool takeMounts(zel::FilesystemPass pass, const Taker &take);
     bool remoteMayBeTouched(const zel::MountEntry &entry, zel::NfsWalk &nfs);
     bool measureEntry(const zel::MountEntry &entry, const zel::NfsWalk &nfs, _ST_FS &filesystem);
     void addDatastores(zel::FilesystemPass pass, const Taker &take);

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -41,6 +42,25 @@ void renderRow(CPerfText &row, int index, const _ST_GPU_ALL_PROC_LIST &process) 
     row.field(process.l_strPName);
     row.field(static_cast<int>(process.m_nSmUtil));
     row.field(static_cast<int>(process.m_nMemUtil));
+}
+
+void printProcesses(CMM_GPU_Info &gpu) {
+    CPerfText row(gpu.m_pStrGPUProcess, gpu.m_nProcessLen);
+    renderHeader(row);
+    gpu.m_stringGpuProcess.clear();
+    if (row.incomplete())
+        return;
+    gpu.m_stringGpuProcess = row.view();
+    int index = 0;
+    for (const auto &[key, process] : gpu.m_GpuProcMap) {
+        if (process == nullptr)
+            continue;
+        renderRow(row, index + 1, *process);
+        if (row.incomplete())
+            continue;
+        gpu.m_stringGpuProcess += row.view();
+        ++index;
+    }
 }
 
 } // namespace
@@ -92,15 +112,9 @@ int CMM_GPU_Info::fGetProcName(int pid, char *name) {
 }
 
 int CMM_GPU_Info::fProcPrintAll() {
-    CPerfText row(m_pStrGPUProcess, m_nProcessLen);
-    renderHeader(row);
-    m_stringGpuProcess = row.view();
-    int index = 0;
-    for (const auto &[key, process] : m_GpuProcMap) {
-        if (process == nullptr)
-            continue;
-        renderRow(row, ++index, *process);
-        m_stringGpuProcess += row.view();
+    try {
+        printProcesses(*this);
+    } catch (const std::bad_alloc &) { // the rows so far stay
     }
     m_const_pstrGpuProcInfo = m_stringGpuProcess.c_str();
     return 0;

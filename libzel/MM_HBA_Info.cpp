@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -125,12 +126,37 @@ void takeReading(CMM_HBA_Info &collector, CPerfText &row, int key, const _ST_HBA
     collector.fMComputeIo(&reading, previous);
     copyCounters(reading, *previous);
     markNegativeRates(*collector.m_pstIO);
-    renderRow(row, ++collector.m_nHBACount, *collector.m_pstIO);
+    renderRow(row, collector.m_nHBACount + 1, *collector.m_pstIO);
+    if (row.incomplete())
+        return;
     collector.m_stringHBAZel += row.view();
+    ++collector.m_nHBACount;
 }
 
 bool isPort(const char *entry) {
     return std::strcmp(entry, ".") != 0 && std::strcmp(entry, "..") != 0;
+}
+
+// The table of the ports, as far as the directory can be walked.
+void gather(CMM_HBA_Info &collector) {
+    CPerfText row(collector.m_pStrHBAZel, collector.m_nZelLen);
+    renderHeader(row);
+    collector.m_stringHBAZel = row.view();
+    if (row.incomplete())
+        return;
+    const zel::ScopedDirectory directory(opendir(fgHostPath(fcHostDirectory)));
+    if (directory == nullptr)
+        return;
+    while (const dirent *entry = readdir(directory.get())) {
+        if (!isPort(entry->d_name))
+            continue;
+        _ST_HBA_OLD_LIST reading{};
+        if (!readPort(collector, entry->d_name, reading))
+            break;
+        takeReading(collector, row, ELFHash(entry->d_name), reading);
+    }
+    collector.m_nInsertFirst = 1;
+    collector.m_const_pstrHBAZelInfo = collector.m_stringHBAZel.c_str();
 }
 
 } // namespace
@@ -155,25 +181,13 @@ CMM_HBA_Info::~CMM_HBA_Info() {
 }
 
 int CMM_HBA_Info::fGatherHBAZel() {
-    CPerfText row(m_pStrHBAZel, m_nZelLen);
     m_nHBACount = 0;
-    renderHeader(row);
-    m_stringHBAZel = row.view();
     fSetElapsedTime();
-
-    const zel::ScopedDirectory directory(opendir(fgHostPath(fcHostDirectory)));
-    if (directory == nullptr)
-        return -1;
-    while (const dirent *entry = readdir(directory.get())) {
-        if (!isPort(entry->d_name))
-            continue;
-        _ST_HBA_OLD_LIST reading{};
-        if (!readPort(*this, entry->d_name, reading))
-            break;
-        takeReading(*this, row, ELFHash(entry->d_name), reading);
+    try {
+        gather(*this);
+    } catch (const std::bad_alloc &) { // the rows so far stay; the text may have moved
+        m_const_pstrHBAZelInfo = m_stringHBAZel.c_str();
     }
-    m_nInsertFirst = 1;
-    m_const_pstrHBAZelInfo = m_stringHBAZel.c_str();
     return -1;
 }
 

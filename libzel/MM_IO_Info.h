@@ -237,6 +237,7 @@ private:
     CSSList *abandonPass();
     void emptyResultList();
 
+    CSSList *passOverStat(int nPerf, int nPush);
     CSSList *passOverLines(const zel::DiskLineRules &rules, int nPerf, int nPush);
     bool takeLines(const zel::DiskLineRules &rules, int nPush);
     Outcome takeSample(const _ST_DISKSTATS_ &disk, _ST_COMPUTE_IO &sample, bool keyed, int nPush);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 namespace {
@@ -85,6 +86,14 @@ CSSList *CMM_IO_Info::fMGetIoStat_Lin24(int nPerf, int nPush) {
 }
 
 CSSList *CMM_IO_Info::fMGetIoStat_Lin22(int nPerf, int nPush) {
+    try {
+        return passOverStat(nPerf, nPush);
+    } catch (const std::bad_alloc &) {
+        return abandonPass();
+    }
+}
+
+CSSList *CMM_IO_Info::passOverStat(int nPerf, int nPush) {
     if (!textForm() && nPerf == 0)
         return takeInventory();
     if (!beginPass(nPush))
@@ -145,9 +154,13 @@ CSSList *CMM_IO_Info::endPass(int nPush) {
 CSSList *CMM_IO_Info::passOverLines(const zel::DiskLineRules &rules, int nPerf, int nPush) {
     if (!textForm() && nPerf == 0)
         return takeInventory();
-    if (!beginPass(nPush) || !m_counterFile.read(rules.file))
+    try {
+        if (!beginPass(nPush) || !m_counterFile.read(rules.file))
+            return abandonPass();
+        return takeLines(rules, nPush) ? endPass(nPush) : abandonPass();
+    } catch (const std::bad_alloc &) {
         return abandonPass();
-    return takeLines(rules, nPush) ? endPass(nPush) : abandonPass();
+    }
 }
 
 bool CMM_IO_Info::takeLines(const zel::DiskLineRules &rules, int nPush) {

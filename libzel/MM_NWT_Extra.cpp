@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 namespace {
@@ -79,6 +80,14 @@ void CMM_NWT_Info::markSeen(const char *name) {
 }
 
 int CMM_NWT_Info::fAddExtNicZEL() {
+    try {
+        appendExtraRows();
+    } catch (const std::bad_alloc &) { // the text keeps the rows that it has
+    }
+    return 0;
+}
+
+void CMM_NWT_Info::appendExtraRows() {
     zel::LinkQuery ownQuery;
     zel::LinkQuery &query = m_linkQuery != nullptr ? *m_linkQuery : ownQuery;
     for (const _ST_NETWORKEXT_LIST *node = m_pclNetworkExtList->fGetHeadNode(); node != nullptr;
@@ -88,12 +97,14 @@ int CMM_NWT_Info::fAddExtNicZEL() {
         CPerfText row(m_pStrInterfaceZEL, m_nInterfaceZELSize);
         row.clear();
         row.beginRow();
-        row.field(++m_nInterfaceZELCnt);
+        row.field(m_nInterfaceZELCnt + 1);
         row.field(node->m_strIFName);
         row.field(query.alive(node->m_strIFName));
         for (int column = 0; column < valueColumns; ++column)
             row.field(noValue);
+        if (row.incomplete())
+            continue;
         appendText(row.view());
+        ++m_nInterfaceZELCnt;
     }
-    return 0;
 }

@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -129,13 +130,22 @@ CSSList *CMM_NWT_Info::fMGetVelmorNetworkStat(int push) {
     return fMGetNetworkStat(m_dElapsedTime, push);
 }
 
+// Without memory a pass ends like one whose table cannot be opened.
 CSSList *CMM_NWT_Info::fMGetNetworkStat(double elapsed, int push) {
+    try {
+        return takePass(elapsed, push);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+CSSList *CMM_NWT_Info::takePass(double elapsed, int push) {
     const bool text = textMode();
     const Walk &walk = push < 1 ? ordinaryWalk : pushWalk;
     m_nInterfaceZELCnt = 0;
     g_stringNetwork.clear();
-    if (text)
-        appendHeader(push);
+    if (text && !appendHeader(push))
+        return nullptr;
     if (walk.open() != 0) {
         ZEL_LOG(zel::errorLogOpen(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB6), zel::LOG_LEVEL_ERROR, sourceName,
                 m_strLogMsg, "init_netinfo failed");
@@ -195,7 +205,8 @@ bool CMM_NWT_Info::takeTextReading(_ST_STATIC_NETWORK &reading, double elapsed) 
     else if (known != m_NetworkMap.end()) {
         const _ST_NETWORK *result = fMNetComputeIo(&reading, known->second.get(), elapsed);
         zel::copyInterfaceCounters(reading, *known->second);
-        appendRow(*result);
+        if (!appendRow(*result))
+            return false;
         if (g_nNetworkExtGather == 1)
             markSeen(reading.l_strIfName);
         addResult(*result); // the text is the result of this mode: it does not fail for the list

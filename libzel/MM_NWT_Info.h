@@ -151,8 +151,10 @@ private:
     int fetchInventoryText(const char *path, const zel::InventoryBuffer &buffer);
 
     void appendText(std::string_view text);
-    void appendHeader(int push);
-    void appendRow(const _ST_NETWORK &result);
+    CSSList *takePass(double elapsed, int push);
+    bool appendHeader(int push);
+    bool appendRow(const _ST_NETWORK &result);
+    void appendExtraRows();
     bool takeListReading(_ST_STATIC_NETWORK &reading, double elapsed);
     bool takeTextReading(_ST_STATIC_NETWORK &reading, double elapsed);
     void attachBandwidth(_ST_STATIC_NETWORK &reading);

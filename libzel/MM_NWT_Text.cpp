@@ -37,7 +37,7 @@ void CMM_NWT_Info::appendText(std::string_view text) {
         m_pstrNetworkInfo = g_stringNetwork.c_str();
 }
 
-void CMM_NWT_Info::appendHeader(int push) {
+bool CMM_NWT_Info::appendHeader(int push) {
     CPerfText header(m_pStrInterfaceZEL, m_nInterfaceZELSize);
     header.clear();
     if (push >= 1) {
@@ -46,14 +46,18 @@ void CMM_NWT_Info::appendHeader(int push) {
     }
     for (const std::string_view name : columns)
         header.column(name);
+    if (header.incomplete())
+        return false;
     appendText(header.view());
+    return true;
 }
 
-void CMM_NWT_Info::appendRow(const _ST_NETWORK &result) {
+// False when memory was too short for the row: it is left out whole.
+bool CMM_NWT_Info::appendRow(const _ST_NETWORK &result) {
     CPerfText row(m_pStrInterfaceZEL, m_nInterfaceZELSize);
     row.clear();
     row.beginRow();
-    row.field(++m_nInterfaceZELCnt);
+    row.field(m_nInterfaceZELCnt + 1);
     row.field(result.l_strIfName);
     row.field(fGetLinkAlive(result.l_strIfName));
     row.field(clamped(result.l_dInPkt, packetCeiling));
@@ -69,5 +73,9 @@ void CMM_NWT_Info::appendRow(const _ST_NETWORK &result) {
     row.field(clamped(result.l_dPortRate, percentCeiling));
     row.field(clamped(result.l_dPortRxRate, percentCeiling));
     row.field(clamped(result.l_dPortTxRate, percentCeiling));
+    if (row.incomplete())
+        return false;
     appendText(row.view());
+    ++m_nInterfaceZELCnt;
+    return true;
 }

@@ -3,6 +3,8 @@
 #include "PerfText.h"
 #include "Separators.h"
 
+#include <new>
+
 namespace {
 
 using zel::COLUMN_SEPARATOR;
@@ -11,6 +13,7 @@ using zel::METRIC_SEPARATOR;
 using zel::ROW_SEPARATOR;
 
 constexpr std::size_t separatorLength = 3;
+constexpr const char *noMemory = "no memory";
 
 // A position in a text; everything is cut off at its front.
 class Cursor {
@@ -139,28 +142,7 @@ bool isBareTable(std::string_view text) {
     return column != std::string_view::npos && column < field;
 }
 
-} // namespace
-
-std::string_view PerfTable::value(std::size_t row, std::string_view name) const {
-    if (row >= rows.size())
-        return {};
-    for (std::size_t column = 0; column < columns.size(); ++column) {
-        if (columns[column] == name)
-            return rows[row][column];
-    }
-    return {};
-}
-
-bool fgReadPerfTable(std::string_view text, PerfTable &table, PerfTextError &error) {
-    table = {};
-    error = {};
-    Cursor cursor(text, 0, error);
-    return readTable(cursor, table);
-}
-
-bool fgReadPerfPush(std::string_view text, PerfPush &push, PerfTextError &error) {
-    push = {};
-    error = {};
+bool readPush(std::string_view text, PerfPush &push, PerfTextError &error) {
     Cursor cursor(text, 0, error);
     const std::string_view first = cursor.takeValue();
     if (text.substr(first.size(), separatorLength) == FIELD_SEPARATOR) {
@@ -184,4 +166,38 @@ bool fgReadPerfPush(std::string_view text, PerfPush &push, PerfTextError &error)
             return false;
     }
     return true;
+}
+
+} // namespace
+
+std::string_view PerfTable::value(std::size_t row, std::string_view name) const {
+    if (row >= rows.size())
+        return {};
+    for (std::size_t column = 0; column < columns.size(); ++column) {
+        if (columns[column] == name)
+            return rows[row][column];
+    }
+    return {};
+}
+
+bool fgReadPerfTable(std::string_view text, PerfTable &table, PerfTextError &error) {
+    table = {};
+    error = {};
+    Cursor cursor(text, 0, error);
+    try {
+        return readTable(cursor, table);
+    } catch (const std::bad_alloc &) {
+        return cursor.refuse(noMemory);
+    }
+}
+
+bool fgReadPerfPush(std::string_view text, PerfPush &push, PerfTextError &error) {
+    push = {};
+    error = {};
+    try {
+        return readPush(text, push, error);
+    } catch (const std::bad_alloc &) {
+        error.reason = noMemory;
+        return false;
+    }
 }
