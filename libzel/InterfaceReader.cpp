@@ -173,7 +173,7 @@ int InterfaceReader::open() {
     const bool complete = readLine(m_stream, header) && readLine(m_stream, header);
     m_layout = interfaceLayout(complete ? header : "");
 
-    m_socket = socket(AF_INET, SOCK_DGRAM, 0);
+    m_socket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
         traceInterfaceError(m_trace, "socket error");
         return -1;

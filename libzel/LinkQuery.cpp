@@ -15,7 +15,7 @@ int LinkQuery::alive(const char *name) {
     std::memcpy(request.ifr_name, name, length);
 
     if (!m_socket)
-        m_socket.emplace(socket(AF_INET, SOCK_DGRAM, 0));
+        m_socket.emplace(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (!m_socket->valid() || ioctl(m_socket->get(), SIOCGIFFLAGS, &request) < 0)
         return 1;
     return (request.ifr_flags & IFF_UP) != 0 ? 1 : 0;

@@ -46,7 +46,7 @@ const char *hardwareTypeText(unsigned short family) {
 
 // Asks for the hardware address of `name`, whose family is the hardware type.
 bool readHardwareAddress(const char *name, sockaddr &address) {
-    const zel::ScopedDescriptor descriptor(socket(AF_INET, SOCK_DGRAM, 0));
+    const zel::ScopedDescriptor descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (!descriptor.valid()) {
         zel::traceInterfaceError(fWrite_Msg, "socket error");
         return false;
@@ -107,7 +107,7 @@ int fGetSpeed(const char *name, unsigned long long *speed) {
     std::memcpy(request.ifr_name, name, length);
     request.ifr_data = reinterpret_cast<char *>(&command);
 
-    const zel::ScopedDescriptor descriptor(socket(AF_INET, SOCK_DGRAM, 0));
+    const zel::ScopedDescriptor descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (ioctl(descriptor.get(), SIOCETHTOOL, &request) < 0)
         return 1;
     const auto bits = static_cast<std::int32_t>(command.speed * bitsPerMegabit);

@@ -244,7 +244,7 @@ TEST_P(InterfaceWalk, SocketIsADatagramSocketAndClosedByFinish) {
 
     ASSERT_EQ(GetParam().init(), 0);
 
-    EXPECT_EQ(arguments, (std::vector<int>{AF_INET, SOCK_DGRAM, 0}));
+    EXPECT_EQ(arguments, (std::vector<int>{AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0}));
     EXPECT_GE(GetParam().socket, 0);
     EXPECT_EQ(GetParam().fin(), 0);
     EXPECT_EQ(GetParam().socket, -1);
@@ -328,7 +328,7 @@ protected:
     OneInterface() {
         systemHooks().socket = [this](int domain, int type, int protocol) {
             EXPECT_EQ(domain, AF_INET);
-            EXPECT_EQ(type, SOCK_DGRAM);
+            EXPECT_EQ(type, SOCK_DGRAM | SOCK_CLOEXEC);
             EXPECT_EQ(protocol, 0);
             return socketFails ? -1 : dup(STDERR_FILENO);
         };
