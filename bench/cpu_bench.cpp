@@ -1,49 +1,49 @@
-// The CPU, memory and VM collectors: a sample beside its floor, the same system calls on the same files without any
-// parsing. On generated hosts of 2, 64 and 512 processors (the argument) and on the host itself (argument 0).
+// The CPU, load average, VM, memory and swap collectors. Sizes are processors: the machine's own /proc ("host", real
+// kernel files), and generated hosts of 2, 64 and 512 processors, whose floor is a copy out of the page cache.
 //
-//   build/bin/cpu_bench --benchmark_min_time=1
-#include "HostRoot.h"
+// What the kernel itself would need to write /proc/stat for so many processors is estimated from this machine: the time
+// of its own /proc/stat per byte, beyond that of a copy, times the bytes of the generated one.
+#include "Floor.h"
+#include "Harness.h"
 #include "MM_CPU_Info.h"
+#include "MM_LA_Info.h"
 #include "MM_MEM_Info.h"
 #include "MM_VM_Info.h"
-#include "SSUtil.h"
+#include "OwnHost.h"
 #include "Settings.h"
 
-#include <benchmark/benchmark.h>
-#include <cstdio>
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
+#include <ctime>
 #include <map>
+#include <memory>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr int ownHost = 0;
-constexpr int statSize = 65536;
-constexpr int smallSize = 4096;
-constexpr int vmstatSize = 8192;
+constexpr std::size_t firstStatRoom = 4096;
+constexpr std::size_t largestStatRoom = 65536;
+constexpr std::size_t smallRoom = 4096;
+constexpr std::size_t pageRoom = 8192;
 
 // --- Generated hosts -----------------------------------------------------------------------------------------------
 
-// The counters of a machine that has been up for months; `interval` seconds later with a busy one behind it.
-std::string statText(int processors, unsigned long long interval) {
-    const auto line = [interval](const std::string &name, unsigned long long scale) {
-        return name + " " + std::to_string(scale * (44490123 + 31 * interval)) + " " + std::to_string(scale * 190456) +
-               " " + std::to_string(scale * (21045789 + 12 * interval)) + " " +
-               std::to_string(scale * (1087069123 + 50 * interval)) + " " +
-               std::to_string(scale * (220456 + 7 * interval)) + " 0 " + std::to_string(scale * 341078) + " 0 0 0\n";
+// The counters of a machine that has been up for months.
+std::string statText(long processors) {
+    std::string text;
+    const auto addLine = [&text](const std::string &name, unsigned long scale) {
+        text += name;
+        for (const unsigned long value : {44490123UL, 190456UL, 21045789UL, 1087069123UL, 220456UL, 0UL, 341078UL})
+            text.append(1, ' ').append(std::to_string(scale * value));
+        text += " 0 0 0\n";
     };
-    std::string text = line("cpu ", static_cast<unsigned long long>(processors));
-    for (int number = 0; number < processors; ++number)
-        text += line("cpu" + std::to_string(number), 1);
+    addLine("cpu ", static_cast<unsigned long>(processors));
+    for (long number = 0; number < processors; ++number)
+        addLine("cpu" + std::to_string(number), 1);
     text += "intr 8885917123";
-    for (int interrupt = 0; interrupt < 64 + 8 * processors; ++interrupt)
+    for (long interrupt = 0; interrupt < 64 + 8 * processors; ++interrupt)
         text += interrupt % 7 == 0 ? " 1283803" : " 0";
     return text + "\nctxt 38014093123\nbtime 1418183276\nprocesses 26442123\nprocs_running 2\nprocs_blocked 0\n" +
            "softirq 5057579123 250191 1481983 1647 211099 186066 0 1783454 622196 12499 508444\n";
@@ -51,241 +51,221 @@ std::string statText(int processors, unsigned long long interval) {
 
 std::string meminfoText() {
     std::string text;
-    for (const char *key : {"MemTotal",
-                            "MemFree",
-                            "MemAvailable",
-                            "Buffers",
-                            "Cached",
-                            "SwapCached",
-                            "Active",
-                            "Inactive",
-                            "Active(anon)",
-                            "Inactive(anon)",
-                            "Active(file)",
-                            "Inactive(file)",
-                            "Unevictable",
-                            "Mlocked",
-                            "SwapTotal",
-                            "SwapFree",
-                            "Dirty",
-                            "Writeback",
-                            "AnonPages",
-                            "Mapped",
-                            "Shmem",
-                            "KReclaimable",
-                            "Slab",
-                            "SReclaimable",
-                            "SUnreclaim",
-                            "KernelStack",
-                            "PageTables",
-                            "NFS_Unstable",
-                            "Bounce",
-                            "WritebackTmp",
-                            "CommitLimit",
-                            "Committed_AS",
-                            "VmallocTotal",
-                            "VmallocUsed",
-                            "VmallocChunk",
-                            "Percpu",
-                            "HardwareCorrupted",
-                            "AnonHugePages",
-                            "DirectMap4k",
-                            "DirectMap2M"})
+    for (const char *key :
+         {"MemTotal",      "MemFree",        "MemAvailable", "Buffers",        "Cached",       "SwapCached",
+          "Active",        "Inactive",       "Active(anon)", "Inactive(anon)", "Active(file)", "Inactive(file)",
+          "Unevictable",   "Mlocked",        "SwapTotal",    "SwapFree",       "Dirty",        "Writeback",
+          "AnonPages",     "Mapped",         "Shmem",        "KReclaimable",   "Slab",         "SReclaimable",
+          "SUnreclaim",    "KernelStack",    "PageTables",   "NFS_Unstable",   "Bounce",       "WritebackTmp",
+          "CommitLimit",   "Committed_AS",   "VmallocTotal", "VmallocUsed",    "VmallocChunk", "Percpu",
+          "AnonHugePages", "ShmemHugePages", "DirectMap4k",  "DirectMap2M"})
         text += std::string(key) + ":       16384000 kB\n";
     return text;
 }
 
 std::string vmstatText() {
     std::string text;
-    for (int counter = 0; counter < 60; ++counter)
-        text += "nr_zone_counter_" + std::to_string(counter) + " 977769\n";
+    const auto fill = [&text](const char *name, int counters) {
+        for (int counter = 0; counter < counters; ++counter)
+            text += name + std::to_string(counter) + " 977769\n";
+    };
+    fill("nr_zone_counter_", 60);
     text += "pgpgin 7344136\npgpgout 1541180581\npswpin 1476\npswpout 35045\n";
-    for (int counter = 0; counter < 6; ++counter)
-        text += "pgalloc_zone_" + std::to_string(counter) + " 611781566\n";
+    fill("pgalloc_zone_", 6);
     text += "pgfree 2938719870\npgactivate 152952989\npgfault 2320168809\npgmajfault 507162\n";
-    for (int counter = 0; counter < 50; ++counter)
-        text += "thp_counter_" + std::to_string(counter) + " 0\n";
+    fill("thp_counter_", 50);
     return text;
 }
 
-class GeneratedHosts {
+// The hosts by processors; number 0 is the machine itself.
+class Hosts {
 public:
-    ~GeneratedHosts() {
-        for (const auto &[processors, path] : m_paths)
-            fs::remove_all(path);
-    }
-
-    const std::string &of(int processors) {
-        std::string &path = m_paths[processors];
-        if (path.empty()) {
-            path = (fs::temp_directory_path() /
-                    ("cpu_bench_" + std::to_string(getpid()) + "_" + std::to_string(processors)))
-                       .string();
-            fs::create_directories(path + "/proc/sys/vm");
-            write(path + "/proc/stat", statText(processors, 5));
-            write(path + "/proc/meminfo", meminfoText());
-            write(path + "/proc/vmstat", vmstatText());
-            write(path + "/proc/loadavg", "0.52 0.31 0.10 3/140 4567\n");
+    void show(long processors) {
+        if (processors == 0) {
+            bench::showOwnHost();
+            return;
         }
-        return path;
+        std::unique_ptr<bench::GeneratedTree> &tree = m_trees[processors];
+        if (tree == nullptr) {
+            tree = std::make_unique<bench::GeneratedTree>();
+            tree->write("/proc/stat", statText(processors));
+            tree->write("/proc/meminfo", meminfoText());
+            tree->write("/proc/vmstat", vmstatText());
+            tree->write("/proc/loadavg", "0.52 0.31 0.10 3/140 4567\n");
+        }
+        tree->show();
     }
 
 private:
-    static void write(const std::string &path, const std::string &text) { std::ofstream(path) << text; }
-
-    std::map<int, std::string> m_paths;
+    std::map<long, std::unique_ptr<bench::GeneratedTree>> m_trees;
 };
 
-GeneratedHosts generatedHosts;
+Hosts hosts;
 
-void show(const benchmark::State &state) {
-    const auto processors = static_cast<int>(state.range(0));
-    std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s",
-                  processors == ownHost ? "" : generatedHosts.of(processors).c_str());
+// --- Floors --------------------------------------------------------------------------------------------------------
+
+// As the collectors do: no more room than the file has needed so far.
+std::size_t statRoom() {
+    const std::size_t size = bench::sizeOf("/proc/stat");
+    return (size < firstStatRoom - 1 ? firstStatRoom : std::min(2 * size, largestStatRoom)) - 1;
 }
 
-// --- Floor ---------------------------------------------------------------------------------------------------------
-
-// The system calls of CSSUtil::fFile2Buff and nothing else.
-void readFile(const char *path, char *buffer, int size) {
-    const int file = open(fgHostPath(path), O_RDONLY | O_CLOEXEC);
-    ssize_t count = 0;
-    ssize_t length = 0;
-    do {
-        count = read(file, buffer + length, static_cast<std::size_t>(size - 1 - length));
-        length += count > 0 ? count : 0;
-    } while (count >= CSSUtil::KERNEL_PAGE_RESULT && length < size - 1);
-    close(file);
-    benchmark::DoNotOptimize(buffer);
+double readingMicroseconds(std::size_t room) {
+    constexpr int readings = 200;
+    const std::clock_t start = std::clock();
+    for (int i = 0; i < readings; ++i)
+        bench::readKernelFile("/proc/stat", room);
+    return static_cast<double>(std::clock() - start) * 1e6 / CLOCKS_PER_SEC / readings;
 }
 
-void cpuFloor(benchmark::State &state) {
-    show(state);
-    char stat[statSize];
-    for (auto _ : state)
-        readFile("/proc/stat", stat, statSize);
+// What the kernel would need to write the generated /proc/stat, beyond the copy that its floor is.
+double kernelSurplus(long processors) {
+    if (processors == 0)
+        return 0;
+    hosts.show(0);
+    const double ownSize = static_cast<double>(bench::sizeOf("/proc/stat"));
+    const double own = readingMicroseconds(statRoom());
+    hosts.show(processors);
+    const double size = static_cast<double>(bench::sizeOf("/proc/stat"));
+    const double copy = readingMicroseconds(statRoom());
+    return std::max(own / ownSize * size - copy, 0.0);
 }
 
-void memoryFloor(benchmark::State &state) {
-    show(state);
-    char meminfo[smallSize];
-    for (auto _ : state)
-        readFile("/proc/meminfo", meminfo, smallSize);
-}
+// --- Cases ---------------------------------------------------------------------------------------------------------
 
-void swapFloor(benchmark::State &state) {
-    show(state);
-    char text[smallSize];
-    for (auto _ : state) {
-        readFile("/proc/meminfo", text, smallSize);
-        readFile("/proc/stat", text, smallSize);
-        readFile("/proc/vmstat", text, smallSize);
+// The counters of the sample before are moved back by a busy interval, so that every sample computes and prints shares.
+class EarlierTicks {
+public:
+    explicit EarlierTicks(CMM_CPU_Info &cpu, int rows) : m_cpu(cpu), m_ticks(static_cast<std::size_t>(rows)) {
+        std::memcpy(m_ticks.data(), cpu.m_plOldCPU, size());
+        for (Row &row : m_ticks) {
+            row.ticks[zel::CPU_USER] -= 155;
+            row.ticks[zel::CPU_SYSTEM] -= 61;
+            row.ticks[zel::CPU_IDLE] -= 253;
+            row.ticks[zel::CPU_WAIT] -= 31;
+        }
     }
-}
 
-void vmFloor(benchmark::State &state) {
-    show(state);
-    char stat[statSize];
-    char vmstat[vmstatSize];
-    char loadAverage[vmstatSize];
-    for (auto _ : state) {
-        readFile("/proc/stat", stat, statSize);
-        readFile("/proc/vmstat", vmstat, vmstatSize);
-        readFile("/proc/loadavg", loadAverage, vmstatSize);
-    }
-}
+    void put() const { std::memcpy(m_cpu.m_plOldCPU, m_ticks.data(), size()); }
 
-// --- Samples -------------------------------------------------------------------------------------------------------
+private:
+    struct Row {
+        zel::CpuRow ticks;
+    };
 
-// The counters of the sample before, so that every sample computes and prints real shares.
-void takeEarlierCounters(CMM_CPU_Info &cpu, int processors) {
-    const std::string text = statText(processors, 0);
-    zel::parseCpuTicks(text, zel::CpuLayout::FiveFields, cpu.m_plOldCPU);
-}
+    std::size_t size() const { return m_ticks.size() * sizeof(Row); }
 
-template<typename Sample> void sampleCpu(benchmark::State &state, int textSetting, Sample sample) {
-    show(state);
+    CMM_CPU_Info &m_cpu;
+    std::vector<Row> m_ticks;
+};
+
+template<class Sample> bench::Work cpuWork(long processors, int textSetting, Sample sample) {
+    hosts.show(processors);
     g_nCpuStrType = textSetting;
     g_nCpuUsedInWIO = 1;
-    const auto processors = static_cast<int>(state.range(0));
-    CMM_CPU_Info cpu;
-    cpu.fMGetCpu();
-    CMM_CPU_Info earlier;
-    takeEarlierCounters(earlier, processors);
-    const std::size_t counters = sizeof(zel::CpuRow) * static_cast<std::size_t>(processors + 1);
-    for (auto _ : state) {
-        if (processors != ownHost)
-            std::memcpy(cpu.m_plOldCPU, earlier.m_plOldCPU, counters);
-        benchmark::DoNotOptimize(sample(cpu));
-    }
+    auto cpu = std::make_shared<CMM_CPU_Info>();
+    cpu->fMGetCpu();
+    cpu->fMGetCpu();
+    auto earlier = std::make_shared<EarlierTicks>(*cpu, cpu->m_nLogicalCpuCnt + 1);
+    const std::size_t room = statRoom();
+    bench::Work work;
+    work.sample = [cpu, earlier, sample] {
+        earlier->put();
+        bench::keep(sample(*cpu));
+    };
+    work.floor = [cpu, earlier, room] {
+        earlier->put();
+        bench::readKernelFile("/proc/stat", room);
+    };
+    work.kernelSurplus = kernelSurplus(processors);
+    return work;
 }
 
-void cpuSample(benchmark::State &state) {
-    sampleCpu(state, 1, [](CMM_CPU_Info &cpu) { return cpu.fMGetCpu(); });
+bench::Work loadWork(long processors) {
+    hosts.show(processors);
+    auto load = std::make_shared<CMM_LA_Info>();
+    bench::Work work;
+    work.sample = [load] { bench::keep(load->fMGetLoadAvg()); };
+    work.floor = [] { bench::readKernelFile("/proc/loadavg", smallRoom - 1); };
+    return work;
 }
 
-void cpuSampleWithoutText(benchmark::State &state) {
-    sampleCpu(state, 0, [](CMM_CPU_Info &cpu) { return cpu.fMGetCpu(); });
+template<class Sample> bench::Work vmWork(long processors, Sample sample) {
+    hosts.show(processors);
+    auto vm = std::make_shared<CMM_VM_Info>();
+    const std::size_t room = statRoom();
+    bench::Work work;
+    for (int i = 0; i < 3; ++i)
+        sample(*vm);
+    work.sample = [vm, sample] { bench::keep(sample(*vm)); };
+    work.floor = [room] {
+        bench::readKernelFile("/proc/stat", room);
+        bench::readKernelFile("/proc/vmstat", pageRoom - 1);
+        bench::readKernelFile("/proc/loadavg", pageRoom - 1);
+    };
+    work.kernelSurplus = kernelSurplus(processors);
+    return work;
 }
 
-void cpuPush(benchmark::State &state) {
-    sampleCpu(state, 1, [](CMM_CPU_Info &cpu) { return cpu.fMGetPushCpu(); });
+template<class Sample> bench::Work memoryWork(long processors, Sample sample) {
+    hosts.show(processors);
+    auto memory = std::make_shared<CMM_MEM_Info>();
+    bench::Work work;
+    work.sample = [memory, sample] { bench::keep(sample(*memory)); };
+    work.floor = [] { bench::readKernelFile("/proc/meminfo", smallRoom - 1); };
+    return work;
 }
 
-void cpuInterrupts(benchmark::State &state) {
-    sampleCpu(state, 1, [](CMM_CPU_Info &cpu) { return cpu.fMGetCpuInterrupt(1.0); });
+bench::Work swapWork(long processors) {
+    hosts.show(processors);
+    auto memory = std::make_shared<CMM_MEM_Info>();
+    bench::Work work;
+    work.sample = [memory] { bench::keep(memory->fMGetSwap()); };
+    work.floor = [] {
+        bench::readKernelFile("/proc/meminfo", smallRoom - 1);
+        bench::readKernelFile("/proc/stat", smallRoom - 1);
+        bench::readKernelFile("/proc/vmstat", smallRoom - 1);
+    };
+    return work;
 }
 
-void memorySample(benchmark::State &state) {
-    show(state);
-    CMM_MEM_Info memory;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(memory.fMGetMem());
-}
-
-void memoryPush(benchmark::State &state) {
-    show(state);
-    CMM_MEM_Info memory;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(memory.fPushGatherMem());
-}
-
-void swapSample(benchmark::State &state) {
-    show(state);
-    CMM_MEM_Info memory;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(memory.fMGetSwap());
-}
-
-void vmSample(benchmark::State &state) {
-    show(state);
-    CMM_VM_Info vm;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(vm.fMGetVmStat(1.0));
+// Every family once over the machine's own files and once over generated ones.
+template<class Make>
+void addBoth(std::vector<bench::Family> &families, const std::string &name, const std::vector<long> &sizes, Make make) {
+    const long own = sysconf(_SC_NPROCESSORS_ONLN);
+    families.push_back(
+        {name + " (host)", bench::Source::Kernel, {own}, [make](long, std::string &) { return make(0); }});
+    families.push_back(
+        {name, bench::Source::PageCache, sizes, [make](long size, std::string &) { return make(size); }});
 }
 
 } // namespace
 
-#define HOSTS ArgName("processors")->Arg(ownHost)->Arg(2)->Arg(64)->Arg(512)
-BENCHMARK(cpuFloor)->HOSTS;
-BENCHMARK(cpuSample)->HOSTS;
-BENCHMARK(cpuSampleWithoutText)->HOSTS;
-BENCHMARK(cpuPush)->HOSTS;
-BENCHMARK(cpuInterrupts)->HOSTS;
-BENCHMARK(memoryFloor)->ArgName("processors")->Arg(ownHost)->Arg(2);
-BENCHMARK(memorySample)->ArgName("processors")->Arg(ownHost)->Arg(2);
-BENCHMARK(memoryPush)->ArgName("processors")->Arg(ownHost)->Arg(2);
-BENCHMARK(swapFloor)->ArgName("processors")->Arg(ownHost)->Arg(2);
-BENCHMARK(swapSample)->ArgName("processors")->Arg(ownHost)->Arg(2);
-BENCHMARK(vmFloor)->HOSTS;
-BENCHMARK(vmSample)->HOSTS;
-
 int main(int argc, char **argv) {
-#ifndef __OPTIMIZE__
-    std::fprintf(stderr, "built without optimisation: the figures mean nothing\n");
-#endif
-    benchmark::AddCustomContext("compiler", __VERSION__);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    std::vector<bench::Family> families;
+    const std::vector<long> growing = {2, 64, 512};
+    addBoth(families, "cpu/text", growing,
+            [](long size) { return cpuWork(size, 1, [](CMM_CPU_Info &cpu) { return cpu.fMGetCpu(); }); });
+    addBoth(families, "cpu/record", growing,
+            [](long size) { return cpuWork(size, 0, [](CMM_CPU_Info &cpu) { return cpu.fMGetCpu(); }); });
+    addBoth(families, "cpu/push", growing,
+            [](long size) { return cpuWork(size, 1, [](CMM_CPU_Info &cpu) { return cpu.fMGetPushCpu(); }); });
+    addBoth(families, "cpu/interrupts", growing,
+            [](long size) { return cpuWork(size, 1, [](CMM_CPU_Info &cpu) { return cpu.fMGetCpuInterrupt(1.0); }); });
+    addBoth(families, "load", {2}, loadWork);
+    addBoth(families, "vm/record", growing,
+            [](long size) { return vmWork(size, [](CMM_VM_Info &vm) { return vm.fMGetVmStat(1.0); }); });
+    addBoth(families, "vm/push", growing,
+            [](long size) { return vmWork(size, [](CMM_VM_Info &vm) { return vm.fMVelmorGetPage(1); }); });
+    addBoth(families, "memory/record", {2},
+            [](long size) { return memoryWork(size, [](CMM_MEM_Info &memory) { return memory.fMGetMem(); }); });
+    addBoth(families, "memory/push", {2}, [](long size) {
+        return memoryWork(size, [](CMM_MEM_Info &memory) {
+            memory.fPushGatherMem();
+            return memory.m_pStrRealTimeMemZEL;
+        });
+    });
+    addBoth(families, "swap/record", {2}, swapWork);
+    bench::add(families);
+    return bench::run(argc, argv);
 }

@@ -1,141 +1,138 @@
-// Cost of a sample of the disk collector in text form (old samples by key), beside its floor: the same file opened,
-// read to its end and closed, with nothing done to it.
+// The disk collector over the machine's own /proc/diskstats, brought to 10, 100, 600 and 1000 lines with loop devices
+// (needs root), and over generated files of 10, 100 and 1000 disks.
 //
-//   disk_bench [directory]      the directory for the host's files, best on a tmpfs; /dev/shm by default
+// The collector takes a line for a disk when its minor number has at most four digits and is a multiple of 16, which
+// about 620 loop devices can be; of the 1000 lines the others are loop devices that it takes for partitions.
 //
-// The arguments are the number of disks; "busy" disks change all counters between two samples, "idle" ones none.
-// "Kernel" is /proc/diskstats of this machine: there the floor holds the kernel's own work of writing the file.
-#include "HostRoot.h"
+// "busy" disks have done I/O since the sample before: the old samples are moved back, so that every column is computed
+// and printed; "idle" ones print zeros.
+#include "Floor.h"
+#include "Harness.h"
+#include "LoopDisks.h"
 #include "MM_IO_Info.h"
+#include "OwnHost.h"
 #include "Settings.h"
 
-#include <benchmark/benchmark.h>
+#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <string>
-#include <sys/utsname.h>
+#include <vector>
 
 namespace {
 
-std::string scratch = "/dev/shm";
-constexpr int CYCLE_SECONDS = 5;
+constexpr int cycleSeconds = 5;
+constexpr std::size_t firstRoom = 16384;
 
-std::string diskstats(int disks, unsigned long long round) {
+enum class Form { Text, Push, List };
+enum class Activity { Idle, Busy };
+
+std::string diskstats(long disks) {
     std::string text;
     char line[256];
-    for (int i = 0; i < disks; ++i) {
-        const unsigned long long base = 1000003ULL * static_cast<unsigned>(i % 97 + 1) + round * 7919ULL;
+    for (long i = 0; i < disks; ++i) {
+        const unsigned long base = 1000003UL * static_cast<unsigned long>(i % 97 + 1);
         std::snprintf(line, sizeof(line),
-                      " %3d %7d sd%c%c%c %llu %llu %llu %llu %llu %llu %llu %llu %u %llu %llu 0 0 0 0 12 34\n",
-                      8 + i % 8, i % 16 * 16, 'a' + i / 676, 'a' + i / 26 % 26, 'a' + i % 26, base % 4000000000ULL,
-                      base / 7, base * 16, base / 3, base % 3000000000ULL, base / 11, base * 8, base / 5, i % 3U,
-                      base / 9 + round, base / 2);
+                      " %3ld %7ld sd%c%c%c %lu %lu %lu %lu %lu %lu %lu %lu %ld %lu %lu 0 0 0 0 12 34\n", 8 + i % 8,
+                      i % 16 * 16, static_cast<char>('a' + i / 100), static_cast<char>('a' + i / 10 % 10),
+                      static_cast<char>('a' + i % 10), base, base / 7, base * 16, base / 3, base, base / 11, base * 8,
+                      base / 5, i % 3, base / 9, base / 2);
         text += line;
     }
     return text;
 }
 
-// Hosts that take turns, so that counters grow from sample to sample; they fall once in HOSTS samples.
-constexpr int HOSTS = 32;
-
-class Hosts {
-public:
-    Hosts(int disks, bool busy) : m_directory(scratch + "/disk_bench." + std::to_string(getpid())) {
-        for (int round = 0; round < HOSTS; ++round) {
-            const std::string proc = host(round) + "/proc";
-            std::filesystem::create_directories(proc);
-            std::ofstream(proc + "/diskstats") << diskstats(disks, busy ? static_cast<unsigned>(round) : 0U);
-        }
+void makeBusy(CMM_IO_Info &disks) {
+    unsigned long long step = 1;
+    for (auto &[key, old] : disks.m_DiskMap) {
+        step = step % 97 + 1;
+        old->l_ulRead_B -= 31 * step;
+        old->l_ulWrite_B -= 47 * step;
+        old->l_ulRead_N -= 7 * step;
+        old->l_ulWrite_N -= 3 * step;
+        old->l_lTick -= step;
     }
-    ~Hosts() {
-        g_strHostRoot[0] = '\0';
-        std::filesystem::remove_all(m_directory);
-    }
-    Hosts(const Hosts &) = delete;
-    Hosts &operator=(const Hosts &) = delete;
+}
 
-    void next() {
-        m_round = (m_round + 1) % HOSTS;
-        std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s", host(m_round).c_str());
-    }
+// Lines of /proc/diskstats.
+long diskLines() {
+    std::ifstream file("/proc/diskstats");
+    return std::count(std::istreambuf_iterator<char>(file), {}, '\n');
+}
 
-private:
-    std::string host(int round) const { return m_directory + "/" + std::to_string(round); }
-
-    std::string m_directory;
-    int m_round = 0;
-};
-
-void sampleText(benchmark::State &state, Hosts *hosts) {
-    g_nDiskStrType = 1;
-    CMM_IO_Info disks;
-    const auto sample = [&] {
-        if (hosts != nullptr)
-            hosts->next();
-        disks.m_stOldIoTime.tv_sec -= CYCLE_SECONDS;
-        benchmark::DoNotOptimize(disks.fMGetIoStat(0.0, 1, 0));
+bench::Work diskWork(Form form, Activity activity) {
+    auto disks = std::make_shared<CMM_IO_Info>();
+    auto room = std::make_shared<std::size_t>(firstRoom);
+    g_nDiskMaxGatherCnt = 0;
+    bench::Work work;
+    work.sample = [disks, form] {
+        g_nDiskStrType = form == Form::List ? 0 : 1;
+        disks->m_stOldIoTime.tv_sec -= cycleSeconds;
+        bench::keep(disks->fMGetIoStat(0.0, 1, form == Form::Push ? 1 : 0));
     };
-    for (int i = 0; i < 4; ++i)
-        sample();
-    for (auto _ : state)
-        sample();
-    state.counters["rows"] = disks.m_nDiskZELCnt;
-    g_nDiskStrType = 0;
+    work.floor = [room] { bench::readWhole("/proc/diskstats", *room); };
+    if (activity == Activity::Busy)
+        work.prepare = [disks] { makeBusy(*disks); };
+    work.measured = [disks, form]() -> long { return form == Form::Text ? disks->m_nDiskZELCnt : disks->m_nNDev; };
+    for (int i = 0; i < 3; ++i)
+        work.sample();
+    return work;
 }
 
-void readFile(benchmark::State &state, Hosts *hosts) {
-    zel::WholeFile file;
-    for (auto _ : state) {
-        if (hosts != nullptr)
-            hosts->next();
-        benchmark::DoNotOptimize(file.read("/proc/diskstats"));
+std::unique_ptr<bench::LoopDisks> loops;
+
+bool haveKernelLines(long count, std::string &whyNot) {
+    bench::showOwnHost();
+    if (loops == nullptr)
+        loops = std::make_unique<bench::LoopDisks>();
+    const long present = diskLines();
+    if (present <= count && loops->add(count - present) && diskLines() == count)
+        return true;
+    whyNot = "needs root and /dev/loop-control (" + std::to_string(present) + " lines present)";
+    return false;
+}
+
+std::unique_ptr<bench::GeneratedTree> tree;
+long generatedDisks = 0;
+
+void haveGeneratedDisks(long count) {
+    if (generatedDisks != count) {
+        tree = std::make_unique<bench::GeneratedTree>();
+        tree->write("/proc/diskstats", diskstats(count));
+        generatedDisks = count;
     }
-    state.counters["bytes"] = static_cast<double>(file.text().size());
+    tree->show();
 }
 
-void Floor(benchmark::State &state) {
-    Hosts hosts(static_cast<int>(state.range(0)), true);
-    readFile(state, &hosts);
+bench::Family kernelFamily(const std::string &name, Form form, Activity activity) {
+    return {name, bench::Source::Kernel, {10, 100, 600, 1000}, [form, activity](long size, std::string &whyNot) {
+                return haveKernelLines(size, whyNot) ? diskWork(form, activity) : bench::Work{};
+            }};
 }
 
-void SampleOfIdleDisks(benchmark::State &state) {
-    Hosts hosts(static_cast<int>(state.range(0)), false);
-    sampleText(state, &hosts);
+bench::Family generatedFamily(const std::string &name, Form form, Activity activity) {
+    return {name, bench::Source::PageCache, {10, 100, 1000}, [form, activity](long size, std::string &) {
+                haveGeneratedDisks(size);
+                return diskWork(form, activity);
+            }};
 }
-
-void SampleOfBusyDisks(benchmark::State &state) {
-    Hosts hosts(static_cast<int>(state.range(0)), true);
-    sampleText(state, &hosts);
-}
-
-void KernelFloor(benchmark::State &state) {
-    readFile(state, nullptr);
-}
-
-void KernelSample(benchmark::State &state) {
-    sampleText(state, nullptr);
-}
-
-BENCHMARK(Floor)->Arg(10)->Arg(100)->Arg(1000);
-BENCHMARK(SampleOfIdleDisks)->Arg(10)->Arg(100)->Arg(1000);
-BENCHMARK(SampleOfBusyDisks)->Arg(10)->Arg(100)->Arg(1000);
-BENCHMARK(KernelFloor);
-BENCHMARK(KernelSample);
 
 } // namespace
 
 int main(int argc, char **argv) {
-    benchmark::Initialize(&argc, argv);
-    if (argc > 1)
-        scratch = argv[1];
-#ifndef __OPTIMIZE__
-    std::fprintf(stderr, "warning: built without optimisation, the figures mean nothing\n");
-#endif
-    utsname system{};
-    uname(&system);
-    benchmark::AddCustomContext("kernel", system.release);
-    benchmark::AddCustomContext("compiler", __VERSION__);
-    benchmark::RunSpecifiedBenchmarks();
+    const bench::ScratchHome home;
+    bench::add({kernelFamily("disk/text idle", Form::Text, Activity::Idle),
+                kernelFamily("disk/text busy", Form::Text, Activity::Busy),
+                kernelFamily("disk/push idle", Form::Push, Activity::Idle),
+                kernelFamily("disk/push busy", Form::Push, Activity::Busy),
+                kernelFamily("disk/list", Form::List, Activity::Idle),
+                generatedFamily("disk/text idle (generated)", Form::Text, Activity::Idle),
+                generatedFamily("disk/text busy (generated)", Form::Text, Activity::Busy),
+                generatedFamily("disk/list (generated)", Form::List, Activity::Idle)});
+    const int result = bench::run(argc, argv);
+    tree.reset();
+    loops.reset();
+    return result;
 }

@@ -1,127 +1,104 @@
-// A pass over the mount table beside its floor: the same table read with getmntent and the same statfs64 calls, with no
-// filters, records or text. 1000 bind mounts stand in a mount table of the program's own. Needs root (or a user
-// namespace) and a temporary directory on a filesystem of 2 GB or more.
+// The filesystem collector over real mounts: bind mounts in a mount namespace of the program's own (needs root and
+// /var/tmp on a filesystem of more than 1 GB). The floor reads the mount table to its end, opens and closes the list of
+// NFS mounts that every pass writes anew, and calls statfs64 on every mount point that is measured.
+#include "Floor.h"
+#include "Harness.h"
 #include "MM_FS_Info.h"
+#include "MM_FS_Mounts.h"
+#include "OwnHost.h"
+#include "ScopedHandle.h"
 #include "Settings.h"
 
-#include <benchmark/benchmark.h>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <mntent.h>
-#include <sched.h>
+#include <fcntl.h>
+#include <memory>
 #include <string>
-#include <sys/mount.h>
 #include <sys/statfs.h>
+#include <vector>
 
 namespace {
 
-namespace fs = std::filesystem;
+constexpr std::size_t tableRoom = 65536;
+constexpr const char *nfsList = "../aproc/shell/NFSList.dat";
 
-constexpr int mounts = 1000;
-
-// Bind mounts below a temporary directory, in a mount table of their own, all gone at the end.
-class ManyMounts {
-public:
-    ManyMounts() {
-        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-            std::perror("fs_bench: no mount table of its own");
-            std::exit(1);
-        }
-        std::string pattern = (fs::temp_directory_path() / "zel-bench-XXXXXX").string();
-        m_root = mkdtemp(pattern.data());
-        fs::create_directory(m_root / "source");
-        for (int i = 0; i < mounts; ++i) {
-            const fs::path target = m_root / ("mount" + std::to_string(i));
-            fs::create_directory(target);
-            if (mount((m_root / "source").c_str(), target.c_str(), nullptr, MS_BIND, nullptr) != 0) {
-                std::perror("fs_bench: bind mount");
-                std::exit(1);
-            }
-        }
-    }
-    ~ManyMounts() {
-        for (int i = 0; i < mounts; ++i)
-            umount2((m_root / ("mount" + std::to_string(i))).c_str(), MNT_DETACH);
-        fs::remove_all(m_root);
-    }
-    ManyMounts(const ManyMounts &) = delete;
-    ManyMounts &operator=(const ManyMounts &) = delete;
-
-private:
-    fs::path m_root;
-};
+std::unique_ptr<bench::OwnMounts> mounts;
 
 void excludePseudoFilesystems() {
-    for (const char *type : {"tmpfs", "proc", "sysfs", "devpts", "cgroup", "cgroup2", "devtmpfs"})
+    for (const char *type : {"tmpfs", "proc", "sysfs", "devpts", "cgroup", "cgroup2", "devtmpfs", "mqueue", "debugfs",
+                             "tracefs", "securityfs", "bpf", "pstore", "hugetlbfs", "configfs", "fusectl"})
         std::strcpy(g_strExcludeFilesystem[g_nExcludeFilesystemCnt++], type);
 }
 
-bool measured(const mntent &entry) {
-    for (int i = 0; i < g_nExcludeFilesystemCnt; ++i)
-        if (std::strcmp(entry.mnt_type, g_strExcludeFilesystem[i]) == 0)
-            return false;
-    return true;
-}
-
-void floorTable(benchmark::State &state) {
-    for (auto step : state) {
-        std::FILE *table = setmntent("/etc/mtab", "r");
-        while (const mntent *entry = getmntent(table))
-            benchmark::DoNotOptimize(entry->mnt_dir);
-        endmntent(table);
+// The mount points of which a pass asks the size.
+std::vector<std::string> measuredMountPoints() {
+    std::vector<std::string> names;
+    zel::MountTable table;
+    for (zel::MountEntry entry{}; table.isOpen() && table.next(entry);) {
+        if (zel::typeReported(entry.type))
+            names.emplace_back(entry.mountPoint);
     }
+    return names;
 }
-BENCHMARK(floorTable)->Unit(benchmark::kMicrosecond);
 
-void floorTableAndStatfs(benchmark::State &state) {
-    for (auto step : state) {
-        std::FILE *table = setmntent("/etc/mtab", "r");
-        while (const mntent *entry = getmntent(table)) {
-            struct statfs64 status {};
-            if (measured(*entry))
-                statfs64(entry->mnt_dir, &status);
-            benchmark::DoNotOptimize(status);
+long reportedFilesystems() {
+    CMM_FS_Info collector;
+    collector.fMGetFileSys();
+    return collector.fMGetNFileSys();
+}
+
+bool haveFilesystems(long count, std::string &whyNot) {
+    if (mounts == nullptr)
+        mounts = std::make_unique<bench::OwnMounts>();
+    const long present = reportedFilesystems();
+    if (present <= count && mounts->add(count - present) && reportedFilesystems() == count)
+        return true;
+    whyNot = "needs root and /var/tmp on a large filesystem";
+    return false;
+}
+
+template<class Pass> bench::Work filesystemWork(Pass pass) {
+    auto collector = std::make_shared<CMM_FS_Info>();
+    auto names = std::make_shared<std::vector<std::string>>(measuredMountPoints());
+    bench::Work work;
+    work.sample = [collector, pass] { pass(*collector); };
+    work.floor = [names] {
+        const zel::ScopedDescriptor list(open(nfsList, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+        bench::readToEnd("/etc/mtab", tableRoom);
+        for (const std::string &name : *names) {
+            struct statfs64 status;
+            statfs64(name.c_str(), &status);
+            bench::keep(&status);
         }
-        endmntent(table);
-    }
+    };
+    work.measured = [collector]() -> long { return collector->fMGetNFileSys(); };
+    work.sample();
+    return work;
 }
-BENCHMARK(floorTableAndStatfs)->Unit(benchmark::kMicrosecond);
 
-void recordPass(benchmark::State &state) {
-    CMM_FS_Info collector;
-    for (auto step : state)
-        benchmark::DoNotOptimize(collector.fMGetFileSys());
-    state.counters["filesystems"] = collector.fMGetNFileSys();
+template<class Pass> bench::Family family(const std::string &name, Pass pass) {
+    return {name, bench::Source::Kernel, {20, 500, 1000}, [pass](long size, std::string &whyNot) {
+                return haveFilesystems(size, whyNot) ? filesystemWork(pass) : bench::Work{};
+            }};
 }
-BENCHMARK(recordPass)->Unit(benchmark::kMicrosecond);
-
-void recordPassAndIteration(benchmark::State &state) {
-    CMM_FS_Info collector;
-    for (auto step : state) {
-        collector.fMGetFileSys();
-        while (const _ST_FS *record = collector.fMGetFileSysNext())
-            benchmark::DoNotOptimize(record->l_dDskUsage);
-    }
-    state.counters["filesystems"] = collector.fMGetNFileSys();
-}
-BENCHMARK(recordPassAndIteration)->Unit(benchmark::kMicrosecond);
-
-void textPass(benchmark::State &state) {
-    CMM_FS_Info collector;
-    for (auto step : state)
-        benchmark::DoNotOptimize(collector.fGetFileSystem());
-    state.counters["filesystems"] = collector.fMGetNFileSys();
-}
-BENCHMARK(textPass)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 
 int main(int argc, char **argv) {
-    const ManyMounts host;
+    const bench::ScratchHome home;
     excludePseudoFilesystems();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    bench::add({family("filesystem/record", [](CMM_FS_Info &collector) { bench::keep(collector.fMGetFileSys()); }),
+                family("filesystem/iterated",
+                       [](CMM_FS_Info &collector) {
+                           collector.fMGetFileSys();
+                           while (const _ST_FS *record = collector.fMGetFileSysNext())
+                               bench::keep(record);
+                       }),
+                family("filesystem/text", [](CMM_FS_Info &collector) {
+                    collector.fGetFileSystem();
+                    bench::keep(collector.fGetFSInfo());
+                })});
+    const int result = bench::run(argc, argv);
+    mounts.reset();
+    return result;
 }

@@ -1,109 +1,97 @@
-// A Fibre Channel gather beside its floor: the same directory listed and the same files opened, read and closed, with
-// no path building, parsing, rating or rendering. Ports stand in a generated host below the temporary directory.
-#include "HostRoot.h"
+// The Fibre Channel collector. No kernel makes ports that are not there, so they stand in a generated tree: once with
+// files in memory (the floor is a copy out of the page cache), and once with links to attributes of the loopback
+// interface in the real sysfs, so that every read is one of the kernel's attributes.
+#include "Floor.h"
+#include "Harness.h"
 #include "MM_HBA_Info.h"
-#include "ScopedHandle.h"
+#include "OwnHost.h"
 
-#include <benchmark/benchmark.h>
-#include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
-namespace fs = std::filesystem;
+constexpr const char *fcHosts = "/sys/class/fc_host";
 
-constexpr const char *portFiles[] = {"port_name",
-                                     "statistics/fcp_input_megabytes",
-                                     "statistics/fcp_output_megabytes",
-                                     "statistics/fcp_input_requests",
-                                     "statistics/fcp_output_requests",
-                                     "port_state"};
-
-void writeFile(const fs::path &file, const std::string &text) {
-    fs::create_directories(file.parent_path());
-    std::ofstream(file) << text << '\n';
-}
-
-// A host with Fibre Channel ports, removed at the end.
-class PortHost {
-public:
-    explicit PortHost(int ports) {
-        std::string pattern = (fs::temp_directory_path() / "zel-bench-XXXXXX").string();
-        m_root = mkdtemp(pattern.data());
-        m_directory = m_root / "sys/class/fc_host";
-        for (int port = 0; port < ports; ++port)
-            addPort(m_directory / ("host" + std::to_string(port)), port);
-        std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s", m_root.c_str());
-    }
-    ~PortHost() {
-        g_strHostRoot[0] = '\0';
-        fs::remove_all(m_root);
-    }
-    PortHost(const PortHost &) = delete;
-    PortHost &operator=(const PortHost &) = delete;
-
-    const fs::path &directory() const { return m_directory; }
-    const std::vector<std::string> &files() const { return m_files; }
-
-private:
-    void addPort(const fs::path &port, int number) {
-        for (const char *file : portFiles) {
-            const std::string name = file;
-            std::string text = "0x" + std::to_string(1000000 + number);
-            if (name == "port_name")
-                text = "0x21000024ff" + std::to_string(100000 + number);
-            else if (name == "port_state")
-                text = "Online";
-            writeFile(port / name, text);
-            m_files.push_back((port / name).string());
-        }
-    }
-
-    fs::path m_root;
-    fs::path m_directory;
-    std::vector<std::string> m_files;
+// The files of a port, in the order in which they are read, with a real attribute of the same kind.
+struct PortFile {
+    const char *name;
+    const char *text;
+    const char *attribute;
 };
 
-void reportPorts(benchmark::State &state) {
-    state.counters["ports"] = static_cast<double>(state.range(0));
-    state.counters["per_port"] =
-        benchmark::Counter(static_cast<double>(state.range(0)),
-                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
+constexpr PortFile portFiles[] = {
+    {"port_name", "0x21000024ff123456\n", "address"},
+    {"statistics/fcp_input_megabytes", "0x1f4240\n", "statistics/rx_bytes"},
+    {"statistics/fcp_output_megabytes", "0x1f4241\n", "statistics/tx_bytes"},
+    {"statistics/fcp_input_requests", "0x1f4242\n", "statistics/rx_packets"},
+    {"statistics/fcp_output_requests", "0x1f4243\n", "statistics/tx_packets"},
+    {"port_state", "Online\n", "operstate"},
+};
 
-void portFloor(benchmark::State &state) {
-    const PortHost host(static_cast<int>(state.range(0)));
-    char text[HBA_LINE_SIZE];
-    for (auto _ : state) {
-        const zel::ScopedDirectory directory(opendir(host.directory().c_str()));
-        while (const dirent *entry = readdir(directory.get()))
-            benchmark::DoNotOptimize(entry);
-        for (const std::string &path : host.files()) {
-            const zel::ScopedDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-            benchmark::DoNotOptimize(read(file.get(), text, sizeof(text) - 1));
+std::shared_ptr<bench::GeneratedTree> portTree(long ports, bool linked) {
+    auto tree = std::make_shared<bench::GeneratedTree>();
+    for (long port = 0; port < ports; ++port) {
+        const std::string directory = std::string(fcHosts) + "/host" + std::to_string(port) + "/";
+        for (const PortFile &file : portFiles) {
+            if (linked)
+                tree->link(directory + file.name, std::string("/sys/class/net/lo/") + file.attribute);
+            else
+                tree->write(directory + file.name, file.text);
         }
     }
-    reportPorts(state);
+    return tree;
 }
-BENCHMARK(portFloor)->Name("hba/floor")->Arg(2)->Arg(64);
 
-void portGather(benchmark::State &state) {
-    const PortHost host(static_cast<int>(state.range(0)));
-    CMM_HBA_Info ports;
-    ports.fGatherHBAZel();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(ports.fGatherHBAZel());
-    if (ports.m_nHBACount != state.range(0))
-        state.SkipWithError("not every port has a row");
-    reportPorts(state);
+void makeBusy(CMM_HBA_Info &collector) {
+    for (auto &[key, old] : collector.m_HBA_Map) {
+        old->l_ulInputMB -= 3;
+        old->l_ulOutputMB -= 5;
+        old->l_ulInputCnt -= 700;
+        old->l_ulOutputCnt -= 900;
+    }
 }
-BENCHMARK(portGather)->Name("hba/gather")->Arg(2)->Arg(64);
+
+bench::Work portWork(long ports, bool linked, bool busy) {
+    auto tree = portTree(ports, linked);
+    tree->show();
+    auto collector = std::make_shared<CMM_HBA_Info>();
+    std::vector<std::string> paths;
+    for (long port = 0; port < ports; ++port)
+        for (const PortFile &file : portFiles)
+            paths.push_back(std::string(fcHosts) + "/host" + std::to_string(port) + "/" + file.name);
+    bench::Work work;
+    work.sample = [collector, tree] {
+        collector->m_stOldIoTime.tv_sec -= 5;
+        collector->fGatherHBAZel();
+        bench::keep(collector->m_const_pstrHBAZelInfo);
+    };
+    work.floor = [tree, paths] {
+        bench::listDirectory(fcHosts);
+        for (const std::string &path : paths)
+            bench::readKernelFile(path.c_str(), HBA_LINE_SIZE - 1);
+    };
+    if (busy)
+        work.prepare = [collector] { makeBusy(*collector); };
+    work.measured = [collector]() -> long { return collector->m_nHBACount; };
+    for (int i = 0; i < 3; ++i)
+        work.sample();
+    return work;
+}
+
+bench::Family family(const std::string &name, bool linked, bool busy) {
+    return {name,
+            linked ? bench::Source::Kernel : bench::Source::PageCache,
+            {2, 64},
+            [linked, busy](long size, std::string &) { return portWork(size, linked, busy); }};
+}
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+    const bench::ScratchHome home;
+    bench::add({family("hba/text idle", true, false), family("hba/text busy", true, true),
+                family("hba/text (generated)", false, false)});
+    return bench::run(argc, argv);
+}

@@ -1,183 +1,112 @@
-// A pass of the interface collector beside its floor, over real interfaces: veth pairs in a network namespace that the
-// program makes for itself (needs root and the program ip). The floors are the system calls of a pass with nothing
-// parsed: the table opened, read and closed; in text mode also a socket and the question for the state of every link.
-//
-//   build/bin/net_bench --benchmark_min_time=1
-#include "InterfaceReader.h"
+// The interface collector over real interfaces: veth pairs in a network namespace that the program makes for itself
+// (needs root and the program ip). The floors open, read and close the table; in text mode they also open a socket and
+// ask for the state of every link, as its column demands.
+#include "Floor.h"
+#include "Harness.h"
 #include "MM_NWT_Info.h"
+#include "OwnHost.h"
+#include "ScopedHandle.h"
 #include "Settings.h"
 
-#include <benchmark/benchmark.h>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <filesystem>
+#include <memory>
 #include <net/if.h>
-#include <sched.h>
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
-namespace fs = std::filesystem;
+constexpr std::size_t tableRoom = 65536;
+constexpr int ordinary = -1;
+constexpr int pushed = 1;
+constexpr int withInventory = 0;
 
-constexpr int textMode = 1;
-constexpr int listMode = 0;
+std::unique_ptr<bench::OwnInterfaces> interfaces;
 
-bool ownNamespace = false;
-int interfacesMade = 0;
-
-std::string interfaceName(int number) {
-    return "veth" + std::to_string(number);
-}
-
-// Brings the namespace to `count` interfaces beside the loopback. The cases run in ascending order.
-bool haveInterfaces(benchmark::State &state) {
-    const int count = static_cast<int>(state.range(0));
-    if (!ownNamespace) {
-        state.SkipWithError("needs a network namespace of its own (root)");
-        return false;
+// The questions for the links of `count` interfaces.
+class LinkQuestions {
+public:
+    explicit LinkQuestions(long count) : m_requests(static_cast<std::size_t>(count)) {
+        long number = 0;
+        for (ifreq &request : m_requests)
+            std::strcpy(request.ifr_name, bench::OwnInterfaces::name(number++).c_str());
     }
-    if (interfacesMade >= count)
-        return interfacesMade == count;
-    std::FILE *batch = popen("ip -batch - 2>/dev/null", "w");
-    if (batch == nullptr)
-        return false;
-    for (; interfacesMade < count; interfacesMade += 2)
-        std::fprintf(batch, "link add %s up type veth peer name %s\nlink set %s up\n",
-                     interfaceName(interfacesMade).c_str(), interfaceName(interfacesMade + 1).c_str(),
-                     interfaceName(interfacesMade + 1).c_str());
-    if (pclose(batch) == 0)
-        return true;
-    state.SkipWithError("ip could not make veth interfaces");
-    return false;
-}
 
-std::size_t readTable() {
-    static char buffer[65536];
-    std::size_t total = 0;
-    const int descriptor = open("/proc/net/dev", O_RDONLY);
-    for (ssize_t count; (count = read(descriptor, buffer, sizeof(buffer))) > 0;)
-        total += static_cast<std::size_t>(count);
-    close(descriptor);
-    return total;
-}
-
-void floorOfList(benchmark::State &state) {
-    if (!haveInterfaces(state))
-        return;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(readTable());
-}
-
-void floorOfText(benchmark::State &state) {
-    if (!haveInterfaces(state))
-        return;
-    const int count = static_cast<int>(state.range(0));
-    std::vector<ifreq> requests(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i)
-        std::strcpy(requests[static_cast<std::size_t>(i)].ifr_name, interfaceName(i).c_str());
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(readTable());
-        const int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
-        for (ifreq &request : requests)
-            benchmark::DoNotOptimize(ioctl(descriptor, SIOCGIFFLAGS, &request));
-        close(descriptor);
+    void ask() {
+        const zel::ScopedDescriptor descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        for (ifreq &request : m_requests) {
+            ioctl(descriptor.get(), SIOCGIFFLAGS, &request);
+            bench::keep(&request);
+        }
     }
+
+private:
+    std::vector<ifreq> m_requests;
+};
+
+// Traffic since the reading before, on every interface.
+template<class Reading> void moveBack(Reading &old, unsigned long long step) {
+    old.l_ulInPkt -= 11 * step;
+    old.l_ulOutPkt -= 13 * step;
+    old.l_ulInByte -= 9001 * step;
+    old.l_ulOutByte -= 12345 * step;
 }
 
-void pass(benchmark::State &state, int mode) {
-    if (!haveInterfaces(state))
-        return;
-    g_nInterfaceStrType = mode;
-    g_nLinuxBandwidthFlag = 1;
-    CMM_NWT_Info collector;
-    collector.fMGetNetworkStat(1.0, -1);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(collector.fMGetNetworkStat(1.0, -1));
-    if (collector.m_nIfCnt != state.range(0))
-        state.SkipWithError("the pass did not report every interface");
+void makeBusy(CMM_NWT_Info &collector) {
+    unsigned long long step = 1;
+    for (auto &[key, old] : collector.m_NetworkMap)
+        moveBack(*old, step = step % 89 + 1);
+    for (SSListNode *node = collector.m_pclList_Old->fSlGetHeadNode()->l_pstNext; node != nullptr;
+         node = node->l_pstNext)
+        moveBack(*fgListRecord<_ST_STATIC_NETWORK>(node), step = step % 89 + 1);
 }
 
-void listPass(benchmark::State &state) {
-    pass(state, listMode);
-}
-
-void textPass(benchmark::State &state) {
-    pass(state, textMode);
-}
-
-// The same with an inventory of all interfaces, each of which is marked.
-void textPassWithInventory(benchmark::State &state) {
-    if (!haveInterfaces(state))
-        return;
+bench::Work networkWork(long count, int textMode, int push, bool busy) {
     g_nInterfaceStrType = textMode;
-    g_nNetworkExtGather = 1;
-    CMM_NWT_Info collector;
-    for (int i = 0; i < state.range(0); ++i)
-        collector.m_pclNetworkExtList->fAddLinkedList(interfaceName(i).c_str());
-    collector.fMGetNetworkStat(1.0, 0);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(collector.fMGetNetworkStat(1.0, 0));
-    g_nNetworkExtGather = 0;
+    g_nLinuxBandwidthFlag = 1;
+    g_nNetworkExtGather = push == withInventory ? 1 : 0;
+    auto collector = std::make_shared<CMM_NWT_Info>();
+    for (long i = 0; push == withInventory && i < count; ++i)
+        collector->m_pclNetworkExtList->fAddLinkedList(bench::OwnInterfaces::name(i).c_str());
+    auto questions = std::make_shared<LinkQuestions>(count);
+    bench::Work work;
+    work.sample = [collector, textMode, push] {
+        g_nInterfaceStrType = textMode;
+        g_nNetworkExtGather = push == withInventory ? 1 : 0;
+        bench::keep(collector->fMGetNetworkStat(1.0, push));
+    };
+    work.floor = [questions, textMode] {
+        bench::readToEnd("/proc/net/dev", tableRoom);
+        if (textMode == 1)
+            questions->ask();
+    };
+    if (busy)
+        work.prepare = [collector] { makeBusy(*collector); };
+    work.measured = [collector]() -> long { return collector->m_nIfCnt; };
+    for (int i = 0; i < 3; ++i)
+        work.sample();
+    return work;
 }
 
-// One line of the table beside sscanf with the format that says what the line holds.
-constexpr const char *sampleLine = "  eth0: 18687536123     491234567    0    0    0     0          0         0 "
-                                   "2525912345678     301234567    0    0    0     0       0          0\n";
-
-void parseLine(benchmark::State &state) {
-    char name[INTERFACE_NAME_SIZE];
-    user_net_device_stats stats{};
-    for (auto _ : state) {
-        zel::parseInterfaceCounters(INTERFACE_LAYOUT_COMPRESSED, zel::takeInterfaceName(sampleLine, name), stats);
-        benchmark::DoNotOptimize(stats);
-    }
+bench::Family family(const std::string &name, int textMode, int push, bool busy) {
+    return {name, bench::Source::Kernel, {4, 100, 500, 4000}, [=](long size, std::string &whyNot) {
+                if (interfaces->bringTo(size))
+                    return networkWork(size, textMode, push, busy);
+                whyNot = "needs root and the program ip";
+                return bench::Work{};
+            }};
 }
-
-void scanfLine(benchmark::State &state) {
-    user_net_device_stats s{};
-    const char *text = std::strchr(sampleLine, ':') + 1;
-    for (auto _ : state) {
-        std::sscanf(text, "%llu %llu %llu %llu %llu %llu %llu %llu %llu %llu %llu %llu %llu %llu %llu %llu",
-                    &s.rx_bytes, &s.rx_packets, &s.rx_errors, &s.rx_dropped, &s.rx_fifo_errors, &s.rx_frame_errors,
-                    &s.rx_compressed, &s.rx_multicast, &s.tx_bytes, &s.tx_packets, &s.tx_errors, &s.tx_dropped,
-                    &s.tx_fifo_errors, &s.collisions, &s.tx_carrier_errors, &s.tx_compressed);
-        benchmark::DoNotOptimize(s);
-    }
-}
-
-BENCHMARK(parseLine);
-BENCHMARK(scanfLine);
 
 } // namespace
 
 int main(int argc, char **argv) {
-    ownNamespace = unshare(CLONE_NEWNET) == 0;
-    // A home without scripts: what the constructor runs finds nothing.
-    char home[] = "/tmp/net_bench.XXXXXX";
-    if (mkdtemp(home) == nullptr)
-        return 1;
-    fs::create_directories(fs::path(home) / "aproc/shell");
-    fs::create_directories(fs::path(home) / "bin");
-    fs::current_path(fs::path(home) / "bin");
-    for (const int count : {4, 100, 500}) {
-        const std::pair<const char *, void (*)(benchmark::State &)> cases[] = {
-            {"floorOfList", floorOfList},
-            {"listPass", listPass},
-            {"floorOfText", floorOfText},
-            {"textPass", textPass},
-            {"textPassWithInventory", textPassWithInventory}};
-        for (const auto &[name, function] : cases)
-            benchmark::RegisterBenchmark(name, function)->Arg(count);
-    }
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    fs::current_path("/");
-    fs::remove_all(home);
-    return 0;
+    const bench::ScratchHome home;
+    interfaces = std::make_unique<bench::OwnInterfaces>();
+    bench::add({family("network/list idle", 0, ordinary, false), family("network/list busy", 0, ordinary, true),
+                family("network/text idle", 1, ordinary, false), family("network/text busy", 1, ordinary, true),
+                family("network/text inventory", 1, withInventory, false), family("network/push", 1, pushed, false)});
+    return bench::run(argc, argv);
 }

@@ -1,0 +1,19 @@
+// Counts the system calls that a piece of work makes, by running it in a traced child of this process: a real count,
+// whatever library makes the call.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+namespace bench {
+
+/// Calls by number of one run of `work` (after a first run that is not counted). Empty when tracing is refused.
+std::map<long, long> countSystemCalls(const std::function<void()> &work);
+
+long totalOf(const std::map<long, long> &calls);
+
+/// The calls that `sample` makes beyond those of `floor` ("fstat 1, lseek 2"), with a minus where it makes fewer.
+std::string differenceOf(const std::map<long, long> &sample, const std::map<long, long> &floor);
+
+} // namespace bench
