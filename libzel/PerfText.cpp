@@ -1,5 +1,6 @@
 #include "PerfText.h"
 
+#include "DecimalText.h"
 #include "Separators.h"
 
 #include <algorithm>
@@ -18,8 +19,8 @@ using zel::ROW_SEPARATOR;
 
 namespace {
 
-constexpr std::size_t longestInteger = 20; // digits and sign of a 64-bit number
-constexpr std::size_t longestNumber = 320; // "%.2f" of the largest double
+constexpr std::size_t longestInteger = zel::LONGEST_DECIMAL + 1; // with its sign
+constexpr std::size_t longestNumber = 320;                       // "%.2f" of the largest double
 constexpr std::size_t longestField = longestNumber + COLUMN_SEPARATOR.size();
 
 constexpr double largestQuickNumber = 1e9; // its hundredths are exact to 1e-4, see formatQuickly
@@ -43,9 +44,10 @@ char *copyNeutralised(char *out, std::string_view text) {
 
 // Most values are small and lie clearly between two roundings: their hundredths are an integer that is quickly written.
 // Gives false for the others (large, or so near to half a hundredth that the product's own rounding could decide).
-bool formatQuickly(double value, char *&out, char *end) {
+bool formatQuickly(double value, char *&out) {
     if (std::bit_cast<std::uint64_t>(value) == 0) {
-        out = std::copy_n("0.00", 4, out);
+        std::memcpy(out, "0.00", 4);
+        out += 4;
         return true;
     }
     const double magnitude = std::fabs(value);
@@ -59,16 +61,15 @@ bool formatQuickly(double value, char *&out, char *end) {
     const unsigned long long rounded = rest > 0.5 ? whole + 1 : whole;
     if (std::signbit(value))
         *out++ = '-';
-    out = std::to_chars(out, end, rounded / 100).ptr;
+    out = zel::writeDecimal(out, rounded / 100);
     *out++ = '.';
-    *out++ = static_cast<char>('0' + rounded / 10 % 10);
-    *out++ = static_cast<char>('0' + rounded % 10);
+    out = zel::writeDecimalPair(out, static_cast<unsigned>(rounded % 100));
     return true;
 }
 
 // "%.2f"; returns the end of what was written.
 char *formatNumber(double value, char *out, char *end) {
-    if (formatQuickly(value, out, end))
+    if (formatQuickly(value, out))
         return out;
     return std::to_chars(out, end, value, std::chars_format::fixed, 2).ptr;
 }
@@ -172,13 +173,13 @@ void CPerfText::appendNeutralised(std::string_view text) {
 
 void CPerfText::appendSigned(long long value) {
     char digits[longestInteger];
-    const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+    const char *end = zel::writeSignedDecimal(digits, value);
     append({digits, static_cast<std::size_t>(end - digits)});
 }
 
 void CPerfText::appendUnsigned(unsigned long long value) {
     char digits[longestInteger];
-    const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+    const char *end = zel::writeDecimal(digits, value);
     append({digits, static_cast<std::size_t>(end - digits)});
 }
 
@@ -215,7 +216,7 @@ void CPerfText::field(std::string_view value) {
 
 void CPerfText::field(int value) {
     if (char *tail = tailWithRoom(longestField)) {
-        endFieldAt(std::to_chars(tail, tail + longestInteger, value).ptr);
+        endFieldAt(zel::writeSignedDecimal(tail, value));
         return;
     }
     appendSigned(value);
@@ -224,7 +225,7 @@ void CPerfText::field(int value) {
 
 void CPerfText::field(unsigned long long value) {
     if (char *tail = tailWithRoom(longestField)) {
-        endFieldAt(std::to_chars(tail, tail + longestInteger, value).ptr);
+        endFieldAt(zel::writeDecimal(tail, value));
         return;
     }
     appendUnsigned(value);
