@@ -8,7 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-int zel::readKernelFile(const char *path, char *buffer, int size) {
+int zel::readKernelText(const char *path, char *buffer, int size) {
     const ScopedDescriptor file(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
     if (!file.valid())
         return FILE_NOT_OPENED;
@@ -21,6 +21,15 @@ int zel::readKernelFile(const char *path, char *buffer, int size) {
         count = static_cast<int>(read(file.get(), buffer + length, static_cast<std::size_t>(room - length)));
         length += std::max(count, 0);
     }
-    std::memset(buffer + length, 0, static_cast<std::size_t>(size - length));
+    buffer[length] = '\0';
     return length > 0 ? length : count;
+}
+
+int zel::readKernelFile(const char *path, char *buffer, int size) {
+    const int length = readKernelText(path, buffer, size);
+    if (length != FILE_NOT_OPENED) {
+        const int textLength = std::max(length, 0);
+        std::memset(buffer + textLength, 0, static_cast<std::size_t>(size - textLength));
+    }
+    return length;
 }

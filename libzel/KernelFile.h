@@ -13,6 +13,9 @@ inline constexpr int FILE_NOT_READ = -1;
 /// A file of one record costs one read; the kernel hands out files of many records about a page at a time, so a first
 /// result of KERNEL_PAGE_RESULT bytes or more is read on to the end of the file or of the buffer.
 int readKernelFile(const char *path, char *buffer, int size);
+/// The same, but what is behind the terminator stays as it is: to zero a large buffer behind a short text costs more
+/// than to parse it.
+int readKernelText(const char *path, char *buffer, int size);
 
 /// A read that gives this much may have been cut by the kernel at the end of a record.
 inline constexpr int KERNEL_PAGE_RESULT = 2048;

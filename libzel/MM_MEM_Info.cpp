@@ -1,5 +1,6 @@
 #include "MM_MEM_Info.h"
 
+#include "KernelFile.h"
 #include "KernelText.h"
 #include "NumberScan.h"
 #include "PerfText.h"
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 namespace {
@@ -24,7 +26,7 @@ constexpr const char *lowerCaseLetters = "abcdefghijklmnopqrstuvwxyz";
 
 // A kernel file in memory.
 struct KernelFile {
-    explicit KernelFile(const char *path) : length(CSSUtil::fFile2Buff(path, text, fileSize)) {}
+    explicit KernelFile(const char *path) : length(zel::readKernelText(path, text, fileSize)) {}
 
     bool valid() const { return length > 0; }
     std::string_view view() const { return {text, static_cast<std::size_t>(length)}; }
@@ -48,6 +50,13 @@ bool takeValue(std::string_view text, std::string_view key, unsigned long long &
     return true;
 }
 
+// The number behind the token that goes on at `cursor`: "MemTotal:3742148 5" has 5.
+unsigned long long valueBehindToken(const char *cursor) {
+    while (*cursor != '\0' && !zel::isBlank(*cursor))
+        ++cursor;
+    return zel::takeUnsigned(cursor);
+}
+
 // The values of /proc/meminfo that make a memory reading, kilobytes.
 struct MemoryValues {
     unsigned long long total = 0;
@@ -58,9 +67,17 @@ struct MemoryValues {
 };
 
 bool parseMemory(std::string_view meminfo, MemoryValues &values) {
-    takeValue(meminfo, "SReclaimable:", values.slab);
-    return takeValue(meminfo, "MemTotal:", values.total) && takeValue(meminfo, "MemFree:", values.free) &&
-           takeValue(meminfo, "Buffers:", values.buffers) && takeValue(meminfo, "Cached:", values.cached);
+    zel::SoughtKey keys[] = {{"MemTotal:"}, {"MemFree:"}, {"Buffers:"}, {"Cached:"}, {"SReclaimable:"}};
+    zel::findKeys(meminfo, ':', keys);
+    unsigned long long *const results[] = {&values.total, &values.free, &values.buffers, &values.cached, &values.slab};
+    for (std::size_t i = 0; i < std::size(keys); ++i) {
+        const bool optional = results[i] == &values.slab;
+        if (keys[i].found == nullptr && !optional)
+            return false;
+        if (keys[i].found != nullptr)
+            *results[i] = valueBehindToken(keys[i].behind());
+    }
+    return true;
 }
 
 // The kernel's own estimate for memory that a program can get without swapping.

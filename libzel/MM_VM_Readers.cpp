@@ -1,5 +1,6 @@
 // The readers of the VM collector, one per kernel file.
 #include "HostRoot.h"
+#include "KernelFile.h"
 #include "KernelText.h"
 #include "MM_VM_Info.h"
 #include "NumberScan.h"
@@ -11,6 +12,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <string_view>
 #include <unistd.h>
@@ -64,7 +66,7 @@ long wrappingSum(long long left, long long right) {
 }
 
 // Sample: pgpgin 7344136
-bool counterBehind(std::string_view text, std::string_view key, long &value, std::size_t rare = 0) {
+bool counterBehind(std::string_view text, std::string_view key, long &value, std::size_t rare) {
     const char *cursor = zel::behindKey(text, key, rare);
     if (cursor == nullptr)
         return false;
@@ -106,13 +108,23 @@ long pageCount(long kilobytes) {
 }
 
 bool parseNewLayout(std::string_view vmstat, std::string_view stat, long *counters) {
+    zel::SoughtKey keys[] = {{"pgpgin "}, {"pgpgout "}, {"pswpin "}, {"pswpout "}, {"pgfault "}, {"pgmajfault "}};
+    zel::findKeys(vmstat, ' ', keys);
     long faults = 0;
     long majorFaults = 0;
-    if (!counterBehind(vmstat, "pgpgin ", counters[VM_PAGED_IN_KB]) ||
-        !counterBehind(vmstat, "pgpgout ", counters[VM_PAGED_OUT_KB]) ||
-        !counterBehind(vmstat, "pswpin ", counters[VM_SWAPPED_IN]) ||
-        !counterBehind(vmstat, "pswpout ", counters[VM_SWAPPED_OUT]) || !counterBehind(vmstat, "pgfault ", faults) ||
-        !counterBehind(vmstat, "pgmajfault ", majorFaults) || !parseSwitches(stat, counters[VM_SWITCHES]))
+    long *const values[] = {&counters[VM_PAGED_IN_KB],
+                            &counters[VM_PAGED_OUT_KB],
+                            &counters[VM_SWAPPED_IN],
+                            &counters[VM_SWAPPED_OUT],
+                            &faults,
+                            &majorFaults};
+    for (std::size_t i = 0; i < std::size(keys); ++i) {
+        const char *cursor = keys[i].behind();
+        if (cursor == nullptr)
+            return false;
+        *values[i] = zel::takeSigned(cursor);
+    }
+    if (!parseSwitches(stat, counters[VM_SWITCHES]))
         return false;
     counters[VM_FAULTS] = wrappingSum(faults, majorFaults);
     counters[VM_PAGE_INS] = pageCount(counters[VM_PAGED_IN_KB]);
@@ -122,7 +134,7 @@ bool parseNewLayout(std::string_view vmstat, std::string_view stat, long *counte
 
 int readNewLayout(std::string_view stat, long *counters) {
     char text[vmstatSize];
-    const int length = CSSUtil::fFile2Buff("/proc/vmstat", text, vmstatSize);
+    const int length = zel::readKernelText("/proc/vmstat", text, vmstatSize);
     if (length < 1)
         return 0;
     return parseNewLayout({text, static_cast<std::size_t>(length)}, stat, counters) ? 1 : 0;
@@ -202,7 +214,7 @@ int CMM_VM_Info::fMGetPageFault(long *counters) {
 
 int CMM_VM_Info::fMGetRunque(long *counters) {
     char text[loadAverageSize];
-    if (CSSUtil::fFile2Buff("/proc/loadavg", text, loadAverageSize) < 1)
+    if (zel::readKernelText("/proc/loadavg", text, loadAverageSize) < 1)
         return 0;
     int running = 0;
     if (!zel::parseRunningTasks(text, running))
