@@ -2,10 +2,13 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 
 constexpr int matches = 1;
+constexpr int noSize = -1; // before the first record
+constexpr int mixedSizes = -2;
 
 const void *recordOf(const SSListNode *node) {
     return node + 1;
@@ -13,11 +16,14 @@ const void *recordOf(const SSListNode *node) {
 
 } // namespace
 
-CSSList::CSSList() : m_pstLlHead(nullptr), m_nLlCount(0), m_tail(nullptr) {
+CSSList::CSSList()
+    : m_pstLlHead(nullptr), m_nLlCount(0), m_spare(nullptr), m_spareSize(noSize), m_recordSize(noSize),
+      m_tail(nullptr) {
     fSlInit();
 }
 
 CSSList::~CSSList() {
+    freeSpares();
     std::free(m_pstLlHead);
 }
 
@@ -26,6 +32,7 @@ int CSSList::fSlInit() {
     m_pstLlHead = static_cast<SSListNode *>(std::calloc(1, sizeof(SSListNode)));
     m_tail = m_pstLlHead;
     m_nLlCount = 0;
+    m_recordSize = noSize;
     return 0;
 }
 
@@ -41,11 +48,24 @@ SSListNode *CSSList::fSlGetHeadNode() const {
     return m_pstLlHead;
 }
 
+SSListNode *CSSList::newNode(int size) {
+    if (m_recordSize != size)
+        m_recordSize = m_recordSize == noSize ? size : mixedSizes;
+    if (m_spare != nullptr && m_spareSize == size)
+        return std::exchange(m_spare, m_spare->l_pstNext);
+    return static_cast<SSListNode *>(std::malloc(sizeof(SSListNode) + static_cast<std::size_t>(size)));
+}
+
+void CSSList::freeSpares() {
+    while (m_spare != nullptr)
+        std::free(std::exchange(m_spare, m_spare->l_pstNext));
+}
+
 SSListNode *CSSList::insertBehind(SSListNode *predecessor, const void *record, int size) {
     if (predecessor == nullptr || size < 0)
         return nullptr;
     const auto length = static_cast<std::size_t>(size);
-    auto *node = static_cast<SSListNode *>(std::malloc(sizeof(SSListNode) + length));
+    SSListNode *node = newNode(size);
     if (node == nullptr)
         return nullptr;
     if (length > 0)
@@ -140,17 +160,21 @@ SSListNode *CSSList::fSlDelete(const void *key, int size, SSListCompare cmp, int
     return nullptr;
 }
 
+// Collectors empty a list to fill it anew with records of the same size: the nodes are kept for that.
 SSListNode **CSSList::fSlDeleteAll() {
     m_nLlCount = 0;
-    m_tail = m_pstLlHead;
     if (m_pstLlHead == nullptr)
         return nullptr;
-    SSListNode *node = m_pstLlHead->l_pstNext;
-    while (node != nullptr) {
-        SSListNode *next = node->l_pstNext;
-        std::free(node);
-        node = next;
+    if (m_pstLlHead->l_pstNext != nullptr) {
+        if (m_spareSize != m_recordSize)
+            freeSpares();
+        m_tail->l_pstNext = m_spare;
+        m_spare = std::exchange(m_pstLlHead->l_pstNext, nullptr);
+        m_spareSize = m_recordSize;
+        if (m_recordSize == mixedSizes)
+            freeSpares();
     }
-    m_pstLlHead->l_pstNext = nullptr;
+    m_tail = m_pstLlHead;
+    m_recordSize = noSize;
     return &m_pstLlHead->l_pstNext;
 }

@@ -68,7 +68,8 @@ public:
     SSListNode *fSlDelete(const void *key, int size, SSListCompare cmp);
     /// Deletes every match and stores their number in `count`. Returns null.
     SSListNode *fSlDelete(const void *key, int size, SSListCompare cmp, int *count);
-    /// Frees every node and sets the count to 0. Returns the address of the head's link.
+    /// Frees every node and sets the count to 0. Returns the address of the head's link. The memory of records that
+    /// were all of one size serves later ones until the list is destroyed.
     SSListNode **fSlDeleteAll();
 
     SSListNode *m_pstLlHead; // the dummy head
@@ -78,6 +79,11 @@ private:
     SSListNode *predecessorOfMatch(const void *key, SSListCompare cmp) const;
     SSListNode *insertBehind(SSListNode *predecessor, const void *record, int size);
     bool moveOneForward(SSListCompare cmp);
+    SSListNode *newNode(int size);
+    void freeSpares();
 
-    SSListNode *m_tail; // the last node, the head of an empty list: appending is the common case
+    SSListNode *m_spare; // chain of nodes that fSlDeleteAll removed
+    int m_spareSize;     // of their records
+    int m_recordSize;    // of the records since the list was last emptied; mixedSizes when they differ
+    SSListNode *m_tail;  // the last node, the head of an empty list: appending is the common case
 };

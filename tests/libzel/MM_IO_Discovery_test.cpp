@@ -246,9 +246,10 @@ TEST_F(DiskList22, LimitLetsOneMoreThrough) {
 }
 
 TEST_F(DiskList22, FailedInsertionGivesNull) {
+    host.write("proc/stat", "cpu 1 1 1 1\n");
+    sample(disks); // without counters: the disks are known, no record is
     host.write("proc/stat", "disk_rio 1\ndisk_wio 1\ndisk_rblk 1\ndisk_wblk 1\n");
-    sample(disks);
-    systemHooks().failAllocationAfter = 1;
+    systemHooks().failAllocationAfter = 3; // old sample and result of hda, old sample of hdb; its result
     EXPECT_EQ(sample(disks), nullptr);
     EXPECT_THAT(names(disks), SizeIs(1));
 }

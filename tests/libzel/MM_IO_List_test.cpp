@@ -181,11 +181,21 @@ TEST_F(DiskList, MissingFileGivesNullAndNoRecords) {
 }
 
 TEST_F(DiskList, FailedInsertionEndsThePassWithNull) {
-    sampleText(disks, line("sda", 1, 1, 1, 1, 1) + line("sdb", 1, 1, 1, 1, 1));
-    systemHooks().failAllocationAfter = 1; // sda's record, then sdb's
+    sampleText(disks, line("sda", 1, 1, 1, 1, 1));
+    sampleText(disks, line("sdb", 1, 1, 1, 1, 1));
+    systemHooks().failAllocationAfter = 0; // sda takes the record of the pass before, sdb needs one more
 
     EXPECT_EQ(sampleText(disks, line("sda", 1, 1, 1, 1, 1) + line("sdb", 1, 1, 1, 1, 1)), nullptr);
     EXPECT_THAT(names(disks), ElementsAre("/dev/sda"));
+}
+
+TEST_F(DiskList, SteadyPassAllocatesNothing) {
+    const std::string text = line("sda", 1, 1, 1, 1, 1) + line("sdb", 1, 1, 1, 1, 1);
+    sampleText(disks, text);
+    sampleText(disks, text);
+    const long before = allocationsSoFar();
+    EXPECT_NE(sample(disks), nullptr);
+    EXPECT_EQ(allocationsSoFar(), before);
 }
 
 TEST_F(DiskList, NameOfAlmostALineIsReportedWhole) {

@@ -194,12 +194,15 @@ TEST(NetworkList, FailureBeforeTheFirstPassKeepsItTheFirst) {
 
 TEST(NetworkList, FailedInsertionEndsThePassAndLeavesTheTableOpen) {
     NetworkScene scene(0);
-    scene.show({{"eth0", 100}, {"eth1", 100}});
+    scene.show({{"eth0", 100}});
     CMM_NWT_Info collector;
     ASSERT_NE(collector.fMGetNetworkStat(1.0, -1), nullptr);
+    scene.show({{"eth1", 100}});
+    ASSERT_NE(collector.fMGetNetworkStat(1.0, -1), nullptr);
+    scene.show({{"eth0", 100}, {"eth1", 100}});
     const std::size_t before = openDescriptors();
 
-    systemHooks().failAllocationAfter = 2; // record of the walk, result of eth0, result of eth1
+    systemHooks().failAllocationAfter = 1; // record of the walk; eth0 takes a node that is there, eth1 needs one more
     EXPECT_EQ(collector.fMGetNetworkStat(1.0, -1), nullptr);
     systemHooks().failAllocationAfter = -1;
 
