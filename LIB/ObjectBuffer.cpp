@@ -3,16 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 
 namespace {
-
-char *copyOf(const char *text) {
-    const std::size_t size = std::strlen(text) + 1;
-    char *copy = static_cast<char *>(std::calloc(size, 1));
-    if (copy != nullptr)
-        std::memcpy(copy, text, size);
-    return copy;
-}
 
 void *dataOf(const ST_OBJECTLIST_LNKLST_ *node) {
     return node == nullptr ? nullptr : node->m_pvdData;
@@ -26,8 +19,34 @@ CObjectBuffer::CObjectBuffer()
 
 CObjectBuffer::~CObjectBuffer() {
     fFreeObjects();
+    freeSpareKeys();
     delete m_pcllData;
     delete m_pcllKeyTable;
+}
+
+// A buffer that is emptied and filled again mostly gets the same keys in the same order.
+char *CObjectBuffer::copyOf(const char *key) {
+    const std::size_t size = std::strlen(key) + 1;
+    char *copy = nullptr;
+    if (!m_spareKeys.empty()) {
+        copy = m_spareKeys.back();
+        m_spareKeys.pop_back();
+        if (malloc_usable_size(copy) < size) {
+            std::free(copy);
+            copy = nullptr;
+        }
+    }
+    if (copy == nullptr)
+        copy = static_cast<char *>(std::malloc(size));
+    if (copy != nullptr)
+        std::memcpy(copy, key, size);
+    return copy;
+}
+
+void CObjectBuffer::freeSpareKeys() {
+    for (char *key : m_spareKeys)
+        std::free(key);
+    m_spareKeys.clear();
 }
 
 int CObjectBuffer::fObjectPut(const char *key, void *object) {
@@ -113,8 +132,11 @@ int CObjectBuffer::fObjectRemove(const char *key) {
 }
 
 int CObjectBuffer::fFreeObjects() {
-    for (const auto *node = m_pcllKeyTable->fGetHeadNode(); node != nullptr; node = node->m_pstNext)
-        std::free(node->m_pvdData);
+    freeSpareKeys();
+    for (const auto *node = m_pcllKeyTable->fGetEndNode(); node != nullptr; node = node->m_pstPrev) {
+        if (node->m_pvdData != nullptr)
+            m_spareKeys.push_back(static_cast<char *>(node->m_pvdData));
+    }
     m_pcllKeyTable->fFreeAll();
     m_pcllData->fFreeAll();
     m_lowestFree = 1;

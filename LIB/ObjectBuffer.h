@@ -6,6 +6,8 @@
 
 #include "ObjectList.h"
 
+#include <vector>
+
 class CObjectBuffer {
 public:
     CObjectBuffer();
@@ -38,7 +40,7 @@ public:
     /// Removes the first entry with `key`: 1, or 0 when there is none. The object is not freed.
     int fObjectRemove(const char *key);
 
-    /// Removes every entry and returns 1. The objects are not freed.
+    /// Removes every entry and returns 1. The objects are not freed. The memory of the entries serves later ones.
     int fFreeObjects();
 
     CObjectList *m_pcllData;     // index -> object; owned
@@ -46,6 +48,9 @@ public:
 
 private:
     ST_OBJECTLIST_LNKLST_ *entryOfKey(const char *key);
+    char *copyOf(const char *key);
+    void freeSpareKeys();
 
-    int m_lowestFree; // no index below it is free
+    int m_lowestFree;                // no index below it is free
+    std::vector<char *> m_spareKeys; // of entries that fFreeObjects removed, the one to be used next at the end
 };

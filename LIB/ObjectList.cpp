@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -29,6 +30,8 @@ CObjectList::CObjectList(int orderType, long maximum, int duplicates)
 
 CObjectList::~CObjectList() {
     fFreeAll();
+    while (m_spare != nullptr)
+        std::free(std::exchange(m_spare, m_spare->m_pstNext));
 }
 
 int CObjectList::fSearchInsertPosition(const Node *node, Node **position) const {
@@ -67,7 +70,7 @@ int CObjectList::fAddNode(const Node *node) {
     if (fSearchInsertPosition(node, &position) == 0)
         return 0;
 
-    Node *added = static_cast<Node *>(std::calloc(1, sizeof(Node)));
+    Node *added = newNode();
     if (added == nullptr) {
         m_nErrorCode = errno;
         std::snprintf(m_strErrorMsg, sizeof(m_strErrorMsg), "[%d] %s", m_nErrorCode, std::strerror(m_nErrorCode));
@@ -78,6 +81,12 @@ int CObjectList::fAddNode(const Node *node) {
     linkBefore(added, position);
     fNodeCntInc();
     return 1;
+}
+
+Node *CObjectList::newNode() {
+    if (m_spare == nullptr)
+        return static_cast<Node *>(std::malloc(sizeof(Node)));
+    return std::exchange(m_spare, m_spare->m_pstNext);
 }
 
 // A null position is the end. The first node of a list takes the cursor.
@@ -154,11 +163,11 @@ Node *CObjectList::fMovePrev() {
     return node;
 }
 
+// A list is often emptied to be filled again: its nodes are kept for that.
 void CObjectList::fFreeAll() {
-    for (Node *node = m_pstHead; node != nullptr;) {
-        Node *next = node->m_pstNext;
-        std::free(node);
-        node = next;
+    if (m_pstHead != nullptr) {
+        m_pstEnd->m_pstNext = m_spare;
+        m_spare = m_pstHead;
     }
     m_pstHead = m_pstEnd = m_pstCurPosition = m_lastFound = nullptr;
     m_lNodeCnt = 0;

@@ -60,7 +60,7 @@ public:
     ST_OBJECTLIST_LNKLST_ *fMoveNext();
     ST_OBJECTLIST_LNKLST_ *fMovePrev();
 
-    /// Removes every node; the data stays.
+    /// Removes every node; the data stays. Their memory serves later nodes until the list is destroyed.
     void fFreeAll();
 
     long fGetNodeCnt() const { return m_lNodeCnt; }
@@ -87,6 +87,8 @@ public:
 private:
     void linkBefore(ST_OBJECTLIST_LNKLST_ *node, ST_OBJECTLIST_LNKLST_ *position);
     void unlinkAndFree(ST_OBJECTLIST_LNKLST_ *node);
+    ST_OBJECTLIST_LNKLST_ *newNode();
 
     ST_OBJECTLIST_LNKLST_ *m_lastFound = nullptr; // by findUnique; a node of the list or null
+    ST_OBJECTLIST_LNKLST_ *m_spare = nullptr;     // chain of nodes that fFreeAll removed
 };

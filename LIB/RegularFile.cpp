@@ -44,10 +44,13 @@ ScopedFile openRegularFile(const char *path) {
     return asStream(openRegular(path, O_RDONLY), "r");
 }
 
+ScopedDescriptor openToWrite(const char *path) {
+    return openOfKind(path, O_WRONLY | O_CREAT | O_TRUNC, newFileMode,
+                      [](mode_t kind) { return S_ISREG(kind) || S_ISCHR(kind); });
+}
+
 ScopedFile openFileToWrite(const char *path) {
-    return asStream(openOfKind(path, O_WRONLY | O_CREAT | O_TRUNC, newFileMode,
-                               [](mode_t kind) { return S_ISREG(kind) || S_ISCHR(kind); }),
-                    "w");
+    return asStream(openToWrite(path), "w");
 }
 
 bool clearForResult(const char *path) {

@@ -15,6 +15,8 @@ ScopedFile openRegularFile(const char *path);
 /// The same for writing: made when it does not exist, emptied when it does. A character device is taken too: whoever
 /// does not want a file links it to /dev/null.
 ScopedFile openFileToWrite(const char *path);
+/// The descriptor of such a file; invalid where the other gives null.
+ScopedDescriptor openToWrite(const char *path);
 
 /// The descriptor of a regular file. `flags` and `mode` as for open.
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode = 0);

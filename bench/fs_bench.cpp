@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::size_t tableRoom = 65536;
+constexpr std::size_t firstTableRoom = 16384;
 constexpr const char *nfsList = "../aproc/shell/NFSList.dat";
 
 std::unique_ptr<bench::OwnMounts> mounts;
@@ -33,7 +33,8 @@ void excludePseudoFilesystems() {
 // The mount points of which a pass asks the size.
 std::vector<std::string> measuredMountPoints() {
     std::vector<std::string> names;
-    zel::MountTable table;
+    zel::WholeFile file;
+    zel::MountTable table(file);
     for (zel::MountEntry entry{}; table.isOpen() && table.next(entry);) {
         if (zel::typeReported(entry.type))
             names.emplace_back(entry.mountPoint);
@@ -60,11 +61,12 @@ bool haveFilesystems(long count, std::string &whyNot) {
 template<class Pass> bench::Work filesystemWork(Pass pass) {
     auto collector = std::make_shared<CMM_FS_Info>();
     auto names = std::make_shared<std::vector<std::string>>(measuredMountPoints());
+    auto room = std::make_shared<std::size_t>(firstTableRoom);
     bench::Work work;
     work.sample = [collector, pass] { pass(*collector); };
-    work.floor = [names] {
+    work.floor = [names, room] {
         const zel::ScopedDescriptor list(open(nfsList, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-        bench::readToEnd("/etc/mtab", tableRoom);
+        bench::readWhole("/etc/mtab", *room);
         for (const std::string &name : *names) {
             struct statfs64 status;
             statfs64(name.c_str(), &status);

@@ -39,21 +39,40 @@ CMM_FS_Info::~CMM_FS_Info() {
 // --- Record pass ---------------------------------------------------------------------------------------------------
 
 CObjectBuffer *CMM_FS_Info::fMGetFileSys() {
-    fFreeFSObject();
+    recycleRecords();
     const bool walked =
         walkMountTable(FilesystemPass::Records, [this](const _ST_FS &filesystem) { keepRecord(filesystem); });
     m_nCurIndex = 1;
     return walked && m_nNFs > 0 ? m_pclObjectBuffer : nullptr;
 }
 
+// The records of the pass before serve this one, in the same order: on a host whose mounts stay nothing is allocated.
+void CMM_FS_Info::recycleRecords() {
+    m_spareRecords.clear();
+    for (const auto *node = m_pclObjectBuffer->m_pcllData->fGetEndNode(); node != nullptr; node = node->m_pstPrev)
+        m_spareRecords.emplace_back(static_cast<_ST_FS *>(node->m_pvdData));
+    m_pclObjectBuffer->fFreeObjects();
+    m_nCurIndex = 0;
+    m_nNFs = 0;
+}
+
+std::unique_ptr<_ST_FS> CMM_FS_Info::newRecord() {
+    if (m_spareRecords.empty())
+        return std::unique_ptr<_ST_FS>(new (std::nothrow) _ST_FS{});
+    std::unique_ptr<_ST_FS> record = std::move(m_spareRecords.back());
+    m_spareRecords.pop_back();
+    return record;
+}
+
 void CMM_FS_Info::keepRecord(const _ST_FS &filesystem) {
-    auto *record = new (std::nothrow) _ST_FS(filesystem);
+    std::unique_ptr<_ST_FS> record = newRecord();
     if (record == nullptr)
         return;
-    if (m_pclObjectBuffer->fObjectPut(record->l_strFSname, record) == 0)
-        delete record;
-    else
-        ++m_nNFs;
+    zel::copyFilesystem(filesystem, *record);
+    if (m_pclObjectBuffer->fObjectPut(record->l_strFSname, record.get()) == 0)
+        return;
+    static_cast<void>(record.release()); // the buffer's, until it is freed or recycled
+    ++m_nNFs;
 }
 
 _ST_FS *CMM_FS_Info::fMGetFileSysNext() {
@@ -67,6 +86,7 @@ void CMM_FS_Info::fFreeFSObject() {
     for (const auto *node = m_pclObjectBuffer->m_pcllData->fGetHeadNode(); node != nullptr; node = node->m_pstNext)
         delete static_cast<_ST_FS *>(node->m_pvdData);
     m_pclObjectBuffer->fFreeObjects();
+    m_spareRecords.clear();
     m_nCurIndex = 0;
     m_nNFs = 0;
 }
@@ -80,11 +100,11 @@ int CMM_FS_Info::fGetFileSystem() {
     zel::writeFilesystemHeader(text);
 
     int rows = 0;
-    const auto take = [this, &text, &rows](const _ST_FS &filesystem) {
+    const auto addRow = [this, &text, &rows](const _ST_FS &filesystem) {
         zel::writeFilesystemRow(text, ++rows, filesystem);
         addToTotals(filesystem);
     };
-    const bool walked = walkMountTable(FilesystemPass::Text, std::cref(take));
+    const bool walked = walkMountTable(FilesystemPass::Text, std::cref(addRow)); // by reference: nothing is allocated
     m_nNFs = rows;
     m_nCurIndex = 1;
     if (!walked || rows == 0)
@@ -126,7 +146,7 @@ bool CMM_FS_Info::takeMounts(FilesystemPass pass, const Taker &take) {
     zel::NfsWalk nfs;
     if (!nfs.listOpen())
         FS_LOG_ERROR("fopen failed(%s)", zel::NFS_LIST_FILE);
-    zel::MountTable table;
+    zel::MountTable table(m_mountFile);
     if (!table.isOpen()) {
         FS_LOG_ERROR("setmntent failed(%d)", table.openError());
         return false;

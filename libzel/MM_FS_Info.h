@@ -30,9 +30,12 @@
 #include "MM_INIT_Info.h"
 #include "ObjectBuffer.h"
 #include "PerfText.h"
+#include "WholeFile.h"
 
 #include <cstddef>
 #include <functional>
+#include <memory>
+#include <vector>
 
 inline constexpr std::size_t FS_NAME_SIZE = 1025;
 inline constexpr int FS_REMOTE_SECONDS = 5;
@@ -118,7 +121,12 @@ private:
     bool remoteMayBeTouched(const zel::MountEntry &entry, zel::NfsWalk &nfs);
     bool measureEntry(const zel::MountEntry &entry, const zel::NfsWalk &nfs, _ST_FS &filesystem);
     void addDatastores(zel::FilesystemPass pass, const Taker &take);
+    void recycleRecords();
+    std::unique_ptr<_ST_FS> newRecord();
     void keepRecord(const _ST_FS &filesystem);
     void clearTotals();
     void addToTotals(const _ST_FS &filesystem);
+
+    zel::WholeFile m_mountFile;
+    std::vector<std::unique_ptr<_ST_FS>> m_spareRecords; // of the pass before, for the pass under way
 };

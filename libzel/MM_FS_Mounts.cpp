@@ -7,14 +7,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 #include <unistd.h>
 
 namespace {
 
-// A page of source and a page of mount point, every byte escaped by four, fit with room for the options behind them.
-constexpr std::size_t lineSize = 64UL * 1024;
-constexpr std::size_t readSize = 64UL * 1024;
+constexpr const char *fieldBlanks = " \t";
 
 using FilesystemList = char[FILESYSTEM_LIST_ENTRIES][FILESYSTEM_LIST_TEXT];
 
@@ -30,8 +29,9 @@ std::string_view entryText(const FilesystemList &list, int index) {
 }
 
 bool isListed(std::string_view text, const FilesystemList &list, int count) {
+    const char first = text.empty() ? '\0' : text.front();
     for (int i = 0; i < std::min(count, FILESYSTEM_LIST_ENTRIES); ++i) {
-        if (text == entryText(list, i))
+        if (list[i][0] == first && text == entryText(list, i))
             return true;
     }
     return false;
@@ -39,13 +39,70 @@ bool isListed(std::string_view text, const FilesystemList &list, int count) {
 
 // A host's /etc/mtab is mostly a link to /proc/self/mounts. Below a host root such a link would lead to the table of
 // the sampling process, so the table of the host's first process is read in its place.
-std::FILE *openMountTable() {
+bool readMountTable(zel::WholeFile &file) {
     char target[1];
-    if (g_strHostRoot[0] != '\0' && readlink(fgHostPath("/etc/mtab"), target, sizeof(target)) >= 0) {
-        if (std::FILE *file = setmntent(fgHostPath("/proc/1/mounts"), "r"))
-            return file;
+    if (g_strHostRoot[0] != '\0' && readlink(fgHostPath("/etc/mtab"), target, sizeof(target)) >= 0 &&
+        file.read("/proc/1/mounts"))
+        return true;
+    return file.read("/etc/mtab");
+}
+
+// What a backslash and the characters behind it stand for, and how many they are; none when they stand for themselves.
+struct Escape {
+    std::string_view text;
+    char meaning;
+};
+
+constexpr Escape escapes[] = {{"\\040", ' '}, {"\\011", '\t'}, {"\\012", '\n'}, {"\\\\", '\\'}, {"\\134", '\\'}};
+
+// Resolves the escapes of a name in place.
+void resolveEscapes(char *name) {
+    char *out = std::strchr(name, '\\');
+    if (out == nullptr)
+        return;
+    for (const char *in = out; *in != '\0';) {
+        const auto *escape = std::find_if(std::begin(escapes), std::end(escapes), [in](const Escape &known) {
+            return std::strncmp(in, known.text.data(), known.text.size()) == 0;
+        });
+        if (escape == std::end(escapes)) {
+            *out++ = *in++;
+            continue;
+        }
+        *out++ = escape->meaning;
+        in += escape->text.size();
     }
-    return setmntent(fgHostPath("/etc/mtab"), "r");
+    *out = '\0';
+}
+
+// Terminates the field at `cursor` and moves the cursor to the next one; empty when the line has no more.
+char *takeField(char *&cursor) {
+    char *field = cursor;
+    cursor += std::strcspn(cursor, fieldBlanks);
+    if (*cursor != '\0') {
+        *cursor++ = '\0';
+        cursor += std::strspn(cursor, fieldBlanks);
+    }
+    return field;
+}
+
+char *takeName(char *&cursor) {
+    char *name = takeField(cursor);
+    resolveEscapes(name);
+    return name;
+}
+
+// An autofs entry that its daemon wants to be left out of lists: "ignore" among its options, alone or with a value.
+bool isIgnored(std::string_view type, std::string_view options) {
+    constexpr std::string_view wanted = "ignore";
+    if (type != "autofs")
+        return false;
+    while (!options.empty()) {
+        const std::string_view option = options.substr(0, options.find(','));
+        if (option.starts_with(wanted) && (option.size() == wanted.size() || option[wanted.size()] == '='))
+            return true;
+        options.remove_prefix(std::min(option.size() + 1, options.size()));
+    }
+    return false;
 }
 
 void cutCopy(char (&destination)[FS_NAME_SIZE], const char *source) {
@@ -58,20 +115,23 @@ void cutCopy(char (&destination)[FS_NAME_SIZE], const char *source) {
 
 namespace zel {
 
-MountTable::MountTable() : m_memory(new char[readSize + lineSize]), m_file(openMountTable()) {
-    if (m_file == nullptr)
-        m_openError = errno;
-    else
-        std::setvbuf(m_file.get(), m_memory.get(), _IOFBF, readSize);
-}
+MountTable::MountTable(WholeFile &file)
+    : m_openError(readMountTable(file) ? 0 : errno), m_lines(file.lines(WHOLE_FILE_LIMIT)) {}
 
 // Sample: /dev/sda1 /mnt/with\040blank ext4 rw,relatime 0 0
 bool MountTable::next(MountEntry &entry) {
-    mntent fields{};
-    if (getmntent_r(m_file.get(), &fields, m_memory.get() + readSize, static_cast<int>(lineSize)) == nullptr)
-        return false;
-    entry = {fields.mnt_dir, fields.mnt_fsname, fields.mnt_type};
-    return true;
+    while (char *line = m_lines.next()) {
+        line[std::strcspn(line, "\n")] = '\0';
+        char *cursor = line + std::strspn(line, fieldBlanks);
+        if (*cursor == '\0' || *cursor == '#')
+            continue;
+        entry.device = takeName(cursor);
+        entry.mountPoint = takeName(cursor);
+        entry.type = takeName(cursor);
+        if (!isIgnored(entry.type, takeName(cursor)))
+            return true;
+    }
+    return false;
 }
 
 bool typeReported(const char *type) {
@@ -87,9 +147,10 @@ bool mountPointReported(const char *mountPoint) {
 }
 
 bool namesReported(const MountEntry &entry) {
-    return !contains(entry.mountPoint, "cdrom") && !contains(entry.mountPoint, "cdrecorder") &&
-           !contains(entry.device, "cdrom") && !contains(entry.device, "cdrecorder") &&
-           !contains(entry.device, "sunrpc");
+    const auto ofCdDrive = [](const char *name) {
+        return contains(name, "cdr") && (contains(name, "cdrom") || contains(name, "cdrecorder"));
+    };
+    return !ofCdDrive(entry.mountPoint) && !ofCdDrive(entry.device) && !contains(entry.device, "sunrpc");
 }
 
 bool typeOutsideTotals(const char *type) {
@@ -105,6 +166,23 @@ void copyNames(const MountEntry &entry, _ST_FS &filesystem) {
     cutCopy(filesystem.l_strFSname, entry.mountPoint);
     cutCopy(filesystem.l_strDEVname, entry.device);
     cutCopy(filesystem.l_strFSType, entry.type);
+}
+
+void copyFilesystem(const _ST_FS &from, _ST_FS &to) {
+    cutCopy(to.l_strFSname, from.l_strFSname);
+    cutCopy(to.l_strDEVname, from.l_strDEVname);
+    cutCopy(to.l_strFSType, from.l_strFSType);
+    to.l_ulTotDskSize = from.l_ulTotDskSize;
+    to.l_ulUsdDskSize = from.l_ulUsdDskSize;
+    to.l_ulFreDskSize = from.l_ulFreDskSize;
+    to.l_ulAvaDskSize = from.l_ulAvaDskSize;
+    to.l_ulTotIndSize = from.l_ulTotIndSize;
+    to.l_ulUsdIndSize = from.l_ulUsdIndSize;
+    to.l_ulFreIndSize = from.l_ulFreIndSize;
+    to.l_ulAvaIndSize = from.l_ulAvaIndSize;
+    to.l_dDskUsage = from.l_dDskUsage;
+    to.l_dIndUsage = from.l_dIndUsage;
+    to.l_nIsUpNow = from.l_nIsUpNow;
 }
 
 } // namespace zel

@@ -2,9 +2,7 @@
 // collector.
 #pragma once
 
-#include <cstdio>
-#include <memory>
-#include <mntent.h>
+#include "WholeFile.h"
 
 struct _ST_FS;
 
@@ -20,25 +18,23 @@ struct MountEntry {
     const char *type;
 };
 
-/// The table, read line by line. Names come whole, however long the kernel made them.
+/// The table, with the results of getmntent: blanks separate the fields, of which a missing one is empty; blanks, tabs,
+/// line feeds and backslashes in a name come escaped; lines that are empty or begin with "#" are passed over, and so
+/// are entries of autofs with the option "ignore". Names come whole, however long the kernel made them.
 class MountTable {
 public:
-    MountTable();
+    /// Reads the table into `file`, which outlives it.
+    explicit MountTable(WholeFile &file);
 
-    bool isOpen() const { return m_file != nullptr; }
+    bool isOpen() const { return m_openError == 0; }
     /// The error number of an open that failed.
     int openError() const { return m_openError; }
-    /// Reads the next entry; false at the end.
+    /// Takes the next entry; false at the end.
     bool next(MountEntry &entry);
 
 private:
-    struct Closer {
-        void operator()(std::FILE *file) const { endmntent(file); }
-    };
-
-    std::unique_ptr<char[]> m_memory; // the read buffer and the line; outlives the file that reads into it
-    std::unique_ptr<std::FILE, Closer> m_file;
-    int m_openError = 0;
+    int m_openError;
+    LineWalk m_lines;
 };
 
 /// By g_strExcludeFilesystem; when its count is 0 by a rule of its own: no "proc", "usbdevfs" or "devpts" in the type.
@@ -56,5 +52,7 @@ int slashCount(const char *path);
 
 /// Copies the names of `entry`, cut to their fields.
 void copyNames(const MountEntry &entry, _ST_FS &filesystem);
+/// Copies a record without what stands behind its names.
+void copyFilesystem(const _ST_FS &from, _ST_FS &to);
 
 } // namespace zel

@@ -6,6 +6,7 @@
 #include "Settings.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string_view>
 
@@ -27,6 +28,18 @@ std::string onOneLine(std::string text) {
     return text;
 }
 
+bool writeWhole(int file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(file, text.data(), text.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
 bool isBelow(std::string_view path, std::string_view directory) {
     if (directory == "/")
         return true;
@@ -41,17 +54,17 @@ bool isNfs(const char *type) {
     return std::strstr(type, "nfs") != nullptr;
 }
 
-NfsWalk::NfsWalk() : m_list(openFileToWrite(NFS_LIST_FILE)) {}
+NfsWalk::NfsWalk() : m_list(openToWrite(NFS_LIST_FILE)) {}
 
 void NfsWalk::meet(const MountEntry &entry) {
     m_mountPoints.emplace_back(entry.mountPoint);
 }
 
 bool NfsWalk::list(const MountEntry &entry) {
-    if (m_list == nullptr)
+    if (!m_list.valid())
         return true;
     const std::string line = onOneLine(std::string(entry.mountPoint) + "|" + entry.device) + "\n";
-    return std::fputs(line.c_str(), m_list.get()) >= 0 && std::fflush(m_list.get()) == 0;
+    return writeWhole(m_list.get(), line);
 }
 
 bool NfsWalk::serverAnswers(const char *source) {

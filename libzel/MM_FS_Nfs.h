@@ -22,7 +22,7 @@ public:
     /// Empties the list file.
     NfsWalk();
 
-    bool listOpen() const { return m_list != nullptr; }
+    bool listOpen() const { return m_list.valid(); }
     /// Remembers an NFS mount, reported or not: what is mounted below it may hang.
     void meet(const MountEntry &entry);
     /// Appends an NFS mount to the list file, when that is open: false when it cannot be written.
@@ -35,7 +35,7 @@ public:
     bool mayHang(const char *mountPoint) const;
 
 private:
-    ScopedFile m_list;
+    ScopedDescriptor m_list;
     std::map<std::string, bool, std::less<>> m_answers; // by host
     std::vector<std::string> m_mountPoints;             // of NFS
 };

@@ -38,11 +38,11 @@ void LineWalk::restore() {
     m_hasLine = false;
 }
 
-const char *LineWalk::next() {
+char *LineWalk::next() {
     restore();
     if (m_next == m_end)
         return nullptr;
-    const char *line = m_next;
+    char *line = m_next;
     const std::size_t room = std::min(m_limit, static_cast<std::size_t>(m_end - m_next));
     char *lineFeed = static_cast<char *>(std::memchr(m_next, '\n', room));
     m_next = lineFeed == nullptr ? m_next + room : lineFeed + 1;

@@ -22,8 +22,8 @@ public:
     LineWalk(const LineWalk &) = delete;
     LineWalk &operator=(const LineWalk &) = delete;
 
-    /// The next line with its line feed, terminated; null behind the last one.
-    const char *next();
+    /// The next line with its line feed, terminated; null behind the last one. It may be written to.
+    char *next();
 
 private:
     void restore();
