@@ -1,5 +1,6 @@
 #include "MM_HBA_Info.h"
 
+#include "DirectoryWalk.h"
 #include "ElapsedTime.h"
 #include "FixedText.h"
 #include "HostRoot.h"
@@ -144,16 +145,16 @@ void gather(CMM_HBA_Info &collector) {
     collector.m_stringHBAZel = row.view();
     if (row.incomplete())
         return;
-    const zel::ScopedDirectory directory(opendir(fgHostPath(fcHostDirectory)));
-    if (directory == nullptr)
+    zel::DirectoryWalk directory(fgHostPath(fcHostDirectory));
+    if (!directory.isOpen())
         return;
-    while (const dirent *entry = readdir(directory.get())) {
-        if (!isPort(entry->d_name))
+    while (const char *name = directory.next()) {
+        if (!isPort(name))
             continue;
         _ST_HBA_OLD_LIST reading{};
-        if (!readPort(collector, entry->d_name, reading))
+        if (!readPort(collector, name, reading))
             break;
-        takeReading(collector, row, ELFHash(entry->d_name), reading);
+        takeReading(collector, row, ELFHash(name), reading);
     }
     collector.m_nInsertFirst = 1;
     collector.m_const_pstrHBAZelInfo = collector.m_stringHBAZel.c_str();

@@ -1,6 +1,7 @@
 // The scan of all processes: one pass over /proc (or over a script's list), one row or list entry per process.
 #include "MM_PROC_Info.h"
 
+#include "DirectoryWalk.h"
 #include "HostRoot.h"
 #include "LogGate.h"
 #include "MM_PROC_Scan.h"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <new>
@@ -62,16 +64,16 @@ bool pauseIsDue(const zel::ProcessScan &scan, int entries) {
     return !scan.push() && g_nProcSleepCnt >= shortestSlice && entries % g_nProcSleepCnt == 0;
 }
 
-void takeListedProcesses(zel::ProcessScan &scan, DIR *directory) {
+void takeListedProcesses(zel::ProcessScan &scan, zel::DirectoryWalk &directory) {
     double curTime = scan.collector.fMGetCurTime();
     int entries = 0;
-    while (const dirent *entry = readdir(directory)) {
+    while (const char *name = directory.next()) {
         if (pauseIsDue(scan, ++entries)) {
             fgUSleep(slicePause);
             curTime = scan.collector.fMGetCurTime();
         }
-        if (zel::isProcessName(entry->d_name))
-            zel::takeProcess(scan, zel::processNumber(entry->d_name), curTime);
+        if (zel::isProcessName(name))
+            zel::takeProcess(scan, zel::processNumber(name), curTime);
     }
 }
 
@@ -112,17 +114,17 @@ const char *scanProcesses(CMM_PROC_Info &collector, int mode) {
     const double elapsed = collector.fMGetTimeDiff();
     const unsigned long totalMemory = collector.fMGetSysTotMem();
     zel::startClocks(collector);
-    const auto scratch = zel::newProcessScratch();
+    zel::ProcessScratch *scratch = zel::clearedScratch(collector);
     if (scratch == nullptr)
         return nullptr;
-    const zel::ScopedDirectory directory(opendir(fgHostPath("/proc")));
-    if (directory == nullptr)
+    zel::DirectoryWalk directory(fgHostPath("/proc"));
+    if (!directory.isOpen())
         return nullptr;
     ZEL_LOG(zel::normalLogOpen(), zel::LOG_LEVEL_NORMAL, "MM_PROC_Info", collector.m_strLogMsg,
             "MinorNum[%d]GtrProcType[%d]GtrJavaProc[%d]", collector.fMLinux_Minor(), g_nGetProcessType,
             g_nGetProcessJAVA);
 
-    zel::ProcessScan scan(collector, *scratch, dirfd(directory.get()));
+    zel::ProcessScan scan(collector, *scratch, directory.descriptor());
     scan.reader.mode = mode;
     scan.reader.totalMemory = totalMemory;
     scan.scripted = zel::processListIsScripted(collector);
@@ -139,7 +141,7 @@ const char *scanProcesses(CMM_PROC_Info &collector, int mode) {
     if (scan.scripted)
         zel::takeScriptedProcesses(scan, elapsed);
     else
-        takeListedProcesses(scan, directory.get());
+        takeListedProcesses(scan, directory);
     zel::appendVMwareRows(scan);
 
     if (scan.push()) {
@@ -153,9 +155,16 @@ const char *scanProcesses(CMM_PROC_Info &collector, int mode) {
 
 } // namespace
 
-std::unique_ptr<zel::ProcessScratch, zel::FreeDeleter> zel::newProcessScratch() {
-    return std::unique_ptr<ProcessScratch, FreeDeleter>(
-        static_cast<ProcessScratch *>(std::calloc(1, sizeof(ProcessScratch))));
+void zel::ScratchFree::operator()(ProcessScratch *scratch) const {
+    std::free(scratch);
+}
+
+zel::ProcessScratch *zel::clearedScratch(CMM_PROC_Info &collector) {
+    if (collector.m_scratch == nullptr)
+        collector.m_scratch.reset(static_cast<ProcessScratch *>(std::calloc(1, sizeof(ProcessScratch))));
+    else
+        std::memset(collector.m_scratch.get(), 0, sizeof(ProcessScratch));
+    return collector.m_scratch.get();
 }
 
 // Sample: 350735.47 234388.90

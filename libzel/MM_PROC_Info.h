@@ -22,6 +22,7 @@
 
 #include <ctime>
 #include <map>
+#include <memory>
 #include <string>
 #include <sys/time.h>
 #include <sys/types.h>
@@ -127,6 +128,14 @@ struct ST_PROCALL_LIST {
     double l_dIOByteCom;
     float l_f100CPU; // percent of the machine, at most 100
 };
+
+namespace zel {
+struct ProcessScratch;
+
+struct ScratchFree {
+    void operator()(ProcessScratch *scratch) const;
+};
+} // namespace zel
 
 class CMM_PROC_Info : public CMM_INIT_Info {
 public:
@@ -241,4 +250,5 @@ public:
     ST_PROCALL_LIST **m_stAllProcList; // null outside a push scan
     std::map<int, ST_PROCALL_LIST *> m_ProcTopMap;
     char m_strLogMsg[1024];
+    std::unique_ptr<zel::ProcessScratch, zel::ScratchFree> m_scratch; // of a scan under way, kept for the next one
 };

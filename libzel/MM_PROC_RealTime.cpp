@@ -1,4 +1,5 @@
 // The real-time list: who runs what since when, without figures and without touching the previous samples.
+#include "DirectoryWalk.h"
 #include "HostRoot.h"
 #include "MM_PROC_Scan.h"
 
@@ -46,19 +47,19 @@ void takeRealProcess(zel::ProcessScan &scan, int pid) {
 
 const char *listRealProcesses(CMM_PROC_Info &collector) {
     zel::startClocks(collector);
-    const auto scratch = zel::newProcessScratch();
+    zel::ProcessScratch *scratch = zel::clearedScratch(collector);
     if (scratch == nullptr)
         return nullptr;
-    const zel::ScopedDirectory directory(opendir(fgHostPath("/proc")));
-    if (directory == nullptr)
+    zel::DirectoryWalk directory(fgHostPath("/proc"));
+    if (!directory.isOpen())
         return nullptr;
 
-    zel::ProcessScan scan(collector, *scratch, dirfd(directory.get()));
+    zel::ProcessScan scan(collector, *scratch, directory.descriptor());
     collector.g_stringPollProcess.clear();
     writeRealTimeHeader(scan);
-    while (const dirent *entry = readdir(directory.get())) {
-        if (zel::isProcessName(entry->d_name))
-            takeRealProcess(scan, zel::processNumber(entry->d_name));
+    while (const char *name = directory.next()) {
+        if (zel::isProcessName(name))
+            takeRealProcess(scan, zel::processNumber(name));
     }
     return zel::finishScan(scan, true);
 }

@@ -77,8 +77,8 @@ struct ProcessScan {
 
 // MM_PROC_Info.cpp ----------------------------------------------------------------------------------------------------
 
-/// Scratch records, all zero; null without memory.
-std::unique_ptr<ProcessScratch, FreeDeleter> newProcessScratch();
+/// The collector's scratch records, all zero; null without memory.
+ProcessScratch *clearedScratch(CMM_PROC_Info &collector);
 /// Takes the time of the scan and the uptime.
 void startClocks(CMM_PROC_Info &collector);
 /// Empties what a reader may leave unset, so that nothing of the previous process shows through.
