@@ -7,6 +7,14 @@
 
 namespace zel {
 
+int LinkQuery::descriptor() {
+    if (m_lent >= 0)
+        return m_lent;
+    if (!m_socket)
+        m_socket.emplace(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    return m_socket->get();
+}
+
 int LinkQuery::alive(const char *name) {
     ifreq request{};
     const std::size_t length = std::strlen(name);
@@ -14,9 +22,8 @@ int LinkQuery::alive(const char *name) {
         return 1;
     std::memcpy(request.ifr_name, name, length);
 
-    if (!m_socket)
-        m_socket.emplace(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (!m_socket->valid() || ioctl(m_socket->get(), SIOCGIFFLAGS, &request) < 0)
+    const int asked = descriptor();
+    if (asked < 0 || ioctl(asked, SIOCGIFFLAGS, &request) < 0)
         return 1;
     return (request.ifr_flags & IFF_UP) != 0 ? 1 : 0;
 }

@@ -26,10 +26,11 @@ struct Walk {
     int (*open)();
     int (*next)(char *, char *, Counter, Counter, Counter, Counter, Counter, Counter, Counter, Counter);
     int (*close)();
+    const int &socket; // open from open() to close()
 };
 
-constexpr Walk ordinaryWalk{init_netinfo, get_next_netinfo, fin_netinfo};
-constexpr Walk pushWalk{init_push_netinfo, get_push_next_netinfo, fin_push_netinfo};
+constexpr Walk ordinaryWalk{init_netinfo, get_next_netinfo, fin_netinfo, skfd};
+constexpr Walk pushWalk{init_push_netinfo, get_push_next_netinfo, fin_push_netinfo, l_nPushskfd};
 
 bool readNext(const Walk &walk, _ST_STATIC_NETWORK &reading) {
     reading = {};
@@ -155,7 +156,7 @@ CSSList *CMM_NWT_Info::takePass(double elapsed, int push) {
         m_pclList->fSlDeleteAll();
     m_pstNextNode = m_pclList->fSlGetHeadNode();
 
-    zel::LinkQuery query;
+    zel::LinkQuery query(walk.socket);
     const Lend<zel::LinkQuery *> lentQuery(m_linkQuery, &query);
     const Lend<SSListNode *> lentNode(m_lastFound, m_pclList_Old->fSlGetHeadNode());
     collectUnseen();
