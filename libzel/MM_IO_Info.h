@@ -240,6 +240,7 @@ private:
     CSSList *passOverStat(int nPerf, int nPush);
     CSSList *passOverLines(const zel::DiskLineRules &rules, int nPerf, int nPush);
     bool takeLines(const zel::DiskLineRules &rules, int nPush);
+    bool takeEachLine(const zel::DiskLineRules &rules, bool keyed, int nPush);
     Outcome takeSample(const _ST_DISKSTATS_ &disk, _ST_COMPUTE_IO &sample, bool keyed, int nPush);
     bool computeKeyed(const char *shortName, const _ST_COMPUTE_IO &sample);
     bool takeBlockCounters(const char *statText, int nPush);
@@ -264,6 +265,7 @@ private:
     bool insertInventory(const char *deviceName, unsigned long blocks);
     bool rememberDevice(const char *deviceName, unsigned long blocks);
 
+    SSListNode *m_lastFound = nullptr; // in m_pclList_Old, during a pass
     zel::WholeFile m_counterFile;
     zel::WholeFile m_partitionFile;
     std::vector<std::unique_ptr<ST_DISKALL_LIST[]>> m_pushBlocks; // what the rows of m_stAllDiskList point into

@@ -44,8 +44,22 @@ bool isStackedDevice(std::string_view name) {
 // Optical drives and software RAID as well. Consumers know that every name with these letters in it is left out.
 bool isLeftOut(std::string_view name) {
     for (; !name.empty(); name.remove_prefix(1)) {
-        if (name.starts_with("sr") || name.starts_with("md") || name.starts_with("dm-") || name.starts_with("sddlma"))
-            return true;
+        switch (name.front()) {
+        case 's':
+            if (name.starts_with("sr") || name.starts_with("sddlma"))
+                return true;
+            break;
+        case 'm':
+            if (name.starts_with("md"))
+                return true;
+            break;
+        case 'd':
+            if (name.starts_with("dm-"))
+                return true;
+            break;
+        default:
+            break;
+        }
     }
     return false;
 }

@@ -127,9 +127,26 @@ _ST_DISKIO *CMM_IO_Info::fMDiskComputeIo(const _ST_COMPUTE_IO *sample, const _ST
     return m_pstIO;
 }
 
+// The kernel lists the disks in the same order in every pass: during one, the node that was found last and the one
+// behind it are tried first. Names are unique in the list, so that the search would find no other.
 _ST_COMPUTE_IO *CMM_IO_Info::fMGetOldCompIo(const char *name) {
-    SSListNode *node = m_pclList_Old->fSlSearch(name, DISK_NAME_SIZE, fCMPDeviceName);
-    return node == nullptr ? nullptr : fgListRecord<_ST_COMPUTE_IO>(node);
+    const auto isSought = [name](SSListNode *node) {
+        return node != nullptr && fCMPDeviceName(fgListRecord<_ST_COMPUTE_IO>(node), name) == 1;
+    };
+    SSListNode *found = nullptr;
+    if (m_lastFound != nullptr) {
+        if (m_lastFound != m_pclList_Old->fSlGetHeadNode() && isSought(m_lastFound))
+            found = m_lastFound;
+        else if (isSought(m_lastFound->l_pstNext))
+            found = m_lastFound->l_pstNext;
+    }
+    if (found == nullptr)
+        found = m_pclList_Old->fSlSearch(name, DISK_NAME_SIZE, fCMPDeviceName);
+    if (found == nullptr)
+        return nullptr;
+    if (m_lastFound != nullptr)
+        m_lastFound = found;
+    return fgListRecord<_ST_COMPUTE_IO>(found);
 }
 
 int CMM_IO_Info::fMSetOldCompIo(const _ST_COMPUTE_IO *sample) {

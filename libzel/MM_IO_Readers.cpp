@@ -165,6 +165,13 @@ CSSList *CMM_IO_Info::passOverLines(const zel::DiskLineRules &rules, int nPerf, 
 
 bool CMM_IO_Info::takeLines(const zel::DiskLineRules &rules, int nPush) {
     const bool keyed = rules.keyedInTextForm && textForm();
+    m_lastFound = m_pclList_Old->fSlGetHeadNode();
+    const bool complete = takeEachLine(rules, keyed, nPush);
+    m_lastFound = nullptr;
+    return complete;
+}
+
+bool CMM_IO_Info::takeEachLine(const zel::DiskLineRules &rules, bool keyed, int nPush) {
     _ST_DISKSTATS_ disk;
     _ST_COMPUTE_IO sample{};
     zel::LineWalk lines = m_counterFile.lines(zel::DISK_LINE_LIMIT);
