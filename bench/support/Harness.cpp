@@ -81,6 +81,8 @@ struct Row {
     double sample = 0;
     double floor = 0;
     double paired = 0;
+    double bestSample = 0; // of all rounds: what a slope is made of, as the machine's speed changes between cases
+    double bestFloor = 0;
     long calls = 0;
     long floorCalls = 0;
     long allocations = 0;
@@ -138,6 +140,8 @@ void measure(benchmark::State &state, const Family &family, long size) {
     row.sample = median(samples);
     row.floor = median(floors);
     row.paired = median(pairs);
+    row.bestSample = *std::min_element(samples.begin(), samples.end());
+    row.bestFloor = *std::min_element(floors.begin(), floors.end());
     row.allocations = allocationsOf(work);
     row.resident = bench::residentMebibytes();
     const auto sampleCalls = bench::countSystemCalls(work.sample);
@@ -193,8 +197,8 @@ public:
                             "ratio");
             headed = true;
             const auto units = static_cast<double>(last->size - first->size);
-            const double sample = (last->sample - first->sample) / units;
-            const double floor = (last->floor - first->floor) / units;
+            const double sample = (last->bestSample - first->bestSample) / units;
+            const double floor = (last->bestFloor - first->bestFloor) / units;
             const std::string sizes = std::to_string(first->size) + "-" + std::to_string(last->size);
             std::printf("%-28s %13s %11.4f %11.4f %6.3f%s\n", family.c_str(), sizes.c_str(), sample, floor,
                         sample / floor, first->pageCache ? "  copy" : "");

@@ -12,7 +12,8 @@
 //   rss MiB                resident memory of the program behind the rounds
 //
 // and for each family of cases the slope: what one more unit costs between the smallest and the largest case, beside
-// the same of the floor. A floor that is a copy out of the page cache is marked "copy": see README.md.
+// the same of the floor, both from the fastest round of each case. A floor that is a copy out of the page cache is
+// marked "copy": see README.md.
 #pragma once
 
 #include <functional>

@@ -1,10 +1,27 @@
 #include "KernelText.h"
 
+#include "Mutation.h"
+
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
 
 namespace {
+
+constexpr const char *sampleText = "nr_pages 977769\npgpgin 7344136\npgpgout 1541180581\npswpin 1476\npswpout 35045\n"
+                                   "drop_pgfault 2\npgfault 2320168809\npgmajfault 507162\npgpgin 5\n";
+
+// A key is found where a plain search finds it first.
+void expectFirstOccurrences(const std::string &text) {
+    zel::SoughtKey keys[] = {{"pgpgin "}, {"pgpgout "}, {"pswpin "}, {"pgfault "}, {"pgmajfault "}, {"n "}};
+    zel::findKeys(text, ' ', keys);
+    for (const zel::SoughtKey &sought : keys) {
+        const std::size_t place = text.find(sought.key);
+        const char *expected = place == std::string::npos ? nullptr : text.data() + place;
+        EXPECT_EQ(sought.found, expected) << sought.key << "in\n" << text;
+        EXPECT_EQ(sought.behind(), expected == nullptr ? nullptr : expected + sought.key.size());
+    }
+}
 
 TEST(KernelText, FindsTheFirstOccurrence) {
     const std::string text = "ctx ctxt 5\nctxt 6\n";
@@ -46,6 +63,20 @@ TEST(KernelText, SearchByAnyCharacterOfTheKeyFindsTheSame) {
     }
     EXPECT_GT(found, 5000);
     EXPECT_LT(found, 19000);
+}
+
+TEST(KernelText, KeysAreFoundWhereTheyFirstStand) {
+    expectFirstOccurrences(sampleText);
+    expectFirstOccurrences("");
+    expectFirstOccurrences(" ");
+    expectFirstOccurrences("n ");
+    expectFirstOccurrences("pgpgin");
+}
+
+TEST(KernelText, KeysAreFoundWhereTheyFirstStandInAnyText) {
+    Mutation mutation(7);
+    for (int round = 0; round < 500; ++round)
+        expectFirstOccurrences(mutation.of(sampleText));
 }
 
 } // namespace
