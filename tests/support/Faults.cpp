@@ -12,11 +12,10 @@ struct Kind {
 };
 
 // In the order of Call.
-constexpr Kind kinds[] = {
-    {"allocation", ENOMEM}, {"open", EMFILE},  {"read", EIO},         {"fopen", EMFILE},  {"fgets", EIO},
-    {"opendir", ENFILE},    {"readdir", EIO},  {"setmntent", EMFILE}, {"getmntent", EIO}, {"socket", EMFILE},
-    {"ioctl", EIO},         {"statfs64", EIO}, {"system", EAGAIN},    {"popen", EAGAIN},  {"pthread_create", EAGAIN},
-    {"getpwuid", EIO}};
+constexpr Kind kinds[] = {{"allocation", ENOMEM}, {"open", EMFILE},    {"read", EIO},      {"fopen", EMFILE},
+                          {"fgets", EIO},         {"getdents64", EIO}, {"socket", EMFILE}, {"ioctl", EIO},
+                          {"statfs64", EIO},      {"system", EAGAIN},  {"popen", EAGAIN},  {"pthread_create", EAGAIN},
+                          {"getpwuid", EIO}};
 static_assert(std::size(kinds) == static_cast<std::size_t>(Call::Count));
 
 constexpr Call noCall = Call::Count;

@@ -10,10 +10,7 @@ enum class Call {
     Read,
     Fopen, // fopen, fdopen
     Fgets,
-    Opendir,
-    Readdir,
-    Setmntent,
-    Getmntent,
+    Getdents, // getdents64
     Socket,
     Ioctl,
     Statfs,

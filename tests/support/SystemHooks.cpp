@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <mntent.h>
 #include <new>
 #include <unistd.h>
 #include <utility>
@@ -195,8 +194,6 @@ int __wrap_kill(pid_t pid, int number) {
 
 DIR *__real_opendir(const char *);
 DIR *__wrap_opendir(const char *path) {
-    if (faultIsDue(Call::Opendir))
-        return nullptr;
     return systemHooks().opendir ? systemHooks().opendir(path) : __real_opendir(path);
 }
 
@@ -239,19 +236,9 @@ char *__wrap_fgets(char *line, int size, FILE *file) {
     return faultIsDue(Call::Fgets) ? nullptr : __real_fgets(line, size, file);
 }
 
-dirent *__real_readdir(DIR *);
-dirent *__wrap_readdir(DIR *directory) {
-    return faultIsDue(Call::Readdir) ? nullptr : __real_readdir(directory);
-}
-
-FILE *__real_setmntent(const char *, const char *);
-FILE *__wrap_setmntent(const char *path, const char *mode) {
-    return faultIsDue(Call::Setmntent) ? nullptr : __real_setmntent(path, mode);
-}
-
-mntent *__real_getmntent_r(FILE *, mntent *, char *, int);
-mntent *__wrap_getmntent_r(FILE *file, mntent *entry, char *buffer, int size) {
-    return faultIsDue(Call::Getmntent) ? nullptr : __real_getmntent_r(file, entry, buffer, size);
+ssize_t __real_getdents64(int, void *, size_t);
+ssize_t __wrap_getdents64(int directory, void *entries, size_t size) {
+    return faultIsDue(Call::Getdents) ? -1 : __real_getdents64(directory, entries, size);
 }
 
 int __real_unlink(const char *);
