@@ -158,6 +158,8 @@ int main(int argc, char **argv) {
         return statusFailure;
     }
 
+    // A caller that ignores SIGCHLD hands that on, and the kernel would then keep no exit status for waitpid.
+    std::signal(SIGCHLD, SIG_DFL);
     sigset_t signals;
     sigset_t originalMask;
     sigemptyset(&signals);

@@ -30,6 +30,12 @@ TEST(CommandRunner, DeathBySignalIsTheSignalAbove128) {
     EXPECT_EQ(runShell(runner + " 5 sh -c 'kill -9 $$'").status, 128 + 9);
 }
 
+TEST(CommandRunner, CallerThatIgnoresItsChildrenGetsTheStatusAtOnce) {
+    const ShellResult result = runShell("env --ignore-signal=CHLD " + runner + " 5 sh -c 'exit 7'");
+    EXPECT_EQ(result.status, 7);
+    EXPECT_LT(result.seconds, 3.0);
+}
+
 TEST(CommandRunner, PassesOutputAndArgumentsAsTheyAre) {
     EXPECT_EQ(runShell(runner + " 5 echo 'a  b' '$HOME' ';'").out, "a  b $HOME ;\n");
 }
@@ -71,6 +77,10 @@ TEST(CommandRunner, EndsProcessesThatLeftTheGroup) {
     const ShellResult result = runShell(runner + " 1 sh -c 'setsid sleep 98704 & sleep 98704'");
     EXPECT_EQ(result.status, 124);
     EXPECT_FALSE(stillRuns("98704"));
+    // One that ignores TERM, too, and whose parent is gone when the command ends.
+    const std::string stubborn = R"(trap \"\" TERM; sleep 98707; sleep 98707)";
+    EXPECT_EQ(runShell(runner + " 5 sh -c 'setsid sh -c \"" + stubborn + "\" & sleep 0.2; exit 4'").status, 4);
+    EXPECT_FALSE(stillRuns("98707"));
 }
 
 TEST(CommandRunner, EndsTheCommandWhenItIsEndedItself) {
