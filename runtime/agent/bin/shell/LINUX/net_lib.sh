@@ -15,7 +15,7 @@ safe_name() {
 interfaces() {
   for path in "$net_dir"/*; do
     name=${path##*/}
-    [ -e "$path/ifindex" ] && [ "$name" != lo ] && safe_name "$name" && echo "$name"
+    [ -e "$path/ifindex" ] && [ "$name" != lo ] && safe_name "$name" && printf '%s\n' "$name"
   done
   return 0
 }
