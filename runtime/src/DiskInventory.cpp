@@ -2,6 +2,7 @@
 #include "HostFile.h"
 #include "InventoryTable.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace inventory {
@@ -9,6 +10,7 @@ namespace inventory {
 namespace {
 
 constexpr unsigned long long sectorsPerKilobyte = 2;
+constexpr std::size_t pageHeaderSize = 4;
 
 // Sample: none [mq-deadline] kyber: the bracketed one is in force.
 std::string activeScheduler(const std::string &line) {
@@ -17,6 +19,33 @@ std::string activeScheduler(const std::string &line) {
     if (open == std::string::npos || close == std::string::npos)
         return line;
     return line.substr(open + 1, close - open - 1);
+}
+
+// The serial number page that a SCSI or SATA disk answers: a header of four bytes whose last two are the length of the
+// text behind it.
+std::string pageSerial(const std::string &page) {
+    if (page.size() < pageHeaderSize)
+        return {};
+    const std::size_t length =
+        static_cast<unsigned char>(page[2]) * std::size_t{256} + static_cast<unsigned char>(page[3]);
+    const std::string text = page.substr(pageHeaderSize, length);
+    return trimmed(text.substr(0, text.find('\0')));
+}
+
+// Drivers tell the serial number in different places.
+std::string serialNumber(const std::string &device) {
+    for (const char *name : {"/device/serial", "/serial"}) {
+        const std::string serial = readLine(device + name);
+        if (!serial.empty())
+            return serial;
+    }
+    return pageSerial(readBytes(device + "/device/vpd_pg80"));
+}
+
+// The kernel's directory writes the "/" of a device name as "!".
+std::string devicePath(std::string name) {
+    std::replace(name.begin(), name.end(), '!', '/');
+    return "/dev/" + name;
 }
 
 bool isMemoryBacked(const std::string &name) {
@@ -32,11 +61,8 @@ bool writeDiskInventory() {
         const unsigned long long sectors = std::strtoull(readLine(device + "/size").c_str(), nullptr, 10);
         if (sectors == 0 || isMemoryBacked(name))
             continue;
-        std::string serial = readLine(device + "/device/serial");
-        if (serial.empty())
-            serial = readLine(device + "/serial");
-        table.row({"/dev/" + name, std::to_string(sectors / sectorsPerKilobyte), readLine(device + "/device/model"),
-                   readLine(device + "/device/vendor"), serial, readLine(device + "/queue/rotational"),
+        table.row({devicePath(name), std::to_string(sectors / sectorsPerKilobyte), readLine(device + "/device/model"),
+                   readLine(device + "/device/vendor"), serialNumber(device), readLine(device + "/queue/rotational"),
                    activeScheduler(readLine(device + "/queue/scheduler")), readLine(device + "/removable")});
     }
     return table.writeTo("../aproc/shell/DiskINVStrInfo.dat", "TORVDISK");

@@ -13,7 +13,14 @@ namespace inventory {
 namespace {
 
 constexpr std::size_t lineSize = 4096;
+constexpr std::size_t bytesSize = 255;
 constexpr const char *blanks = " \t\r\n";
+
+bool naturalLess(const std::string &left, const std::string &right) {
+    return strverscmp(left.c_str(), right.c_str()) < 0;
+}
+
+} // namespace
 
 std::string trimmed(const std::string &text) {
     const std::size_t first = text.find_first_not_of(blanks);
@@ -22,18 +29,18 @@ std::string trimmed(const std::string &text) {
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-bool naturalLess(const std::string &left, const std::string &right) {
-    return strverscmp(left.c_str(), right.c_str()) < 0;
-}
-
-} // namespace
-
 std::string readLine(const std::string &path) {
     const zel::ScopedFile file(std::fopen(fgHostPath(path.c_str()), "re"));
     char line[lineSize];
     if (!file || std::fgets(line, sizeof(line), file.get()) == nullptr)
         return {};
     return trimmed(line);
+}
+
+std::string readBytes(const std::string &path) {
+    const zel::ScopedFile file(std::fopen(fgHostPath(path.c_str()), "re"));
+    char bytes[bytesSize];
+    return file ? std::string(bytes, std::fread(bytes, 1, sizeof(bytes), file.get())) : std::string();
 }
 
 std::string readValue(const std::string &path, const std::string &key) {

@@ -6,8 +6,12 @@
 
 namespace inventory {
 
+/// `text` without blanks at its ends.
+std::string trimmed(const std::string &text);
 /// The first line of a file without blanks at its ends; empty when it cannot be read.
 std::string readLine(const std::string &path);
+/// What a file holds, 255 bytes at most, zero bytes and all; empty when it cannot be read.
+std::string readBytes(const std::string &path);
 /// The value of the first line "key : value" of a file; empty when there is none.
 std::string readValue(const std::string &path, const std::string &key);
 /// The names in a directory, sorted so that numbers stand in their order (host2 before host10); empty when it cannot be

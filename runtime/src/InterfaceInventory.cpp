@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <map>
+#include <net/if.h>
 #include <netinet/in.h>
 
 namespace inventory {
@@ -21,7 +22,7 @@ std::string addressText(const sockaddr *address) {
     return text;
 }
 
-// The addresses of every interface, blank-separated.
+// The addresses of every interface of this program's own network, blank-separated.
 std::map<std::string, std::string> interfaceAddresses() {
     std::map<std::string, std::string> addresses;
     ifaddrs *first = nullptr;
@@ -36,6 +37,16 @@ std::map<std::string, std::string> interfaceAddresses() {
     }
     freeifaddrs(first);
     return addresses;
+}
+
+// The addresses belong to the interface that has its name and its index: below another host root, in a container, the
+// program's own interfaces may have the same names.
+std::string addressesOf(const std::string &name, const std::string &directory,
+                        const std::map<std::string, std::string> &addresses) {
+    const auto found = addresses.find(name);
+    if (found == addresses.end() || readLine(directory + "/ifindex") != std::to_string(if_nametoindex(name.c_str())))
+        return {};
+    return found->second;
 }
 
 // Megabits per second; a link that is down or has no speed reads as -1 or not at all.
@@ -59,10 +70,9 @@ bool writeInterfaceInventory() {
         const std::string directory = "/sys/class/net/" + name;
         if (name == "lo" || !exists(directory + "/ifindex"))
             continue;
-        const auto found = addresses.find(name);
         table.row({name, readLine(directory + "/address"), linkTarget(directory + "/device/driver"), speed(directory),
                    readLine(directory + "/duplex"), readLine(directory + "/mtu"),
-                   found == addresses.end() ? "" : found->second, bond(directory)});
+                   addressesOf(name, directory, addresses), bond(directory)});
     }
     return table.writeTo("../aproc/shell/InterfaceINVStrInfo.dat", "TORVInterface") &&
            table.writeTo("../aproc/shell/InterfaceINVNewStrInfo.dat", "TORVInterface");

@@ -208,6 +208,27 @@ TEST_F(HomeInterfaces, InventoryChangesWithTheSetAndFillsTheExtraRows) {
         GTEST_SKIP() << reason;
 }
 
+TEST_F(HomeInterfaces, AddressesAreThoseOfTheInterfaceWithTheNameAndTheIndex) {
+    const std::string reason = amongOwnInterfaces([this] {
+        makePair("zv0", "zv1");
+        ASSERT_EQ(runIp({"addr", "add", "192.0.2.7/24", "dev", "zv0"}), 0);
+        const auto addresses = [] {
+            EXPECT_EQ(std::system("./libinvinfo 3 1"), 0);
+            CMM_NWT_Info collector;
+            EXPECT_EQ(collector.fGetInterfaceINV(), 1);
+            const PerfTable table = tableOf(collector.m_pStrInterfaceINV);
+            return std::string(table.value(0, "NAME")) + " " + std::string(table.value(0, "ADDRESSES"));
+        };
+        EXPECT_EQ(addresses(), "zv0 192.0.2.7");
+        // Another host's interface of that name.
+        m_home.write("host/sys/class/net/zv0/ifindex", "999999\n");
+        setenv("ZEL_HOST_ROOT", (m_home.path() / "host").c_str(), 1);
+        EXPECT_EQ(addresses(), "zv0 -");
+    });
+    if (!reason.empty())
+        GTEST_SKIP() << reason;
+}
+
 TEST_F(HomeInterfaces, NamesWithShellCharactersRunNothing) {
     const std::string reason = amongOwnInterfaces([] {
         makePair(";>pwned;", "$(touch${IFS}x)");

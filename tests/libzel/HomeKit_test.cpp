@@ -4,6 +4,7 @@
 #include "TempDirectory.h"
 
 #include <algorithm>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -57,6 +58,14 @@ TEST_F(HomeKit, InterfaceNamesThatAShellCouldReadAreLeftOut) {
     interface("quote'", "1000", "full");
     EXPECT_EQ(run("./shell/LINUX/IFName.sh").out, "eth0\n");
     EXPECT_EQ(run("./shell/LINUX/ifname_bandwidth_duplex.sh").out, "TORVSC|eth0|1000000|2\n");
+}
+
+TEST_F(HomeKit, InterfaceNameThatLooksLikeAnOptionIsAName) {
+    interface("-n", "1000", "full");
+    EXPECT_EQ(run("./shell/LINUX/IFName.sh").out, "-n\n");
+    EXPECT_EQ(run("./shell/LINUX/ifname_bandwidth_duplex.sh").out, "TORVSC|-n|1000000|2\n");
+    run("./shell/LINUX/BandWidth.sh -n ../aproc/shell/BandWidth_-n.dat");
+    EXPECT_EQ(result("BandWidth_-n.dat"), "1000\n");
 }
 
 TEST_F(HomeKit, BandwidthAndDuplexInKilobitsWithKnownSpeedsOnly) {
@@ -213,6 +222,28 @@ TEST_F(HomeKit, TopTellsTheShareOfEveryProcessOverOneSecond) {
     EXPECT_EQ(out, "12 0.00\n7 45.00\n");
 }
 
+TEST_F(HomeKit, TopDividesByTheTimeThatPassed) {
+    host("proc/7/stat", processStat("busy", 100, 50));
+    host("proc/uptime", "1000.50 7.00\n");
+    const std::string later = (m_host.path() / "later").string();
+    m_host.write("later/stat", processStat("busy", 130, 65)); // 45 ticks more
+    m_host.write("later/uptime", "1002.50 7.00\n");           // in two seconds
+    const std::string out = run("(sleep 0.4; cp " + later + "/stat $ZEL_HOST_ROOT/proc/7/stat; cp " + later +
+                                "/uptime $ZEL_HOST_ROOT/proc/uptime) & ./shell/LINUX/top_info")
+                                .out;
+    EXPECT_EQ(out, "7 22.50\n");
+}
+
+TEST_F(HomeKit, TopSortsAsItJoinsInEveryLanguage) {
+    // With the rules of most languages "123 4" stands before "12 5", for blanks do not count.
+    for (const char *tool : {"sort", "join"})
+        m_home.script(std::string("agent/tools/") + tool,
+                      "echo $LC_ALL >>../languages\nexec /usr/bin/" + std::string(tool) + " \"$@\"\n");
+    host("proc/7/stat", processStat("still", 5, 5));
+    EXPECT_EQ(run("LC_ALL=en_US.UTF-8 PATH=../tools:$PATH ./shell/LINUX/top_info").out, "7 0.00\n");
+    EXPECT_EQ(m_home.read("agent/languages"), "C\nC\nC\n");
+}
+
 TEST_F(HomeKit, CpuPercentOfOneProcessComesFromTheLastTop) {
     m_home.write("agent/aproc/shell/top_info.dat", "7 45.00\n70 1.00\n");
     EXPECT_EQ(run("./shell/LINUX/ProcCpuUseTop.sh 70").out, "1.00\n");
@@ -262,6 +293,32 @@ TEST_F(CommandDaemon, StartsOnceAndStops) {
     run(m_directory + "cmd_scd_stop.sh " + m_directory);
     EXPECT_TRUE(soon("[ ! -e /proc/" + pid.substr(0, pid.size() - 1) + "/cwd ]"));
     EXPECT_FALSE(m_home.exists("agent/scheduler/cmd_scd.pid"));
+}
+
+TEST_F(CommandDaemon, StopThatFollowsAtOnceFindsIt) {
+    const std::string pids =
+        run("for i in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29 30; do " +
+            m_directory + "cmd_scd_start.sh " + m_directory + "; cat " + m_directory + "cmd_scd.pid; " + m_directory +
+            "cmd_scd_stop.sh " + m_directory + "; done")
+            .out;
+    std::string all = pids;
+    std::replace(all.begin(), all.end(), '\n', ' ');
+    EXPECT_EQ(std::count(pids.begin(), pids.end(), '\n'), 30);
+    EXPECT_TRUE(soon("[ -z \"$(for p in " + all + "; do [ ! -e /proc/$p/cwd ] || echo $p; done)\" ]"));
+}
+
+TEST_F(CommandDaemon, IsTheSameHoweverItsHomeIsWritten) {
+    run("../scheduler/cmd_scd_start.sh ../scheduler/");
+    const std::string pid = m_home.read("agent/scheduler/cmd_scd.pid");
+    run(m_directory + "cmd_scd_start.sh " + m_directory + "/.");
+    EXPECT_EQ(m_home.read("agent/scheduler/cmd_scd.pid"), pid) << "once";
+    run(m_directory + "cmd_scd_stop.sh " + m_directory);
+    EXPECT_TRUE(soon("[ ! -e /proc/" + pid.substr(0, pid.size() - 1) + "/cwd ]"));
+}
+
+TEST_F(CommandDaemon, HomeThatIsMissingIsRefused) {
+    EXPECT_NE(run(m_directory + "cmd_scd_start.sh /nonexistent/home/ 2>/dev/null").status, 0);
+    EXPECT_NE(run(m_directory + "cmd_scd_stop.sh /nonexistent/home/ 2>/dev/null").status, 0);
 }
 
 TEST_F(CommandDaemon, RunsInTheDirectoryInWhichItWasStarted) {
@@ -368,6 +425,36 @@ TEST_F(HomeKit, DiskInventoryLeavesOutEmptyAndMemoryBackedDevices) {
     EXPECT_EQ(text.find("TORVDISK|INDEX"), 0U);
     EXPECT_EQ(text.substr(text.find(R)), R + "1" + C + "/dev/sda" + C + "1000" + C + "DISK MODEL" + C + "-" + C + "-" +
                                              C + "1" + C + "mq-deadline" + C + "0" + C + "\n");
+}
+
+// The serial number page of a SCSI disk: its code and the length of the text behind it.
+std::string serialPage(const std::string &text) {
+    return std::string("\0\x80\0", 3) + static_cast<char>(text.size()) + text;
+}
+
+TEST_F(HomeKit, DiskSerialIsWhatItsDriverTells) {
+    for (const char *name : {"nvme0n1", "sda", "sdb", "sdc", "vda"})
+        host(std::string("sys/block/") + name + "/size", "2000\n");
+    host("sys/block/nvme0n1/device/serial", "S4NVME  \n");
+    host("sys/block/sda/device/vpd_pg80", serialPage("  WD-WX12345678"));
+    host("sys/block/sdb/device/vpd_pg80", std::string("\0\x80", 2));
+    host("sys/block/sdc/device/vpd_pg80", serialPage("SHORT") + "behind the page");
+    host("sys/block/vda/serial", "virt-1");
+    EXPECT_EQ(run("./libinvinfo 2 1").status, 0);
+    const std::string text = result("DiskINVStrInfo.dat");
+    for (const char *row :
+         {"/dev/nvme0n1 S4NVME", "/dev/sda WD-WX12345678", "/dev/sdb -", "/dev/sdc SHORT", "/dev/vda virt-1"}) {
+        const std::string device(row, std::strchr(row, ' '));
+        EXPECT_NE(text.find(C + device + C + "1000" + C + "-" + C + "-" + C + (std::strchr(row, ' ') + 1) + C),
+                  std::string::npos)
+            << row;
+    }
+}
+
+TEST_F(HomeKit, DiskInADirectoryHasItsPath) {
+    host("sys/block/cciss!c0d0/size", "2000\n");
+    EXPECT_EQ(run("./libinvinfo 2 1").status, 0);
+    EXPECT_NE(result("DiskINVStrInfo.dat").find(C + "/dev/cciss/c0d0" + C), std::string::npos);
 }
 
 TEST_F(HomeKit, FibreChannelInventoryOfTwoPortsInTheirOrder) {
