@@ -8,7 +8,7 @@ build=${1:?usage: scripts/stage.sh BUILD}
 home=$build/home
 
 mkdir -p "$home"/utils/ETC "$home"/agent/aproc/shell "$home"/agent/aproc/inv "$home"/agent/buffer
-cp -ru "$root/runtime/utils" "$root/runtime/agent" "$home/"
+cp -ru "$root/runtime/utils" "$root/runtime/agent" "$root/runtime/README.md" "$home/"
 cp -u "$build/bin/ShCmd" "$home/utils/ETC/"
 cp -u "$build/bin/libinvinfo" "$build/bin/libzelinfo" "$home/agent/bin/"
 [ ! -e "$build/bin/agent" ] || cp -u "$build/bin/agent" "$home/agent/bin/"

@@ -25,6 +25,14 @@ headers=$prefix/include/zel
 shared=$(find "$prefix" -name libzel.so)
 export LD_LIBRARY_PATH=$libraries
 
+echo "the home kit, whole and runnable"
+home=$(dirname "$(find "$prefix" -path '*/home/utils')")
+diff -r "$source/runtime/utils/INSTALL" "$home/utils/INSTALL"
+diff -r "$source/runtime/agent/bin/shell" "$home/agent/bin/shell"
+diff -r "$source/runtime/agent/scheduler" "$home/agent/scheduler"
+diff "$source/runtime/README.md" "$home/README.md"
+(cd "$home/agent/bin" && ../../utils/ETC/ShCmd 30 ./libinvinfo 1 1 && grep -q TORVCPU ../aproc/shell/CpuINVStrInfo.dat)
+
 echo "find_package(zel)"
 cmake -S "$source/tests/outside" -B "$scratch/package" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$scratch/package" >/dev/null

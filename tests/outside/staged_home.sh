@@ -17,4 +17,5 @@ cd "$scratch/build/home/agent/bin"
 for directory in ../aproc/shell ../aproc/inv ../buffer; do
   test -d "$directory"
 done
+test -f ../../README.md
 ../../utils/ETC/ShCmd 30 ./libzelinfo 2 0 3 2>&1 | tee /dev/stderr | grep -c ' 1Min: ' | grep -qx 3
