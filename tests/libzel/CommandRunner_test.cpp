@@ -79,7 +79,8 @@ TEST(CommandRunner, EndsProcessesThatLeftTheGroup) {
     EXPECT_FALSE(stillRuns("98704"));
     // One that ignores TERM, too, and whose parent is gone when the command ends.
     const std::string stubborn = R"(trap \"\" TERM; sleep 98707; sleep 98707)";
-    EXPECT_EQ(runShell(runner + " 5 sh -c 'setsid sh -c \"" + stubborn + "\" & sleep 0.2; exit 4'").status, 4);
+    EXPECT_EQ(runShell(runner + " 5 sh -c 'setsid sh -c \"" + stubborn + "\" >/dev/null & sleep 0.2; exit 4'").status,
+              4);
     EXPECT_FALSE(stillRuns("98707"));
 }
 
