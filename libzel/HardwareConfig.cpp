@@ -17,7 +17,7 @@ bool beginsWith(const char *text, const char *prefix) {
 } // namespace
 
 unsigned countLinesWith(const char *path, const char *text) {
-    const ScopedFile file(std::fopen(fgHostPath(path), "re"));
+    const ScopedFile file = openHostStream(path);
     if (file == nullptr)
         return 0;
     unsigned count = 0;

@@ -14,8 +14,7 @@
 #pragma once
 
 #include "FixedText.h"
-#include "HostRoot.h"
-#include "ScopedHandle.h"
+#include "HostOpen.h"
 
 #include <cstddef>
 #include <cstdio>
@@ -92,7 +91,7 @@ template<typename Device> void renewDevices(Device *&devices, unsigned &count) {
 template<typename Device> Device *nameDevices(Device *&devices, unsigned &count, const char *deviceClass) {
     if (count == 0)
         return devices;
-    const ScopedFile file(std::fopen(fgHostPath(HARDWARE_CONFIG_FILE), "re"));
+    const ScopedFile file = openHostStream(HARDWARE_CONFIG_FILE);
     if (file == nullptr) {
         count = 0;
         renewDevices(devices, count);

@@ -1,6 +1,6 @@
 #include "InterfaceReader.h"
 
-#include "HostRoot.h"
+#include "HostOpen.h"
 #include "NumberScan.h"
 
 #include <cerrno>
@@ -155,7 +155,7 @@ int InterfaceReader::open() {
     m_trace("4.6(NWT) ZEL network init_netinfo start\n");
     m_trace("---------------networ info start-----------------\n");
     release();
-    m_stream = std::fopen(fgHostPath("/proc/net/dev"), "re");
+    m_stream = openHostStream("/proc/net/dev").release();
     if (m_stream == nullptr) {
         traceInterfaceError(m_trace, "fopen failed ");
         return -1;

@@ -1,15 +1,13 @@
 #include "KernelFile.h"
 
-#include "HostRoot.h"
-#include "ScopedHandle.h"
+#include "HostOpen.h"
 
 #include <algorithm>
 #include <cstring>
-#include <fcntl.h>
 #include <unistd.h>
 
 int zel::readKernelText(const char *path, char *buffer, int size) {
-    const ScopedDescriptor file(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
+    const ScopedDescriptor file = openHostFile(path);
     if (!file.valid())
         return FILE_NOT_OPENED;
     const int room = size - 1;

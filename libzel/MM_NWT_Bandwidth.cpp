@@ -1,7 +1,7 @@
 // Bandwidth and duplex of CMM_NWT_Info, from the files that outside scripts write.
 #include "MM_NWT_Info.h"
 
-#include "HostRoot.h"
+#include "HostOpen.h"
 #include "NStringLib.h"
 #include "RegularFile.h"
 #include "ScriptLine.h"
@@ -198,7 +198,7 @@ int CMM_NWT_Info::fGetBondInfo(const char *bond, char *slave) {
     const int length = std::snprintf(path, sizeof(path), "/proc/net/bonding/%s", bond);
     if (length >= static_cast<int>(sizeof(path)) || std::strchr(bond, '/') != nullptr)
         return -1;
-    const zel::ScopedFile file(std::fopen(fgHostPath(path), "re"));
+    const zel::ScopedFile file = zel::openHostStream(path);
     if (file == nullptr)
         return -1;
     char line[lineSize];

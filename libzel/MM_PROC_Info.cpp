@@ -2,6 +2,7 @@
 #include "MM_PROC_Info.h"
 
 #include "DirectoryWalk.h"
+#include "HostOpen.h"
 #include "HostRoot.h"
 #include "LogGate.h"
 #include "MM_PROC_Scan.h"
@@ -14,7 +15,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <new>
 #include <string_view>
 #include <unistd.h>
@@ -83,7 +83,8 @@ int countLinesOf(std::string_view key, int file) {
     int lines = 0;
     std::size_t matched = 0; // characters of the key at the beginning of this line; all and one more: told already
     char piece[16384];
-    for (ssize_t length = sizeof(piece); length == sizeof(piece);) {
+    std::size_t room = zel::HOST_FILE_LIMIT;
+    for (ssize_t length = sizeof(piece); length == sizeof(piece) && room > 0; room -= sizeof(piece)) {
         length = read(file, piece, sizeof(piece));
         const char *end = piece + std::max<ssize_t>(length, 0);
         for (const char *at = piece; at != end; ++at) {
@@ -285,7 +286,7 @@ void CMM_PROC_Info::fSetVMFlag(int vmFlag, int isVMWare) {
 }
 
 int CMM_PROC_Info::fGetCurrentCpuCnt() {
-    const zel::ScopedDescriptor file(open(fgHostPath("/proc/stat"), O_RDONLY | O_CLOEXEC));
+    const zel::ScopedDescriptor file = zel::openHostFile("/proc/stat");
     // The lines that begin with "cpu", without the total line.
     return file.valid() ? std::max(countLinesOf("cpu", file.get()) - 1, 1) : 1;
 }

@@ -1,5 +1,6 @@
 // Reading one process: its directory's owner and the files stat, statm, io and cmdline, each opened relative to /proc
 // and taken in one read.
+#include "HostOpen.h"
 #include "HostRoot.h"
 #include "MM_PROC_Scan.h"
 #include "NumberScan.h"
@@ -50,7 +51,7 @@ private:
 // file cannot be opened or read.
 std::size_t readRecord(int directory, const char *path, char *text, std::size_t size) {
     text[0] = '\0';
-    const zel::ScopedDescriptor file(openat(directory, path, O_RDONLY | O_CLOEXEC));
+    const zel::ScopedDescriptor file(openat(directory, path, zel::HOST_FILE_FLAGS));
     if (!file.valid())
         return 0;
     const ssize_t length = read(file.get(), text, size - 1);
@@ -379,7 +380,7 @@ int CMM_PROC_Info::fMStatm2Proc(const char *buf, proc_s *raw) {
 
 int CMM_PROC_Info::fMIo2Proc(const char *path, proc_s *raw) {
     char text[PROC_TEXT_SIZE + 1];
-    const zel::ScopedDescriptor file(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
+    const zel::ScopedDescriptor file = zel::openHostFile(path);
     if (!file.valid()) {
         raw->io_read = 0;
         raw->io_write = 0;

@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <sys/stat.h>
 
 namespace {
 
@@ -23,6 +24,12 @@ unsigned parseCount(const char *output) {
     return static_cast<unsigned>(std::max(0L, std::strtol(output, nullptr, 10)));
 }
 
+// Reading a pipe or a device may never end; without the file the command says so itself.
+bool wouldHoldUp(const char *path) {
+    struct stat status {};
+    return stat(path, &status) == 0 && !S_ISREG(status.st_mode);
+}
+
 } // namespace
 
 unsigned int CMemory_Info::GetMemoryNum() {
@@ -34,6 +41,8 @@ unsigned int CMemory_Info::GetMemoryNum() {
         ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "Memory_Info", message, "memory map path refused[%s]", path);
         return 0;
     }
+    if (wouldHoldUp(path))
+        return 0;
     char command[commandSize];
     std::snprintf(command, sizeof(command), "cat %s | grep '%s' | wc -l", path, ramRange);
     if (g_nPrint == 1)

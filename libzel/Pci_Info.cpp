@@ -71,7 +71,7 @@ unsigned int CPci_Info::GetPciNum() {
 
 CPci *CPci_Info::GetPciInfo() {
     GetPciNum();
-    const zel::ScopedFile file(std::fopen(fgHostPath(pciFile), "re"));
+    const zel::ScopedFile file = zel::openHostStream(pciFile);
     if (file == nullptr)
         m_nPciNum = 0;
     zel::renewDevices(m_pclCPci, m_nPciNum);

@@ -1,13 +1,12 @@
 #include "WholeFile.h"
 
-#include "HostRoot.h"
-#include "ScopedHandle.h"
+#include "HostOpen.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
+#include <unistd.h>
 
 namespace zel {
 
@@ -72,10 +71,10 @@ bool WholeFile::makeRoom() {
 // The kernel hands out a file of many records a page at a time: a short read is not its end.
 bool WholeFile::read(const char *path) {
     m_length = 0;
-    const ScopedDescriptor file(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
+    const ScopedDescriptor file = openHostFile(path);
     if (!file.valid())
         return false;
-    while (m_length < WHOLE_FILE_LIMIT) {
+    while (m_length < HOST_FILE_LIMIT) {
         if (!makeRoom()) {
             m_length = 0;
             return false;

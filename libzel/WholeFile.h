@@ -7,9 +7,6 @@
 
 namespace zel {
 
-/// What stands beyond is not read: no kernel file of counters comes near it.
-inline constexpr std::size_t WHOLE_FILE_LIMIT = std::size_t{64} * 1024 * 1024;
-
 /// Walks the lines of a text. Each is terminated in place while it is the current one, so that a scanner never runs
 /// into the line that follows; the text is whole again after the walk.
 class LineWalk {
@@ -45,6 +42,7 @@ public:
 
     /// Reads the file `path` (below the host root). False, with an empty text, when it cannot be opened or there is no
     /// memory for it. An empty file is no failure. Without growth of the file no memory is allocated.
+    /// What stands beyond HOST_FILE_LIMIT is left out.
     bool read(const char *path);
 
     /// The text of the last read, valid until the next one. Not terminated.

@@ -1,7 +1,7 @@
 #include "HostFile.h"
 
+#include "HostOpen.h"
 #include "HostRoot.h"
-#include "ScopedHandle.h"
 
 #include <algorithm>
 #include <climits>
@@ -30,7 +30,7 @@ std::string trimmed(const std::string &text) {
 }
 
 std::string readLine(const std::string &path) {
-    const zel::ScopedFile file(std::fopen(fgHostPath(path.c_str()), "re"));
+    const zel::ScopedFile file = zel::openHostStream(path.c_str());
     char line[lineSize];
     if (!file || std::fgets(line, sizeof(line), file.get()) == nullptr)
         return {};
@@ -44,7 +44,7 @@ std::string readBytes(const std::string &path) {
 }
 
 std::string readValue(const std::string &path, const std::string &key) {
-    const zel::ScopedFile file(std::fopen(fgHostPath(path.c_str()), "re"));
+    const zel::ScopedFile file = zel::openHostStream(path.c_str());
     char line[lineSize];
     while (file && std::fgets(line, sizeof(line), file.get()) != nullptr) {
         const char *colon = std::strchr(line, ':');

@@ -244,6 +244,33 @@ TEST(FaultCycles, OnThisMachineTheNextCycleWorks) {
     }
 }
 
+// The files of both moments become pipes that nobody writes to, and, on the second round, that nobody fills.
+TEST(FaultCycles, PipesInThePlaceOfKernelFilesHoldNobodyUp) {
+    FaultHost host;
+    AllCollectors all;
+    std::vector<zel::ScopedDescriptor> writers;
+    for (const bool held : {false, true}) {
+        for (const int time : {0, 1}) {
+            host.show(time);
+            std::vector<std::filesystem::path> files;
+            for (const auto &entry : std::filesystem::recursive_directory_iterator(g_strHostRoot)) {
+                if (!entry.is_directory())
+                    files.push_back(entry.path());
+            }
+            ASSERT_GT(files.size(), 10U);
+            for (const auto &file : files) {
+                std::filesystem::remove(file);
+                ASSERT_EQ(mkfifo(file.c_str(), 0600), 0) << file;
+                if (held)
+                    writers.emplace_back(open(file.c_str(), O_RDWR | O_CLOEXEC));
+            }
+            const Silence silence;
+            for (const StepResult &result : all.cycle(seconds))
+                EXPECT_EQ(result.malformed, "") << describe(result);
+        }
+    }
+}
+
 TEST(FaultCycles, WithoutAFaultEveryStepSucceeds) {
     const Scene scene;
     for (const StepResult &result : scene.moved()) {

@@ -694,6 +694,13 @@ TEST(ProcessorCount, IsTheCpuLinesWithoutTheTotal) {
     }
 }
 
+TEST(ProcessorCount, DeviceWithoutAnEndIsOneProcessor) {
+    const HostFixture host;
+    host.write("proc/uptime", "");
+    ASSERT_EQ(symlink("/dev/zero", (host.path() / "proc/stat").c_str()), 0);
+    EXPECT_EQ(CMM_PROC_Info().fGetCurrentCpuCnt(), 1);
+}
+
 TEST(ProcessCollector, StartsEmpty) {
     const CMM_PROC_Info collector;
 

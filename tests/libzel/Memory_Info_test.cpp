@@ -4,7 +4,9 @@
 #include "StreamCapture.h"
 #include "SystemHooks.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -92,6 +94,19 @@ TEST(RamRanges, HostRootThatCouldStartACommandIsRefused) {
     EXPECT_EQ(modules.GetMemoryNum(), 0U);
     EXPECT_THAT(shell.commands(), testing::IsEmpty());
     EXPECT_THAT(log.messages(), testing::ElementsAre("memory map path refused[/tmp/x;touch y/proc/iomem]"));
+}
+
+TEST(RamRanges, PipeOrDeviceInThePlaceOfTheMapIsNotRead) {
+    const HostFixture host;
+    const ShellAnswer shell("7\n");
+    host.write("proc/stat", "");
+    ASSERT_EQ(mkfifo((host.path() / "proc/iomem").c_str(), 0600), 0);
+    CMemory_Info modules;
+    EXPECT_EQ(modules.GetMemoryNum(), 0U);
+    host.remove("proc/iomem");
+    std::filesystem::create_symlink("/dev/zero", host.path() / "proc/iomem");
+    EXPECT_EQ(modules.GetMemoryNum(), 0U);
+    EXPECT_THAT(shell.commands(), testing::IsEmpty());
 }
 
 } // namespace

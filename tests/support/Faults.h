@@ -8,7 +8,7 @@ enum class Call {
     Allocation, // malloc, calloc, realloc and operator new
     Open,       // open, openat
     Read,
-    Fopen, // fopen, fdopen
+    Fopen, // fopen, fdopen, fopencookie
     Fgets,
     Getdents, // getdents64
     Socket,

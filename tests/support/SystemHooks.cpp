@@ -236,6 +236,11 @@ char *__wrap_fgets(char *line, int size, FILE *file) {
     return faultIsDue(Call::Fgets) ? nullptr : __real_fgets(line, size, file);
 }
 
+FILE *__real_fopencookie(void *, const char *, cookie_io_functions_t);
+FILE *__wrap_fopencookie(void *cookie, const char *mode, cookie_io_functions_t functions) {
+    return faultIsDue(Call::Fopen) ? nullptr : __real_fopencookie(cookie, mode, functions);
+}
+
 ssize_t __real_getdents64(int, void *, size_t);
 ssize_t __wrap_getdents64(int directory, void *entries, size_t size) {
     return faultIsDue(Call::Getdents) ? -1 : __real_getdents64(directory, entries, size);
