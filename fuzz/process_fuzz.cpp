@@ -13,9 +13,13 @@ namespace {
 
 const std::initializer_list<std::string_view> textColumns = {"ARGS", "STAT", "USER", "FNAME", "NAME"};
 
-void takeProcess(fuzz::FuzzedInput &input, const std::string &directory) {
-    for (const char *file : {"/stat", "/statm", "/io", "/cmdline"})
+// Returns the command line.
+std::string takeProcess(fuzz::FuzzedInput &input, const std::string &directory) {
+    for (const char *file : {"/stat", "/statm", "/io"})
         fuzz::root().host(directory + file, input.piece());
+    std::string commandLine(input.piece());
+    fuzz::root().host(directory + "/cmdline", commandLine);
+    return commandLine;
 }
 
 // One separator per row and one before the end marker. The push report has fewer rows than there are processes, and the
@@ -61,7 +65,9 @@ FUZZ_TARGET(process_fuzz) {
         fuzz::root().host("proc/meminfo", input.piece());
         fuzz::root().host("proc/uptime", input.piece());
         fuzz::root().host("proc/stat", input.piece());
-        takeProcess(input, "proc/17");
+        const std::string commandLine = takeProcess(input, "proc/17");
+        if ((options & 128) != 0) // a directory service names users as it likes
+            answers.userName = commandLine;
         takeProcess(input, "proc/4194304");
         fuzz::root().home("aproc/shell/PSInfoLin.dat", input.piece());
         fuzz::root().home("aproc/shell/ProcessPCPU.dat", input.piece());

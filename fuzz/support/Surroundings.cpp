@@ -104,9 +104,9 @@ int __wrap_statfs64(const char *, struct statfs64 *status) {
 }
 
 passwd *__wrap_getpwuid(uid_t uid) {
-    static char name[] = "someone";
     static char none[] = "";
-    static passwd entry{name, none, uid, uid, none, none, none};
+    static passwd entry{};
+    entry = {surroundings().userName.data(), none, uid, uid, none, none, none};
     return &entry;
 }
 

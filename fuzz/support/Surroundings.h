@@ -9,13 +9,14 @@
 namespace fuzz {
 
 struct Surroundings {
-    timeval now{1700000000, 0};     // moves only when it is moved, or by a sleep
-    const char *release = "6.1.0";  // of the kernel
-    struct statfs64 filesystem {};  // what statfs64 says of every path
-    int statfsError = 0;            // not 0: statfs64 fails with it
-    int ioctlResult = -1;           // of every ioctl, which writes nothing
-    std::string commandOutput = ""; // what popen gives to read
-    int commands = 0;               // shell commands so far; each is checked
+    timeval now{1700000000, 0};       // moves only when it is moved, or by a sleep
+    const char *release = "6.1.0";    // of the kernel
+    struct statfs64 filesystem {};    // what statfs64 says of every path
+    int statfsError = 0;              // not 0: statfs64 fails with it
+    int ioctlResult = -1;             // of every ioctl, which writes nothing
+    std::string userName = "someone"; // of every user
+    std::string commandOutput = "";   // what popen gives to read
+    int commands = 0;                 // shell commands so far; each is checked
 };
 
 /// Of the input under way; a target begins with freshSurroundings().
