@@ -1,5 +1,6 @@
 #include "MM_FS_Mounts.h"
 
+#include "HostOpen.h"
 #include "HostRoot.h"
 #include "MM_FS_Info.h"
 #include "Settings.h"
@@ -116,7 +117,7 @@ void cutCopy(char (&destination)[FS_NAME_SIZE], const char *source) {
 namespace zel {
 
 MountTable::MountTable(WholeFile &file)
-    : m_openError(readMountTable(file) ? 0 : errno), m_lines(file.lines(WHOLE_FILE_LIMIT)) {}
+    : m_openError(readMountTable(file) ? 0 : errno), m_lines(file.lines(HOST_FILE_LIMIT)) {}
 
 // Sample: /dev/sda1 /mnt/with\040blank ext4 rw,relatime 0 0
 bool MountTable::next(MountEntry &entry) {
