@@ -1,37 +1,19 @@
 #include "ConsoleReport.h"
 
 #include "MM_FS_Info.h"
+#include "PrintableName.h"
 
-#include <cctype>
 #include <cstdio>
-#include <cstring>
 
 namespace {
-
-// A mount point may hold any byte: control bytes, line feeds among them, are printed as blanks, so that a name stays
-// within its line.
-class Printable {
-public:
-    explicit Printable(const char (&name)[FS_NAME_SIZE]) {
-        std::memcpy(m_text, name, sizeof(m_text));
-        for (char *character = m_text; *character != '\0'; ++character) {
-            if (std::iscntrl(static_cast<unsigned char>(*character)) != 0)
-                *character = ' ';
-        }
-    }
-    const char *text() const { return m_text; }
-
-private:
-    char m_text[FS_NAME_SIZE];
-};
 
 void printFilesystem(int index, const _ST_FS &filesystem) {
     std::fprintf(
         stderr, " Fs  %03d: %7llu(T) %7llu(U) %7llu(F) %5.2f | %llu(T) %llu(U) %llu(F) %llu(A)%5.2f | %s %s %s\n",
         index, filesystem.l_ulTotDskSize, filesystem.l_ulUsdDskSize, filesystem.l_ulFreDskSize, filesystem.l_dDskUsage,
         filesystem.l_ulTotIndSize, filesystem.l_ulUsdIndSize, filesystem.l_ulFreIndSize, filesystem.l_ulAvaIndSize,
-        filesystem.l_dIndUsage, Printable(filesystem.l_strFSname).text(), Printable(filesystem.l_strFSType).text(),
-        Printable(filesystem.l_strDEVname).text());
+        filesystem.l_dIndUsage, zel::PrintableName(filesystem.l_strFSname).text(),
+        zel::PrintableName(filesystem.l_strFSType).text(), zel::PrintableName(filesystem.l_strDEVname).text());
 }
 
 } // namespace

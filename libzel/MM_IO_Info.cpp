@@ -2,7 +2,7 @@
 
 #include "ElapsedTime.h"
 #include "NStringLib.h"
-#include "ScopedHandle.h"
+#include "RegularFile.h"
 
 #include <cmath>
 #include <cstdio>
@@ -115,7 +115,7 @@ char *CMM_IO_Info::fMParceDevUnit(const char *src, char *dst, int size) {
 // Sample: sda 45.30
 int CMM_IO_Info::fGetDiskIoRate(const char *name, float *rate) {
     *rate = 0.0F;
-    const zel::ScopedFile file(std::fopen(rateFile, "re"));
+    const zel::ScopedFile file = zel::openRegularFile(rateFile);
     if (file == nullptr)
         return -1;
     char line[rateLineSize];

@@ -48,6 +48,15 @@ TEST(NetworkReport, RowsGoToStandardError) {
                   "2|eth1|LINKUP|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|-1.000000|-1.000000|-1.000000\n");
 }
 
+TEST(NetworkReport, NamesKeepWithinTheirLine) {
+    NetworkScene scene(0);
+    scene.show({{"a\x1b[2Jb", 0, 0}});
+    CMM_NWT_Info collector;
+    EXPECT_EQ(report(collector, 5.0).err,
+              std::string(HEADER) +
+                  "1|a [2Jb|LINKUP|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.000000|0.000000|0.000000\n");
+}
+
 TEST(NetworkReport, FailedPassPrintsNothing) {
     NetworkScene scene(0);
     CMM_NWT_Info collector;

@@ -314,6 +314,12 @@ TEST_F(DiskRateFile, MissingFileIsAFailure) {
     EXPECT_EQ(rate, 0.0F);
 }
 
+TEST_F(DiskRateFile, PipeInItsPlaceIsAFailureAtOnce) {
+    ASSERT_EQ(mkfifo("../aproc/shell/disk_sar_d.txt", 0600), 0);
+    float rate = 55.0F;
+    EXPECT_EQ(disks.fGetDiskIoRate("sda", &rate), -1);
+}
+
 TEST(DiskUnitParser, FirstTokenIsCopied) {
     CMM_IO_Info disks;
     char unit[8];

@@ -1,0 +1,26 @@
+// A name for the console: mount points and interface names may hold any byte, and control bytes (line feeds, terminal
+// escapes) are printed as blanks, so that a name stays within its line.
+#pragma once
+
+#include <cctype>
+#include <cstddef>
+#include <cstring>
+
+namespace zel {
+
+template<std::size_t Size> class PrintableName {
+public:
+    explicit PrintableName(const char (&name)[Size]) {
+        std::memcpy(m_text, name, Size);
+        for (char *character = m_text; *character != '\0'; ++character) {
+            if (std::iscntrl(static_cast<unsigned char>(*character)) != 0)
+                *character = ' ';
+        }
+    }
+    const char *text() const { return m_text; }
+
+private:
+    char m_text[Size];
+};
+
+} // namespace zel
