@@ -105,10 +105,10 @@ int countLinesOf(std::string_view key, int file) {
     return lines;
 }
 
-// Frees what a push scan holds, however it ends.
+// Ends the push list of a scan, however that ends.
 struct PushListGuard {
     CMM_PROC_Info &collector;
-    ~PushListGuard() { zel::freePushList(collector); }
+    ~PushListGuard() { zel::endPushList(collector); }
 };
 
 const char *scanProcesses(CMM_PROC_Info &collector, int mode) {
@@ -147,7 +147,7 @@ const char *scanProcesses(CMM_PROC_Info &collector, int mode) {
 
     if (scan.push()) {
         zel::writeTopRows(scan);
-        zel::freePushList(collector);
+        zel::endPushList(collector);
         zel::adaptPushCapacity(collector, scan.count);
     }
     collector.m_nInsertFirst = 1;

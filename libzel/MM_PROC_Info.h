@@ -135,6 +135,12 @@ struct ProcessScratch;
 struct ScratchFree {
     void operator()(ProcessScratch *scratch) const;
 };
+
+class PushList;
+
+struct PushListFree {
+    void operator()(PushList *list) const;
+};
 } // namespace zel
 
 class CMM_PROC_Info : public CMM_INIT_Info {
@@ -247,8 +253,9 @@ public:
     timeval m_stLastTime;
     PerfSplit m_strPushSplit;
     int m_nActiveSize;                 // capacity of the push list
-    ST_PROCALL_LIST **m_stAllProcList; // null outside a push scan
+    ST_PROCALL_LIST **m_stAllProcList; // processes of a push scan that may be reported; null outside a scan
     std::map<int, ST_PROCALL_LIST *> m_ProcTopMap;
     char m_strLogMsg[1024];
     std::unique_ptr<zel::ProcessScratch, zel::ScratchFree> m_scratch; // of a scan under way, kept for the next one
+    std::unique_ptr<zel::PushList, zel::PushListFree> m_pushList;     // what m_stAllProcList and m_ProcTopMap point to
 };

@@ -64,7 +64,7 @@ struct ProcessScan {
     ProcessColumns columns = ProcessColumns::None;
     int cpuCount = 1;
     int count = 0;         // processes counted so far
-    int pushEntries = 0;   // entries of the push list
+    int pushEntries = 0;   // processes offered to the push list
     bool topTaken = false; // the figures of all java processes were gathered
     bool scripted = false; // the process list comes from a script
 
@@ -127,16 +127,16 @@ void writeRow(CPerfText &text, ProcessColumns columns, const ProcessRow<ST_PROCA
 
 // MM_PROC_Push.cpp ----------------------------------------------------------------------------------------------------
 
-/// Allocates the push list; false without memory.
+/// Empties the push list, which is allocated by the first push scan; false without memory.
 bool startPushList(CMM_PROC_Info &collector);
-/// Copies the scratch record into the push list, unless it is full.
+/// Copies the scratch record into the push list, unless it is full or the process cannot be reported any more.
 void addToPushList(ProcessScan &scan, float machinePercent);
 /// Appends the rows of the busiest processes.
 void writeTopRows(ProcessScan &scan);
 /// Sets the capacity of the next scan.
 void adaptPushCapacity(CMM_PROC_Info &collector, int count);
-/// Frees the push list and the top processes.
-void freePushList(CMM_PROC_Info &collector);
+/// Empties the report and takes the push list away, which is kept for the next scan.
+void endPushList(CMM_PROC_Info &collector);
 
 // MM_PROC_Scripts.cpp -------------------------------------------------------------------------------------------------
 

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -165,7 +166,57 @@ TEST_F(PushScan, HundredBusiestOfEachOrderAreReported) {
     EXPECT_EQ(collector.fMGetNProcs(), 104);
 }
 
-TEST_F(PushScan, ListAndTopProcessesAreFreedAndTheLineBufferIsClear) {
+// Of 240 processes the first 70 use CPU, all the same, and the last 10 have more memory than the others, which have all
+// the same: the first by memory are the 10, then the 70, then the 20 of the others that were listed first.
+TEST_F(PushScan, OfEqualProcessesThoseThatPrecedeInTheOrderBeforeAreReported) {
+    const auto putAll = [this](long ticks) {
+        for (int pid = 1; pid <= 240; ++pid) {
+            FakeProcess process = numbered(pid);
+            process.utime = pid <= 70 ? ticks : 0;
+            process.residentPages = pid > 230 ? 500 : 400;
+            host.put(process);
+        }
+    };
+    putAll(0);
+    const ProcessTable listed(collector.fMGetProc(0));
+    std::map<int, int> others; // pids by their places in the list
+    for (int pid = 71; pid <= 230; ++pid)
+        others[std::stoi(listed.value(pid, "INDEX"))] = pid;
+    ASSERT_EQ(others.size(), 160U);
+    clock.advance(1);
+    putAll(50);
+
+    const ProcessTable table = scan().table;
+
+    EXPECT_EQ(table.size(), 100U);
+    for (int pid = 1; pid <= 70; ++pid)
+        EXPECT_TRUE(table.has(pid)) << pid;
+    for (int pid = 231; pid <= 240; ++pid)
+        EXPECT_TRUE(table.has(pid)) << pid;
+    int place = 0;
+    for (const auto &[index, pid] : others)
+        EXPECT_EQ(table.has(pid), place++ < 20) << pid << " listed at " << index;
+}
+
+TEST_F(PushScan, AllocatesNothingForTheProcessesOfTheScanBefore) {
+    for (int pid = 1; pid <= 120; ++pid) {
+        FakeProcess process = numbered(pid);
+        process.residentPages = 2000 + pid;
+        host.put(process);
+    }
+    scan();
+    const std::string before = collector.fMGetProc(1);
+    systemHooks().failAllocationAfter = 0;
+    systemHooks().failNewAfter = 0;
+    const char *text = collector.fMGetProc(1);
+    systemHooks().failAllocationAfter = -1;
+    systemHooks().failNewAfter = -1;
+
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(text, before);
+}
+
+TEST_F(PushScan, ListAndTopProcessesAreGoneAndTheLineBufferIsClear) {
     FakeProcess process = numbered(7);
     process.residentPages = 2000;
     host.put(process);
@@ -244,6 +295,8 @@ TEST_F(PushScan, WithoutMemoryForTheListTheScanEnds) {
     systemHooks().failAllocationAfter = -1;
     EXPECT_EQ(collector.m_stAllProcList, nullptr);
     EXPECT_EQ(collector.fGetProcInfo(), collector.g_stringPollProcess.c_str());
+    EXPECT_EQ(scan().table.size(), 0U) << "and the next one works";
+    EXPECT_EQ(collector.fMGetNProcs(), 1);
 }
 
 TEST_F(PushScan, WithoutMemoryForAnEntryTheProcessIsCountedButNotListed) {
