@@ -57,7 +57,6 @@ CMM_IO_Info::CMM_IO_Info()
 }
 
 CMM_IO_Info::~CMM_IO_Info() {
-    releasePushRows();
     for (const auto &entry : m_DiskMap)
         delete entry.second;
     deleteList(m_pclList);
@@ -66,6 +65,7 @@ CMM_IO_Info::~CMM_IO_Info() {
     delete m_pclUtil;
     delete m_pstIO;
     std::free(m_pstDevName);
+    std::free(m_pushList);
     std::free(m_pStrDiskZEL);
     std::free(m_pStrRealTimeDiskZEL);
     std::free(m_pStrDiskINV);

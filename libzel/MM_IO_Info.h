@@ -252,6 +252,7 @@ private:
     bool insertResult();
 
     bool startTexts(int nPush);
+    bool startPushList();
     void publishTexts();
     void waitBeforeRow() const;
     bool appendPollRow();
@@ -268,6 +269,8 @@ private:
     SSListNode *m_lastFound = nullptr; // in m_pclList_Old, during a pass
     zel::WholeFile m_counterFile;
     zel::WholeFile m_partitionFile;
+    ST_DISKALL_LIST **m_pushList = nullptr; // m_stAllDiskList, kept between passes
+    int m_pushCapacity = 0;
     std::vector<std::unique_ptr<ST_DISKALL_LIST[]>> m_pushBlocks; // what the rows of m_stAllDiskList point into
     int m_pushRows;
     ST_DISKALL_LIST m_pushSums;

@@ -2,6 +2,7 @@
 #include "MM_IO_Info.h"
 #include "NGFunctions.h"
 #include "Settings.h"
+#include "TopList.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -87,10 +88,20 @@ bool CMM_IO_Info::startTexts(int nPush) {
     header.tableMetric(pushMetric);
     writeHeader(header);
     g_stringPushDisk.append(header.view());
-    // NOLINTNEXTLINE(bugprone-sizeof-expression): the array holds pointers
-    void *rows = std::calloc(static_cast<std::size_t>(m_nActiveSize), sizeof(ST_DISKALL_LIST *));
-    m_stAllDiskList = static_cast<ST_DISKALL_LIST **>(rows);
-    return m_stAllDiskList != nullptr && !header.incomplete();
+    return startPushList() && !header.incomplete();
+}
+
+// The array and the rows are kept between passes, so that a further one allocates nothing.
+bool CMM_IO_Info::startPushList() {
+    if (m_pushList == nullptr || m_pushCapacity != m_nActiveSize) {
+        std::free(m_pushList);
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): the array holds pointers
+        void *rows = std::calloc(static_cast<std::size_t>(m_nActiveSize), sizeof(ST_DISKALL_LIST *));
+        m_pushList = static_cast<ST_DISKALL_LIST **>(rows);
+        m_pushCapacity = m_nActiveSize;
+    }
+    m_stAllDiskList = m_pushList;
+    return m_stAllDiskList != nullptr;
 }
 
 void CMM_IO_Info::publishTexts() {
@@ -114,18 +125,18 @@ bool CMM_IO_Info::appendPollRow() {
     return true;
 }
 
-// Rows come in blocks, so that a pass over many disks does not allocate for each of them.
+// Rows come in blocks, so that the first pass over many disks does not allocate for each of them.
 void CMM_IO_Info::collectPushRow() {
     if (m_pushRows >= m_nActiveSize)
         return;
-    const int place = m_pushRows % pushRowsPerBlock;
-    if (place == 0) {
-        std::unique_ptr<ST_DISKALL_LIST[]> block(new (std::nothrow) ST_DISKALL_LIST[pushRowsPerBlock]);
-        if (block == nullptr)
+    const auto block = static_cast<std::size_t>(m_pushRows / pushRowsPerBlock);
+    if (block == m_pushBlocks.size()) {
+        std::unique_ptr<ST_DISKALL_LIST[]> rows(new (std::nothrow) ST_DISKALL_LIST[pushRowsPerBlock]);
+        if (rows == nullptr)
             return;
-        m_pushBlocks.push_back(std::move(block));
+        m_pushBlocks.push_back(std::move(rows));
     }
-    ST_DISKALL_LIST &row = m_pushBlocks.back()[static_cast<std::size_t>(place)];
+    ST_DISKALL_LIST &row = m_pushBlocks[block][static_cast<std::size_t>(m_pushRows % pushRowsPerBlock)];
     std::strcpy(row.l_strDEVname, m_pstIO->l_strDEVname);
     row.l_dRead_B = m_pstIO->l_dRead_B;
     row.l_dWrite_B = m_pstIO->l_dWrite_B;
@@ -140,17 +151,20 @@ void CMM_IO_Info::collectPushRow() {
 bool CMM_IO_Info::writePushTable() {
     m_nDiskPushCnt = 0;
     adaptPushCapacity();
-    std::stable_sort(
-        m_stAllDiskList, m_stAllDiskList + m_pushRows,
-        [](const ST_DISKALL_LIST *left, const ST_DISKALL_LIST *right) { return compare_alldisk(&left, &right) < 0; });
-    const int rows = std::min(pushTableRows, m_pushRows);
-    if (rows == 0)
+    if (m_pushRows == 0)
         return true;
+    zel::TopList<ST_DISKALL_LIST, pushTableRows> busiest;
+    std::for_each(m_stAllDiskList, m_stAllDiskList + m_pushRows, [&busiest](ST_DISKALL_LIST *row) {
+        busiest.offer(row, [](const ST_DISKALL_LIST *left, const ST_DISKALL_LIST *right) {
+            return compare_alldisk(&left, &right) < 0;
+        });
+    });
+    m_pushBlocks.resize(static_cast<std::size_t>((m_pushRows - 1) / pushRowsPerBlock + 1)); // no more are kept
     if (!appendPushRow(sumRowName, m_pushSums))
         return false;
-    for (int i = 0; i < rows; ++i) {
+    for (const ST_DISKALL_LIST *row : busiest) {
         ++m_nDiskPushCnt;
-        if (!appendPushRow(m_stAllDiskList[i]->l_strDEVname, *m_stAllDiskList[i]))
+        if (!appendPushRow(row->l_strDEVname, *row))
             return false;
     }
     return true;
@@ -175,8 +189,6 @@ void CMM_IO_Info::adaptPushCapacity() {
 }
 
 void CMM_IO_Info::releasePushRows() {
-    m_pushBlocks.clear();
     m_pushRows = 0;
-    std::free(m_stAllDiskList);
     m_stAllDiskList = nullptr;
 }

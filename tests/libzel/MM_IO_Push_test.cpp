@@ -128,11 +128,28 @@ TEST_F(DiskPush, SmallPassBringsTheArrayBackToItsUsualSize) {
     EXPECT_EQ(disks.m_nActiveSize, 10000);
 }
 
+TEST_F(DiskPush, FurtherPassOverTheSameDisksAllocatesNothing) {
+    const std::string text = manyDisks(200, 1);
+    samplePush(text);
+    samplePush(text);
+    const std::string before = push(disks);
+    clock.advance(SECONDS);
+    systemHooks().failAllocationAfter = 0;
+    systemHooks().failNewAfter = 0;
+    const CSSList *result = disks.fMGetIoStat(0.0, 1, 1);
+    systemHooks().failAllocationAfter = -1;
+    systemHooks().failNewAfter = -1;
+    EXPECT_EQ(result, disks.m_pclList);
+    EXPECT_EQ(push(disks), before);
+}
+
 TEST_F(DiskPush, WithoutMemoryForTheArrayThePassGivesNull) {
     samplePush(line("sda", 0, 0, 0, 0, 0));
+    disks.m_nActiveSize = 20000; // another array
     systemHooks().failAllocationAfter = 0;
     clock.advance(SECONDS);
     EXPECT_EQ(disks.fMGetIoStat(0.0, 1, 1), nullptr);
+    EXPECT_EQ(disks.m_stAllDiskList, nullptr);
     systemHooks().failAllocationAfter = -1;
     EXPECT_EQ(samplePush(line("sda", 0, 0, 0, 0, 0)), disks.m_pclList);
 }
@@ -143,7 +160,7 @@ TEST_F(DiskPush, RowThatHasNoMemoryEndsThePassWithNull) {
     std::free(disks.m_pStrRealTimeDiskZEL);
     disks.m_nDiskRealZELSize = 512;
     disks.m_pStrRealTimeDiskZEL = fgNewTextBuffer(512);
-    systemHooks().failAllocationAfter = 2; // the array, the growth before the row, then the one that the row asks for
+    systemHooks().failAllocationAfter = 1; // the growth before the row, then the one that the row asks for
     EXPECT_EQ(disks.fMGetIoStat(0.0, 1, 1), nullptr);
     EXPECT_EQ(disks.m_stAllDiskList, nullptr);
     systemHooks().failAllocationAfter = -1;
