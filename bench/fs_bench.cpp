@@ -1,6 +1,6 @@
 // The filesystem collector over real mounts: bind mounts in a mount namespace of the program's own (needs root and
-// /var/tmp on a filesystem of more than 1 GB). The floor reads the mount table to its end, opens and closes the list of
-// NFS mounts that every pass writes anew, and calls statfs64 on every mount point that is measured.
+// /var/tmp on a filesystem of more than 1 GB). The floor reads the mount table to its end, opens, examines and closes
+// the list of NFS mounts that every pass writes anew, and calls statfs64 on every mount point that is measured.
 #include "Floor.h"
 #include "Harness.h"
 #include "MM_FS_Info.h"
@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <string>
+#include <sys/stat.h>
 #include <sys/statfs.h>
 #include <vector>
 
@@ -66,6 +67,8 @@ template<class Pass> bench::Work filesystemWork(Pass pass) {
     work.sample = [collector, pass] { pass(*collector); };
     work.floor = [names, room] {
         const zel::ScopedDescriptor list(open(nfsList, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+        struct stat listStatus;
+        fstat(list.get(), &listStatus);
         bench::readWhole("/etc/mtab", *room);
         for (const std::string &name : *names) {
             struct statfs64 status;

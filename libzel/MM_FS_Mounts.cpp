@@ -58,10 +58,8 @@ constexpr Escape escapes[] = {{"\\040", ' '}, {"\\011", '\t'}, {"\\012", '\n'}, 
 
 // Resolves the escapes of a name in place.
 void resolveEscapes(char *name) {
-    char *out = std::strchr(name, '\\');
-    if (out == nullptr)
-        return;
-    for (const char *in = out; *in != '\0';) {
+    char *out = name;
+    for (const char *in = name; *in != '\0';) {
         const auto *escape = std::find_if(std::begin(escapes), std::end(escapes), [in](const Escape &known) {
             return std::strncmp(in, known.text.data(), known.text.size()) == 0;
         });
@@ -75,28 +73,23 @@ void resolveEscapes(char *name) {
     *out = '\0';
 }
 
-// Terminates the field at `cursor` and moves the cursor to the next one; empty when the line has no more.
-char *takeField(char *&cursor) {
-    char *field = cursor;
-    cursor += std::strcspn(cursor, fieldBlanks);
-    if (*cursor != '\0') {
-        *cursor++ = '\0';
-        cursor += std::strspn(cursor, fieldBlanks);
-    }
-    return field;
-}
-
+// Terminates the name at `cursor`, resolves its escapes and moves the cursor to the next field; empty when the line has
+// no more.
 char *takeName(char *&cursor) {
-    char *name = takeField(cursor);
-    resolveEscapes(name);
+    char *name = cursor;
+    bool escaped = false;
+    for (; *cursor != ' ' && *cursor != '\t' && *cursor != '\0'; ++cursor)
+        escaped = escaped || *cursor == '\\';
+    while (*cursor == ' ' || *cursor == '\t')
+        *cursor++ = '\0';
+    if (escaped)
+        resolveEscapes(name);
     return name;
 }
 
 // An autofs entry that its daemon wants to be left out of lists: "ignore" among its options, alone or with a value.
-bool isIgnored(std::string_view type, std::string_view options) {
+bool isIgnored(std::string_view options) {
     constexpr std::string_view wanted = "ignore";
-    if (type != "autofs")
-        return false;
     while (!options.empty()) {
         const std::string_view option = options.substr(0, options.find(','));
         if (option.starts_with(wanted) && (option.size() == wanted.size() || option[wanted.size()] == '='))
@@ -122,14 +115,15 @@ MountTable::MountTable(WholeFile &file)
 // Sample: /dev/sda1 /mnt/with\040blank ext4 rw,relatime 0 0
 bool MountTable::next(MountEntry &entry) {
     while (char *line = m_lines.next()) {
-        line[std::strcspn(line, "\n")] = '\0';
+        if (char *lineFeed = std::strchr(line, '\n'))
+            *lineFeed = '\0';
         char *cursor = line + std::strspn(line, fieldBlanks);
         if (*cursor == '\0' || *cursor == '#')
             continue;
         entry.device = takeName(cursor);
         entry.mountPoint = takeName(cursor);
         entry.type = takeName(cursor);
-        if (!isIgnored(entry.type, takeName(cursor)))
+        if (std::strcmp(entry.type, "autofs") != 0 || !isIgnored(takeName(cursor)))
             return true;
     }
     return false;
