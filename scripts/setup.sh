@@ -30,7 +30,8 @@ dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file
 lintian /usr/bin/lintian"
 bench="$build
-libbenchmark-dev /usr/include/benchmark/benchmark.h"
+libbenchmark-dev /usr/include/benchmark/benchmark.h
+iproute2 /usr/bin/ip"
 fuzz="$build
 clang /usr/bin/clang++
 libclang-rt-14-dev /usr/lib/llvm-14/lib/clang/14.0.6/include/fuzzer/FuzzedDataProvider.h"
