@@ -1,7 +1,5 @@
 // Delivers records in order, each at least once. A record is one line and a text of BYTES bytes:
-//
 //   RUN NUMBER NAME SECONDS BYTES \n TEXT          1700000000123456 17 cpu 1700000004 812
-//
 // RUN names the start of the agent, NUMBER counts its records from 1. A TCP receiver answers "RUN NUMBER\n" once it has
 // stored the record; only then the next one follows. When the answer is lost the record comes again: a receiver that
 // drops numbers which are not above the last one of their run has each exactly once. Standard output gives no answers.
@@ -16,6 +14,8 @@
 #include <filesystem>
 #include <fstream>
 #include <netdb.h>
+#include <set>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -24,9 +24,15 @@ class Delivery {
 public:
     const std::string run = std::to_string(static_cast<long long>(fGetCurVelmorTime() * 1e6));
     unsigned long long records = 0;
-
     /// `receiver` is HOST:PORT, or null for standard output.
-    explicit Delivery(const char *receiver) : m_receiver(receiver), m_socket(receiver ? -1 : STDOUT_FILENO) {}
+    explicit Delivery(const char *receiver) : m_receiver(receiver), m_socket(receiver ? -1 : STDOUT_FILENO) {
+        const auto files = keptFiles();
+        const std::string newest = files.empty() ? "" : files.rbegin()->second;
+        const std::string kept = (std::ostringstream() << std::ifstream(newest).rdbuf()).str();
+        const auto end = kept.rfind(recordEnd), whole = end == std::string::npos ? 0 : end + recordEnd.size();
+        if (whole != kept.size()) // a kill has cut its last record, which would take the next one into its text
+            std::filesystem::resize_file(newest, whole, m_error);
+    }
 
     /// Sends a text, or keeps it when that fails or older ones are kept. Null and empty texts are no records.
     void take(const char *name, const char *text) {
@@ -34,45 +40,44 @@ public:
             return;
         const std::string number = std::to_string(++records), time = std::to_string(fGetPushCurVelmorTime());
         const std::string head = run + ' ' + number + ' ' + name + ' ' + time;
-        if ((!oldestFile().empty() || !send(head, text)) && fgBufFileWrite("", head.c_str(), text) != 1)
+        if ((!keptFiles().empty() || !send(head, text)) && fgBufFileWrite("", head.c_str(), text) != 1)
             std::fprintf(stderr, "agent: %s is lost, ../buffer cannot be written: start in agent/bin\n", head.c_str());
     }
 
     /// Sends what is kept, oldest first, for a second at most.
     void sendKept() {
         const double until = fGetCurVelmorTime() + 1;
-        for (std::string file; !(file = oldestFile()).empty() && connected() && sendFile(file, until); m_sent = 0)
-            std::filesystem::remove(file);
+        for (auto files = keptFiles(); !files.empty() && connected(); files = keptFiles(), m_sent = 0)
+            if (!sendFile(files.begin()->second, until) || !std::filesystem::remove(files.begin()->second, m_error))
+                return;
     }
 
 private:
+    const std::string F = "\x03\x1F^", recordEnd = F + "\x03\x1F]\n"; // a record of a file: time F head F text F M \n
+
     // The library fills one file after the other: the one that was written first is the oldest.
-    static std::string oldestFile() {
-        std::pair<std::filesystem::file_time_type, std::string> oldest;
-        std::error_code error;
-        for (const auto &entry : std::filesystem::directory_iterator("../buffer", error)) {
-            const std::pair file(entry.last_write_time(error), entry.path().string());
-            if (file.second.find("-BUF_") != std::string::npos && (oldest.second.empty() || file < oldest))
-                oldest = file;
-        }
-        return oldest.second;
+    std::set<std::pair<std::filesystem::file_time_type, std::string>> keptFiles() {
+        std::set<std::pair<std::filesystem::file_time_type, std::string>> files;
+        for (const auto &entry : std::filesystem::directory_iterator("../buffer", m_error))
+            if (entry.path().string().find("-BUF_") != std::string::npos)
+                files.emplace(entry.last_write_time(m_error), entry.path().string());
+        return files;
     }
 
-    // A record of a buffer file: time F head F text F M \n
+    // True when all of it is sent.
     bool sendFile(const std::string &path, double until) {
-        const std::string F = "\x03\x1F^", recordEnd = "\x03\x1F^\x03\x1F]\n";
-        m_sent = std::exchange(m_file, path) == path ? m_sent : 0;
-        std::ifstream file(path, std::ios::binary);
-        const std::string kept{std::istreambuf_iterator<char>(file), {}};
-        for (auto end = kept.find(recordEnd, m_sent); end != std::string::npos; end = kept.find(recordEnd, m_sent)) {
-            const auto head = kept.find(F, m_sent) + 3, text = kept.find(F, head) + 3;
-            if (!send(kept.substr(head, text - 3 - head), kept.substr(text, end - text)))
+        const std::string kept = (std::ostringstream() << std::ifstream(path).rdbuf()).str();
+        // Another file may stand in the place of one that was sent in part.
+        if (std::exchange(m_file, path) != path || (m_sent > 0 && kept.find(recordEnd, m_sent - 7) != m_sent - 7))
+            m_sent = 0;
+        for (std::size_t end;
+             fGetCurVelmorTime() < until && (end = kept.find(recordEnd, m_sent)) != std::string::npos;) {
+            const auto head = kept.find(F, m_sent) + 3, text = kept.find(F, head);
+            if (text < end && !send(kept.substr(head, text - head), kept.substr(text + 3, end - text - 3)))
                 return false;
             m_sent = end + recordEnd.size();
-            if (fGetCurVelmorTime() > until)
-                return m_sent == kept.size();
         }
-        return true;
+        return m_sent == kept.size() && m_sent == std::filesystem::file_size(path, m_error); // it could be read
     }
 
     // False, and disconnected, unless the receiver has the record.
@@ -82,7 +87,8 @@ private:
         if (connected() && dprintf(m_socket, "%s %zu\n%s", head.c_str(), text.size(), text.c_str()) > 0 &&
             (!m_receiver || (recv(m_socket, &answer[0], answer.size(), MSG_WAITALL) > 0 && answer == expected)))
             return true;
-        disconnect();
+        if (m_receiver != nullptr)
+            close(std::exchange(m_socket, -1));
         return false;
     }
 
@@ -92,28 +98,26 @@ private:
         m_retryAt = fGetCurVelmorTime() + 2;
         const char *port = std::strrchr(m_receiver, ':') + 1;
         addrinfo *addresses = nullptr;
-        if (getaddrinfo(std::string(m_receiver, port - 1).c_str(), port, nullptr, &addresses) != 0)
-            return false;
+        const int failed = getaddrinfo(std::string(m_receiver, port - 1).c_str(), port, nullptr, &addresses);
         for (const addrinfo *at = addresses; at != nullptr && m_socket < 0; at = at->ai_next) {
             constexpr timeval limit{5, 0}; // of every call, connect too
             m_socket = socket(at->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
             setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
             setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
             if (connect(m_socket, at->ai_addr, at->ai_addrlen) != 0)
-                disconnect();
+                close(std::exchange(m_socket, -1));
         }
+        if (!std::exchange(m_away, m_socket < 0) && m_away)
+            std::fprintf(stderr, "agent: %s: %s\n", m_receiver, failed ? gai_strerror(failed) : std::strerror(errno));
         freeaddrinfo(addresses);
-        return m_socket >= 0;
-    }
-
-    void disconnect() {
-        if (m_receiver != nullptr)
-            close(std::exchange(m_socket, -1));
+        return !m_away;
     }
 
     const char *m_receiver;
     int m_socket;         // standard output without a receiver
     double m_retryAt = 0; // no connection is tried before
-    std::string m_file;   // the buffer file that is being sent, and how much of it has been sent
+    bool m_away = false;  // no connection could be made
+    std::error_code m_error;
+    std::string m_file; // the buffer file that is being sent, and how much of it has been sent
     std::size_t m_sent = 0;
 };

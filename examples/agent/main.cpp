@@ -1,7 +1,5 @@
 // A small agent: samples every collector on a cycle of its own and delivers the texts (Delivery.h has the protocol).
-//
 //   agent [--to HOST:PORT] [--cycle SECONDS]       default: to standard output, a base cycle of 5 seconds
-//
 // It runs in the directory agent/bin of a home. SIGTERM and SIGINT end it. Everything is sampled and delivered on the
 // main thread; beside it run the library's log writer, scheduler worker and watchdog.
 #include "Delivery.h"
@@ -34,11 +32,10 @@ void sampleUntilStopped(const char *receiver, int cycle) {
         zel::writeShared(g_nBlockChkSec, fGetPushCurVelmorTime()); // the heartbeat
         zel::writeShared(g_nAlarmSec, 30);                         // the longest pass that is not interrupted
         for (Task &task : sampling.tasks) {
-            const auto now = std::chrono::steady_clock::now();
-            if (stopRequested != 0 || now < task.due)
-                continue;
-            task.due = now + task.cycle;
-            delivery.take(task.name, task.sample());
+            if (const auto now = std::chrono::steady_clock::now(); stopRequested == 0 && now >= task.due) {
+                task.due = now + task.cycle;
+                delivery.take(task.name, task.sample());
+            }
         }
         delivery.sendKept();
         zel::writeShared(g_nAlarmSec, 0);
@@ -73,7 +70,6 @@ int main(int argc, char **argv) {
     log.fSetLogPath("../log/");
     CVornLog::fSetLogModeBit("ERROR");
     g_pclVornLog = &log;
-
     CCmdScheduler scheduler;
     scheduler.m_nCmdSchedulerType = SCHEDULER_QUEUE;
     scheduler.fCmdSchedulerStart();

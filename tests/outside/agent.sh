@@ -75,6 +75,10 @@ start_agent run1
 wait "$receiver" || fail "the first receiver ended with status $?"
 eventually "kept records" keeps 15
 stop_agent
+grep -q "^agent: localhost:$port: " "$scratch/run1.err" || fail "the agent does not say that nobody listens"
+# A kill in the middle of a write leaves a record without its end.
+buffers=("$home"/buffer/*-BUF_*.buf)
+printf '1700000000\003\037^1 1 cut 1700000000\003\037^half of a te' >>"${buffers[-1]}"
 
 start_agent run2
 eventually "records of both runs" keeps $(($(kept) + 10))
