@@ -69,30 +69,46 @@ inline bool scanNumber(const char *&cursor, ScannedNumber &number) {
     return true;
 }
 
-/// The form in which kernels write nearly every number: at most one blank, no sign, digits that fit a long long. False,
-/// and nothing moved, for any other, which is left to the general scanners.
+/// The form in which kernels write nearly every number: spaces for its alignment, no sign, digits that fit a long long.
+/// False, and nothing moved, for any other, which is left to the general scanners.
 inline bool scanPlain(const char *&cursor, unsigned long long &value) {
     constexpr std::ptrdiff_t digitsThatFit = 18;
-    const char *first = cursor + (*cursor == ' ' ? 1 : 0);
-    const char *text = first;
-    unsigned long long magnitude = 0;
+    const char *first = cursor;
+    while (*first == ' ')
+        ++first;
+    unsigned long long magnitude = digitValue<10>(*first);
+    if (magnitude > 9)
+        return false;
+    const char *text = first + 1;
     for (unsigned digit; (digit = digitValue<10>(*text)) <= 9; ++text)
         magnitude = magnitude * 10 + digit;
-    if (text == first || text - first > digitsThatFit)
+    if (text - first > digitsThatFit)
         return false;
     value = magnitude;
     cursor = text;
     return true;
 }
 
+/// A number of any form as strtoull reads it: gives its end, or null without one. By value and out of line, so that a
+/// scanner of many plain numbers keeps its cursor in a register.
+[[gnu::noinline]] inline const char *scanAnyUnsigned(const char *cursor, unsigned long long &value) {
+    ScannedNumber number;
+    if (!scanNumber(cursor, number))
+        return nullptr;
+    value = number.negative && !number.overflow ? 0 - number.magnitude : number.magnitude;
+    return cursor;
+}
+
 /// As strtoull and "%llu": a negative number wraps, one that does not fit gives all ones.
 inline bool scanUnsigned(const char *&cursor, unsigned long long &value) {
     if (scanPlain(cursor, value))
         return true;
-    ScannedNumber number;
-    if (!scanNumber(cursor, number))
+    unsigned long long number = 0;
+    const char *end = scanAnyUnsigned(cursor, number);
+    if (end == nullptr)
         return false;
-    value = number.negative && !number.overflow ? 0 - number.magnitude : number.magnitude;
+    value = number;
+    cursor = end;
     return true;
 }
 
@@ -148,8 +164,8 @@ inline long long takeSigned(const char *&cursor) {
 
 /// As "%*d": false when no number stands at the cursor.
 inline bool skipNumber(const char *&cursor) {
-    ScannedNumber number;
-    return scanNumber(cursor, number);
+    unsigned long long number = 0;
+    return scanUnsigned(cursor, number);
 }
 
 /// As "%*s": false when only blanks are left.

@@ -48,6 +48,26 @@ TEST(NumberScan, LimitsAreKeptAndNumbersBeyondThemSaturate) {
     EXPECT_EQ(asSigned("-9223372036854775809"), -9223372036854775807LL - 1);
 }
 
+TEST(NumberScan, NumbersOfAnyLengthBehindAnyNumberOfSpaces) {
+    for (std::size_t spaces = 0; spaces < 20; ++spaces) {
+        for (std::size_t digits = 0; digits < 25; ++digits) {
+            for (const char *behind : {"", " 5", "x", "-", "\n"}) {
+                const std::string text = std::string(spaces, ' ') + std::string(digits, '9') + behind;
+                char *end = nullptr;
+                const char *cursor = text.c_str();
+                ASSERT_EQ(zel::takeUnsigned(cursor), std::strtoull(text.c_str(), &end, 10)) << text;
+                ASSERT_EQ(cursor, end) << text;
+                cursor = text.c_str();
+                ASSERT_EQ(zel::takeSigned(cursor), std::strtoll(text.c_str(), &end, 10)) << text;
+                ASSERT_EQ(cursor, end) << text;
+                cursor = text.c_str();
+                ASSERT_EQ(zel::skipNumber(cursor), end != text.c_str()) << text;
+                ASSERT_EQ(cursor, end) << text;
+            }
+        }
+    }
+}
+
 TEST(NumberScan, WordsEndAtBlanksAndAtTheEnd) {
     const char *cursor = " 12 (comm)\tS";
 
