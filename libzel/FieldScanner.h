@@ -44,12 +44,12 @@ public:
             --width;
         }
         const char *digits = text;
-        int magnitude = 0;
-        for (; width > 0 && *text >= '0' && *text <= '9'; ++text, --width)
-            magnitude = magnitude * 10 + (*text - '0');
+        unsigned magnitude = 0;
+        for (unsigned digit; width > 0 && (digit = digitValue<10>(*text)) <= 9; ++text, --width)
+            magnitude = magnitude * 10 + digit;
         if (text == digits)
             return false;
-        value = negative ? -magnitude : magnitude;
+        value = negative ? -static_cast<int>(magnitude) : static_cast<int>(magnitude);
         m_cursor = text;
         return counted();
     }
@@ -69,19 +69,22 @@ public:
     /// "%<limit>s": up to `limit` characters into `word`, which has room for one more. What is beyond stays.
     bool takeWord(char *word, std::size_t limit) {
         const char *start = skipBlanks(m_cursor);
-        const char *end = start;
-        while (*end != '\0' && !isBlank(*end) && static_cast<std::size_t>(end - start) < limit)
-            ++end;
-        if (end == start)
+        std::size_t length = 0;
+        for (; length < limit && isOfWord(start[length]); ++length)
+            word[length] = start[length];
+        if (length == 0)
             return false;
-        const auto length = static_cast<std::size_t>(end - start);
-        std::memcpy(word, start, length);
         word[length] = '\0';
-        m_cursor = end;
+        m_cursor = start + length;
         return counted();
     }
 
 private:
+    // Nearly every character is beyond the blanks and the terminator.
+    static bool isOfWord(char character) {
+        return static_cast<unsigned char>(character) > ' ' || (character != '\0' && !isBlank(character));
+    }
+
     bool counted() {
         ++m_conversions;
         return true;

@@ -43,23 +43,13 @@ bool isStackedDevice(std::string_view name) {
 
 // Optical drives and software RAID as well. Consumers know that every name with these letters in it is left out.
 bool isLeftOut(std::string_view name) {
-    for (; !name.empty(); name.remove_prefix(1)) {
-        switch (name.front()) {
-        case 's':
-            if (name.starts_with("sr") || name.starts_with("sddlma"))
-                return true;
-            break;
-        case 'm':
-            if (name.starts_with("md"))
-                return true;
-            break;
-        case 'd':
-            if (name.starts_with("dm-"))
-                return true;
-            break;
-        default:
-            break;
-        }
+    for (std::size_t place = 0; place < name.size(); ++place) {
+        const char first = name[place];
+        if (first != 's' && first != 'm' && first != 'd')
+            continue;
+        const std::string_view rest = name.substr(place);
+        if (rest.starts_with("sr") || rest.starts_with("md") || rest.starts_with("dm-") || rest.starts_with("sddlma"))
+            return true;
     }
     return false;
 }

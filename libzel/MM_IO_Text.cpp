@@ -28,7 +28,7 @@ void writeHeader(CPerfText &text) {
 }
 
 // Works on the records of both the result and the push rows.
-template<typename Disk> void writeRow(CPerfText &row, int index, const char *name, const Disk &disk) {
+template<typename Disk> void writeRow(CPerfText &row, int index, std::string_view name, const Disk &disk) {
     row.clear();
     row.beginRow();
     row.field(index);
@@ -41,10 +41,10 @@ template<typename Disk> void writeRow(CPerfText &row, int index, const char *nam
 }
 
 // The row buffer keeps room for the name and the values, growing by twice what stands in it.
-void keepRoomForRow(CPerfText &row, int size, const char *name) {
+void keepRoomForRow(CPerfText &row, int size, std::string_view name) {
     const auto stated = static_cast<std::size_t>(std::max(size, 0));
     const std::size_t room = stated > row.length() ? stated - row.length() : 0;
-    if (room < std::strlen(name) + PERF_ROW_ROOM)
+    if (room < name.size() + PERF_ROW_ROOM)
         row.growTo(stated + 2 * row.length());
 }
 
@@ -117,8 +117,9 @@ void CMM_IO_Info::waitBeforeRow() const {
 
 bool CMM_IO_Info::appendPollRow() {
     CPerfText row(m_pStrDiskZEL, m_nDiskZELSize);
-    keepRoomForRow(row, m_nDiskZELSize, m_pstIO->l_strDEVname);
-    writeRow(row, ++m_nDiskZELCnt, m_pstIO->l_strDEVname, *m_pstIO);
+    const std::string_view name = m_pstIO->l_strDEVname;
+    keepRoomForRow(row, m_nDiskZELSize, name);
+    writeRow(row, ++m_nDiskZELCnt, name, *m_pstIO);
     if (row.incomplete())
         return false;
     g_stringPollDisk.append(row.view());

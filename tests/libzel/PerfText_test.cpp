@@ -135,6 +135,24 @@ TEST(PerfTable, SeparatorBytesInsideAValueBecomeBlanks) {
 }
 
 // "%.2f" of the C library is the reference: plain values, ties, both zeros, the largest and what is no number.
+// Long values are copied several bytes at a time.
+TEST(PerfTable, EveryByteAtEveryPlaceOfAValueIsCopiedOrBecomesABlank) {
+    for (int byte = 0; byte < 256; ++byte) {
+        const bool forbidden = byte == 0x00 || byte == 0x03 || byte == 0x1F;
+        for (std::size_t place = 0; place < 20; ++place) {
+            std::string value(20, 'v');
+            value[place] = static_cast<char>(byte);
+            std::string expected = value;
+            if (forbidden)
+                expected[place] = ' ';
+            OwnedText text(64);
+            CPerfText writer(text.buffer, text.size);
+            writer.field(value);
+            ASSERT_EQ(writer.view(), expected + C) << byte << " at " << place;
+        }
+    }
+}
+
 TEST(PerfTable, NumbersAreWrittenAsPrintfWritesThem) {
     for (const double value : {0.0,
                                -0.0,
