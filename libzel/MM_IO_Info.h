@@ -266,7 +266,8 @@ private:
     bool insertInventory(const char *deviceName, unsigned long blocks);
     bool rememberDevice(const char *deviceName, unsigned long blocks);
 
-    SSListNode *m_lastFound = nullptr; // in m_pclList_Old, during a pass
+    SSListNode *m_lastFound = nullptr;                      // in m_pclList_Old, during a pass
+    std::map<int, _ST_DISK_OLD_LIST *>::iterator m_lastKey; // in m_DiskMap, the same
     zel::WholeFile m_counterFile;
     zel::WholeFile m_partitionFile;
     ST_DISKALL_LIST **m_pushList = nullptr; // m_stAllDiskList, kept between passes

@@ -1,5 +1,6 @@
 #include "MM_IO_Rates.h"
 
+#include "KeyOrder.h"
 #include "MM_IO_Info.h"
 #include "NGFunctions.h"
 
@@ -170,7 +171,10 @@ int CMM_IO_Info::fMSetOldCompIo(const _ST_COMPUTE_IO *sample) {
 
 // Stores the first sample under its key, then computes against what the key holds.
 bool CMM_IO_Info::computeKeyed(const char *shortName, const _ST_COMPUTE_IO &sample) {
-    _ST_DISK_OLD_LIST *&old = m_DiskMap[ELFHash(shortName)];
+    const int key = ELFHash(shortName);
+    if (zel::findBehind(m_DiskMap, m_lastKey, key) == m_DiskMap.end())
+        m_lastKey = m_DiskMap.emplace(key, nullptr).first;
+    _ST_DISK_OLD_LIST *&old = m_lastKey->second;
     const bool known = old != nullptr && m_nInsertFirst != 0;
     if (old == nullptr) {
         old = new (std::nothrow) _ST_DISK_OLD_LIST{};

@@ -166,6 +166,7 @@ CSSList *CMM_IO_Info::passOverLines(const zel::DiskLineRules &rules, int nPerf, 
 bool CMM_IO_Info::takeLines(const zel::DiskLineRules &rules, int nPush) {
     const bool keyed = rules.keyedInTextForm && textForm();
     m_lastFound = m_pclList_Old->fSlGetHeadNode();
+    m_lastKey = m_DiskMap.end();
     const bool complete = takeEachLine(rules, keyed, nPush);
     m_lastFound = nullptr;
     return complete;

@@ -1,6 +1,7 @@
 #include "MM_NWT_Info.h"
 
 #include "ElapsedTime.h"
+#include "KeyOrder.h"
 #include "LinkQuery.h"
 #include "NGFunctions.h"
 #include "Settings.h"
@@ -159,6 +160,7 @@ CSSList *CMM_NWT_Info::takePass(double elapsed, int push) {
     zel::LinkQuery query(walk.socket);
     const Lend<zel::LinkQuery *> lentQuery(m_linkQuery, &query);
     const Lend<SSListNode *> lentNode(m_lastFound, m_pclList_Old->fSlGetHeadNode());
+    m_lastKey = m_NetworkMap.end();
     collectUnseen();
     int count = 0;
     for (_ST_STATIC_NETWORK reading; readNext(walk, reading);) {
@@ -200,7 +202,7 @@ bool CMM_NWT_Info::takeListReading(_ST_STATIC_NETWORK &reading, double elapsed) 
 // Takes one interface in text mode. True when it gave a row: it has a previous reading.
 bool CMM_NWT_Info::takeTextReading(_ST_STATIC_NETWORK &reading, double elapsed) {
     const int key = ELFHash(reading.l_strIfName);
-    const auto known = m_NetworkMap.find(key);
+    const auto known = zel::findBehind(m_NetworkMap, m_lastKey, key);
     if (m_nInsertFirst == 0)
         attachBandwidth(reading);
     else if (known != m_NetworkMap.end()) {

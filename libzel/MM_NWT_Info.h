@@ -170,6 +170,7 @@ private:
 
     zel::LinkQuery *m_linkQuery = nullptr;       // of the pass under way
     SSListNode *m_lastFound = nullptr;           // of the pass under way, in m_pclList_Old
+    decltype(m_NetworkMap)::iterator m_lastKey;  // the same, in m_NetworkMap
     std::vector<_ST_NETWORKEXT_LIST *> m_unseen; // extra interfaces that the pass under way may still meet
 };
 
