@@ -1,6 +1,6 @@
 // The interface collector over real interfaces: veth pairs in a network namespace that the program makes for itself
-// (needs root and the program ip). The floors open, read and close the table; in text mode they also open a socket and
-// ask for the state of every link, as its column demands.
+// (needs root and the program ip). The floors open, read and close the table and open and close a socket, which a walk
+// has for its consumers; in text mode they also ask for the state of every link, as its column demands.
 #include "Floor.h"
 #include "Harness.h"
 #include "MM_NWT_Info.h"
@@ -35,8 +35,7 @@ public:
             std::strcpy(request.ifr_name, bench::OwnInterfaces::name(number++).c_str());
     }
 
-    void ask() {
-        const zel::ScopedDescriptor descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    void ask(const zel::ScopedDescriptor &descriptor) {
         for (ifreq &request : m_requests) {
             ioctl(descriptor.get(), SIOCGIFFLAGS, &request);
             bench::keep(&request);
@@ -79,9 +78,10 @@ bench::Work networkWork(long count, int textMode, int push, bool busy) {
         bench::keep(collector->fMGetNetworkStat(1.0, push));
     };
     work.floor = [questions, textMode] {
+        const zel::ScopedDescriptor descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         bench::readToEnd("/proc/net/dev", tableRoom);
         if (textMode == 1)
-            questions->ask();
+            questions->ask(descriptor);
     };
     if (busy)
         work.prepare = [collector] { makeBusy(*collector); };
