@@ -68,7 +68,7 @@ void zel::takeRates(ProcessReader &reader, _ST_PROC &current, double curTime) {
     auto sample = std::make_unique<_ST_PROC_OLD_LIST>();
     keepSample(*sample, current, curTime);
     collector.m_ProcMap.emplace(current.l_nPid, sample.get());
-    sample.release();
+    static_cast<void>(sample.release());
 }
 
 int CMM_PROC_Info::fMNewCompute(_ST_PROC *cur, const _ST_PROC_OLD_LIST *old, double curTime) {

@@ -60,7 +60,7 @@ std::string clockMegahertz(const std::string &processor) {
 // Architectures name their model differently.
 std::string modelName() {
     for (const char *key : {"model name", "cpu model", "cpu", "Processor", "Hardware"}) {
-        const std::string value = readValue("/proc/cpuinfo", key);
+        std::string value = readValue("/proc/cpuinfo", key);
         if (!value.empty())
             return value;
     }

@@ -11,7 +11,7 @@ namespace {
 // Drivers name the same attribute differently: the first file that says something counts.
 std::string firstOf(const std::string &directory, std::initializer_list<const char *> names) {
     for (const char *name : names) {
-        const std::string value = readLine(directory + "/" + name);
+        std::string value = readLine(directory + "/" + name);
         if (!value.empty())
             return value;
     }

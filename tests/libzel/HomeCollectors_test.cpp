@@ -1,6 +1,7 @@
 // The collectors with the real home kit, no script replaced: what they tell beside what this file reads from /proc and
 // /sys by itself, as the user who runs the tests and as one without rights.
 #include "HomeWatch.h"
+#include "HostFixture.h"
 #include "MM_CPU_Info.h"
 #include "MM_FS_Info.h"
 #include "MM_HBA_Info.h"
@@ -291,6 +292,8 @@ TEST_F(HomeCollectors, DatastoreHasTheSizesOfItsFilesystem) {
     hostRoot(m_host.path());
     struct statvfs status {};
     ASSERT_EQ(statvfs(m_host.path().c_str(), &status), 0);
+    const HostFixture mounts;
+    mounts.write("etc/mtab", "");
     CMM_FS_Info collector;
     collector.fSetVMFlag(1, 1);
     ASSERT_NE(collector.fMGetFileSys(), nullptr);

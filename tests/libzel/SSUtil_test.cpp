@@ -1,10 +1,11 @@
+#include "Faults.h"
 #include "FrozenClock.h"
 #include "HostFixture.h"
 #include "SSUtil.h"
 #include "TempDirectory.h"
 
+#include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -108,8 +109,9 @@ TEST(FileToBuffer, FileOfOneRecordCostsOneRead) {
     PipeFile file;
     file.put(std::string(CSSUtil::KERNEL_PAGE_RESULT - 1, 'a'));
     char buffer[8192];
-    // A second read would wait for ever: the writer is still open.
+    const Fault none(Call::Read, 0);
     EXPECT_EQ(CSSUtil::fFile2Buff(file.path().c_str(), buffer, sizeof(buffer)), CSSUtil::KERNEL_PAGE_RESULT - 1);
+    EXPECT_EQ(Fault::calls(), 1);
 }
 
 TEST(FileToBuffer, PageSizedResultIsReadOnToTheEnd) {
@@ -127,21 +129,25 @@ TEST(FileToBuffer, ReadingOnStopsAtTheSize) {
     file.put(std::string(CSSUtil::KERNEL_PAGE_RESULT, 'a'));
     file.put(std::string(CSSUtil::KERNEL_PAGE_RESULT, 'b'));
     char buffer[CSSUtil::KERNEL_PAGE_RESULT + 101];
-    // The writer is still open: a read beyond the size would wait for ever.
+    const Fault none(Call::Read, 0);
     EXPECT_EQ(CSSUtil::fFile2Buff(file.path().c_str(), buffer, sizeof(buffer)), CSSUtil::KERNEL_PAGE_RESULT + 100);
+    EXPECT_EQ(Fault::calls(), 2);
 }
 
-TEST(FileToBuffer, SignalEndsAReadThatWaits) {
+// A signal is how the watchdog frees a thread from a file that never answers.
+TEST(FileToBuffer, InterruptedReadIsNotRepeated) {
     PipeFile file;
-    struct sigaction action {
-    }, previous{};
-    action.sa_handler = [](int) {};
-    ASSERT_EQ(sigaction(SIGALRM, &action, &previous), 0);
-    const itimerval soon{{}, {0, 50000}};
-    setitimer(ITIMER_REAL, &soon, nullptr);
+    file.put("text");
+    char buffer[16];
+    const Fault interrupted(Call::Read, 1, EINTR);
+    EXPECT_EQ(CSSUtil::fFile2Buff(file.path().c_str(), buffer, sizeof(buffer)), 0);
+    EXPECT_EQ(Fault::calls(), 1);
+}
+
+TEST(FileToBuffer, FileThatHasNothingYetIsNotWaitedFor) {
+    PipeFile file;
     char buffer[16];
     EXPECT_EQ(CSSUtil::fFile2Buff(file.path().c_str(), buffer, sizeof(buffer)), 0);
-    sigaction(SIGALRM, &previous, nullptr);
 }
 
 TEST(FileToBuffer, KernelFileLongerThanAPageIsRead) {

@@ -52,7 +52,7 @@ start_receiver() {
   eventually "port of receiver $name" grep -qs port "$scratch/$name.err"
 }
 start_agent() {
-  (cd "$home/bin" && exec ./agent --to "localhost:$port" --cycle 1) 2>"$scratch/$1.err" &
+  (cd "$home/bin" && exec ./agent --to "127.0.0.1:$port" --cycle 1) 2>"$scratch/$1.err" &
   agent=$!
   started+=("$agent")
 }
@@ -75,7 +75,7 @@ start_agent run1
 wait "$receiver" || fail "the first receiver ended with status $?"
 eventually "kept records" keeps 15
 stop_agent
-grep -q "^agent: localhost:$port: " "$scratch/run1.err" || fail "the agent does not say that nobody listens"
+grep -q "^agent: 127.0.0.1:$port: " "$scratch/run1.err" || fail "the agent does not say that nobody listens"
 # A kill in the middle of a write leaves a record without its end.
 buffers=("$home"/buffer/*-BUF_*.buf)
 printf '1700000000\003\037^1 1 cut 1700000000\003\037^half of a te' >>"${buffers[-1]}"

@@ -23,6 +23,7 @@ constexpr Call noCall = Call::Count;
 std::atomic<Call> armed{noCall};
 std::atomic<long> wanted{0};
 std::atomic<long> met{0};
+std::atomic<int> chosenError{0};
 std::atomic<int> suspensions{0};
 
 } // namespace
@@ -31,8 +32,9 @@ const char *callName(Call call) {
     return kinds[static_cast<std::size_t>(call)].name;
 }
 
-Fault::Fault(Call call, long number) {
+Fault::Fault(Call call, long number, int error) {
     wanted = number;
+    chosenError = error != 0 ? error : kinds[static_cast<std::size_t>(call)].error;
     met = 0;
     armed = call;
 }
@@ -62,6 +64,6 @@ bool faultIsDue(Call call) {
         return false;
     if (++met != wanted)
         return false;
-    errno = kinds[static_cast<std::size_t>(call)].error;
+    errno = chosenError;
     return true;
 }

@@ -23,11 +23,11 @@ enum class Call {
 
 const char *callName(Call call);
 
-/// While it lives, the n-th call (from 1) of a function fails as the system lets it fail: null or -1, with errno. With
-/// 0 nothing fails and the calls are counted.
+/// While it lives, the n-th call (from 1) of a function fails as the system lets it fail: null or -1, with errno (the
+/// function's usual one, or `error`). With 0 nothing fails and the calls are counted.
 class Fault {
 public:
-    Fault(Call call, long number);
+    Fault(Call call, long number, int error = 0);
     ~Fault();
     Fault(const Fault &) = delete;
     Fault &operator=(const Fault &) = delete;
