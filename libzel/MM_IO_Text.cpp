@@ -160,7 +160,7 @@ bool CMM_IO_Info::writePushTable() {
             return compare_alldisk(&left, &right) < 0;
         });
     });
-    m_pushBlocks.resize(static_cast<std::size_t>((m_pushRows - 1) / pushRowsPerBlock + 1)); // no more are kept
+    m_pushBlocks.resize(static_cast<std::size_t>(m_pushRows - 1) / pushRowsPerBlock + 1); // no more are kept
     if (!appendPushRow(sumRowName, m_pushSums))
         return false;
     for (const ST_DISKALL_LIST *row : busiest) {
