@@ -8,8 +8,8 @@
 namespace zel {
 
 int LinkQuery::descriptor() {
-    if (m_lent >= 0)
-        return m_lent;
+    if (m_lent != nullptr && *m_lent >= 0)
+        return *m_lent;
     if (!m_socket)
         m_socket.emplace(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     return m_socket->get();

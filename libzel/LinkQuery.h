@@ -9,9 +9,9 @@ namespace zel {
 
 class LinkQuery {
 public:
-    /// Asks through `socket`, which stays the caller's; a negative one: through a socket of its own, opened when it is
-    /// first needed.
-    explicit LinkQuery(int socket = -1) : m_lent(socket) {}
+    /// Asks through `*socket`, which stays the caller's, as long as that is not negative; without one through a socket
+    /// of its own, opened when it is first needed.
+    explicit LinkQuery(const int *socket = nullptr) : m_lent(socket) {}
 
     /// 1 when the interface is up, 0 when it is down (IFF_UP of SIOCGIFFLAGS). Who cannot be asked counts as up: no
     /// socket, no such interface, a name longer than a kernel name.
@@ -20,7 +20,7 @@ public:
 private:
     int descriptor();
 
-    int m_lent;
+    const int *m_lent;
     std::optional<ScopedDescriptor> m_socket;
 };
 

@@ -27,7 +27,7 @@ struct Walk {
     int (*open)();
     int (*next)(char *, char *, Counter, Counter, Counter, Counter, Counter, Counter, Counter, Counter);
     int (*close)();
-    const int &socket; // open from open() to close()
+    const int &socket; // open from open() to close(), then -1
 };
 
 constexpr Walk ordinaryWalk{init_netinfo, get_next_netinfo, fin_netinfo, skfd};
@@ -157,7 +157,7 @@ CSSList *CMM_NWT_Info::takePass(double elapsed, int push) {
         m_pclList->fSlDeleteAll();
     m_pstNextNode = m_pclList->fSlGetHeadNode();
 
-    zel::LinkQuery query(walk.socket);
+    zel::LinkQuery query(&walk.socket);
     const Lend<zel::LinkQuery *> lentQuery(m_linkQuery, &query);
     const Lend<SSListNode *> lentNode(m_lastFound, m_pclList_Old->fSlGetHeadNode());
     m_lastKey = m_NetworkMap.end();

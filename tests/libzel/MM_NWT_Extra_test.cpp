@@ -8,6 +8,7 @@
 #include "SystemHooks.h"
 
 #include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <net/if.h>
 
@@ -133,6 +134,20 @@ TEST_F(ExtraInterfaces, UnseenOnesGetPlaceholderRows) {
         std::string(collector.m_pstrNetworkInfo).substr(std::string(collector.m_pstrNetworkInfo).find(R + "3" + C)),
         R + "3" + C + "down0" + C + "0" + C + "-" + C + "-" + C + "-" + C + "-" + C + "-" + C + "-" + C + "-" + C +
             "-" + C + "-" + C + "-" + C + "-" + C + "-" + C + "-" + C);
+}
+
+// The walk's own socket is closed by then: a closed one would make every link look up.
+TEST_F(ExtraInterfaces, LinksOfPlaceholderRowsAreAskedOfAnOpenSocket) {
+    systemHooks().ioctl = [](int descriptor, unsigned long, void *argument) {
+        if (fcntl(descriptor, F_GETFD) < 0)
+            return -1;
+        static_cast<ifreq *>(argument)->ifr_flags = 0;
+        return 0;
+    };
+    scene.show({});
+    namesOf(inventoryRow(1, "down0"));
+    collector.fMGetNetworkStat(1.0, 0);
+    EXPECT_THAT(rows(), ElementsAre("1 down0 0 - - - - - - - - - - - - -"));
 }
 
 TEST_F(ExtraInterfaces, FirstPassMarksNothingAndReturnsNoRows) {
