@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <malloc.h>
+#include <new>
 
 namespace {
 
@@ -133,9 +134,15 @@ int CObjectBuffer::fObjectRemove(const char *key) {
 
 int CObjectBuffer::fFreeObjects() {
     freeSpareKeys();
+    try {
+        m_spareKeys.reserve(static_cast<std::size_t>(std::max(fGetSize(), 0)));
+    } catch (const std::bad_alloc &) { // those that there is no place for are freed
+    }
     for (const auto *node = m_pcllKeyTable->fGetEndNode(); node != nullptr; node = node->m_pstPrev) {
-        if (node->m_pvdData != nullptr)
+        if (node->m_pvdData != nullptr && m_spareKeys.size() < m_spareKeys.capacity())
             m_spareKeys.push_back(static_cast<char *>(node->m_pvdData));
+        else
+            std::free(node->m_pvdData);
     }
     m_pcllKeyTable->fFreeAll();
     m_pcllData->fFreeAll();

@@ -49,8 +49,16 @@ CObjectBuffer *CMM_FS_Info::fMGetFileSys() {
 // The records of the pass before serve this one, in the same order: on a host whose mounts stay nothing is allocated.
 void CMM_FS_Info::recycleRecords() {
     m_spareRecords.clear();
-    for (const auto *node = m_pclObjectBuffer->m_pcllData->fGetEndNode(); node != nullptr; node = node->m_pstPrev)
-        m_spareRecords.emplace_back(static_cast<_ST_FS *>(node->m_pvdData));
+    try {
+        m_spareRecords.reserve(static_cast<std::size_t>(std::max(m_pclObjectBuffer->fGetSize(), 0)));
+    } catch (const std::bad_alloc &) { // without a place for them
+        fFreeFSObject();
+        return;
+    }
+    for (const auto *node = m_pclObjectBuffer->m_pcllData->fGetEndNode(); node != nullptr; node = node->m_pstPrev) {
+        if (node->m_pvdData != nullptr) // null: a caller took the record over
+            m_spareRecords.emplace_back(static_cast<_ST_FS *>(node->m_pvdData));
+    }
     m_pclObjectBuffer->fFreeObjects();
     m_nCurIndex = 0;
     m_nNFs = 0;

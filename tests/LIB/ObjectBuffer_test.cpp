@@ -1,3 +1,4 @@
+#include "Faults.h"
 #include "ObjectBuffer.h"
 #include "SystemHooks.h"
 
@@ -185,6 +186,20 @@ TEST(ObjectBuffer, WithoutMemoryNothingIsAdded) {
         EXPECT_EQ(buffer.m_pcllData->fGetNodeCnt(), 0);
         EXPECT_EQ(buffer.fObjectPut("key", &object), 1);
     }
+}
+
+TEST(ObjectBuffer, IsEmptiedWithoutMemory) {
+    CObjectBuffer buffer;
+    int object = 0;
+    buffer.fObjectPut("a", &object);
+    buffer.fObjectPut("b", &object);
+    {
+        const Fault fault(Call::Allocation, 1);
+        EXPECT_EQ(buffer.fFreeObjects(), 1);
+    }
+    EXPECT_EQ(buffer.fGetSize(), 0);
+    EXPECT_EQ(buffer.fObjectPut("a", &object), 1);
+    EXPECT_STREQ(buffer.fGetObjectKey(1), "a");
 }
 
 } // namespace

@@ -2,10 +2,12 @@
 // their own.
 #include "MM_FS_Info.h"
 
+#include "Faults.h"
 #include "FilesystemHost.h"
 #include "LogCapture.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -99,6 +101,42 @@ TEST(FilesystemRecords, EveryPassStartsAnew) {
 
     EXPECT_EQ(mountPointsOf(collector), std::vector<std::string>{"/three"});
     EXPECT_EQ(collector.m_pclObjectBuffer->fGetSize(), 1);
+}
+
+TEST(FilesystemRecords, ARecordThatACallerTookOverIsMadeAnew) {
+    FilesystemHost host;
+    host.mounted("/dev/sda1", "/one", "ext4").mounted("/dev/sda2", "/two", "ext4");
+    CMM_FS_Info collector;
+    ASSERT_NE(collector.fMGetFileSys(), nullptr);
+    const std::unique_ptr<_ST_FS> taken(static_cast<_ST_FS *>(collector.m_pclObjectBuffer->fGetObject(1)));
+    collector.m_pclObjectBuffer->fSetObject(1, nullptr);
+
+    ASSERT_NE(collector.fMGetFileSys(), nullptr);
+
+    EXPECT_EQ(mountPointsOf(collector), (std::vector<std::string>{"/one", "/two"}));
+    EXPECT_STREQ(taken->l_strFSname, "/one");
+}
+
+TEST(FilesystemRecords, APassWithoutMemoryNeitherThrowsNorHarmsTheNext) {
+    FilesystemHost host;
+    host.mounted("/dev/sda1", "/one", "ext4").mounted("/dev/sda2", "/two", "ext4");
+    const auto answer = systemHooks().statfs64;
+    systemHooks().statfs64 = [answer](const char *path, struct statfs64 *status) {
+        const FaultsSuspended suspended;
+        return answer(path, status);
+    };
+    bool happened = true;
+    for (long number = 1; happened; ++number) {
+        CMM_FS_Info collector;
+        ASSERT_NE(collector.fMGetFileSys(), nullptr);
+        {
+            const Fault fault(Call::Allocation, number);
+            collector.fMGetFileSys();
+            happened = Fault::happened();
+        }
+        ASSERT_NE(collector.fMGetFileSys(), nullptr);
+        EXPECT_EQ(mountPointsOf(collector), (std::vector<std::string>{"/one", "/two"})) << number;
+    }
 }
 
 TEST(FilesystemRecords, NothingToReportGivesNull) {
