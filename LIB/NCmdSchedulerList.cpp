@@ -35,12 +35,20 @@ Text resultFile(const char *home, const char *key) {
     return path;
 }
 
+// Whether backslashes make the character at `place` an ordinary one.
+bool isEscaped(const char *line, std::size_t place) {
+    std::size_t first = place;
+    while (first > 0 && line[first - 1] == '\\')
+        --first;
+    return (place - first) % 2 == 1;
+}
+
 // A request that itself ends in "&" may not be followed by ";" in the shell's grammar: a blank stands there in what is
 // run. Its status is then that of its start.
 void separateAfterBackground(char *line, const char *result) {
     const std::size_t tail = std::strlen(statusIntoFile) + std::strlen(result) + std::strlen(inBackground);
     const std::size_t length = std::strlen(line);
-    if (length > tail && line[length - tail - 1] == '&')
+    if (length > tail && line[length - tail - 1] == '&' && !isEscaped(line, length - tail - 1))
         line[length - tail] = ' ';
 }
 

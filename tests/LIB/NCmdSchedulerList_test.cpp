@@ -145,6 +145,13 @@ TEST_F(CommandList, RequestThatEndsInTheBackgroundIsValidForTheShell) {
     EXPECT_THAT(commands, ElementsAre("./program 1 2& echo $? > cmd/one &", "./program 1 2 & echo $? > cmd/two &"));
 }
 
+TEST_F(CommandList, RequestThatEndsInAnEscapedAmpersandIsRunAsItIs) {
+    scheduler->fCmdPush("one", "./program a\\&");
+    scheduler->fCmdPush("two", "./program a\\\\&"); // an escaped backslash in the background
+    wakeUp();
+    EXPECT_THAT(commands, ElementsAre("./program a\\&;echo $? > cmd/one &", "./program a\\\\& echo $? > cmd/two &"));
+}
+
 TEST_F(CommandList, LongKeysAreCutToTheirField) {
     const std::string key(2000, 'k');
     EXPECT_EQ(scheduler->fCmdPush(key.c_str(), "command"), 0);
