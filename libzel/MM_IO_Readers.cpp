@@ -129,6 +129,7 @@ bool CMM_IO_Info::beginPass(int nPush) {
 
 // A pass without result keeps nothing but its texts, for the pointers to them.
 CSSList *CMM_IO_Info::abandonPass() {
+    m_lastFound = nullptr; // without memory a pass ends in its middle
     releasePushRows();
     publishTexts();
     return nullptr;
