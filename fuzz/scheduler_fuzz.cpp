@@ -47,8 +47,11 @@ void ensureCommandLines(const std::string &home, const std::string &key, const s
     fuzz::ensure(scheduler->m_CmdList.size() <= 2, "a command that is pending is pending twice");
     for (const _CMD_SCHEDULER *pending : scheduler->m_CmdList) {
         fuzz::ensureTerminated(pending->l_strCmdReqKey);
-        fuzz::ensure(zel::shellSafe(pending->l_strCmdReqKey), "a wild key");
+        fuzz::ensure(zel::shellSafePath(pending->l_strCmdReqKey), "a wild key");
         fuzz::ensureTame(pending->l_pstrResultFile);
+        const std::string_view result = pending->l_pstrResultFile;
+        fuzz::ensure(result.substr(std::strlen(scheduler->m_pstrCmdSchedulerHome)).find('/') == result.npos,
+                     "a result file outside the home");
         const std::string line = pending->l_pstrCmdStr;
         fuzz::ensure(line == command + ";echo $? > " + pending->l_pstrResultFile + " &", "another command line");
     }
