@@ -1,5 +1,6 @@
 #include "MM_FS_Mounts.h"
 
+#include "FixedText.h"
 #include "HostOpen.h"
 #include "HostRoot.h"
 #include "MM_FS_Info.h"
@@ -99,12 +100,6 @@ bool isIgnored(std::string_view options) {
     return false;
 }
 
-void cutCopy(char (&destination)[FS_NAME_SIZE], const char *source) {
-    const std::size_t length = strnlen(source, FS_NAME_SIZE - 1);
-    std::memcpy(destination, source, length);
-    destination[length] = '\0';
-}
-
 } // namespace
 
 namespace zel {
@@ -158,15 +153,15 @@ int slashCount(const char *path) {
 }
 
 void copyNames(const MountEntry &entry, _ST_FS &filesystem) {
-    cutCopy(filesystem.l_strFSname, entry.mountPoint);
-    cutCopy(filesystem.l_strDEVname, entry.device);
-    cutCopy(filesystem.l_strFSType, entry.type);
+    copyText(filesystem.l_strFSname, FS_NAME_SIZE, entry.mountPoint);
+    copyText(filesystem.l_strDEVname, FS_NAME_SIZE, entry.device);
+    copyText(filesystem.l_strFSType, FS_NAME_SIZE, entry.type);
 }
 
 void copyFilesystem(const _ST_FS &from, _ST_FS &to) {
-    cutCopy(to.l_strFSname, from.l_strFSname);
-    cutCopy(to.l_strDEVname, from.l_strDEVname);
-    cutCopy(to.l_strFSType, from.l_strFSType);
+    copyText(to.l_strFSname, FS_NAME_SIZE, from.l_strFSname);
+    copyText(to.l_strDEVname, FS_NAME_SIZE, from.l_strDEVname);
+    copyText(to.l_strFSType, FS_NAME_SIZE, from.l_strFSType);
     to.l_ulTotDskSize = from.l_ulTotDskSize;
     to.l_ulUsdDskSize = from.l_ulUsdDskSize;
     to.l_ulFreDskSize = from.l_ulFreDskSize;

@@ -1,4 +1,5 @@
 // The push report: the busiest processes by CPU, memory and I/O.
+#include "FixedText.h"
 #include "MM_PROC_Scan.h"
 #include "TopList.h"
 
@@ -26,16 +27,10 @@ const _ST_PROC &processAt(const void *record) {
     return *static_cast<const _ST_PROC *>(record);
 }
 
-template<std::size_t size> void copyName(char (&destination)[size], const char (&source)[size]) {
-    const std::size_t length = strnlen(source, size - 1);
-    std::memcpy(destination, source, length);
-    destination[length] = '\0';
-}
-
 void copyProcess(ST_PROCALL_LIST &entry, const _ST_PROC &process) {
-    copyName(entry.l_strPname, process.l_strPname);
-    copyName(entry.l_strUname, process.l_strUname);
-    copyName(entry.l_strFName, process.l_strFName);
+    zel::copyText(entry.l_strPname, sizeof(entry.l_strPname), process.l_strPname);
+    zel::copyText(entry.l_strUname, sizeof(entry.l_strUname), process.l_strUname);
+    zel::copyText(entry.l_strFName, sizeof(entry.l_strFName), process.l_strFName);
     entry.l_nPid = process.l_nPid;
     entry.l_nPPid = process.l_nPPid;
     entry.l_nNice = process.l_nNice;
