@@ -9,7 +9,7 @@
 // changed while other threads log.
 #pragma once
 
-#include "SharedValue.h"
+#include "threads/SharedValue.h"
 
 #include <cstdio>
 

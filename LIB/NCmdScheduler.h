@@ -18,7 +18,7 @@
 #pragma once
 
 #include "Queue.h"
-#include "WorkerThread.h"
+#include "threads/WorkerThread.h"
 
 #include <ctime>
 #include <list>

@@ -18,7 +18,7 @@
 
 #include "LogGate.h"
 #include "Queue.h"
-#include "WorkerThread.h"
+#include "threads/WorkerThread.h"
 
 #include <ctime>
 #include <pthread.h>

@@ -4,10 +4,10 @@
 #include "Floor.h"
 #include "Harness.h"
 #include "MM_FS_Info.h"
-#include "MM_FS_Mounts.h"
 #include "OwnHost.h"
-#include "ScopedHandle.h"
 #include "Settings.h"
+#include "filesystem/MM_FS_Mounts.h"
+#include "host/ScopedHandle.h"
 
 #include <cstdio>
 #include <cstring>

@@ -5,8 +5,8 @@
 #include "Harness.h"
 #include "MM_NWT_Info.h"
 #include "OwnHost.h"
-#include "ScopedHandle.h"
 #include "Settings.h"
+#include "host/ScopedHandle.h"
 
 #include <cstdio>
 #include <cstring>

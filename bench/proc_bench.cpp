@@ -6,8 +6,8 @@
 #include "Harness.h"
 #include "MM_PROC_Info.h"
 #include "OwnHost.h"
-#include "ScopedHandle.h"
 #include "Settings.h"
+#include "host/ScopedHandle.h"
 
 #include <cstring>
 #include <fcntl.h>

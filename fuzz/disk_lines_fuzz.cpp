@@ -2,7 +2,7 @@
 // with the required formats.
 #include "Ensure.h"
 #include "FuzzTarget.h"
-#include "MM_IO_Lines.h"
+#include "disk/MM_IO_Lines.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,10 +1,10 @@
 // The marked line of an inventory file, against a reading of the whole file at once.
 #include "Ensure.h"
 #include "FuzzTarget.h"
-#include "InventoryFile.h"
 #include "PerfText.h"
 #include "RootOnTmpfs.h"
 #include "Surroundings.h"
+#include "scripts/InventoryFile.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -2,10 +2,10 @@
 // reader of the collectors, as the table that it is.
 #include "Ensure.h"
 #include "FuzzTarget.h"
-#include "InventoryFile.h"
 #include "InventoryTable.h"
 #include "RootOnTmpfs.h"
 #include "Surroundings.h"
+#include "scripts/InventoryFile.h"
 
 #include <cstdlib>
 

@@ -1,12 +1,12 @@
 // The number scanners and the field scanner of the hot paths against strtoull, strtoll and sscanf, and the toolkit's
 // walk over lines and tokens.
 #include "Ensure.h"
-#include "FieldScanner.h"
 #include "FuzzTarget.h"
-#include "KernelText.h"
 #include "SSUtil.h"
-#include "ScriptLine.h"
-#include "WholeFile.h"
+#include "kernel/FieldScanner.h"
+#include "kernel/KernelText.h"
+#include "kernel/WholeFile.h"
+#include "scripts/ScriptLine.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -4,8 +4,8 @@
 #include "FuzzTarget.h"
 #include "NCmdScheduler.h"
 #include "RootOnTmpfs.h"
-#include "ShellSafe.h"
 #include "Surroundings.h"
+#include "host/ShellSafe.h"
 
 #include <climits>
 #include <cstring>

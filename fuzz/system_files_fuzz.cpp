@@ -6,7 +6,7 @@
 #include "MM_VM_Info.h"
 #include "RootOnTmpfs.h"
 #include "Surroundings.h"
-#include "VmReaders.h"
+#include "memory/VmReaders.h"
 
 #include <cmath>
 #include <cstdio>

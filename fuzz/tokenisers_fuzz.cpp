@@ -2,7 +2,7 @@
 #include "Ensure.h"
 #include "FuzzTarget.h"
 #include "NStringLib.h"
-#include "ShellSafe.h"
+#include "host/ShellSafe.h"
 
 #include <algorithm>
 #include <vector>

@@ -14,7 +14,7 @@
 #pragma once
 
 #include "FixedText.h"
-#include "HostOpen.h"
+#include "host/HostOpen.h"
 
 #include <cstddef>
 #include <cstdio>

@@ -10,11 +10,11 @@
 // Not thread-safe.
 #pragma once
 
-#include "CpuTicks.h"
 #include "MM_INIT_Info.h"
 #include "PerfText.h"
 #include "SSUtil.h"
-#include "StatReader.h"
+#include "cpu/CpuTicks.h"
+#include "kernel/StatReader.h"
 
 #include <ctime>
 #include <string_view>

@@ -30,7 +30,7 @@
 #include "MM_INIT_Info.h"
 #include "ObjectBuffer.h"
 #include "PerfText.h"
-#include "WholeFile.h"
+#include "kernel/WholeFile.h"
 
 #include <cstddef>
 #include <functional>

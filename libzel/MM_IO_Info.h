@@ -18,12 +18,12 @@
 // the collector and stay valid until its next call. Not thread-safe.
 #pragma once
 
-#include "InventoryFile.h"
 #include "MM_INIT_Info.h"
 #include "PerfText.h"
 #include "SSList.h"
 #include "SSUtil.h"
-#include "WholeFile.h"
+#include "kernel/WholeFile.h"
+#include "scripts/InventoryFile.h"
 
 #include <map>
 #include <memory>

@@ -17,11 +17,11 @@
 #include "BandwidthList.h"
 #include "LogGate.h"
 #include "MM_INIT_Info.h"
-#include "MM_NWT_Rates.h"
 #include "NetworkExtList.h"
 #include "PerfText.h"
 #include "SSList.h"
 #include "SSUtil.h"
+#include "network/MM_NWT_Rates.h"
 
 #include <map>
 #include <memory>

@@ -8,7 +8,7 @@
 
 #include "MM_INIT_Info.h"
 #include "SSUtil.h"
-#include "StatReader.h"
+#include "kernel/StatReader.h"
 
 #include <sys/time.h>
 

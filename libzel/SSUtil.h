@@ -4,7 +4,7 @@
 // formatters of all instances share one result buffer.
 #pragma once
 
-#include "KernelFile.h"
+#include "kernel/KernelFile.h"
 
 #include <ctime>
 #include <sys/time.h>

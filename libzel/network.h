@@ -5,7 +5,7 @@
 // The state is process-wide: one walk at a time, one thread.
 #pragma once
 
-#include "InterfaceReader.h"
+#include "network/InterfaceReader.h"
 
 #include <linux/ethtool.h>
 

@@ -37,7 +37,7 @@ check_kernel_paths() {
 }
 
 check_stray_tests() {
-  sources 'tests/*.cpp' | grep -vE '^tests/(LIB|libzel)/[A-Za-z0-9_]+_test\.cpp$|^tests/(support|outside)/'
+  sources 'tests/*.cpp' | grep -vE '^tests/(LIB/[a-z]+|libzel(/[a-z]+)?|system|docs)/[A-Za-z0-9_]+_test\.cpp$|^tests/(support|outside)/'
 }
 
 check_shell() {

@@ -1,8 +1,8 @@
 #include "Floor.h"
 
 #include "HostRoot.h"
-#include "KernelFile.h"
-#include "ScopedHandle.h"
+#include "host/ScopedHandle.h"
+#include "kernel/KernelFile.h"
 
 #include <algorithm>
 #include <dirent.h>

@@ -1,7 +1,7 @@
 #include "HostFile.h"
 
-#include "HostOpen.h"
 #include "HostRoot.h"
+#include "host/HostOpen.h"
 
 #include <algorithm>
 #include <climits>

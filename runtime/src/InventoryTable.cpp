@@ -1,7 +1,7 @@
 #include "InventoryTable.h"
 
 #include "HostFile.h"
-#include "ScopedHandle.h"
+#include "host/ScopedHandle.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -79,10 +79,11 @@ if [ -n "$shared" ]; then
 fi
 
 echo "every installed header compiles alone, and Zel.h includes it"
-for header in "$headers"/*.h; do
+mapfile -t installed < <(find "$headers" -name '*.h' | sort)
+for header in "${installed[@]}"; do
   echo "#include \"$header\"" | g++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I "$headers" -x c++ -
 done
-diff <(printf '%s\n' "$headers"/*.h | sort) \
+diff <(printf '%s\n' "${installed[@]}") \
   <(g++ -std=c++20 -MM -I "$headers" "$headers/Zel.h" | tr -s '[:space:]' '\n' | grep -F "$headers/" | sort)
 
 echo "the manual page"

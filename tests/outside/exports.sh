@@ -12,7 +12,7 @@ last_names() { sed -e 's/@.*//' -e 's/(.*//' -e 's/<.*//' -e 's/.*:://' -e 's/^~
 # Functions and variables of the libraries' own names: not the standard library's, not the internals of namespace zel.
 own() { grep -E ' [TDBR] ' | sed 's/^[0-9a-f]* [TDBR] //' | grep -vE '^(zel|std|__gnu_cxx)::|\(anonymous|^typeinfo|^vtable'; }
 
-cat "$headers"/*.h | sed 's|//.*||' | grep -oE '[A-Za-z_][A-Za-z0-9_]*' | sort -u >"$scratch/declared"
+find "$headers" -name "*.h" -exec cat {} + | sed 's|//.*||' | grep -oE '[A-Za-z_][A-Za-z0-9_]*' | sort -u >"$scratch/declared"
 for library in zel zelrt; do
   nm -DC --defined-only "$libraries/lib$library.so" | grep -v ' A ' >"$scratch/exported"
   sed 's/^[0-9a-f]* [A-Za-z] //' "$scratch/exported" | last_names >"$scratch/names"

@@ -1,0 +1,52 @@
+#include "host/HostOpen.h"
+
+#include "HostRoot.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <sys/types.h>
+
+namespace zel {
+
+namespace {
+
+struct HostStream {
+    ScopedDescriptor file;
+    std::size_t rest; // bytes that may still be read; none after a read that failed
+};
+
+ssize_t readSome(void *cookie, char *buffer, std::size_t size) {
+    auto &stream = *static_cast<HostStream *>(cookie);
+    if (stream.rest == 0)
+        return 0;
+    const ssize_t count = read(stream.file.get(), buffer, std::min(size, stream.rest));
+    stream.rest = count < 0 ? 0 : stream.rest - static_cast<std::size_t>(count);
+    return count;
+}
+
+int closeStream(void *cookie) {
+    delete static_cast<HostStream *>(cookie);
+    return 0;
+}
+
+} // namespace
+
+ScopedDescriptor openHostFile(const char *path) {
+    return ScopedDescriptor(open(fgHostPath(path), HOST_FILE_FLAGS));
+}
+
+ScopedFile openHostStream(const char *path) {
+    ScopedDescriptor file = openHostFile(path);
+    if (!file.valid())
+        return nullptr;
+    std::unique_ptr<HostStream> stream(new (std::nothrow) HostStream{std::move(file), HOST_FILE_LIMIT});
+    if (stream == nullptr)
+        return nullptr;
+    ScopedFile opened(fopencookie(stream.get(), "r", {readSome, nullptr, nullptr, closeStream}));
+    if (opened != nullptr)
+        static_cast<void>(stream.release());
+    return opened;
+}
+
+} // namespace zel

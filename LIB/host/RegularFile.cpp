@@ -1,0 +1,69 @@
+#include "host/RegularFile.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+constexpr mode_t newFileMode = 0666; // less the umask, as fopen gives it
+
+ScopedDescriptor openOfKind(const char *path, int flags, mode_t mode, bool (*accepted)(mode_t)) {
+    // Opening does not wait for the other end of a pipe; a regular file does not notice.
+    ScopedDescriptor file(open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode));
+    struct stat status {};
+    if (!file.valid() || fstat(file.get(), &status) != 0)
+        return ScopedDescriptor(-1);
+    if (accepted(status.st_mode))
+        return file;
+    file.closeChecked();
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return ScopedDescriptor(-1);
+}
+
+ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode) {
+    if (!descriptor.valid())
+        return nullptr;
+    ScopedFile file(fdopen(descriptor.get(), mode));
+    if (file != nullptr)
+        static_cast<void>(descriptor.release());
+    return file;
+}
+
+} // namespace
+
+ScopedDescriptor openRegular(const char *path, int flags, mode_t mode) {
+    return openOfKind(path, flags, mode, [](mode_t kind) { return S_ISREG(kind); });
+}
+
+ScopedFile openRegularFile(const char *path) {
+    return asStream(openRegular(path, O_RDONLY), "r");
+}
+
+ScopedDescriptor openToWrite(const char *path) {
+    return openOfKind(path, O_WRONLY | O_CREAT | O_TRUNC, newFileMode,
+                      [](mode_t kind) { return S_ISREG(kind) || S_ISCHR(kind); });
+}
+
+ScopedFile openFileToWrite(const char *path) {
+    return asStream(openToWrite(path), "w");
+}
+
+bool clearForResult(const char *path) {
+    struct stat status {};
+    if (stat(path, &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
+        return true;
+    return unlink(path) == 0 || errno == ENOENT;
+}
+
+void runForResult(const char *command, const char *resultPath) {
+    if (!clearForResult(resultPath))
+        return;
+    [[maybe_unused]] const int status = std::system(command);
+}
+
+} // namespace zel

@@ -1,0 +1,32 @@
+// The files that collectors, scripts and the inventory program exchange, opened without trust in what stands under
+// their names: anything but a regular file (a pipe, a device, a directory) is refused at once instead of being waited
+// for. A link counts as what it leads to.
+#pragma once
+
+#include "host/ScopedHandle.h"
+
+#include <sys/stat.h>
+
+namespace zel {
+
+/// Opens a regular file for reading. Null with errno set when it cannot be opened; EISDIR or EINVAL when it is none.
+ScopedFile openRegularFile(const char *path);
+
+/// The same for writing: made when it does not exist, emptied when it does. A character device is taken too: whoever
+/// does not want a file links it to /dev/null.
+ScopedFile openFileToWrite(const char *path);
+/// The descriptor of such a file; invalid where the other gives null.
+ScopedDescriptor openToWrite(const char *path);
+
+/// The descriptor of a regular file. `flags` and `mode` as for open.
+ScopedDescriptor openRegular(const char *path, int flags, mode_t mode = 0);
+
+/// Makes way for a script's redirection into `path`: a pipe or a device that stands there, on which the shell would
+/// wait, is removed. False when it could not be; then the script must not be run. A directory stays: the shell refuses
+/// it by itself.
+bool clearForResult(const char *path);
+
+/// Runs `command` through the shell when the way is clear for its result. What came of it shows in the file.
+void runForResult(const char *command, const char *resultPath);
+
+} // namespace zel

@@ -1,0 +1,227 @@
+// The logger's files: names, rotation, change of date, purge and compression.
+#include "NGFunctions.h"
+#include "VornLog.h"
+#include "host/RegularFile.h"
+#include "host/ScopedHandle.h"
+#include "host/ShellSafe.h"
+#include "threads/SharedValue.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using zel::readShared;
+
+namespace {
+
+constexpr const char *noDateYet = "EMPTY";
+constexpr std::size_t dateLength = 8;
+constexpr std::size_t timeLength = 6;
+constexpr std::size_t shortestLogName = 11;
+constexpr mode_t logFileMode = 0644;
+constexpr int firstFreeDescriptor = 3;
+constexpr const char *recentFileScript = "../../utils/INSTALL/recentlogfile.sh";
+constexpr const char *recentFileResult = "../aproc/shell/recentlogfile.dat";
+constexpr const char *compressRunner = "../../utils/ETC/ShCmd 60";
+
+// Appends a text of exactly `length` characters: one that outgrows them (a year beyond 9999) is cut.
+char *append(char *out, const char *text, std::size_t length) {
+    std::memcpy(out, text, length);
+    out[length] = '\0';
+    return out + length;
+}
+
+void formatTime(const std::tm &local, char *out, int form) {
+    char text[64];
+    out[0] = '\0';
+    if (form == 1 || form == 3) {
+        std::snprintf(text, sizeof(text), "%04d%02d%02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+        out = append(out, text, dateLength);
+    }
+    if (form == 3)
+        out = append(out, "-", 1);
+    if (form == 2 || form == 3) {
+        std::snprintf(text, sizeof(text), "%02d%02d%02d", local.tm_hour, local.tm_min, local.tm_sec);
+        append(out, text, timeLength);
+    }
+}
+
+// A path opened for appending, above the standard streams: 0 means closed. A pipe without a reader does not block.
+int openForAppending(const char *path) {
+    const int file = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, logFileMode);
+    if (file < 0 || file >= firstFreeDescriptor)
+        return file;
+    const int moved = fcntl(file, F_DUPFD_CLOEXEC, firstFreeDescriptor);
+    close(file);
+    return moved;
+}
+
+const char *directoryOf(const CVornLog &log) {
+    return log.m_pstrLogPath == nullptr ? "./" : log.m_pstrLogPath;
+}
+
+bool isLogName(std::string_view name) {
+    return name.size() >= shortestLogName &&
+           (name.ends_with(".log") || name.ends_with(".log.gz") || name.ends_with(".log.Z"));
+}
+
+void replaceText(char *&text, const char *directory, const char *name) {
+    const std::size_t size = std::strlen(directory) + std::strlen(name) + 1;
+    char *joined = new (std::nothrow) char[size];
+    if (joined == nullptr)
+        return;
+    std::snprintf(joined, size, "%s%s", directory, name);
+    delete[] text;
+    text = joined;
+}
+
+void runShell(const char *command) {
+    const int ignored = std::system(command);
+    static_cast<void>(ignored);
+}
+
+} // namespace
+
+std::time_t CVornLog::fGetDayTime(std::time_t t, char *out, int form) {
+    const std::time_t used = t < 1 ? std::time(nullptr) : t;
+    out[0] = '\0';
+    if (const std::tm *local = std::localtime(&used); local != nullptr)
+        formatTime(*local, out, form);
+    return used;
+}
+
+std::time_t CVornLog::fGetThreadDayTime(std::time_t t, char *out, int form) {
+    const std::time_t used = t < 1 ? std::time(nullptr) : t;
+    std::tm local{};
+    out[0] = '\0';
+    if (localtime_r(&used, &local) == nullptr)
+        return 0;
+    formatTime(local, out, form);
+    return used;
+}
+
+int CVornLog::fOpenLogFile() {
+    fCloseLogFile();
+    if (m_pstrLogFile == nullptr)
+        return 0;
+    const int file = openForAppending(m_pstrLogFile);
+    if (file < 0) {
+        std::fprintf(stderr, "%s log file open failed : %s\n", m_pstrLogFile, std::strerror(errno));
+        return 0;
+    }
+    m_nFileFd = file;
+    return 1;
+}
+
+void CVornLog::fCloseLogFile() {
+    if (m_nFileFd > 0)
+        close(m_nFileFd);
+    m_nFileFd = 0;
+}
+
+// The file is looked up by its path: a removed one still has a descriptor.
+int CVornLog::fLogSizeChk() {
+    struct stat status {};
+    if (m_pstrLogFile == nullptr || stat(m_pstrLogFile, &status) != 0) {
+        fOpenLogFile();
+        return 0;
+    }
+    if (static_cast<unsigned long>(status.st_size) < readShared(m_ulLogSize))
+        return 1;
+    fLogCompress();
+    fCloseLogFile();
+    fLogNameChange(0);
+    fOpenLogFile();
+    return 0;
+}
+
+void CVornLog::fDateChangeChk() {
+    char today[16];
+    fGetThreadDayTime(0, today, 1);
+    if (std::strcmp(today, m_strCurrentDate) == 0)
+        return;
+    fCloseLogFile();
+    if (readShared(m_nLogCompress) == 1 && std::strcmp(m_strCurrentDate, noDateYet) != 0)
+        fLogCompress();
+    m_nLogCnt = 0;
+    fLogNameChange(1);
+    std::snprintf(m_strCurrentDate, sizeof(m_strCurrentDate), "%.9s", today);
+    fOpenLogFile();
+}
+
+void CVornLog::fLogNameChange(int first) {
+    char today[16];
+    const std::time_t now = fGetThreadDayTime(0, today, 1);
+    if (first == 1)
+        fOldLogFileCheck(now);
+    const bool firstOfProcess = std::strcmp(m_strCurrentDate, noDateYet) == 0;
+    if (m_nLivInvLogFlag == 0 && firstOfProcess && fGetRecentLogFile(today) == 1)
+        return;
+
+    char name[64];
+    if (first == 1)
+        std::snprintf(name, sizeof(name), "%s_%s.log", today, m_strMCName);
+    else
+        std::snprintf(name, sizeof(name), "%s_%s_%d.log", today, m_strMCName, ++m_nLogCnt);
+    replaceText(m_pstrLogFile, directoryOf(*this), name);
+}
+
+// The script's answer is a plain file name. One that leads out of the log directory is no answer.
+int CVornLog::fGetRecentLogFile(const char *date) {
+    if (date == nullptr || !zel::shellSafe(date))
+        return -1;
+    char command[256];
+    std::snprintf(command, sizeof(command), "%s %s", recentFileScript, date);
+    runShell(command);
+
+    const zel::ScopedFile result = zel::openRegularFile(recentFileResult);
+    char line[256] = {};
+    if (result == nullptr || std::fgets(line, sizeof(line), result.get()) == nullptr)
+        return -1;
+    const std::size_t length = std::strlen(line);
+    if (length > dateLength && line[length - 1] == '\n')
+        line[length - 1] = '\0';
+    if (std::strstr(line, date) == nullptr || std::strchr(line, '/') != nullptr)
+        return -1;
+    replaceText(m_pstrLogFile, directoryOf(*this), line);
+    return 1;
+}
+
+void CVornLog::fOldLogFileCheck(std::time_t now) {
+    constexpr std::time_t secondsPerDay = 86400;
+    const std::time_t limit = now - static_cast<std::time_t>(readShared(m_nValidDay)) * secondsPerDay;
+    std::tm local{};
+    if (localtime_r(&limit, &local) == nullptr)
+        return;
+    char firstKept[16];
+    formatTime(local, firstKept, 1);
+
+    const zel::ScopedDirectory directory(opendir(directoryOf(*this)));
+    if (directory == nullptr)
+        return;
+    while (const dirent *entry = readdir(directory.get())) {
+        if (isLogName(entry->d_name) && std::strncmp(entry->d_name, firstKept, dateLength) < 0)
+            unlinkat(dirfd(directory.get()), entry->d_name, 0);
+    }
+}
+
+void CVornLog::fLogCompress() {
+    if (m_pstrLogFile == nullptr || m_nCompressChk != 1)
+        return;
+    if (!zel::shellSafePath(m_pstrLogFile)) {
+        std::fprintf(stderr, "%s log file compress refused : unsafe file name\n", m_pstrLogFile);
+        return;
+    }
+    const std::size_t size = sizeof(m_strCompressPath) + std::strlen(m_pstrLogFile) + 64;
+    const std::unique_ptr<char[]> command(new (std::nothrow) char[size]);
+    if (command == nullptr)
+        return;
+    std::snprintf(command.get(), size, "%s %s %s &", compressRunner, m_strCompressPath, m_pstrLogFile);
+    runShell(command.get());
+}

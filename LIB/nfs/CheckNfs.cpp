@@ -1,0 +1,223 @@
+#include "CheckNfs.h"
+
+#include "NGFunctions.h"
+#include "host/ScopedHandle.h"
+#include "threads/TimedCall.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <netdb.h>
+#include <new>
+#include <string>
+#include <sys/socket.h>
+#include <vector>
+
+#include <rpc/rpc.h>
+
+#include <rpc/pmap_prot.h> // needs the types of rpc.h
+
+namespace {
+
+constexpr rpcprog_t nfsProgram = 100003;
+constexpr rpcvers_t nfsVersion = 2;
+constexpr in_port_t portmapperPort = 111;
+constexpr in_port_t nfsTcpPort = 2049;
+constexpr time_t datagramRetrySeconds = 2;
+constexpr std::size_t hostBufferSize = 4096;
+constexpr std::size_t firstLookUpBuffer = 1024;
+constexpr std::size_t largestLookUpBuffer = 1024UL * 1024;
+
+struct ClientDestroyer {
+    void operator()(CLIENT *client) const { clnt_destroy(client); }
+};
+using Client = std::unique_ptr<CLIENT, ClientDestroyer>;
+
+struct Released {
+    void operator()(char *text) const { std::free(text); }
+};
+
+// The first address of a name in host tables and name service.
+bool lookUp(const char *host, in_addr &address) {
+    hostent entry{};
+    hostent *found = nullptr;
+    int failure = 0;
+    std::vector<char> buffer(firstLookUpBuffer);
+    while (gethostbyname_r(host, &entry, buffer.data(), buffer.size(), &found, &failure) == ERANGE &&
+           buffer.size() < largestLookUpBuffer)
+        buffer.resize(buffer.size() * 2);
+    if (found == nullptr || found->h_addr_list[0] == nullptr || found->h_length > static_cast<int>(sizeof(address)))
+        return false;
+    std::memcpy(&address, found->h_addr_list[0], static_cast<std::size_t>(found->h_length));
+    return true;
+}
+
+// The resolver has time-outs of its own, of half a minute and more: they do not count here.
+bool lookUpInTime(const char *host, in_addr &address) {
+    struct Answer {
+        bool found = false;
+        in_addr address{};
+    };
+    const auto answer = std::make_shared<Answer>();
+    const std::string name = host;
+    const int failure = zel::runWithin(std::chrono::seconds(NFS_NAME_SECONDS), "resolve " + name,
+                                       [answer, name] { answer->found = lookUp(name.c_str(), answer->address); });
+    if (failure != 0 || !answer->found)
+        return false;
+    address = answer->address;
+    return true;
+}
+
+// The RPC library takes every encoder and decoder as a function with open arguments.
+template<typename Function> xdrproc_t codec(Function *function) {
+    return reinterpret_cast<xdrproc_t>(reinterpret_cast<void (*)()>(function));
+}
+
+void setTimeouts(CLIENT *client, time_t seconds) {
+    timeval timeout{seconds, 0};
+    for (const unsigned request : {CLSET_TIMEOUT, CLSET_RETRY_TIMEOUT}) {
+        if (!clnt_control(client, request, reinterpret_cast<char *>(&timeout)))
+            std::fprintf(stderr, "unable to set timeout\n");
+    }
+}
+
+Client udpClient(sockaddr_in server, in_port_t port, rpcprog_t program, rpcvers_t version, time_t timeout) {
+    server.sin_port = htons(port);
+    int anySocket = RPC_ANYSOCK;
+    Client client(clntudp_create(&server, program, version, timeval{datagramRetrySeconds, 0}, &anySocket));
+    if (client != nullptr)
+        setTimeouts(client.get(), timeout);
+    return client;
+}
+
+// The UDP port that NFS version 2 is registered with; 0 when there is none or no answer.
+in_port_t registeredNfsPort(const sockaddr_in &server) {
+    const Client client = udpClient(server, portmapperPort, PMAPPROG, PMAPVERS, NFS_PORTMAPPER_SECONDS);
+    if (client == nullptr)
+        return 0;
+    pmap wanted{nfsProgram, nfsVersion, IPPROTO_UDP, 0};
+    unsigned short port = 0;
+    const clnt_stat status =
+        clnt_call(client.get(), PMAPPROC_GETPORT, codec(xdr_pmap), reinterpret_cast<char *>(&wanted),
+                  codec(xdr_u_short), reinterpret_cast<char *>(&port), (timeval{NFS_CALL_SECONDS, 0}));
+    return status == RPC_SUCCESS ? port : in_port_t{0};
+}
+
+bool nfsAnswers(const sockaddr_in &server, in_port_t port) {
+    const Client client = udpClient(server, port, nfsProgram, nfsVersion, NFS_CALL_SECONDS);
+    if (client == nullptr)
+        return false;
+    return clnt_call(client.get(), NULLPROC, codec(xdr_void), nullptr, codec(xdr_void), nullptr,
+                     (timeval{NFS_CALL_SECONDS, 0})) == RPC_SUCCESS;
+}
+
+// Installs the handler that only interrupts, without SA_RESTART, and puts the previous action back. An alarm that was
+// raised but not delivered yet (blocked, or meant for a thread that does not run) must not meet that action, which by
+// default ends the program: ignoring a signal discards what is pending of it.
+class AlarmInterrupts {
+public:
+    AlarmInterrupts() {
+        struct sigaction action {};
+        action.sa_handler = fgCNSocket_CathAlam;
+        m_installed = sigfillset(&action.sa_mask) == 0 && sigaction(SIGALRM, &action, &m_previous) == 0;
+    }
+    ~AlarmInterrupts() {
+        if (!m_installed)
+            return;
+        struct sigaction ignored {};
+        ignored.sa_handler = SIG_IGN;
+        sigaction(SIGALRM, &ignored, nullptr);
+        sigaction(SIGALRM, &m_previous, nullptr);
+    }
+    AlarmInterrupts(const AlarmInterrupts &) = delete;
+    AlarmInterrupts &operator=(const AlarmInterrupts &) = delete;
+
+    bool installed() const { return m_installed; }
+
+private:
+    struct sigaction m_previous {};
+    bool m_installed = false;
+};
+
+bool resolveForConnect(const char *host, sockaddr_in &server) {
+    if (fgIPCheck(host) == 1) {
+        server.sin_family = AF_INET;
+        server.sin_addr.s_addr = inet_addr(host);
+        return true;
+    }
+    char dotted[INET_ADDRSTRLEN];
+    return get_inaddr(&server, host) == 1 && inet_ntop(AF_INET, &server.sin_addr, dotted, sizeof(dotted)) != nullptr &&
+           fgIPCheck(dotted) == 1;
+}
+
+int connects(const sockaddr_in &server) {
+    const zel::ScopedDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const AlarmInterrupts interrupts;
+    if (!interrupts.installed())
+        return -1;
+    // The kernel's own limit on connect, for a caller whose thread the alarm does not reach.
+    const timeval limit{NFS_CONNECT_SECONDS, 0};
+    setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
+
+    alarm(NFS_CONNECT_SECONDS);
+    const int failed = connect(socket.get(), reinterpret_cast<const sockaddr *>(&server), sizeof(server));
+    alarm(0);
+    return failed == 0 ? 1 : 0;
+}
+
+} // namespace
+
+int get_inaddr(sockaddr_in *addr, const char *host) {
+    *addr = {};
+    addr->sin_family = AF_INET;
+    if (host == nullptr)
+        return 0;
+    addr->sin_addr.s_addr = inet_addr(host);
+    if (addr->sin_addr.s_addr != INADDR_NONE)
+        return 1;
+    addr->sin_addr.s_addr = 0;
+    try {
+        return lookUpInTime(host, addr->sin_addr) ? 1 : 0;
+    } catch (const std::bad_alloc &) {
+        return 0;
+    }
+}
+
+int chknfsmnt(const char *source) {
+    static char host[hostBufferSize];
+    if (source == nullptr)
+        return 0;
+    std::snprintf(host, sizeof(host), "%s", source);
+    host[std::strcspn(host, ":")] = '\0';
+    if (g_nIPv6Flag == 1)
+        return 1;
+
+    sockaddr_in server;
+    if (get_inaddr(&server, host) == 0)
+        return 0;
+    const in_port_t port = registeredNfsPort(server);
+    return port != 0 && nfsAnswers(server, port) ? 1 : 0;
+}
+
+int fgNfsCheck(const char *source) {
+    if (source == nullptr)
+        return -1;
+    const std::size_t length = std::strcspn(source, ":");
+    const std::unique_ptr<char, Released> host(static_cast<char *>(std::malloc(length + 1)));
+    if (host == nullptr)
+        return -1;
+    std::memcpy(host.get(), source, length);
+    host.get()[length] = '\0';
+    if (g_nIPv6Flag == 1)
+        return 1;
+
+    sockaddr_in server{};
+    if (!resolveForConnect(host.get(), server))
+        return -1;
+    server.sin_port = htons(nfsTcpPort);
+    return connects(server);
+}

@@ -1,0 +1,35 @@
+#include "cpu/CpuTicks.h"
+
+#include "text/NumberScan.h"
+
+namespace zel {
+
+namespace {
+
+// Sample: cpu0 44490 19 21045 1087069 220 1 3410 0 2 1
+// Reads the line whose name starts at `name`; returns the position behind its last number.
+const char *parseLine(const char *name, CpuLayout layout, CpuRow &row) {
+    const char *cursor = name;
+    skipWord(cursor);
+    row[CPU_USER] = takeUnsigned(cursor);
+    const unsigned long long nice = takeUnsigned(cursor);
+    row[CPU_SYSTEM] = takeUnsigned(cursor);
+    row[CPU_IDLE] = takeUnsigned(cursor);
+    row[CPU_NICE] = nice;
+    row[CPU_WAIT] = layout == CpuLayout::FiveFields ? takeUnsigned(cursor) : nice;
+    return cursor;
+}
+
+} // namespace
+
+int parseCpuTicks(std::string_view text, CpuLayout layout, CpuRow *ticks) {
+    std::size_t name = text.find("cpu ");
+    int rows = 0;
+    while (name != std::string_view::npos && rows < CPU_ROWS) {
+        const char *behind = parseLine(text.data() + name, layout, ticks[rows++]);
+        name = text.find("cpu", static_cast<std::size_t>(behind - text.data()));
+    }
+    return rows;
+}
+
+} // namespace zel

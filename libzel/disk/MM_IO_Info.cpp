@@ -1,0 +1,130 @@
+#include "MM_IO_Info.h"
+
+#include "NStringLib.h"
+#include "functions/ElapsedTime.h"
+#include "host/RegularFile.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr int firstActiveSize = 10000;
+constexpr const char *inventoryPath = "../aproc/shell/DiskINVStrInfo.dat";
+constexpr const char *rateFile = "../aproc/shell/disk_sar_d.txt";
+constexpr int rateLineSize = 128;
+constexpr float largestRate = 100.0F;
+constexpr float cappedRate = 99.9F;
+
+float limitedRate(float rate) {
+    if (rate > largestRate)
+        return cappedRate;
+    return rate < 0.0F || std::isnan(rate) ? 0.0F : rate;
+}
+
+_ST_DISKIO *nextRecord(SSListNode *&cursor) {
+    if (cursor != nullptr)
+        cursor = cursor->l_pstNext;
+    return cursor == nullptr ? nullptr : fgListRecord<_ST_DISKIO>(cursor);
+}
+
+void deleteList(CSSList *list) {
+    list->fSlDeleteAll();
+    delete list;
+}
+
+} // namespace
+
+CMM_IO_Info::CMM_IO_Info()
+    : m_pclList(new CSSList), m_pclList_Old(new CSSList), m_pclUtil(new CSSUtil), m_pclINVList(new CSSList),
+      m_pstNextNode(m_pclList->fSlGetHeadNode()), m_pstNextNodeINV(m_pclINVList->fSlGetHeadNode()),
+      m_pstIO(new _ST_DISKIO{}), m_nNDev(0), m_nNDevINV(0), m_pstDevName(nullptr), m_nDevNameCount(0), m_nDiskZELCnt(0),
+      m_pStrDiskZEL(fgNewTextBuffer(PERF_TABLE_SIZE)), m_nDiskZELSize(PERF_TABLE_SIZE), m_nDiskINVCnt(0),
+      m_pStrDiskINV(fgNewTextBuffer(PERF_TABLE_SIZE)), m_nDiskINVSize(PERF_TABLE_SIZE),
+      m_pstrDiskName(fgNewTextBuffer(PERF_TABLE_SIZE)), m_nDiskNameSize(PERF_TABLE_SIZE), m_strDataPath{},
+      m_nZELSkipChk(0), m_pStrRealTimeDiskZEL(fgNewTextBuffer(PERF_TABLE_SIZE)), m_nDiskRealZELSize(PERF_TABLE_SIZE),
+      m_nInsertFirst(0), m_pstrPollDiskInfo(nullptr), m_pstrPollDiskReturn(nullptr), m_pstrPushDiskInfo(nullptr),
+      m_pstrPushDiskReturn(nullptr), m_nDiskPushCnt(0), m_nActiveSize(firstActiveSize),
+      m_stAllDiskList(nullptr), m_strLogMsg{}, m_stOldIoTime{}, m_dElapsedTime(0.0), m_nGatherCount(0),
+      m_pushRows(0), m_pushSums{}, m_inventoryCapacity(PERF_TABLE_SIZE), m_knownLineCapacity(PERF_TABLE_SIZE) {
+    fgSetTableSplit(m_strSplit);
+    fgSetPushSplit(m_strPushSplit);
+    std::strcpy(m_strDataPath, inventoryPath);
+    publishTexts();
+    fSetElapsedTime();
+}
+
+CMM_IO_Info::~CMM_IO_Info() {
+    for (const auto &entry : m_DiskMap)
+        delete entry.second;
+    deleteList(m_pclList);
+    deleteList(m_pclList_Old);
+    deleteList(m_pclINVList);
+    delete m_pclUtil;
+    delete m_pstIO;
+    std::free(m_pstDevName);
+    std::free(m_pushList);
+    std::free(m_pStrDiskZEL);
+    std::free(m_pStrRealTimeDiskZEL);
+    std::free(m_pStrDiskINV);
+    std::free(m_pstrDiskName);
+}
+
+CSSList *CMM_IO_Info::fMGetIoStat(double, int nPerf, int nPush) {
+    fSetElapsedTime();
+    const int major = fMLinux_Major();
+    const int minor = fMLinux_Minor();
+    if (major == 2 && minor == 2)
+        return fMGetIoStat_Lin22(nPerf, nPush);
+    if (major == 2 && minor == 4)
+        return fMGetIoStat_Lin24(nPerf, nPush);
+    if (major > 1 && minor > 5)
+        return fMGetIoStat_Lin26(nPerf, nPush);
+    if (major < 3)
+        return nullptr;
+    return fMGetIoStat_Lin26(nPerf, nPush);
+}
+
+_ST_DISKIO *CMM_IO_Info::fMGetIoStatNext() {
+    return nextRecord(m_pstNextNode);
+}
+
+_ST_DISKIO *CMM_IO_Info::fMGetIoStatNextINV() {
+    return nextRecord(m_pstNextNodeINV);
+}
+
+int CMM_IO_Info::fSetElapsedTime() {
+    m_dElapsedTime = zel::elapsedSince(m_stOldIoTime);
+    return 1;
+}
+
+char *CMM_IO_Info::fMParceDevUnit(const char *src, char *dst, int size) {
+    if (size < 1)
+        return nullptr;
+    std::memset(dst, 0, static_cast<std::size_t>(size));
+    const char *token = CSSUtil::fSkipWs(src);
+    char *end = CSSUtil::fSkipToken(src);
+    if (end - token >= size)
+        return nullptr;
+    std::memcpy(dst, token, static_cast<std::size_t>(end - token));
+    return end;
+}
+
+// Sample: sda 45.30
+int CMM_IO_Info::fGetDiskIoRate(const char *name, float *rate) {
+    *rate = 0.0F;
+    const zel::ScopedFile file = zel::openRegularFile(rateFile);
+    if (file == nullptr)
+        return -1;
+    char line[rateLineSize];
+    while (std::fgets(line, sizeof(line), file.get()) != nullptr) {
+        char *rest = nullptr;
+        const char *disk = Nstrstrtok(line, " ", &rest);
+        if (rest != nullptr && std::strcmp(disk, name) == 0)
+            *rate = static_cast<float>(std::strtod(rest, nullptr));
+    }
+    *rate = limitedRate(*rate);
+    return 1;
+}

@@ -1,0 +1,58 @@
+// The mount table of the sampled host and the rules by which its entries are reported. Internal to the filesystem
+// collector.
+#pragma once
+
+#include "kernel/WholeFile.h"
+
+struct _ST_FS;
+
+namespace zel {
+
+/// The record pass and the text pass; some rules and messages hold for one of them.
+enum class FilesystemPass { Records, Text };
+
+/// One line of the table, escapes resolved. The texts are the table's, valid until its next line is read.
+struct MountEntry {
+    const char *mountPoint;
+    const char *device;
+    const char *type;
+};
+
+/// The table, with the results of getmntent: blanks separate the fields, of which a missing one is empty; blanks, tabs,
+/// line feeds and backslashes in a name come escaped; lines that are empty or begin with "#" are passed over, and so
+/// are entries of autofs with the option "ignore". Names come whole, however long the kernel made them.
+class MountTable {
+public:
+    /// Reads the table into `file`, which outlives it.
+    explicit MountTable(WholeFile &file);
+
+    bool isOpen() const { return m_openError == 0; }
+    /// The error number of an open that failed.
+    int openError() const { return m_openError; }
+    /// Takes the next entry; false at the end.
+    bool next(MountEntry &entry);
+
+private:
+    int m_openError;
+    LineWalk m_lines;
+};
+
+/// By g_strExcludeFilesystem; when its count is 0 by a rule of its own: no "proc", "usbdevfs" or "devpts" in the type.
+/// A negative count reports nothing.
+bool typeReported(const char *type);
+/// By g_strIncludeFilesystem and g_nFSTokenCount (text pass only).
+bool mountPointReported(const char *mountPoint);
+/// No CD drives, no RPC pseudo filesystems.
+bool namesReported(const MountEntry &entry);
+/// By g_strTotExcludeFilesystem.
+bool typeOutsideTotals(const char *type);
+
+/// Number of "/" in `path`.
+int slashCount(const char *path);
+
+/// Copies the names of `entry`, cut to their fields.
+void copyNames(const MountEntry &entry, _ST_FS &filesystem);
+/// Copies a record without what stands behind its names.
+void copyFilesystem(const _ST_FS &from, _ST_FS &to);
+
+} // namespace zel

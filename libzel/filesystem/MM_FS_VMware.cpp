@@ -1,0 +1,104 @@
+#include "filesystem/MM_FS_VMware.h"
+
+#include "MM_FS_Info.h"
+#include "host/RegularFile.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr int lineSize = 512;
+
+constexpr const char *scriptCommand = "../../utils/ETC/ShCmd 5 ./shell/LINUX/VMWare_FS.sh %s 2> /dev/null";
+
+enum Column { COLUMN_DEVICE = 1, COLUMN_TOTAL, COLUMN_USED, COLUMN_AVAILABLE, COLUMN_USAGE, COLUMN_NAME };
+
+void copyToken(char (&destination)[FS_NAME_SIZE], const char *token) {
+    std::snprintf(destination, sizeof(destination), "%.*s", static_cast<int>(std::strcspn(token, "\n")), token);
+}
+
+unsigned long long kilobytes(const char *token) {
+    return std::strtoull(token, nullptr, 10);
+}
+
+double usagePercent(const char *token) {
+    const double usage = std::strtod(token, nullptr);
+    return std::isfinite(usage) ? usage : 0.0;
+}
+
+void startRecord(_ST_FS &datastore) {
+    datastore = {};
+    std::strcpy(datastore.l_strFSType, "ext3");
+}
+
+// Takes one token and returns the column of the next. A first token that names no datastore is dropped as if it had
+// been two: consumers know the resulting record by its total of 0.
+int takeToken(int column, const char *token, _ST_FS &datastore) {
+    switch (column) {
+    case COLUMN_DEVICE:
+        startRecord(datastore);
+        if (std::strstr(token, "vmfs") == nullptr)
+            return COLUMN_USED;
+        copyToken(datastore.l_strDEVname, token);
+        return COLUMN_TOTAL;
+    case COLUMN_TOTAL:
+        datastore.l_ulTotDskSize = kilobytes(token);
+        return COLUMN_USED;
+    case COLUMN_USED:
+        datastore.l_ulUsdDskSize = kilobytes(token);
+        datastore.l_ulFreDskSize = datastore.l_ulUsdDskSize > datastore.l_ulTotDskSize
+                                       ? 0
+                                       : datastore.l_ulTotDskSize - datastore.l_ulUsdDskSize;
+        return COLUMN_AVAILABLE;
+    case COLUMN_AVAILABLE:
+        datastore.l_ulAvaDskSize = kilobytes(token);
+        return COLUMN_USAGE;
+    case COLUMN_USAGE:
+        datastore.l_dDskUsage = usagePercent(token);
+        return COLUMN_NAME;
+    default:
+        copyToken(datastore.l_strFSname, token);
+        return COLUMN_DEVICE;
+    }
+}
+
+} // namespace
+
+namespace zel {
+
+void runDatastoreScript() {
+    char command[256];
+    std::snprintf(command, sizeof(command), scriptCommand, DATASTORE_FILE);
+    // What the script achieved shows in its file.
+    [[maybe_unused]] const int status = std::system(command);
+}
+
+// Sample: /vmfs/volumes/datastore1 10485760 4194304 6291456 40 datastore1
+void parseDatastores(char *line, const std::function<void(const _ST_FS &)> &take) {
+    _ST_FS datastore{};
+    int column = COLUMN_DEVICE;
+    char *rest = nullptr;
+    for (const char *token = strtok_r(line, " ", &rest); token != nullptr; token = strtok_r(nullptr, " ", &rest)) {
+        const bool last = column == COLUMN_NAME;
+        column = takeToken(column, token, datastore);
+        if (last)
+            take(datastore);
+    }
+}
+
+bool readDatastores(const std::function<void(const _ST_FS &)> &take) {
+    ScopedFile file = openRegularFile(DATASTORE_FILE);
+    if (file == nullptr)
+        file = openRegularFile(DATASTORE_FALLBACK_FILE);
+    if (file == nullptr)
+        return false;
+    char line[lineSize];
+    while (std::fgets(line, sizeof(line), file.get()) != nullptr)
+        parseDatastores(line, take);
+    return true;
+}
+
+} // namespace zel

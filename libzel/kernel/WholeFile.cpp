@@ -1,0 +1,90 @@
+#include "kernel/WholeFile.h"
+
+#include "host/HostOpen.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+namespace zel {
+
+namespace {
+
+constexpr std::size_t firstSize = 16384;
+
+ssize_t readRestartable(int descriptor, char *buffer, std::size_t size) {
+    ssize_t count = 0;
+    do
+        count = ::read(descriptor, buffer, size);
+    while (count < 0 && errno == EINTR);
+    return count;
+}
+
+} // namespace
+
+LineWalk::LineWalk(char *text, std::size_t length, std::size_t limit)
+    : m_next(text), m_end(text + length), m_limit(limit) {}
+
+LineWalk::~LineWalk() {
+    restore();
+}
+
+void LineWalk::restore() {
+    if (m_hasLine)
+        *m_next = m_overwritten;
+    m_hasLine = false;
+}
+
+char *LineWalk::next() {
+    restore();
+    if (m_next == m_end)
+        return nullptr;
+    char *line = m_next;
+    const std::size_t room = std::min(m_limit, static_cast<std::size_t>(m_end - m_next));
+    char *lineFeed = static_cast<char *>(std::memchr(m_next, '\n', room));
+    m_next = lineFeed == nullptr ? m_next + room : lineFeed + 1;
+    m_overwritten = *m_next;
+    *m_next = '\0';
+    m_hasLine = true;
+    return line;
+}
+
+WholeFile::~WholeFile() {
+    std::free(m_buffer);
+}
+
+// Room for more text and for the terminator of a walk.
+bool WholeFile::makeRoom() {
+    if (m_length + 1 < m_size)
+        return true;
+    const std::size_t size = m_size == 0 ? firstSize : 2 * m_size;
+    auto *larger = static_cast<char *>(std::realloc(m_buffer, size));
+    if (larger == nullptr)
+        return false;
+    m_buffer = larger;
+    m_size = size;
+    return true;
+}
+
+// The kernel hands out a file of many records a page at a time: a short read is not its end.
+bool WholeFile::read(const char *path) {
+    m_length = 0;
+    const ScopedDescriptor file = openHostFile(path);
+    if (!file.valid())
+        return false;
+    while (m_length < HOST_FILE_LIMIT) {
+        if (!makeRoom()) {
+            m_length = 0;
+            return false;
+        }
+        const ssize_t count = readRestartable(file.get(), m_buffer + m_length, m_size - m_length - 1);
+        if (count <= 0)
+            break;
+        m_length += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+} // namespace zel

@@ -1,0 +1,224 @@
+// The readers of the VM collector, one per kernel file.
+#include "HostRoot.h"
+#include "MM_VM_Info.h"
+#include "PerfText.h"
+#include "host/ScopedHandle.h"
+#include "kernel/KernelFile.h"
+#include "kernel/KernelText.h"
+#include "memory/VmReaders.h"
+#include "text/NumberScan.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <memory>
+#include <string_view>
+#include <unistd.h>
+
+namespace {
+
+constexpr int longestStat = 16 * 1024 * 1024;
+constexpr int vmstatSize = 8192;
+constexpr int loadAverageSize = 8192;
+constexpr int processStatSize = 4096;
+constexpr int processPathSize = 300;
+constexpr long bytesPerKilobyte = 1024;
+
+struct TextFree {
+    void operator()(char *text) const { std::free(text); }
+};
+
+// The text of /proc/stat. Very many processors push its "ctxt" line behind the end of the buffer: only then the file is
+// read again, into a larger one from the heap.
+class StatText {
+public:
+    bool read(zel::StatReader &reader) {
+        m_length = reader.read(m_buffer);
+        for (int size = sizeof(m_buffer); m_length == size - 1 && !holdsSwitches() && size < longestStat;) {
+            size *= 2;
+            m_large.reset(fgNewTextBuffer(size));
+            if (m_large == nullptr)
+                return false;
+            m_length = CSSUtil::fFile2Buff("/proc/stat", m_large.get(), size);
+        }
+        return m_length > 0;
+    }
+
+    std::string_view view() const {
+        return {m_large == nullptr ? m_buffer : m_large.get(), static_cast<std::size_t>(m_length)};
+    }
+
+private:
+    bool holdsSwitches() const {
+        const std::size_t key = view().find("ctxt ");
+        return key != std::string_view::npos && view().find('\n', key) != std::string_view::npos;
+    }
+
+    char m_buffer[zel::StatReader::BUFFER_SIZE];
+    std::unique_ptr<char, TextFree> m_large;
+    int m_length = 0;
+};
+
+long wrappingSum(long long left, long long right) {
+    return static_cast<long>(static_cast<unsigned long long>(left) + static_cast<unsigned long long>(right));
+}
+
+// Sample: pgpgin 7344136
+bool counterBehind(std::string_view text, std::string_view key, long &value, std::size_t rare) {
+    const char *cursor = zel::behindKey(text, key, rare);
+    if (cursor == nullptr)
+        return false;
+    value = zel::takeSigned(cursor);
+    return true;
+}
+
+// Sample: ctxt 38014093
+bool parseSwitches(std::string_view stat, long &value) {
+    constexpr std::size_t placeOfX = 2;
+    return counterBehind(stat, "ctxt ", value, placeOfX);
+}
+
+// Sample: page 5741 1808      (a base prefix is accepted here and nowhere else)
+bool parsePageLine(std::string_view stat, long &in, long &out) {
+    constexpr std::size_t placeOfG = 2;
+    const char *cursor = zel::behindKey(stat, "page ", placeOfG);
+    if (cursor == nullptr)
+        return false;
+    char *end = nullptr;
+    in = std::strtol(cursor, &end, 0);
+    out = std::strtol(end, &end, 0);
+    return true;
+}
+
+// Sample: swap 1 0
+bool parseSwapLine(std::string_view stat, long &in, long &out) {
+    const char *cursor = zel::behindKey(stat, "swap ");
+    if (cursor == nullptr)
+        return false;
+    in = zel::takeSigned(cursor);
+    out = zel::takeSigned(cursor);
+    return true;
+}
+
+// Consumers know the page counts of the newer layout in this unit.
+long pageCount(long kilobytes) {
+    return std::max(kilobytes / getpagesize() * bytesPerKilobyte, 0L);
+}
+
+bool parseNewLayout(std::string_view vmstat, std::string_view stat, long *counters) {
+    zel::SoughtKey keys[] = {{"pgpgin "}, {"pgpgout "}, {"pswpin "}, {"pswpout "}, {"pgfault "}, {"pgmajfault "}};
+    zel::findKeys(vmstat, ' ', keys);
+    long faults = 0;
+    long majorFaults = 0;
+    long *const values[] = {&counters[VM_PAGED_IN_KB],
+                            &counters[VM_PAGED_OUT_KB],
+                            &counters[VM_SWAPPED_IN],
+                            &counters[VM_SWAPPED_OUT],
+                            &faults,
+                            &majorFaults};
+    for (std::size_t i = 0; i < std::size(keys); ++i) {
+        const char *cursor = keys[i].behind();
+        if (cursor == nullptr)
+            return false;
+        *values[i] = zel::takeSigned(cursor);
+    }
+    if (!parseSwitches(stat, counters[VM_SWITCHES]))
+        return false;
+    counters[VM_FAULTS] = wrappingSum(faults, majorFaults);
+    counters[VM_PAGE_INS] = pageCount(counters[VM_PAGED_IN_KB]);
+    counters[VM_PAGE_OUTS] = pageCount(counters[VM_PAGED_OUT_KB]);
+    return true;
+}
+
+int readNewLayout(std::string_view stat, long *counters) {
+    char text[vmstatSize];
+    const int length = zel::readKernelText("/proc/vmstat", text, vmstatSize);
+    if (length < 1)
+        return 0;
+    return parseNewLayout({text, static_cast<std::size_t>(length)}, stat, counters) ? 1 : 0;
+}
+
+} // namespace
+
+// Sample: 26231 (vim) R 5392 7446 5392 34835 7446 4218880 32533 309516 26 82 1677 44 158 99
+bool zel::parseProcessFaults(const char *text, unsigned long long &minorFaults, unsigned long long &majorFaults) {
+    const char *cursor = text;
+    if (!skipNumber(cursor) || !skipWord(cursor) || !skipWord(cursor))
+        return false;
+    for (int skipped = 0; skipped < 6; ++skipped) {
+        if (!skipNumber(cursor))
+            return false;
+    }
+    return scanUnsigned(cursor, minorFaults) && skipNumber(cursor) && scanUnsigned(cursor, majorFaults);
+}
+
+// Sample: 0.00 0.01 0.05 1/123 4567
+bool zel::parseRunningTasks(const char *text, int &running) {
+    const char *cursor = text;
+    for (int average = 0; average < 3; ++average) {
+        if (!skipNumber(cursor) || *cursor++ != '.' || !skipNumber(cursor))
+            return false;
+    }
+    long long value = 0;
+    if (!scanSigned(cursor, value) || *cursor++ != '/' || !skipNumber(cursor))
+        return false;
+    running = static_cast<int>(value);
+    return true;
+}
+
+int CMM_VM_Info::fMGetStat(long *counters) {
+    StatText stat;
+    if (!stat.read(m_stat))
+        return 0;
+    long in = 0;
+    long out = 0;
+    if (!parsePageLine(stat.view(), in, out))
+        return readNewLayout(stat.view(), counters);
+
+    counters[VM_PAGE_INS] = in;
+    counters[VM_PAGE_OUTS] = out;
+    counters[VM_PAGED_IN_KB] = m_pclUtil->fPage2k(in);
+    counters[VM_PAGED_OUT_KB] = m_pclUtil->fPage2k(out);
+    if (!parseSwapLine(stat.view(), counters[VM_SWAPPED_IN], counters[VM_SWAPPED_OUT]) ||
+        !parseSwitches(stat.view(), counters[VM_SWITCHES]))
+        return 0;
+    return fMGetPageFault(counters);
+}
+
+int CMM_VM_Info::fMGetStat_k2_6(long *counters) {
+    StatText stat;
+    return stat.read(m_stat) ? readNewLayout(stat.view(), counters) : 0;
+}
+
+int CMM_VM_Info::fMGetPageFault(long *counters) {
+    const zel::ScopedDirectory processes(opendir(fgHostPath("/proc")));
+    if (processes == nullptr)
+        return 0;
+    while (const dirent *entry = readdir(processes.get())) {
+        if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) == 0)
+            continue;
+        char path[processPathSize];
+        char text[processStatSize];
+        std::snprintf(path, sizeof(path), "/proc/%s/stat", entry->d_name);
+        if (CSSUtil::fFile2Buff(path, text, processStatSize) < 1)
+            continue;
+        unsigned long long minorFaults = 0;
+        unsigned long long majorFaults = 0;
+        if (zel::parseProcessFaults(text, minorFaults, majorFaults))
+            counters[VM_FAULTS] = wrappingSum(counters[VM_FAULTS], static_cast<long long>(minorFaults + majorFaults));
+    }
+    return 1;
+}
+
+int CMM_VM_Info::fMGetRunque(long *counters) {
+    char text[loadAverageSize];
+    if (zel::readKernelText("/proc/loadavg", text, loadAverageSize) < 1)
+        return 0;
+    int running = 0;
+    if (!zel::parseRunningTasks(text, running))
+        return 0;
+    counters[VM_RUN_QUEUE] = running < 1 ? 0 : running - 1;
+    return 1;
+}

@@ -1,0 +1,229 @@
+#include "network/InterfaceReader.h"
+
+#include "host/HostOpen.h"
+#include "text/NumberScan.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t headerLineSize = 512;
+constexpr std::size_t interfaceLineSize = 1024;
+constexpr std::size_t traceSize = 512;
+
+// Every interface that the table lists counts as up; who needs the state of the link asks for it.
+constexpr char linkWord[] = {'L', 'I', 'N', 'K', 'U', 'P'};
+
+using Counter = unsigned long long user_net_device_stats::*;
+
+// The columns of the three layouts, in the order of the lines.
+constexpr Counter compressedColumns[] = {
+    &user_net_device_stats::rx_bytes,          &user_net_device_stats::rx_packets,
+    &user_net_device_stats::rx_errors,         &user_net_device_stats::rx_dropped,
+    &user_net_device_stats::rx_fifo_errors,    &user_net_device_stats::rx_frame_errors,
+    &user_net_device_stats::rx_compressed,     &user_net_device_stats::rx_multicast,
+    &user_net_device_stats::tx_bytes,          &user_net_device_stats::tx_packets,
+    &user_net_device_stats::tx_errors,         &user_net_device_stats::tx_dropped,
+    &user_net_device_stats::tx_fifo_errors,    &user_net_device_stats::collisions,
+    &user_net_device_stats::tx_carrier_errors, &user_net_device_stats::tx_compressed,
+};
+
+constexpr Counter byteColumns[] = {
+    &user_net_device_stats::rx_bytes,          &user_net_device_stats::rx_packets,
+    &user_net_device_stats::rx_errors,         &user_net_device_stats::rx_dropped,
+    &user_net_device_stats::rx_fifo_errors,    &user_net_device_stats::rx_frame_errors,
+    &user_net_device_stats::tx_bytes,          &user_net_device_stats::tx_packets,
+    &user_net_device_stats::tx_errors,         &user_net_device_stats::tx_dropped,
+    &user_net_device_stats::tx_fifo_errors,    &user_net_device_stats::collisions,
+    &user_net_device_stats::tx_carrier_errors,
+};
+
+constexpr Counter packetColumns[] = {
+    &user_net_device_stats::rx_packets,        &user_net_device_stats::rx_errors,
+    &user_net_device_stats::rx_dropped,        &user_net_device_stats::rx_fifo_errors,
+    &user_net_device_stats::rx_frame_errors,   &user_net_device_stats::tx_packets,
+    &user_net_device_stats::tx_errors,         &user_net_device_stats::tx_dropped,
+    &user_net_device_stats::tx_fifo_errors,    &user_net_device_stats::collisions,
+    &user_net_device_stats::tx_carrier_errors,
+};
+
+bool scanCounter(const char *&cursor, unsigned long long &value) {
+    return zel::scanUnsigned(cursor, value);
+}
+
+// The oldest layout is read as signed numbers, which saturate at other limits.
+bool scanSignedCounter(const char *&cursor, unsigned long long &value) {
+    long long number = 0;
+    if (!zel::scanSigned(cursor, number))
+        return false;
+    value = static_cast<unsigned long long>(number);
+    return true;
+}
+
+template<bool (*Scan)(const char *&, unsigned long long &), std::size_t Count>
+void takeColumns(const Counter (&columns)[Count], const char *text, user_net_device_stats &stats) {
+    for (const Counter column : columns) {
+        if (!Scan(text, stats.*column))
+            return;
+    }
+}
+
+// Reads a line into `line`. Of one that does not fit the rest is passed over: it is no interface.
+template<std::size_t Size> bool readLine(std::FILE *stream, char (&line)[Size]) {
+    line[Size - 2] = '\0';
+    if (fgets_unlocked(line, Size, stream) == nullptr)
+        return false;
+    if (line[Size - 2] == '\0' || line[Size - 2] == '\n')
+        return true;
+    int character = 0;
+    do
+        character = getc_unlocked(stream);
+    while (character != '\n' && character != EOF);
+    return true;
+}
+
+} // namespace
+
+namespace zel {
+
+// Sample:  face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs ...
+int interfaceLayout(const char *headerLine) {
+    if (std::strstr(headerLine, "compressed") != nullptr)
+        return INTERFACE_LAYOUT_COMPRESSED;
+    return std::strstr(headerLine, "bytes") != nullptr ? INTERFACE_LAYOUT_BYTES : INTERFACE_LAYOUT_PACKETS;
+}
+
+// Samples:   eth0:   100 ...     eth0:100 ...     eth0:1:   100 ... (an alias)
+// A ":" with digits and a further ":" behind it belongs to the name, any other ends it.
+const char *takeInterfaceName(const char *line, char (&name)[INTERFACE_NAME_SIZE]) {
+    line = skipBlanks(line);
+    const char *end = line;
+    while (*end != '\0' && *end != ':' && !isBlank(*end))
+        ++end;
+    if (*end == ':') {
+        const char *aliasEnd = end + 1;
+        while (*aliasEnd >= '0' && *aliasEnd <= '9')
+            ++aliasEnd;
+        if (*aliasEnd == ':')
+            end = aliasEnd;
+    }
+    const auto length = static_cast<std::size_t>(end - line);
+    const std::size_t kept = length < INTERFACE_NAME_SIZE ? length : INTERFACE_NAME_SIZE - 1;
+    std::memcpy(name, line, kept);
+    name[kept] = '\0';
+    return *end == ':' ? end + 1 : end;
+}
+
+// Samples, behind the name:
+//   3  18687536  491 0 0 0 0 0 0  25259  301 0 0 0 0 0 0
+//   2  18687536  491 0 0 0 0  25259  301 0 0 0 0 0
+//   1  491 0 0 0 0  301 0 0 0 0 0
+void parseInterfaceCounters(int layout, const char *text, user_net_device_stats &stats) {
+    switch (layout) {
+    case INTERFACE_LAYOUT_COMPRESSED:
+        takeColumns<scanCounter>(compressedColumns, text, stats);
+        break;
+    case INTERFACE_LAYOUT_BYTES:
+        takeColumns<scanCounter>(byteColumns, text, stats);
+        stats.rx_multicast = 0;
+        break;
+    case INTERFACE_LAYOUT_PACKETS:
+        takeColumns<scanSignedCounter>(packetColumns, text, stats);
+        stats.rx_bytes = 0;
+        stats.tx_bytes = 0;
+        stats.rx_multicast = 0;
+        break;
+    default:
+        break;
+    }
+}
+
+void traceInterfaceError(int (*trace)(const char *message), const char *what) {
+    char message[traceSize];
+    std::snprintf(message, sizeof(message), "4.6(NWT) %s[%s]\n", what, std::strerror(errno));
+    trace(message);
+}
+
+InterfaceReader::InterfaceReader(std::FILE *&stream, interface *&record, int &layout, int &socketDescriptor,
+                                 int (*trace)(const char *message))
+    : m_stream(stream), m_record(record), m_layout(layout), m_socket(socketDescriptor), m_trace(trace) {}
+
+int InterfaceReader::open() {
+    m_trace("4.6(NWT) ZEL network init_netinfo start\n");
+    m_trace("---------------networ info start-----------------\n");
+    release();
+    m_stream = openHostStream("/proc/net/dev").release();
+    if (m_stream == nullptr) {
+        traceInterfaceError(m_trace, "fopen failed ");
+        return -1;
+    }
+    m_record = static_cast<interface *>(std::malloc(sizeof(interface)));
+    if (m_record == nullptr) {
+        std::fclose(m_stream);
+        m_stream = nullptr;
+        return -1;
+    }
+    m_open = true;
+    std::setvbuf(m_stream, m_streamBuffer, _IOFBF, sizeof(m_streamBuffer));
+
+    char header[headerLineSize];
+    const bool complete = readLine(m_stream, header) && readLine(m_stream, header);
+    m_layout = interfaceLayout(complete ? header : "");
+
+    m_socket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (m_socket < 0) {
+        traceInterfaceError(m_trace, "socket error");
+        return -1;
+    }
+    return 0;
+}
+
+const interface *InterfaceReader::next() {
+    if (!m_open || m_stream == nullptr)
+        return nullptr;
+    char line[interfaceLineSize];
+    if (!readLine(m_stream, line))
+        return nullptr;
+    *m_record = {};
+    parseInterfaceCounters(m_layout, takeInterfaceName(line, m_record->name), m_record->stats);
+    return m_record;
+}
+
+int InterfaceReader::close() {
+    release();
+    m_trace("---------------networ info end  -----------------\n");
+    return 0;
+}
+
+void InterfaceReader::release() {
+    if (!m_open)
+        return;
+    m_open = false;
+    std::free(m_record);
+    std::fclose(m_stream);
+    if (m_socket >= 0)
+        ::close(m_socket);
+    m_socket = -1;
+}
+
+int deliverInterface(const interface *record, char *name, char *link, unsigned long long *rxPackets,
+                     unsigned long long *txPackets, unsigned long long *rxBytes, unsigned long long *txBytes,
+                     unsigned long long *rxErrors, unsigned long long *txErrors, unsigned long long *collisions) {
+    if (record == nullptr)
+        return -1;
+    std::memcpy(name, record->name, std::strlen(record->name) + 1);
+    std::memcpy(link, linkWord, sizeof(linkWord));
+    *rxPackets = record->stats.rx_packets;
+    *txPackets = record->stats.tx_packets;
+    *rxBytes = record->stats.rx_bytes;
+    *txBytes = record->stats.tx_bytes;
+    *rxErrors = record->stats.rx_errors;
+    *txErrors = record->stats.tx_errors;
+    *collisions = record->stats.collisions;
+    return 0;
+}
+
+} // namespace zel

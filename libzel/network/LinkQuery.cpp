@@ -1,0 +1,31 @@
+#include "network/LinkQuery.h"
+
+#include <cstring>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+namespace zel {
+
+int LinkQuery::descriptor() {
+    if (m_lent != nullptr && *m_lent >= 0)
+        return *m_lent;
+    if (!m_socket)
+        m_socket.emplace(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    return m_socket->get();
+}
+
+int LinkQuery::alive(const char *name) {
+    ifreq request{};
+    const std::size_t length = std::strlen(name);
+    if (length >= sizeof(request.ifr_name))
+        return 1;
+    std::memcpy(request.ifr_name, name, length);
+
+    const int asked = descriptor();
+    if (asked < 0 || ioctl(asked, SIOCGIFFLAGS, &request) < 0)
+        return 1;
+    return (request.ifr_flags & IFF_UP) != 0 ? 1 : 0;
+}
+
+} // namespace zel

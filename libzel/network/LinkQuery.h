@@ -1,0 +1,27 @@
+// LinkQuery: whether network interfaces are up. One socket serves every question of its owner; the first opens it.
+#pragma once
+
+#include "host/ScopedHandle.h"
+
+#include <optional>
+
+namespace zel {
+
+class LinkQuery {
+public:
+    /// Asks through `*socket`, which stays the caller's, as long as that is not negative; without one through a socket
+    /// of its own, opened when it is first needed.
+    explicit LinkQuery(const int *socket = nullptr) : m_lent(socket) {}
+
+    /// 1 when the interface is up, 0 when it is down (IFF_UP of SIOCGIFFLAGS). Who cannot be asked counts as up: no
+    /// socket, no such interface, a name longer than a kernel name.
+    int alive(const char *name);
+
+private:
+    int descriptor();
+
+    const int *m_lent;
+    std::optional<ScopedDescriptor> m_socket;
+};
+
+} // namespace zel

@@ -1,0 +1,232 @@
+// Bandwidth and duplex of CMM_NWT_Info, from the files that outside scripts write.
+#include "MM_NWT_Info.h"
+
+#include "NStringLib.h"
+#include "host/HostOpen.h"
+#include "host/RegularFile.h"
+#include "host/ShellSafe.h"
+#include "scripts/ScriptLine.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+constexpr const char *sourceName = "MM_NWT_Info";
+
+constexpr const char *namesPath = "../aproc/shell/IFName.dat";
+constexpr const char *bandwidthsPath = "../aproc/shell/IFName_bandwidth.dat";
+
+constexpr std::size_t lineSize = 256;
+constexpr std::size_t commandSize = 1024;
+constexpr std::size_t resultPathSize = 512;
+
+// More interfaces than any host has: a script's output gone wild does not occupy the collector for ever.
+constexpr int lineLimit = 10000;
+
+constexpr const char *lineMarker = "TORVSC";
+constexpr std::string_view activeMember = "Currently Active Slave";
+constexpr std::size_t memberColumn = activeMember.size() + 1; // behind the colon
+
+template<std::size_t Size> void runInto(char (&command)[Size], const char *format, const char *path) {
+    std::snprintf(command, Size, format, path);
+    zel::runForResult(command, path);
+}
+
+// Hands every line that fits to `take`, which may cut it.
+template<typename Take> void takeLines(std::FILE *file, Take take) {
+    char line[lineSize];
+    zel::Line kind{};
+    for (int count = 0; count < lineLimit && (kind = zel::readLine(file, line)) != zel::Line::None; ++count) {
+        if (kind == zel::Line::Whole)
+            take(line);
+    }
+}
+
+struct BandwidthLine {
+    const char *name;
+    long bandwidth;
+    int duplex;
+};
+
+// Sample: TORVSC|eth0|1000000|2
+// Exactly four fields, of which the first is the marker and the second is not empty. Cuts `line`.
+bool parseMarkedLine(char *line, BandwidthLine &parsed) {
+    constexpr int fieldCount = 4;
+    char *fields[fieldCount] = {};
+    char *rest = nullptr;
+    int count = 0;
+    for (char *field = Nstrstrtok(line, "|", &rest); field != nullptr; field = Nstrstrtok(nullptr, "|", &rest)) {
+        if (count == fieldCount)
+            return false;
+        fields[count++] = field;
+    }
+    if (count != fieldCount || std::strcmp(fields[0], lineMarker) != 0 || fields[1][0] == '\0')
+        return false;
+    parsed = {fields[1], std::strtol(fields[2], nullptr, 10), static_cast<int>(std::strtol(fields[3], nullptr, 10))};
+    return true;
+}
+
+// Sample: eth0 1000000
+bool parsePlainLine(char *line, BandwidthLine &parsed) {
+    char *rest = nullptr;
+    const char *name = Nstrstrtok(line, " ", &rest);
+    if (name == nullptr || name[0] == '\0' || rest == nullptr || rest[0] == '\0')
+        return false;
+    parsed = {name, std::strtol(rest, nullptr, 10), DUPLEX_HALF};
+    return true;
+}
+
+// Sample: 1000 (megabits; kilobits in 32 bits, as consumers of the value know it)
+int parseMegabits(const char *line) {
+    constexpr unsigned int kilobitsPerMegabit = 1000;
+    return static_cast<int>(static_cast<unsigned int>(std::strtol(line, nullptr, 10)) * kilobitsPerMegabit);
+}
+
+} // namespace
+
+int CMM_NWT_Info::fGetNewBandwidthDuplex() {
+    ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth Duplex START");
+    char command[commandSize];
+    runInto(command, "../../utils/ETC/ShCmd 30 ./shell/LINUX/ifname_bandwidth_duplex.sh > %s 2> /dev/null",
+            bandwidthsPath);
+    const zel::ScopedFile file = zel::openRegularFile(bandwidthsPath);
+    if (file == nullptr) {
+        ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
+                "Bandwidth GTR failed(%s not found)", bandwidthsPath);
+        return 1;
+    }
+    takeLines(file.get(), [this](char *line) {
+        BandwidthLine parsed{};
+        if (!parseMarkedLine(line, parsed))
+            return;
+        ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
+                "Bandwidth Duplex-add-set[%s][%ld][%d]", parsed.name, parsed.bandwidth, parsed.duplex);
+        m_pclBandwidthList->fAddLinkedList(parsed.name, parsed.bandwidth, parsed.duplex);
+    });
+    ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth Duplex END");
+    return 1;
+}
+
+int CMM_NWT_Info::fGetNewBandwidth() {
+    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR START");
+    char command[commandSize];
+    runInto(command, "../../utils/ETC/ShCmd 10 ./shell/LINUX/ifname_bandwidth.sh > %s 2> /dev/null", bandwidthsPath);
+    const zel::ScopedFile file = zel::openRegularFile(bandwidthsPath);
+    if (file == nullptr) {
+        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
+                "Bandwidth GTR failed(%s not found)", bandwidthsPath);
+        return 1;
+    }
+    takeLines(file.get(), [this](char *line) {
+        BandwidthLine parsed{};
+        if (parsePlainLine(line, parsed))
+            m_pclBandwidthList->fAddLinkedList(parsed.name, parsed.bandwidth, parsed.duplex);
+    });
+    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR END");
+    return 1;
+}
+
+int CMM_NWT_Info::fGetBandwidth() {
+    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR START");
+    char command[commandSize];
+    runInto(command, "../../utils/ETC/ShCmd 10 ./shell/LINUX/IFName.sh > %s 2> /dev/null", namesPath);
+    const zel::ScopedFile file = zel::openRegularFile(namesPath);
+    if (file == nullptr) {
+        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
+                "Bandwidth GTR failed(%s not found)", namesPath);
+        return 1;
+    }
+    takeLines(file.get(), [this](const char *name) {
+        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth [%s] GTR1", name);
+        measureBandwidth(name);
+    });
+    return 1;
+}
+
+// Has one interface measured, through its active member when it is a bond, and adds what the script found.
+void CMM_NWT_Info::measureBandwidth(const char *name) {
+    char measured[MEASURED_NAME_SIZE];
+    if (!nameToMeasure(name, measured)) {
+        ZEL_LOG(zel::errorLogOpen(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB6), zel::LOG_LEVEL_ERROR, sourceName,
+                m_strLogMsg, "Bandwidth refused for interface name[%s]", name);
+        return;
+    }
+    char path[resultPathSize];
+    std::snprintf(path, sizeof(path), "../aproc/shell/BandWidth_%s.dat", name);
+    char command[commandSize];
+    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/BandWidth.sh %s %s 2> /dev/null",
+                  measured, path);
+    zel::runForResult(command, path);
+
+    const zel::ScopedFile file = zel::openRegularFile(path);
+    if (file == nullptr) {
+        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
+                "Bandwidth failed(%s not found)", path);
+        return;
+    }
+    char line[lineSize];
+    if (zel::readLine(file.get(), line) == zel::Line::None)
+        return;
+    const int bandwidth = parseMegabits(line);
+    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth success[%s][%d]KB",
+            name, bandwidth);
+    m_pclBandwidthList->fAddLinkedList(name, bandwidth, DUPLEX_HALF);
+}
+
+// A bond is measured through its active member; a VLAN on a bond ("bond0.100") through that of the bond. False when the
+// name itself or the member's must not reach a shell.
+bool CMM_NWT_Info::nameToMeasure(const char *name, char (&measured)[MEASURED_NAME_SIZE]) {
+    const std::string_view whole(name);
+    if (!zel::shellSafe(whole) || whole.size() >= sizeof(measured))
+        return false;
+    const bool bonded = whole.find("bond") != std::string_view::npos;
+    const std::string_view target = bonded ? whole.substr(0, whole.find('.')) : whole;
+    measured[target.copy(measured, sizeof(measured) - 1)] = '\0';
+    char member[NAMED_LIST_NAME_SIZE];
+    if (!bonded || fGetBondInfo(measured, member) != 1)
+        return zel::shellSafe(measured);
+    std::strcpy(measured, member);
+    return zel::shellSafe(measured);
+}
+
+// Sample: Currently Active Slave: eth0
+int CMM_NWT_Info::fGetBondInfo(const char *bond, char *slave) {
+    char path[commandSize];
+    const int length = std::snprintf(path, sizeof(path), "/proc/net/bonding/%s", bond);
+    if (length >= static_cast<int>(sizeof(path)) || std::strchr(bond, '/') != nullptr)
+        return -1;
+    const zel::ScopedFile file = zel::openHostStream(path);
+    if (file == nullptr)
+        return -1;
+    char line[lineSize];
+    std::string_view text;
+    do {
+        if (zel::readLine(file.get(), line) == zel::Line::None)
+            return -1;
+        text = line;
+    } while (!text.starts_with(activeMember));
+
+    text.remove_prefix(std::min(text.size(), memberColumn));
+    if (text.starts_with(' '))
+        text.remove_prefix(1);
+    if (text.empty() || text.size() >= NAMED_LIST_NAME_SIZE)
+        return -1;
+    slave[text.copy(slave, NAMED_LIST_NAME_SIZE - 1)] = '\0';
+    return 1;
+}
+
+int CMM_NWT_Info::fReturnBand(const char *name, long *bandwidth, int *duplex) {
+    const _ST_BANDWIDTH_LIST *entry = m_pclBandwidthList->fGetInterfaceNode(name);
+    if (entry == nullptr) {
+        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "ifname[%s] bw is null", name);
+        return 1;
+    }
+    *bandwidth = entry->m_lBandwidth;
+    *duplex = entry->m_nDuplex;
+    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
+            "fReturnBand ifname[%s] Band[%lu], Duplex[%d]", name, static_cast<unsigned long>(*bandwidth), *duplex);
+    return 1;
+}

@@ -1,0 +1,82 @@
+// The duplex mode of a single interface, asked of an outside script.
+#include "MM_NWT_Info.h"
+
+#include "NCmdScheduler.h"
+#include "host/RegularFile.h"
+#include "host/ShellSafe.h"
+#include "scripts/ScriptLine.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <initializer_list>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr const char *temporaryPath = "../aproc/shell/DuplexLinuxTmp.dat";
+constexpr const char *answerPath = "../aproc/shell/DuplexLinux.dat";
+constexpr std::size_t answerSize = 128;
+constexpr long answerLifetime = 301; // seconds
+constexpr std::size_t longestName = 255;
+constexpr std::size_t commandSize = 1024;
+constexpr std::size_t logSize = 1024;
+
+bool isFresh(const char *path) {
+    struct stat status {};
+    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && std::time(nullptr) - status.st_mtime < answerLifetime;
+}
+
+// Has the script ask for `name`, through the scheduler or at once. False when the name must not reach a shell.
+bool request(const char *name) {
+    if (!zel::shellSafe(name) || std::strlen(name) > longestName) {
+        char message[logSize];
+        ZEL_LOG(zel::errorLogOpen(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB6), zel::LOG_LEVEL_ERROR, "MM_NWT_Info",
+                message, "Duplex refused for interface name[%s]", name);
+        return false;
+    }
+    char command[commandSize];
+    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/NICDuplexInfoLinux.sh %s %s %s",
+                  name, temporaryPath, answerPath);
+    if (g_pclCCmdScheduler == nullptr) {
+        [[maybe_unused]] const int status = std::system(command);
+        return true;
+    }
+    char key[commandSize];
+    std::snprintf(key, sizeof(key), "NWT_NICDuplexInfoLinux_%s_%s_%s", name, temporaryPath, answerPath);
+    g_pclCCmdScheduler->fCmdSave(key, command);
+    return true;
+}
+
+bool holdsAny(const char *line, std::initializer_list<const char *> words) {
+    for (const char *word : words) {
+        if (std::strstr(line, word) != nullptr)
+            return true;
+    }
+    return false;
+}
+
+// Sample: Duplex: Full
+const char *duplexText(const char *line) {
+    if (holdsAny(line, {"Full", "full", "FULL"}))
+        return "Full Duplex";
+    return holdsAny(line, {"Half", "half", "HALF"}) ? "Half Duplex" : nullptr;
+}
+
+} // namespace
+
+int fGetDuplex(const char *name, char *text) {
+    if (!isFresh(answerPath) && !request(name))
+        return -1;
+    const zel::ScopedFile file = zel::openRegularFile(answerPath);
+    if (file == nullptr)
+        return -1;
+    char line[answerSize];
+    if (zel::readLine(file.get(), line) == zel::Line::None)
+        return -1;
+    const char *duplex = duplexText(line);
+    if (duplex == nullptr)
+        return -1;
+    std::strcpy(text, duplex);
+    return 1;
+}

@@ -1,0 +1,128 @@
+// Rates between two samples of a process, the clocks that they are taken with, and the previous samples themselves.
+#include "functions/ElapsedTime.h"
+#include "process/MM_PROC_Scan.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr double hundredthsPerSecond = 100.0;
+constexpr double secondsBeforeFirstSample = 1e9;
+constexpr double secondsPerMicrosecond = 0.000001;
+constexpr int memoryFileSize = 8192;
+
+// Growth of a tick counter that wraps like an int. One that fell belongs to another process: all of it counts.
+int tickGrowth(int current, int previous) {
+    const int growth = static_cast<int>(static_cast<unsigned>(current) - static_cast<unsigned>(previous));
+    return growth < 0 ? current : growth;
+}
+
+// Per hundredth of a second; nothing can be said over no time at all.
+double perHundredth(double growth, double elapsed) {
+    return elapsed == 0 ? 0 : growth / elapsed;
+}
+
+double cpuPercent(int current, int previous, double elapsed) {
+    return perHundredth(tickGrowth(current, previous), elapsed) * hundredthsPerSecond;
+}
+
+double atLeastZero(double value) {
+    return value < 0 ? 0 : value;
+}
+
+// All figures but the I/O rate, which the two public forms round differently.
+void computeGrowth(_ST_PROC &current, const _ST_PROC_OLD_LIST &old, double elapsed) {
+    current.l_dPCPU = static_cast<float>(atLeastZero(cpuPercent(current.l_nCTime, old.m_fOldCpuTime, elapsed)));
+    current.l_dPUserCpu = atLeastZero(cpuPercent(current.l_nUTime, old.m_fOldUserCpuTime, elapsed));
+    current.l_dPSysCpu = atLeastZero(cpuPercent(current.l_nSTime, old.m_fOldSysCpuTime, elapsed));
+    current.l_dIOByte = current.l_dIOByteCom - old.m_dIOByteCom;
+}
+
+void finishIo(_ST_PROC &current, double ratePerHundredth) {
+    current.l_dIOByteRate = atLeastZero(ratePerHundredth * hundredthsPerSecond);
+    current.l_dIOByte = atLeastZero(current.l_dIOByte);
+}
+
+void keepSample(_ST_PROC_OLD_LIST &old, const _ST_PROC &current, double curTime) {
+    old.m_nPid = current.l_nPid;
+    old.m_fOldCpuTime = current.l_nCTime;
+    old.m_fOldUserCpuTime = current.l_nUTime;
+    old.m_fOldSysCpuTime = current.l_nSTime;
+    old.m_nDelFlag = 1;
+    old.m_dCurTime = curTime;
+    old.m_dIOByteCom = current.l_dIOByteCom;
+}
+
+} // namespace
+
+// The first scan only records: whatever an earlier call left for the pid is replaced, never compared with.
+void zel::takeRates(ProcessReader &reader, _ST_PROC &current, double curTime) {
+    CMM_PROC_Info &collector = reader.collector;
+    if (_ST_PROC_OLD_LIST *known = reader.samples.find(current.l_nPid)) {
+        if (collector.m_nInsertFirst != 0)
+            collector.fMNewCompute(&current, known, curTime);
+        keepSample(*known, current, curTime);
+        return;
+    }
+    auto sample = std::make_unique<_ST_PROC_OLD_LIST>();
+    keepSample(*sample, current, curTime);
+    collector.m_ProcMap.emplace(current.l_nPid, sample.get());
+    static_cast<void>(sample.release());
+}
+
+int CMM_PROC_Info::fMNewCompute(_ST_PROC *cur, const _ST_PROC_OLD_LIST *old, double curTime) {
+    const double elapsed = curTime - old->m_dCurTime;
+    computeGrowth(*cur, *old, elapsed);
+    finishIo(*cur, perHundredth(cur->l_dIOByte, elapsed));
+    return 1;
+}
+
+int CMM_PROC_Info::fMCompute(_ST_PROC *cur, const _ST_PROC_OLD_LIST *old, double elapsed) {
+    computeGrowth(*cur, *old, elapsed);
+    finishIo(*cur, static_cast<double>(static_cast<float>(perHundredth(cur->l_dIOByte, elapsed))));
+    return 1;
+}
+
+int CMM_PROC_Info::fMGetPCpu(_ST_PROC *cur, const _ST_PROC *prev, double elapsed) {
+    const int previousTicks = prev == nullptr ? 0 : prev->l_nCTime;
+    cur->l_dPCPU = static_cast<float>(atLeastZero(cpuPercent(cur->l_nCTime, previousTicks, elapsed)));
+    return 1;
+}
+
+double CMM_PROC_Info::fMGetCurTime() {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return (static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) * secondsPerMicrosecond) *
+           hundredthsPerSecond;
+}
+
+double CMM_PROC_Info::fMGetTimeDiff() {
+    const bool first = m_stLastTime.tv_sec == 0 && m_stLastTime.tv_usec == 0;
+    const double elapsed = zel::elapsedSince(m_stLastTime);
+    return (first ? secondsBeforeFirstSample : elapsed) * hundredthsPerSecond;
+}
+
+// Sample: MemTotal:        8042616 kB
+unsigned long CMM_PROC_Info::fMGetSysTotMem() {
+    constexpr const char *key = "MemTotal:";
+    char text[memoryFileSize];
+    if (CSSUtil::fFile2Buff("/proc/meminfo", text, memoryFileSize) < 1)
+        return 0;
+    const char *line = std::strstr(text, key);
+    return line == nullptr ? 0 : std::strtoul(CSSUtil::fSkipToken(line), nullptr, 10);
+}
+
+void CMM_PROC_Info::fProcMapUpdate() {
+    for (auto &sample : m_ProcMap)
+        sample.second->m_nDelFlag = 0;
+}
+
+void CMM_PROC_Info::fProcMapErase() {
+    std::erase_if(m_ProcMap, [](const auto &sample) {
+        if (sample.second->m_nDelFlag != 0)
+            return false;
+        delete sample.second;
+        return true;
+    });
+}

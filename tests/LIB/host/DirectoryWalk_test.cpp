@@ -1,0 +1,49 @@
+#include "host/DirectoryWalk.h"
+
+#include "TempDirectory.h"
+
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+
+namespace {
+
+std::set<std::string> namesIn(const std::string &path) {
+    std::set<std::string> names;
+    zel::DirectoryWalk directory(path.c_str());
+    while (const char *name = directory.next())
+        EXPECT_TRUE(names.insert(name).second) << name;
+    return names;
+}
+
+} // namespace
+
+TEST(DirectoryWalk, GivesEveryNameOnceAlsoBeyondOneBuffer) {
+    TempDirectory directory;
+    std::set<std::string> expected = {".", ".."};
+    for (int i = 0; i < 600; ++i) {
+        const std::string name = std::string(100, 'n') + std::to_string(i);
+        directory.write(name, "");
+        expected.insert(name);
+    }
+    EXPECT_EQ(namesIn(directory.path().string()), expected);
+}
+
+TEST(DirectoryWalk, FilesAreOpenedRelativeToIt) {
+    TempDirectory directory;
+    directory.write("file", "text");
+    const zel::DirectoryWalk walk(directory.path().c_str());
+    ASSERT_TRUE(walk.isOpen());
+    const zel::ScopedDescriptor file(openat(walk.descriptor(), "file", O_RDONLY | O_CLOEXEC));
+    EXPECT_TRUE(file.valid());
+}
+
+TEST(DirectoryWalk, MissingDirectoryAndFileHaveNoNames) {
+    TempDirectory directory;
+    directory.write("file", "text");
+    for (const char *name : {"absent", "file"}) {
+        zel::DirectoryWalk walk((directory.path() / name).c_str());
+        EXPECT_FALSE(walk.isOpen());
+        EXPECT_EQ(walk.next(), nullptr);
+    }
+}

@@ -1,0 +1,151 @@
+#include "text/NumberScan.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+
+namespace {
+
+constexpr unsigned long long allOnes = 18446744073709551615ULL;
+
+TEST(NumberScan, ReadsNumbersOneAfterTheOther) {
+    const char *cursor = "  301854 612\t111922\n8979004";
+
+    EXPECT_EQ(zel::takeUnsigned(cursor), 301854U);
+    EXPECT_EQ(zel::takeUnsigned(cursor), 612U);
+    EXPECT_EQ(zel::takeUnsigned(cursor), 111922U);
+    EXPECT_EQ(zel::takeUnsigned(cursor), 8979004U);
+    EXPECT_EQ(*cursor, '\0');
+    EXPECT_EQ(zel::takeUnsigned(cursor), 0U);
+}
+
+TEST(NumberScan, WithoutADigitNothingMoves) {
+    for (const char *text : {"", "   ", "abc", " -", "+ 5", "--5", "0x"}) {
+        const char *cursor = text;
+        unsigned long long value = 77;
+        const bool isZeroBeforeX = std::string(text) == "0x";
+        EXPECT_EQ(zel::scanUnsigned(cursor, value), isZeroBeforeX) << text;
+        EXPECT_EQ(cursor, isZeroBeforeX ? text + 1 : text) << text;
+        EXPECT_EQ(value, isZeroBeforeX ? 0U : 77U) << text;
+    }
+}
+
+TEST(NumberScan, LimitsAreKeptAndNumbersBeyondThemSaturate) {
+    const auto asUnsigned = [](const char *text) { return zel::takeUnsigned(text); };
+    const auto asSigned = [](const char *text) { return zel::takeSigned(text); };
+
+    EXPECT_EQ(asUnsigned("18446744073709551615"), allOnes);
+    EXPECT_EQ(asUnsigned("18446744073709551616"), allOnes);
+    EXPECT_EQ(asUnsigned("99999999999999999999999999"), allOnes);
+    EXPECT_EQ(asUnsigned("-1"), allOnes);
+    EXPECT_EQ(asUnsigned("-99999999999999999999999999"), allOnes);
+    EXPECT_EQ(asSigned("9223372036854775807"), 9223372036854775807LL);
+    EXPECT_EQ(asSigned("9223372036854775808"), 9223372036854775807LL);
+    EXPECT_EQ(asSigned("-9223372036854775807"), -9223372036854775807LL);
+    EXPECT_EQ(asSigned("-9223372036854775808"), -9223372036854775807LL - 1);
+    EXPECT_EQ(asSigned("-9223372036854775809"), -9223372036854775807LL - 1);
+}
+
+TEST(NumberScan, NumbersOfAnyLengthBehindAnyNumberOfSpaces) {
+    for (std::size_t spaces = 0; spaces < 20; ++spaces) {
+        for (std::size_t digits = 0; digits < 25; ++digits) {
+            for (const char *behind : {"", " 5", "x", "-", "\n"}) {
+                const std::string text = std::string(spaces, ' ') + std::string(digits, '9') + behind;
+                char *end = nullptr;
+                const char *cursor = text.c_str();
+                ASSERT_EQ(zel::takeUnsigned(cursor), std::strtoull(text.c_str(), &end, 10)) << text;
+                ASSERT_EQ(cursor, end) << text;
+                cursor = text.c_str();
+                ASSERT_EQ(zel::takeSigned(cursor), std::strtoll(text.c_str(), &end, 10)) << text;
+                ASSERT_EQ(cursor, end) << text;
+                cursor = text.c_str();
+                ASSERT_EQ(zel::skipNumber(cursor), end != text.c_str()) << text;
+                ASSERT_EQ(cursor, end) << text;
+            }
+        }
+    }
+}
+
+TEST(NumberScan, WordsEndAtBlanksAndAtTheEnd) {
+    const char *cursor = " 12 (comm)\tS";
+
+    EXPECT_TRUE(zel::skipNumber(cursor));
+    EXPECT_TRUE(zel::skipWord(cursor));
+    EXPECT_STREQ(cursor, "\tS");
+    EXPECT_FALSE(zel::skipNumber(cursor));
+    EXPECT_STREQ(cursor, "\tS");
+    EXPECT_TRUE(zel::skipWord(cursor));
+    EXPECT_FALSE(zel::skipWord(cursor));
+    EXPECT_EQ(*cursor, '\0');
+}
+
+TEST(NumberScan, HexadecimalWithAndWithoutPrefix) {
+    const auto read = [](const char *text) {
+        unsigned long long value = 77;
+        return zel::scanHexadecimal(text, value) ? value : 77;
+    };
+
+    EXPECT_EQ(read(" 1f"), 0x1FU);
+    EXPECT_EQ(read("0x1F "), 0x1FU);
+    EXPECT_EQ(read("0XfFg"), 0xFFU);
+    EXPECT_EQ(read("65536"), 0x65536U);
+    EXPECT_EQ(read("-1"), allOnes);
+    EXPECT_EQ(read("ffffffffffffffff"), allOnes);
+    EXPECT_EQ(read("18446744073709551615"), allOnes) << "20 hexadecimal digits do not fit";
+    EXPECT_EQ(read("-18446744073709551615"), allOnes);
+    EXPECT_EQ(read("0000000000000000000000000000a"), 10U);
+    EXPECT_EQ(read("0x"), 0U);
+    EXPECT_EQ(read("g"), 77U);
+    EXPECT_EQ(read("+"), 77U);
+    EXPECT_EQ(read(""), 77U);
+}
+
+TEST(NumberScan, HexadecimalAgreesWithScanfOnRandomText) {
+    std::mt19937 random(20240608);
+    const std::string alphabet = "0123456789abcdefABCDEF01234567890123456789 \t\n-+xXg.\xff";
+    for (int round = 0; round < 50000; ++round) {
+        std::string text;
+        for (auto length = random() % 30; length > 0; --length)
+            text += alphabet[random() % alphabet.size()];
+
+        unsigned long long expected = 77;
+        unsigned long long actual = 77;
+        int taken = 0;
+        const bool converted = std::sscanf(text.c_str(), "%llX%n", &expected, &taken) == 1;
+        const char *cursor = text.c_str();
+        ASSERT_EQ(zel::scanHexadecimal(cursor, actual), converted) << text;
+        ASSERT_EQ(actual, expected) << text;
+        ASSERT_EQ(cursor, text.c_str() + taken) << text;
+    }
+}
+
+// The library functions are the reference: same value, same end, on thousands of random texts.
+TEST(NumberScan, AgreesWithTheLibraryFunctionsOnRandomText) {
+    std::mt19937 random(20240607);
+    const std::string alphabet = "0123456789012345678901234567890123456789 \t\n-+x.\xff";
+    for (int round = 0; round < 50000; ++round) {
+        std::string text;
+        for (auto length = random() % 30; length > 0; --length)
+            text += alphabet[random() % alphabet.size()];
+
+        char *end = nullptr;
+        const char *cursor = text.c_str();
+        ASSERT_EQ(zel::takeUnsigned(cursor), std::strtoull(text.c_str(), &end, 10)) << text;
+        ASSERT_EQ(cursor, end) << text;
+
+        cursor = text.c_str();
+        ASSERT_EQ(zel::takeSigned(cursor), std::strtoll(text.c_str(), &end, 10)) << text;
+        ASSERT_EQ(cursor, end) << text;
+
+        unsigned long long expected = 77;
+        unsigned long long actual = 77;
+        cursor = text.c_str();
+        const bool converted = std::sscanf(text.c_str(), "%llu", &expected) == 1;
+        ASSERT_EQ(zel::scanUnsigned(cursor, actual), converted) << text;
+        ASSERT_EQ(actual, expected) << text;
+    }
+}
+
+} // namespace
