@@ -1,0 +1,44 @@
+// The columns of a performance text: one list that names every column and says where its value comes from. Header and
+// rows are both written from it, so that they cannot differ.
+//
+//   constexpr zel::ColumnTable columns{
+//       zel::Column{"INDEX", &Row::index},
+//       zel::Column{"READCNT", [](const Row &row) { return row.disk.l_dRead_N; }},
+//   };
+#pragma once
+
+#include "PerfText.h"
+
+#include <functional>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+namespace zel {
+
+/// A column: its name in the header, and a member of the row or a function of it that gives the value.
+template<class Value> struct Column {
+    std::string_view name;
+    Value value;
+};
+template<class Value> Column(std::string_view, Value) -> Column<Value>;
+
+template<class... Values> class ColumnTable {
+public:
+    constexpr explicit ColumnTable(Column<Values>... columns) : m_columns(columns...) {}
+
+    /// The names, each with its separator. Tables that follow one another make one header.
+    void writeHeader(CPerfText &text) const {
+        std::apply([&](const auto &...column) { (text.column(column.name), ...); }, m_columns);
+    }
+
+    /// The values of one row. The caller has begun the row.
+    template<class Row> void writeFields(CPerfText &text, const Row &row) const {
+        std::apply([&](const auto &...column) { (text.field(std::invoke(column.value, row)), ...); }, m_columns);
+    }
+
+private:
+    std::tuple<Column<Values>...> m_columns;
+};
+
+} // namespace zel
