@@ -1,4 +1,4 @@
-// Texts on the heap that are freed with free(): the form in which public records own theirs.
+// Memory that is freed with free(), and texts in it: the form in which public records own theirs.
 #pragma once
 
 #include <cstdlib>
@@ -8,11 +8,11 @@
 
 namespace zel {
 
-struct TextFree {
-    void operator()(char *text) const { std::free(text); }
+struct FreeDeleter {
+    void operator()(void *memory) const { std::free(memory); }
 };
 
-using Text = std::unique_ptr<char, TextFree>;
+using Text = std::unique_ptr<char, FreeDeleter>;
 
 /// A new text of the pieces one after another; null without memory.
 inline Text joinText(std::initializer_list<const char *> pieces) {

@@ -38,10 +38,6 @@ unsigned long long growth(unsigned long long current, unsigned long long previou
     return static_cast<long long>(difference) > 0 ? difference : 0;
 }
 
-double perSecond(unsigned long long difference, double elapsed) {
-    return difference == 0 ? 0.0 : static_cast<double>(difference) / elapsed;
-}
-
 double busyPercent(unsigned long long busyMilliseconds, double elapsed) {
     if (busyMilliseconds == 0)
         return 0.0;

@@ -3,6 +3,8 @@
 // An interval of 0 is divided by as IEEE has it; limitRates then brings the result into its range.
 #pragma once
 
+#include "rates/Growth.h"
+
 struct _ST_COMPUTE_IO;
 struct _ST_DISKIO;
 
@@ -10,9 +12,6 @@ namespace zel {
 
 /// What a counter grew by, 0 when it fell. The difference is a signed 64-bit one: a counter that wrapped has grown.
 unsigned long long growth(unsigned long long current, unsigned long long previous);
-
-/// `difference` over `elapsed` seconds; 0 without a difference, whatever the interval.
-double perSecond(unsigned long long difference, double elapsed);
 
 /// Share of the interval in percent; the milliseconds count in single precision.
 double busyPercent(unsigned long long busyMilliseconds, double elapsed);

@@ -2,6 +2,7 @@
 
 #include "BandwidthList.h"
 #include "MM_NWT_Info.h"
+#include "rates/Growth.h"
 
 #include <cstring>
 
@@ -14,10 +15,6 @@ constexpr double bytesPerBit = 0.125;
 unsigned long long wrappedGrowth(unsigned long long current, unsigned long long previous) {
     const unsigned long long growth = current - previous;
     return current >= previous ? growth : growth + counterWrap;
-}
-
-double perSecond(unsigned long long growth, double elapsed) {
-    return growth == 0 ? 0.0 : static_cast<double>(growth) / elapsed;
 }
 
 double percentOfBandwidth(unsigned long long bytes, double elapsed, unsigned long long bandwidth) {
@@ -65,13 +62,13 @@ void computeInterfaceRates(const _ST_STATIC_NETWORK &reading, const _ST_STATIC_N
                            _ST_NETWORK &result) {
     const unsigned long long inBytes = wrappedGrowth(reading.l_ulInByte, previous.l_ulInByte);
     const unsigned long long outBytes = wrappedGrowth(reading.l_ulOutByte, previous.l_ulOutByte);
-    result.l_dInPkt = perSecond(wrappedGrowth(reading.l_ulInPkt, previous.l_ulInPkt), elapsed);
-    result.l_dOutPkt = perSecond(wrappedGrowth(reading.l_ulOutPkt, previous.l_ulOutPkt), elapsed);
-    result.l_dInByte = perSecond(inBytes, elapsed);
-    result.l_dOutByte = perSecond(outBytes, elapsed);
-    result.l_dInErr = perSecond(reading.l_ulInErr - previous.l_ulInErr, elapsed);
-    result.l_dOutErr = perSecond(reading.l_ulOutErr - previous.l_ulOutErr, elapsed);
-    result.l_dCollisions = perSecond(reading.l_ulCollisions - previous.l_ulCollisions, elapsed);
+    result.l_dInPkt = zel::perSecond(wrappedGrowth(reading.l_ulInPkt, previous.l_ulInPkt), elapsed);
+    result.l_dOutPkt = zel::perSecond(wrappedGrowth(reading.l_ulOutPkt, previous.l_ulOutPkt), elapsed);
+    result.l_dInByte = zel::perSecond(inBytes, elapsed);
+    result.l_dOutByte = zel::perSecond(outBytes, elapsed);
+    result.l_dInErr = zel::perSecond(reading.l_ulInErr - previous.l_ulInErr, elapsed);
+    result.l_dOutErr = zel::perSecond(reading.l_ulOutErr - previous.l_ulOutErr, elapsed);
+    result.l_dCollisions = zel::perSecond(reading.l_ulCollisions - previous.l_ulCollisions, elapsed);
 
     computeUtilisation(inBytes, outBytes, previous, elapsed, result);
 

@@ -4,16 +4,13 @@
 
 #include "MM_PROC_Info.h"
 #include "host/ScopedHandle.h"
+#include "text/OwnedText.h"
 
 #include <cstdlib>
 #include <memory>
 #include <string_view>
 
 namespace zel {
-
-struct FreeDeleter {
-    void operator()(void *memory) const { std::free(memory); }
-};
 
 /// Column sets of the process tables.
 enum class ProcessColumns { None, Plain, FileName, Extended };
