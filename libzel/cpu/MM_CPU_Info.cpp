@@ -2,6 +2,7 @@
 
 #include "LogGate.h"
 #include "Settings.h"
+#include "kernel/KernelRelease.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
@@ -194,7 +195,8 @@ int CMM_CPU_Info::readTicks(zel::CpuRow *ticks) {
     const int length = readStat(text);
     if (length < 1)
         return 0;
-    const auto layout = fMLinux_Minor() <= lastFourFieldMinor ? zel::CpuLayout::FourFields : zel::CpuLayout::FiveFields;
+    const bool fourFields = zel::rulingRelease(*this).minor <= lastFourFieldMinor;
+    const auto layout = fourFields ? zel::CpuLayout::FourFields : zel::CpuLayout::FiveFields;
     const int rows = zel::parseCpuTicks({text, static_cast<std::size_t>(length)}, layout, ticks);
     if (rows == 0) {
         ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_CPU_Info", m_strLogMsg, "cpu read failed");

@@ -3,6 +3,7 @@
 #include "NStringLib.h"
 #include "functions/ElapsedTime.h"
 #include "host/RegularFile.h"
+#include "kernel/KernelRelease.h"
 
 #include <cmath>
 #include <cstdio>
@@ -74,8 +75,7 @@ CMM_IO_Info::~CMM_IO_Info() {
 
 CSSList *CMM_IO_Info::fMGetIoStat(double, int nPerf, int nPush) {
     fSetElapsedTime();
-    const int major = fMLinux_Major();
-    const int minor = fMLinux_Minor();
+    const auto [major, minor] = zel::rulingRelease(*this);
     if (major == 2 && minor == 2)
         return fMGetIoStat_Lin22(nPerf, nPush);
     if (major == 2 && minor == 4)

@@ -3,6 +3,7 @@
 #include "LogGate.h"
 #include "Settings.h"
 #include "host/RegularFile.h"
+#include "kernel/KernelRelease.h"
 #include "process/MM_PROC_Scan.h"
 #include "text/NumberScan.h"
 
@@ -61,7 +62,7 @@ void gatherTopOfAll(zel::ProcessScan &scan) {
 } // namespace
 
 bool zel::processListIsScripted(const CMM_PROC_Info &collector) {
-    return collector.fMLinux_Minor() == scriptedKernelMinor && g_nGetProcessType == 1;
+    return rulingRelease(collector).minor == scriptedKernelMinor && g_nGetProcessType == 1;
 }
 
 void zel::runProcessListScript() {
@@ -85,7 +86,7 @@ void zel::takeScriptedProcesses(ProcessScan &scan, double elapsed) {
 
 void zel::takeJavaFigure(ProcessScan &scan) {
     _ST_PROC &process = scan.scratch.record;
-    if (scan.collector.fMLinux_Minor() != scriptedKernelMinor || g_nGetProcessJAVA != 1 ||
+    if (rulingRelease(scan.collector).minor != scriptedKernelMinor || g_nGetProcessJAVA != 1 ||
         std::strstr(process.l_strPname, "java") == nullptr)
         return;
     if (!scan.topTaken)

@@ -5,6 +5,7 @@
 #include "MM_PROC_Info.h"
 #include "ProcessHost.h"
 #include "ScratchHome.h"
+#include "SettingGuard.h"
 #include "Settings.h"
 #include "SystemHooks.h"
 
@@ -111,6 +112,26 @@ TEST_F(ScriptedScan, ScriptIsRunOncePerScanAndOnlyWhenItIsAskedFor) {
 }
 
 TEST_F(MinorFourScan, LaterKernelsWithMinorNumberFourTakeTheListToo) {
+    host.put(java(7));
+    host.put(java(8));
+    g_nGetProcessType = 1;
+    list("8\n");
+
+    EXPECT_THAT(scan().values("PID"), ElementsAre("8"));
+}
+
+TEST_F(MinorFourScan, KernelRuleLeavesTheScriptsToOldKernels) {
+    const SettingGuard rule(g_nKernelRule, 1);
+    host.put(java(7));
+    g_nGetProcessType = g_nGetProcessJAVA = 1;
+    list("8\n");
+
+    EXPECT_THAT(scan().values("PID"), ElementsAre("7"));
+    EXPECT_TRUE(commands.empty());
+}
+
+TEST_F(ScriptedScan, KernelRuleLeavesTheListOf24) {
+    const SettingGuard rule(g_nKernelRule, 1);
     host.put(java(7));
     host.put(java(8));
     g_nGetProcessType = 1;
