@@ -2,11 +2,14 @@
 #include "NGFunctions.h"
 #include "VornLog.h"
 #include "log/LogWriter.h"
+#include "text/FixedText.h"
 
 #include <cstdio>
 #include <memory>
 #include <new>
 #include <vector>
+
+using zel::copyText;
 
 namespace {
 
@@ -42,10 +45,6 @@ private:
 IdleQueues &idleQueues() {
     static auto *queues = new IdleQueues; // outlives every static logger
     return *queues;
-}
-
-template<std::size_t Size> void copyText(char (&to)[Size], const char *from) {
-    std::snprintf(to, Size, "%s", from == nullptr ? "" : from);
 }
 
 // The level is not queued: every message is written as information.
@@ -131,9 +130,9 @@ void CVornLog::enqueue(int line, const char *file, const char *message) {
     std::unique_ptr<MessageQWriteLog> queued(new (std::nothrow) MessageQWriteLog);
     if (queued == nullptr)
         return;
-    copyText(queued->m_strCollectData, message);
+    copyText(queued->m_strCollectData, sizeof(queued->m_strCollectData), message == nullptr ? "" : message);
     queued->m_nLine = line;
-    copyText(queued->m_strFileName, file);
+    copyText(queued->m_strFileName, sizeof(queued->m_strFileName), file == nullptr ? "" : file);
     if (m_pcQueue->pushBelow(queued.get(), LOG_QUEUE_LIMIT))
         static_cast<void>(queued.release());
 }

@@ -2,6 +2,7 @@
 
 #include "NGFunctions.h"
 #include "host/ScopedHandle.h"
+#include "text/OwnedText.h"
 #include "threads/TimedCall.h"
 
 #include <arpa/inet.h>
@@ -36,10 +37,6 @@ struct ClientDestroyer {
     void operator()(CLIENT *client) const { clnt_destroy(client); }
 };
 using Client = std::unique_ptr<CLIENT, ClientDestroyer>;
-
-struct Released {
-    void operator()(char *text) const { std::free(text); }
-};
 
 // The first address of a name in host tables and name service.
 bool lookUp(const char *host, in_addr &address) {
@@ -207,7 +204,7 @@ int fgNfsCheck(const char *source) {
     if (source == nullptr)
         return -1;
     const std::size_t length = std::strcspn(source, ":");
-    const std::unique_ptr<char, Released> host(static_cast<char *>(std::malloc(length + 1)));
+    const zel::Text host(static_cast<char *>(std::malloc(length + 1)));
     if (host == nullptr)
         return -1;
     std::memcpy(host.get(), source, length);

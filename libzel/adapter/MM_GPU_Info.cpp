@@ -1,10 +1,10 @@
 #include "MM_GPU_Info.h"
 
-#include "FixedText.h"
 #include "LogGate.h"
 #include "NStringLib.h"
 #include "host/ScopedHandle.h"
 #include "kernel/KernelFile.h"
+#include "text/FixedText.h"
 
 #include <cstdio>
 #include <cstdlib>

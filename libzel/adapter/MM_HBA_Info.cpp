@@ -1,6 +1,5 @@
 #include "MM_HBA_Info.h"
 
-#include "FixedText.h"
 #include "HostRoot.h"
 #include "LogGate.h"
 #include "NGFunctions.h"
@@ -8,6 +7,7 @@
 #include "host/DirectoryWalk.h"
 #include "host/ScopedHandle.h"
 #include "kernel/KernelFile.h"
+#include "text/FixedText.h"
 
 #include <cctype>
 #include <climits>

@@ -1,7 +1,7 @@
 // The push report: the busiest processes by CPU, memory and I/O.
-#include "FixedText.h"
 #include "process/MM_PROC_Scan.h"
 #include "records/TopList.h"
+#include "text/FixedText.h"
 
 #include <algorithm>
 #include <array>
