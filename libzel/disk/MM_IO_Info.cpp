@@ -3,6 +3,7 @@
 #include "NStringLib.h"
 #include "functions/ElapsedTime.h"
 #include "host/RegularFile.h"
+#include "text/NumberScan.h"
 
 #include <cmath>
 #include <cstdio>
@@ -17,6 +18,13 @@ constexpr const char *rateFile = "../aproc/shell/disk_sar_d.txt";
 constexpr int rateLineSize = 128;
 constexpr float largestRate = 100.0F;
 constexpr float cappedRate = 99.9F;
+
+// 0 for a text that is no number.
+float numberIn(const char *text) {
+    double number = 0.0;
+    zel::scanDouble(text, number);
+    return static_cast<float>(number);
+}
 
 float limitedRate(float rate) {
     if (rate > largestRate)
@@ -123,7 +131,7 @@ int CMM_IO_Info::fGetDiskIoRate(const char *name, float *rate) {
         char *rest = nullptr;
         const char *disk = Nstrstrtok(line, " ", &rest);
         if (rest != nullptr && std::strcmp(disk, name) == 0)
-            *rate = static_cast<float>(std::strtod(rest, nullptr));
+            *rate = numberIn(rest);
     }
     *rate = limitedRate(*rate);
     return 1;

@@ -2,6 +2,7 @@
 
 #include "MM_FS_Info.h"
 #include "host/RegularFile.h"
+#include "text/NumberScan.h"
 
 #include <cmath>
 #include <cstdio>
@@ -25,7 +26,8 @@ unsigned long long kilobytes(const char *token) {
 }
 
 double usagePercent(const char *token) {
-    const double usage = std::strtod(token, nullptr);
+    double usage = 0.0;
+    zel::scanDouble(token, usage);
     return std::isfinite(usage) ? usage : 0.0;
 }
 
