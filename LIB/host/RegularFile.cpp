@@ -1,7 +1,7 @@
+// Opening the files that collectors, scripts and the inventory program exchange.
 #include "host/RegularFile.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
 #include <utility>
@@ -58,12 +58,6 @@ bool clearForResult(const char *path) {
     if (stat(path, &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
         return true;
     return unlink(path) == 0 || errno == ENOENT;
-}
-
-void runForResult(const char *command, const char *resultPath) {
-    if (!clearForResult(resultPath))
-        return;
-    [[maybe_unused]] const int status = std::system(command);
 }
 
 } // namespace zel

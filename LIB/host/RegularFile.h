@@ -26,7 +26,4 @@ ScopedDescriptor openRegular(const char *path, int flags, mode_t mode = 0);
 /// it by itself.
 bool clearForResult(const char *path);
 
-/// Runs `command` through the shell when the way is clear for its result. What came of it shows in the file.
-void runForResult(const char *command, const char *resultPath);
-
 } // namespace zel

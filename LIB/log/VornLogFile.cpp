@@ -3,6 +3,7 @@
 #include "VornLog.h"
 #include "host/RegularFile.h"
 #include "host/ScopedHandle.h"
+#include "host/Shell.h"
 #include "host/ShellSafe.h"
 #include "threads/SharedValue.h"
 
@@ -28,7 +29,7 @@ constexpr mode_t logFileMode = 0644;
 constexpr int firstFreeDescriptor = 3;
 constexpr const char *recentFileScript = "../../utils/INSTALL/recentlogfile.sh";
 constexpr const char *recentFileResult = "../aproc/shell/recentlogfile.dat";
-constexpr const char *compressRunner = "../../utils/ETC/ShCmd 60";
+constexpr int compressLimit = 60; // seconds
 
 // Appends a text of exactly `length` characters: one that outgrows them (a year beyond 9999) is cut.
 char *append(char *out, const char *text, std::size_t length) {
@@ -79,11 +80,6 @@ void replaceText(char *&text, const char *directory, const char *name) {
     std::snprintf(joined, size, "%s%s", directory, name);
     delete[] text;
     text = joined;
-}
-
-void runShell(const char *command) {
-    const int ignored = std::system(command);
-    static_cast<void>(ignored);
 }
 
 } // namespace
@@ -178,7 +174,7 @@ int CVornLog::fGetRecentLogFile(const char *date) {
         return -1;
     char command[256];
     std::snprintf(command, sizeof(command), "%s %s", recentFileScript, date);
-    runShell(command);
+    static_cast<void>(zel::runShell(command));
 
     const zel::ScopedFile result = zel::openRegularFile(recentFileResult);
     char line[256] = {};
@@ -222,6 +218,7 @@ void CVornLog::fLogCompress() {
     const std::unique_ptr<char[]> command(new (std::nothrow) char[size]);
     if (command == nullptr)
         return;
-    std::snprintf(command.get(), size, "%s %s %s &", compressRunner, m_strCompressPath, m_pstrLogFile);
-    runShell(command.get());
+    std::snprintf(command.get(), size, "%s %d %s %s &", zel::COMMAND_RUNNER, compressLimit, m_strCompressPath,
+                  m_pstrLogFile);
+    static_cast<void>(zel::runShell(command.get()));
 }

@@ -3,6 +3,7 @@
 #include "LogGate.h"
 #include "Settings.h"
 #include "kernel/KernelRelease.h"
+#include "scripts/HomeScripts.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
@@ -87,7 +88,7 @@ CMM_CPU_Info::CMM_CPU_Info()
     m_pStrCpuZEL = fgNewTextBuffer(m_nCpuZELSize);
     m_pStrCpuINV = fgNewTextBuffer(m_nCpuINVSize);
     m_pRealTimeStrCpuZEL = fgNewTextBuffer(m_nCpuZELRealSize);
-    std::snprintf(m_strDataPath, sizeof(m_strDataPath), "%s", "../aproc/shell/CpuINVStrInfo.dat");
+    std::snprintf(m_strDataPath, sizeof(m_strDataPath), "%s", zel::resultPath(zel::Script::CpuInventory));
 }
 
 CMM_CPU_Info::~CMM_CPU_Info() {

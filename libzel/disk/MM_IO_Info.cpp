@@ -2,8 +2,8 @@
 
 #include "NStringLib.h"
 #include "functions/ElapsedTime.h"
-#include "host/RegularFile.h"
 #include "kernel/KernelRelease.h"
+#include "scripts/HomeScripts.h"
 #include "text/NumberScan.h"
 
 #include <cmath>
@@ -14,8 +14,7 @@
 namespace {
 
 constexpr int firstActiveSize = 10000;
-constexpr const char *inventoryPath = "../aproc/shell/DiskINVStrInfo.dat";
-constexpr const char *rateFile = "../aproc/shell/disk_sar_d.txt";
+constexpr const char *inventoryPath = zel::resultPath(zel::Script::DiskInventory);
 constexpr int rateLineSize = 128;
 constexpr float largestRate = 100.0F;
 constexpr float cappedRate = 99.9F;
@@ -123,7 +122,7 @@ char *CMM_IO_Info::fMParceDevUnit(const char *src, char *dst, int size) {
 // Sample: sda 45.30
 int CMM_IO_Info::fGetDiskIoRate(const char *name, float *rate) {
     *rate = 0.0F;
-    const zel::ScopedFile file = zel::openRegularFile(rateFile);
+    const zel::ScopedFile file = zel::openHomeFile(zel::DISK_RATES);
     if (file == nullptr)
         return -1;
     char line[rateLineSize];

@@ -1,10 +1,9 @@
 // Disk discovery through the partitions script, and the inventory file of CMM_IO_Info.
 #include "LogGate.h"
 #include "MM_IO_Info.h"
-#include "NCmdScheduler.h"
 #include "Settings.h"
 #include "disk/MM_IO_Lines.h"
-#include "host/RegularFile.h"
+#include "scripts/HomeScripts.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,15 +13,10 @@ namespace {
 
 constexpr const char *logSource = "MM_IO_Info";
 
-constexpr const char *discoveryCommand =
-    "../../utils/ETC/ShCmd 5 ./shell/LINUX/partitions.sh > ../aproc/shell/partitions.dat 2>&1";
-constexpr const char *discoveryResult = "../aproc/shell/partitions.dat";
 constexpr int discoveryLineSize = 1024;
 constexpr unsigned long blocksPerSizeUnit = 1000;
 
-constexpr const char *inventoryCommand = "./shell/libinvdiskexe.sh 2 %d &";
 constexpr const char *inventoryRequest = "disk_inv_1";
-constexpr std::size_t inventoryCommandSize = 64;
 
 constexpr zel::InventoryFormat fetchFormat{"TORVDISK", 512, {8, 8}, ""};
 constexpr zel::InventoryFormat changeFormat{"TORVDISK", 512, {2048, 2048}, "disk inv change"};
@@ -34,8 +28,8 @@ bool logOpen() {
 } // namespace
 
 int CMM_IO_Info::fMGetDevNames(int nWithNames) {
-    zel::runForResult(discoveryCommand, discoveryResult);
-    const zel::ScopedFile file = zel::openRegularFile(discoveryResult);
+    zel::runScript(zel::Script::Partitions);
+    const zel::ScopedFile file = zel::openResult(zel::Script::Partitions);
     if (file == nullptr) {
         ZEL_LOG(logOpen(), zel::LOG_LEVEL_ERROR, logSource, m_strLogMsg, "fMGetDevNames D_FOPEN failed");
         return 0;
@@ -91,9 +85,7 @@ bool CMM_IO_Info::rememberDevice(const char *deviceName, unsigned long blocks) {
 }
 
 int CMM_IO_Info::fCommandINV(int n) {
-    char command[inventoryCommandSize];
-    std::snprintf(command, sizeof(command), inventoryCommand, n);
-    return g_pclCCmdScheduler == nullptr ? -1 : g_pclCCmdScheduler->fCmdSave(inventoryRequest, command);
+    return zel::scheduleScript(inventoryRequest, zel::Script::DiskInventory, n);
 }
 
 int CMM_IO_Info::fCommandExecute() {

@@ -3,8 +3,8 @@
 
 #include "NStringLib.h"
 #include "host/HostOpen.h"
-#include "host/RegularFile.h"
 #include "host/ShellSafe.h"
+#include "scripts/HomeScripts.h"
 #include "scripts/ScriptLine.h"
 
 #include <algorithm>
@@ -16,12 +16,8 @@ namespace {
 
 constexpr const char *sourceName = "MM_NWT_Info";
 
-constexpr const char *namesPath = "../aproc/shell/IFName.dat";
-constexpr const char *bandwidthsPath = "../aproc/shell/IFName_bandwidth.dat";
-
 constexpr std::size_t lineSize = 256;
-constexpr std::size_t commandSize = 1024;
-constexpr std::size_t resultPathSize = 512;
+constexpr std::size_t bondPathSize = 1024;
 
 // More interfaces than any host has: a script's output gone wild does not occupy the collector for ever.
 constexpr int lineLimit = 10000;
@@ -29,11 +25,6 @@ constexpr int lineLimit = 10000;
 constexpr const char *lineMarker = "TORVSC";
 constexpr std::string_view activeMember = "Currently Active Slave";
 constexpr std::size_t memberColumn = activeMember.size() + 1; // behind the colon
-
-template<std::size_t Size> void runInto(char (&command)[Size], const char *format, const char *path) {
-    std::snprintf(command, Size, format, path);
-    zel::runForResult(command, path);
-}
 
 // Hands every line that fits to `take`, which may cut it.
 template<typename Take> void takeLines(std::FILE *file, Take take) {
@@ -89,13 +80,11 @@ int parseMegabits(const char *line) {
 
 int CMM_NWT_Info::fGetNewBandwidthDuplex() {
     ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth Duplex START");
-    char command[commandSize];
-    runInto(command, "../../utils/ETC/ShCmd 30 ./shell/LINUX/ifname_bandwidth_duplex.sh > %s 2> /dev/null",
-            bandwidthsPath);
-    const zel::ScopedFile file = zel::openRegularFile(bandwidthsPath);
+    zel::runScript(zel::Script::BandwidthsAndDuplex);
+    const zel::ScopedFile file = zel::openResult(zel::Script::BandwidthsAndDuplex);
     if (file == nullptr) {
         ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth GTR failed(%s not found)", bandwidthsPath);
+                "Bandwidth GTR failed(%s not found)", zel::resultPath(zel::Script::Bandwidths));
         return 1;
     }
     takeLines(file.get(), [this](char *line) {
@@ -112,12 +101,11 @@ int CMM_NWT_Info::fGetNewBandwidthDuplex() {
 
 int CMM_NWT_Info::fGetNewBandwidth() {
     ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR START");
-    char command[commandSize];
-    runInto(command, "../../utils/ETC/ShCmd 10 ./shell/LINUX/ifname_bandwidth.sh > %s 2> /dev/null", bandwidthsPath);
-    const zel::ScopedFile file = zel::openRegularFile(bandwidthsPath);
+    zel::runScript(zel::Script::Bandwidths);
+    const zel::ScopedFile file = zel::openResult(zel::Script::Bandwidths);
     if (file == nullptr) {
         ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth GTR failed(%s not found)", bandwidthsPath);
+                "Bandwidth GTR failed(%s not found)", zel::resultPath(zel::Script::Bandwidths));
         return 1;
     }
     takeLines(file.get(), [this](char *line) {
@@ -131,12 +119,11 @@ int CMM_NWT_Info::fGetNewBandwidth() {
 
 int CMM_NWT_Info::fGetBandwidth() {
     ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR START");
-    char command[commandSize];
-    runInto(command, "../../utils/ETC/ShCmd 10 ./shell/LINUX/IFName.sh > %s 2> /dev/null", namesPath);
-    const zel::ScopedFile file = zel::openRegularFile(namesPath);
+    zel::runScript(zel::Script::InterfaceNames);
+    const zel::ScopedFile file = zel::openResult(zel::Script::InterfaceNames);
     if (file == nullptr) {
         ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth GTR failed(%s not found)", namesPath);
+                "Bandwidth GTR failed(%s not found)", zel::resultPath(zel::Script::InterfaceNames));
         return 1;
     }
     takeLines(file.get(), [this](const char *name) {
@@ -154,17 +141,11 @@ void CMM_NWT_Info::measureBandwidth(const char *name) {
                 m_strLogMsg, "Bandwidth refused for interface name[%s]", name);
         return;
     }
-    char path[resultPathSize];
-    std::snprintf(path, sizeof(path), "../aproc/shell/BandWidth_%s.dat", name);
-    char command[commandSize];
-    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/BandWidth.sh %s %s 2> /dev/null",
-                  measured, path);
-    zel::runForResult(command, path);
-
-    const zel::ScopedFile file = zel::openRegularFile(path);
+    zel::runScript(zel::Script::Bandwidth, measured, name);
+    const zel::ScopedFile file = zel::openResult(zel::Script::Bandwidth, name);
     if (file == nullptr) {
         ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth failed(%s not found)", path);
+                "Bandwidth failed(%s not found)", zel::namedResultPath(zel::Script::Bandwidth, name).text);
         return;
     }
     char line[lineSize];
@@ -194,7 +175,7 @@ bool CMM_NWT_Info::nameToMeasure(const char *name, char (&measured)[MEASURED_NAM
 
 // Sample: Currently Active Slave: eth0
 int CMM_NWT_Info::fGetBondInfo(const char *bond, char *slave) {
-    char path[commandSize];
+    char path[bondPathSize];
     const int length = std::snprintf(path, sizeof(path), "/proc/net/bonding/%s", bond);
     if (length >= static_cast<int>(sizeof(path)) || std::strchr(bond, '/') != nullptr)
         return -1;

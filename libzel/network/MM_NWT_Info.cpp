@@ -7,6 +7,7 @@
 #include "network/LinkQuery.h"
 #include "push_network.h"
 #include "records/KeyOrder.h"
+#include "scripts/HomeScripts.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -17,8 +18,8 @@ namespace {
 constexpr const char *sourceName = "MM_NWT_Info";
 constexpr const char *loopback = "lo";
 
-constexpr const char *inventoryPath = "../aproc/shell/InterfaceINVStrInfo.dat";
-constexpr const char *newInventoryPath = "../aproc/shell/InterfaceINVNewStrInfo.dat";
+constexpr const char *inventoryPath = zel::resultPath(zel::Script::InterfaceInventory);
+constexpr const char *newInventoryPath = zel::NEW_INTERFACE_INVENTORY;
 constexpr const char *noInventoryYet = "1";
 
 using Counter = unsigned long long *;

@@ -1,8 +1,8 @@
 // The interface inventory of CMM_NWT_Info: requested through the scheduler, read from two files, compared.
 #include "MM_NWT_Info.h"
 
-#include "NCmdScheduler.h"
 #include "Settings.h"
+#include "scripts/HomeScripts.h"
 #include "scripts/InventoryFile.h"
 
 #include <cstdio>
@@ -18,7 +18,6 @@ constexpr zel::InventoryFormat fetchFormat{marker, pieceSize, {512, 1024}, chang
 constexpr zel::InventoryFormat checkFormat{marker, pieceSize, {512, 512}, changeReport};
 
 constexpr const char *requestKey = "nic_inv_1";
-constexpr std::size_t commandSize = 128;
 
 zel::InventoryLog inventoryLog(std::span<char> message) {
     return {zel::errorLogOpen(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB5), sourceName, message};
@@ -47,11 +46,7 @@ int CMM_NWT_Info::fInterfaceChangeCheck() {
 }
 
 int CMM_NWT_Info::fCommandINV(int count) {
-    if (g_pclCCmdScheduler == nullptr)
-        return -1;
-    char command[commandSize];
-    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 1200 ./libinvinfo 3 %d &", count);
-    return g_pclCCmdScheduler->fCmdSave(requestKey, command);
+    return zel::scheduleScript(requestKey, zel::Script::InterfaceInventory, count);
 }
 
 int CMM_NWT_Info::fINVFileRemove() {

@@ -2,9 +2,9 @@
 // about the guests of a VMware host. Scripts run through the command runner with a time-out of 5 seconds.
 #include "LogGate.h"
 #include "Settings.h"
-#include "host/RegularFile.h"
 #include "kernel/KernelRelease.h"
 #include "process/MM_PROC_Scan.h"
+#include "scripts/HomeScripts.h"
 #include "text/NumberScan.h"
 
 #include <charconv>
@@ -17,12 +17,6 @@ namespace {
 constexpr int scriptedKernelMinor = 4; // alone, whatever the major number is
 constexpr std::size_t numberLineSize = 64;
 constexpr std::size_t guestLineSize = 512;
-
-constexpr const char *processListPath = "../aproc/shell/PSInfoLin.dat";
-constexpr const char *cpuFigurePath = "../aproc/shell/ProcessPCPU.dat";
-constexpr const char *topPath = "../aproc/shell/top_info.dat";
-constexpr const char *guestRowsPath = "../aproc/shell/vmware_proc.dat";
-constexpr const char *olderGuestRowsPath = "../aproc/shell/vmware_proc.dat_";
 
 // The next line without its line feed, cut at size - 1 characters; the rest of a longer line is dropped. False at the
 // end of the file.
@@ -53,7 +47,7 @@ float decimalNumber(const char *text) {
 
 void gatherTopOfAll(zel::ProcessScan &scan) {
     const std::time_t started = std::time(nullptr);
-    zel::runForResult("../../utils/ETC/ShCmd 5 ./shell/LINUX/top_info > ../aproc/shell/top_info.dat", topPath);
+    zel::runScript(zel::Script::TopOfAll);
     ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_PROC_Info", scan.collector.m_strLogMsg,
             "top_info gatherTime[%d]", static_cast<int>(std::time(nullptr) - started));
     scan.topTaken = true;
@@ -66,14 +60,12 @@ bool zel::processListIsScripted(const CMM_PROC_Info &collector) {
 }
 
 void zel::runProcessListScript() {
-    char command[256];
-    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/PSInfoLIN.sh > %s", processListPath);
-    runForResult(command, processListPath);
+    runScript(Script::ProcessList);
 }
 
 // The elapsed time stands in for the clock here; consumers of these lists know the rates that come of it.
 void zel::takeScriptedProcesses(ProcessScan &scan, double elapsed) {
-    const ScopedFile file = openRegularFile(processListPath);
+    const ScopedFile file = openResult(Script::ProcessList);
     if (file == nullptr)
         return;
     char line[numberLineSize];
@@ -92,12 +84,8 @@ void zel::takeJavaFigure(ProcessScan &scan) {
     if (!scan.topTaken)
         gatherTopOfAll(scan);
 
-    char command[256];
-    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/ProcCpuUseTop.sh %d > %s 2>&1",
-                  process.l_nPid, cpuFigurePath);
-    runForResult(command, cpuFigurePath);
-
-    const ScopedFile file = openRegularFile(cpuFigurePath);
+    runScript(Script::ProcessCpu, process.l_nPid);
+    const ScopedFile file = openResult(Script::ProcessCpu);
     char line[numberLineSize];
     if (file != nullptr && readLine(file.get(), line))
         process.l_dPCPU = decimalNumber(line);
@@ -107,12 +95,12 @@ void zel::appendVMwareRows(ProcessScan &scan) {
     CMM_PROC_Info &collector = scan.collector;
     if (collector.m_nVMFlag != 1 || collector.m_nIsVMWare != 1)
         return;
-    ScopedFile file = openRegularFile(guestRowsPath);
+    ScopedFile file = openHomeFile(GUEST_PROCESSES);
     if (file == nullptr)
-        file = openRegularFile(olderGuestRowsPath);
+        file = openHomeFile(OLDER_GUEST_PROCESSES);
     if (file == nullptr) {
         ZEL_LOG(errorLogOpen(), LOG_LEVEL_ERROR, "MM_PROC_Info", collector.m_strLogMsg,
-                "VMWare PROC Gtr %s file not found", guestRowsPath);
+                "VMWare PROC Gtr %s file not found", GUEST_PROCESSES);
         return;
     }
     char line[guestLineSize];
