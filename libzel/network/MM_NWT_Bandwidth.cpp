@@ -5,7 +5,7 @@
 #include "host/HostOpen.h"
 #include "host/RegularFile.h"
 #include "host/ShellSafe.h"
-#include "scripts/ScriptLine.h"
+#include "text/LineReader.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -4,7 +4,7 @@
 #include "NCmdScheduler.h"
 #include "host/RegularFile.h"
 #include "host/ShellSafe.h"
-#include "scripts/ScriptLine.h"
+#include "text/LineReader.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -5,6 +5,7 @@
 #include "host/RegularFile.h"
 #include "kernel/KernelRelease.h"
 #include "process/MM_PROC_Scan.h"
+#include "text/LineReader.h"
 #include "text/NumberScan.h"
 
 #include <charconv>
@@ -24,19 +25,9 @@ constexpr const char *topPath = "../aproc/shell/top_info.dat";
 constexpr const char *guestRowsPath = "../aproc/shell/vmware_proc.dat";
 constexpr const char *olderGuestRowsPath = "../aproc/shell/vmware_proc.dat_";
 
-// The next line without its line feed, cut at size - 1 characters; the rest of a longer line is dropped. False at the
-// end of the file.
-template<std::size_t size> bool readLine(std::FILE *file, char (&line)[size]) {
-    if (std::fgets(line, size, file) == nullptr)
-        return false;
-    const std::size_t length = std::strlen(line);
-    if (length > 0 && line[length - 1] == '\n') {
-        line[length - 1] = '\0';
-        return true;
-    }
-    for (int character = std::fgetc(file); character != EOF && character != '\n';)
-        character = std::fgetc(file);
-    return true;
+// The next line; what is beyond the buffer is dropped. False at the end of the file.
+template<std::size_t size> bool takeLine(std::FILE *file, char (&line)[size]) {
+    return zel::readLine(file, line) != zel::Line::None;
 }
 
 // Sample: 12.5 -> 12.5; a text that is no finite decimal number is 0.
@@ -77,7 +68,7 @@ void zel::takeScriptedProcesses(ProcessScan &scan, double elapsed) {
     if (file == nullptr)
         return;
     char line[numberLineSize];
-    while (readLine(file.get(), line)) {
+    while (takeLine(file.get(), line)) {
         const char *text = line;
         if (long long pid = 0; scanSigned(text, pid))
             takeProcess(scan, static_cast<int>(pid), elapsed);
@@ -99,7 +90,7 @@ void zel::takeJavaFigure(ProcessScan &scan) {
 
     const ScopedFile file = openRegularFile(cpuFigurePath);
     char line[numberLineSize];
-    if (file != nullptr && readLine(file.get(), line))
+    if (file != nullptr && takeLine(file.get(), line))
         process.l_dPCPU = decimalNumber(line);
 }
 
@@ -116,7 +107,7 @@ void zel::appendVMwareRows(ProcessScan &scan) {
         return;
     }
     char line[guestLineSize];
-    while (readLine(file.get(), line)) {
+    while (takeLine(file.get(), line)) {
         const std::string_view row = line;
         scan.row.reserveRoom(row.size() + PERF_ROW_ROOM);
         scan.row.clear();
