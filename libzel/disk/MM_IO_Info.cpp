@@ -3,6 +3,7 @@
 #include "NStringLib.h"
 #include "functions/ElapsedTime.h"
 #include "kernel/KernelRelease.h"
+#include "records/PushCapacity.h"
 #include "scripts/HomeScripts.h"
 #include "text/NumberScan.h"
 
@@ -13,7 +14,6 @@
 
 namespace {
 
-constexpr int firstActiveSize = 10000;
 constexpr const char *inventoryPath = zel::resultPath(zel::Script::DiskInventory);
 constexpr int rateLineSize = 128;
 constexpr float largestRate = 100.0F;
@@ -54,7 +54,7 @@ CMM_IO_Info::CMM_IO_Info()
       m_pstrDiskName(fgNewTextBuffer(PERF_TABLE_SIZE)), m_nDiskNameSize(PERF_TABLE_SIZE), m_strDataPath{},
       m_nZELSkipChk(0), m_pStrRealTimeDiskZEL(fgNewTextBuffer(PERF_TABLE_SIZE)), m_nDiskRealZELSize(PERF_TABLE_SIZE),
       m_nInsertFirst(0), m_pstrPollDiskInfo(nullptr), m_pstrPollDiskReturn(nullptr), m_pstrPushDiskInfo(nullptr),
-      m_pstrPushDiskReturn(nullptr), m_nDiskPushCnt(0), m_nActiveSize(firstActiveSize),
+      m_pstrPushDiskReturn(nullptr), m_nDiskPushCnt(0), m_nActiveSize(zel::PUSH_CAPACITY),
       m_stAllDiskList(nullptr), m_strLogMsg{}, m_stOldIoTime{}, m_dElapsedTime(0.0), m_nGatherCount(0),
       m_pushRows(0), m_pushSums{}, m_inventoryCapacity(PERF_TABLE_SIZE), m_knownLineCapacity(PERF_TABLE_SIZE) {
     fgSetTableSplit(m_strSplit);

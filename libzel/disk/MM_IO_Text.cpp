@@ -2,6 +2,7 @@
 #include "MM_IO_Info.h"
 #include "NGFunctions.h"
 #include "Settings.h"
+#include "records/PushCapacity.h"
 #include "records/TopList.h"
 
 #include <algorithm>
@@ -16,9 +17,7 @@ constexpr int pushTableRows = 50;
 constexpr const char *sumRowName = "NULL";
 
 constexpr int pushRowsPerBlock = 64;
-constexpr int capacityStep = 1000;
 constexpr int smallestGrownPass = 9001;
-constexpr int usualCapacity = 10000;
 
 constexpr int shortestWaitPeriod = 100;
 constexpr int waitMicroseconds = 500000;
@@ -183,10 +182,7 @@ bool CMM_IO_Info::appendPushRow(const char *name, const ST_DISKALL_LIST &disk) {
 
 // The next pass has room for more when this one filled the array.
 void CMM_IO_Info::adaptPushCapacity() {
-    if (m_nActiveSize <= m_pushRows)
-        m_nActiveSize = m_pushRows + capacityStep;
-    if (m_pushRows < smallestGrownPass)
-        m_nActiveSize = usualCapacity;
+    m_nActiveSize = zel::nextPushCapacity(m_nActiveSize, m_pushRows, m_pushRows >= m_nActiveSize, smallestGrownPass);
 }
 
 void CMM_IO_Info::releasePushRows() {

@@ -1,6 +1,7 @@
 #include "network/InterfaceReader.h"
 
 #include "host/HostOpen.h"
+#include "text/LineReader.h"
 #include "text/NumberScan.h"
 
 #include <cerrno>
@@ -71,18 +72,9 @@ void takeColumns(const Counter (&columns)[Count], const char *text, user_net_dev
     }
 }
 
-// Reads a line into `line`. Of one that does not fit the rest is passed over: it is no interface.
-template<std::size_t Size> bool readLine(std::FILE *stream, char (&line)[Size]) {
-    line[Size - 2] = '\0';
-    if (fgets_unlocked(line, Size, stream) == nullptr)
-        return false;
-    if (line[Size - 2] == '\0' || line[Size - 2] == '\n')
-        return true;
-    int character = 0;
-    do
-        character = getc_unlocked(stream);
-    while (character != '\n' && character != EOF);
-    return true;
+// What is beyond the buffer is no interface.
+template<std::size_t Size> bool takeLine(std::FILE *stream, char (&line)[Size]) {
+    return zel::readLine(stream, line) != zel::Line::None;
 }
 
 } // namespace
@@ -170,7 +162,7 @@ int InterfaceReader::open() {
     std::setvbuf(m_stream, m_streamBuffer, _IOFBF, sizeof(m_streamBuffer));
 
     char header[headerLineSize];
-    const bool complete = readLine(m_stream, header) && readLine(m_stream, header);
+    const bool complete = takeLine(m_stream, header) && takeLine(m_stream, header);
     m_layout = interfaceLayout(complete ? header : "");
 
     m_socket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -185,7 +177,7 @@ const interface *InterfaceReader::next() {
     if (!m_open || m_stream == nullptr)
         return nullptr;
     char line[interfaceLineSize];
-    if (!readLine(m_stream, line))
+    if (!takeLine(m_stream, line))
         return nullptr;
     *m_record = {};
     parseInterfaceCounters(m_layout, takeInterfaceName(line, m_record->name), m_record->stats);

@@ -6,6 +6,7 @@
 #include "host/ShellSafe.h"
 #include "scripts/HomeScripts.h"
 #include "scripts/ScriptLine.h"
+#include "text/LineReader.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -5,6 +5,7 @@
 #include "host/ShellSafe.h"
 #include "scripts/HomeScripts.h"
 #include "scripts/ScriptLine.h"
+#include "text/LineReader.h"
 
 #include <cstring>
 #include <ctime>

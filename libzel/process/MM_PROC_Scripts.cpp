@@ -5,6 +5,7 @@
 #include "kernel/KernelRelease.h"
 #include "process/MM_PROC_Scan.h"
 #include "scripts/HomeScripts.h"
+#include "text/LineReader.h"
 #include "text/NumberScan.h"
 
 #include <charconv>
@@ -18,19 +19,9 @@ constexpr int scriptedKernelMinor = 4; // alone, whatever the major number is
 constexpr std::size_t numberLineSize = 64;
 constexpr std::size_t guestLineSize = 512;
 
-// The next line without its line feed, cut at size - 1 characters; the rest of a longer line is dropped. False at the
-// end of the file.
-template<std::size_t size> bool readLine(std::FILE *file, char (&line)[size]) {
-    if (std::fgets(line, size, file) == nullptr)
-        return false;
-    const std::size_t length = std::strlen(line);
-    if (length > 0 && line[length - 1] == '\n') {
-        line[length - 1] = '\0';
-        return true;
-    }
-    for (int character = std::fgetc(file); character != EOF && character != '\n';)
-        character = std::fgetc(file);
-    return true;
+// The next line; what is beyond the buffer is dropped. False at the end of the file.
+template<std::size_t size> bool takeLine(std::FILE *file, char (&line)[size]) {
+    return zel::readLine(file, line) != zel::Line::None;
 }
 
 // Sample: 12.5 -> 12.5; a text that is no finite decimal number is 0.
@@ -69,7 +60,7 @@ void zel::takeScriptedProcesses(ProcessScan &scan, double elapsed) {
     if (file == nullptr)
         return;
     char line[numberLineSize];
-    while (readLine(file.get(), line)) {
+    while (takeLine(file.get(), line)) {
         const char *text = line;
         if (long long pid = 0; scanSigned(text, pid))
             takeProcess(scan, static_cast<int>(pid), elapsed);
@@ -87,7 +78,7 @@ void zel::takeJavaFigure(ProcessScan &scan) {
     runScript(Script::ProcessCpu, process.l_nPid);
     const ScopedFile file = openResult(Script::ProcessCpu);
     char line[numberLineSize];
-    if (file != nullptr && readLine(file.get(), line))
+    if (file != nullptr && takeLine(file.get(), line))
         process.l_dPCPU = decimalNumber(line);
 }
 
@@ -104,7 +95,7 @@ void zel::appendVMwareRows(ProcessScan &scan) {
         return;
     }
     char line[guestLineSize];
-    while (readLine(file.get(), line)) {
+    while (takeLine(file.get(), line)) {
         const std::string_view row = line;
         scan.row.reserveRoom(row.size() + PERF_ROW_ROOM);
         scan.row.clear();

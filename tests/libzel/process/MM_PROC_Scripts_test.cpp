@@ -211,6 +211,20 @@ TEST_F(ScriptedScan, RatesCompareElapsedTimes) {
     EXPECT_EQ(scan().value(7, "PCPU"), "0.00") << "equal cycles: an elapsed time of 0";
 }
 
+// The second scan's elapsed time is far below the first one's.
+TEST_F(ScriptedScan, UnchangedCountersOfTheSecondScanGiveZerosWithoutASign) {
+    host.put(java(7));
+    g_nGetProcessType = 1;
+    list("7\n");
+    scan();
+
+    clock.advance(4);
+    const ProcessTable table = scan();
+
+    for (const char *column : {"PCPU", "PUSERCPU", "PSYSCPU", "IOBYTE", "IOBYTERATE", "P100CPU"})
+        EXPECT_EQ(table.value(7, column), "0.00") << column;
+}
+
 TEST_F(ScriptedScan, ListIsNotReadInSlices) {
     std::string pids;
     host.put(java(7));
