@@ -5,7 +5,6 @@
 #include "host/HostOpen.h"
 #include "host/ShellSafe.h"
 #include "scripts/HomeScripts.h"
-#include "scripts/ScriptLine.h"
 #include "text/LineReader.h"
 
 #include <algorithm>

@@ -4,7 +4,6 @@
 #include "NCmdScheduler.h"
 #include "host/ShellSafe.h"
 #include "scripts/HomeScripts.h"
-#include "scripts/ScriptLine.h"
 #include "text/LineReader.h"
 
 #include <cstring>
