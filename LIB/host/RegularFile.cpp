@@ -53,6 +53,27 @@ ScopedFile openFileToWrite(const char *path) {
     return asStream(openToWrite(path), "w");
 }
 
+ScopedDescriptor openToAppend(const char *path, mode_t mode) {
+    return ScopedDescriptor(open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
+}
+
+ScopedDescriptor openNew(const char *path, mode_t mode) {
+    return ScopedDescriptor(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+}
+
+ScopedDirectory openDirectory(const char *path) {
+    return ScopedDirectory(opendir(path));
+}
+
+std::FILE *openAnyFile(const char *path, const char *mode) {
+    return std::fopen(path, mode);
+}
+
+bool leadsTo(const char *path, const struct stat &status) {
+    struct stat other {};
+    return stat(path, &other) == 0 && other.st_dev == status.st_dev && other.st_ino == status.st_ino;
+}
+
 bool clearForResult(const char *path) {
     struct stat status {};
     if (stat(path, &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))

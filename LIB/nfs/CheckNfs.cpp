@@ -1,6 +1,8 @@
+// The two probes of an NFS server: its portmapper and NFS service over UDP, its NFS port over TCP.
 #include "CheckNfs.h"
 
 #include "NGFunctions.h"
+#include "host/SafeWrite.h"
 #include "host/ScopedHandle.h"
 #include "text/OwnedText.h"
 #include "threads/TimedCall.h"
@@ -78,7 +80,7 @@ void setTimeouts(CLIENT *client, time_t seconds) {
     timeval timeout{seconds, 0};
     for (const unsigned request : {CLSET_TIMEOUT, CLSET_RETRY_TIMEOUT}) {
         if (!clnt_control(client, request, reinterpret_cast<char *>(&timeout)))
-            std::fprintf(stderr, "unable to set timeout\n");
+            zel::printErrorf("unable to set timeout\n");
     }
 }
 
@@ -113,7 +115,7 @@ bool nfsAnswers(const sockaddr_in &server, in_port_t port) {
 }
 
 // Installs the handler that only interrupts, without SA_RESTART, and puts the previous action back. An alarm that was
-// raised but not delivered yet (blocked, or meant for a thread that does not run) must not meet that action, which by
+// raised but not delivered yet (blocked, or meant for a thread that does not run) must not cause that action, which by
 // default ends the program: ignoring a signal discards what is pending of it.
 class AlarmInterrupts {
 public:
