@@ -3,6 +3,7 @@
 
 #include "NCmdScheduler.h"
 #include "host/ShellSafe.h"
+#include "network/MM_NWT_State.h"
 #include "scripts/HomeScripts.h"
 #include "text/LineReader.h"
 
@@ -28,8 +29,8 @@ bool isFresh(const char *path) {
 bool request(const char *name) {
     if (!zel::shellSafe(name) || std::strlen(name) > longestName) {
         char message[logSize];
-        ZEL_LOG(zel::errorLogOpen(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB6), zel::LOG_LEVEL_ERROR, "MM_NWT_Info",
-                message, "Duplex refused for interface name[%s]", name);
+        ZEL_LOG(zel::interfaceErrorLogOpen(), zel::LOG_LEVEL_ERROR, zel::NETWORK_SOURCE_NAME, message,
+                "Duplex refused for interface name[%s]", name);
         return false;
     }
     if (g_pclCCmdScheduler == nullptr) {
