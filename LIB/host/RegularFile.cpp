@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <string>
 #include <unistd.h>
 #include <utility>
 
@@ -34,6 +35,13 @@ ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode) {
     return file;
 }
 
+bool directoryOfExists(std::string path) {
+    const std::size_t slash = path.rfind('/');
+    path = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 } // namespace
 
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode) {
@@ -55,7 +63,9 @@ ScopedFile openFileToWrite(const char *path) {
 
 bool clearForResult(const char *path) {
     struct stat status {};
-    if (stat(path, &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
+    if (stat(path, &status) != 0)
+        return directoryOfExists(path);
+    if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
         return true;
     return unlink(path) == 0 || errno == ENOENT;
 }

@@ -74,7 +74,8 @@ struct BandwidthLine {
 };
 
 // Sample: TORVSC|eth0|1000000|2
-// Exactly four fields, of which the first is the marker and the second is not empty. Cuts `line`.
+// Exactly four fields, of which the first is the marker. The name may be empty: the list refuses it with a message, as
+// it does for every caller. Cuts `line`.
 bool parseMarkedLine(char *line, BandwidthLine &parsed) {
     constexpr int fieldCount = 4;
     char *fields[fieldCount] = {};
@@ -85,7 +86,7 @@ bool parseMarkedLine(char *line, BandwidthLine &parsed) {
             return false;
         fields[count++] = field;
     }
-    if (count != fieldCount || std::strcmp(fields[0], lineMarker) != 0 || fields[1][0] == '\0')
+    if (count != fieldCount || std::strcmp(fields[0], lineMarker) != 0)
         return false;
     parsed = {fields[1], std::strtol(fields[2], nullptr, 10), static_cast<int>(std::strtol(fields[3], nullptr, 10))};
     return true;

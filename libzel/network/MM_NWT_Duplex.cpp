@@ -20,9 +20,13 @@ constexpr std::size_t longestName = 255;
 constexpr std::size_t keySize = 1024;
 constexpr std::size_t logSize = 1024;
 
+// An answer dated in the future is not fresh: after a clock was set back it would stay so for that long.
 bool isFresh(const char *path) {
     struct stat status {};
-    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && std::time(nullptr) - status.st_mtime < answerLifetime;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    const std::time_t age = std::time(nullptr) - status.st_mtime;
+    return age >= 0 && age < answerLifetime;
 }
 
 // Has the script ask for `name`, through the scheduler or at once. False when the name must not reach a shell.
