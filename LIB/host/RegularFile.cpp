@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <string>
 #include <unistd.h>
 #include <utility>
 
@@ -32,6 +33,13 @@ ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode) {
     if (file != nullptr)
         static_cast<void>(descriptor.release());
     return file;
+}
+
+bool directoryOfExists(std::string path) {
+    const std::size_t slash = path.rfind('/');
+    path = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 } // namespace
@@ -76,7 +84,9 @@ bool leadsTo(const char *path, const struct stat &status) {
 
 bool clearForResult(const char *path) {
     struct stat status {};
-    if (stat(path, &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
+    if (stat(path, &status) != 0)
+        return directoryOfExists(path);
+    if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
         return true;
     return unlink(path) == 0 || errno == ENOENT;
 }

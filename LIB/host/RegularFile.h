@@ -38,8 +38,9 @@ std::FILE *openAnyFile(const char *path, const char *mode);
 bool leadsTo(const char *path, const struct stat &status);
 
 /// Makes way for a script's redirection into `path`: a pipe or a device that stands there, on which the shell would
-/// wait, is removed. False when it could not be; then the script must not be run. A directory stays: the shell refuses
-/// it by itself.
+/// wait, is removed. False when it could not be, and when there is no directory to hold the result, which a shell
+/// would complain about on standard error; then the script must not be run. A directory in the result's own place
+/// stays: the shell refuses it by itself.
 bool clearForResult(const char *path);
 
 } // namespace zel

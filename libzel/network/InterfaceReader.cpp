@@ -1,3 +1,4 @@
+// Opens the interface table, splits its lines and reads their counters.
 #include "network/InterfaceReader.h"
 
 #include "host/HostOpen.h"
@@ -89,7 +90,7 @@ int interfaceLayout(const char *headerLine) {
 }
 
 // Samples:   eth0:   100 ...     eth0:100 ...     eth0:1:   100 ... (an alias)
-// A ":" with digits and a further ":" behind it belongs to the name, any other ends it.
+// A ":" that digits and a further ":" follow belongs to the name, any other ends it.
 const char *takeInterfaceName(const char *line, char (&name)[INTERFACE_NAME_SIZE]) {
     line = skipBlanks(line);
     const char *end = line;
@@ -109,7 +110,7 @@ const char *takeInterfaceName(const char *line, char (&name)[INTERFACE_NAME_SIZE
     return *end == ':' ? end + 1 : end;
 }
 
-// Samples, behind the name:
+// Samples, after the name:
 //   3  18687536  491 0 0 0 0 0 0  25259  301 0 0 0 0 0 0
 //   2  18687536  491 0 0 0 0  25259  301 0 0 0 0 0
 //   1  491 0 0 0 0  301 0 0 0 0 0
@@ -165,7 +166,7 @@ int InterfaceReader::open() {
     const bool complete = takeLine(m_stream, header) && takeLine(m_stream, header);
     m_layout = interfaceLayout(complete ? header : "");
 
-    m_socket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    m_socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
         traceInterfaceError(m_trace, "socket error");
         return -1;

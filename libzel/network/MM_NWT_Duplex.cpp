@@ -3,6 +3,7 @@
 
 #include "NCmdScheduler.h"
 #include "host/ShellSafe.h"
+#include "network/MM_NWT_State.h"
 #include "scripts/HomeScripts.h"
 #include "text/LineReader.h"
 
@@ -19,17 +20,21 @@ constexpr std::size_t longestName = 255;
 constexpr std::size_t keySize = 1024;
 constexpr std::size_t logSize = 1024;
 
+// An answer dated in the future is not fresh: after a clock was set back it would stay so for that long.
 bool isFresh(const char *path) {
     struct stat status {};
-    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && std::time(nullptr) - status.st_mtime < answerLifetime;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    const std::time_t age = std::time(nullptr) - status.st_mtime;
+    return age >= 0 && age < answerLifetime;
 }
 
 // Has the script ask for `name`, through the scheduler or at once. False when the name must not reach a shell.
 bool request(const char *name) {
     if (!zel::shellSafe(name) || std::strlen(name) > longestName) {
         char message[logSize];
-        ZEL_LOG(zel::errorLogOpen(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB6), zel::LOG_LEVEL_ERROR, "MM_NWT_Info",
-                message, "Duplex refused for interface name[%s]", name);
+        ZEL_LOG(zel::interfaceErrorLogOpen(), zel::LOG_LEVEL_ERROR, zel::NETWORK_SOURCE_NAME, message,
+                "Duplex refused for interface name[%s]", name);
         return false;
     }
     if (g_pclCCmdScheduler == nullptr) {

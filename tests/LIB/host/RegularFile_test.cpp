@@ -85,6 +85,12 @@ TEST_F(RegularFile, WayOfAResultIsClearedOfWhatAShellWouldWaitFor) {
     EXPECT_TRUE(m_directory.exists("directory"));
 }
 
+TEST_F(RegularFile, ResultWithoutADirectoryHasNoWay) {
+    for (const std::string &path : {at("none/result"), std::string("/proc/self/fd/0/none"), std::string("none/result")})
+        EXPECT_FALSE(zel::clearForResult(path.c_str())) << path;
+    EXPECT_TRUE(zel::clearForResult("none")) << "the working directory";
+}
+
 TEST_F(RegularFile, WayThatCannotBeClearedIsNone) {
     ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
     systemHooks().unlink = [](const char *) {
