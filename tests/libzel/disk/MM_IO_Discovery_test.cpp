@@ -4,6 +4,7 @@
 #include "LogCapture.h"
 #include "LogGate.h"
 
+#include <cmath>
 #include <cstring>
 #include <gmock/gmock.h>
 
@@ -306,6 +307,7 @@ TEST_F(DiskRateFile, RateIsKeptWithinItsRange) {
     EXPECT_FLOAT_EQ(rateOf("sda", "sda 1e300\n"), 99.9F);
     EXPECT_EQ(rateOf("sda", "sda -0.5\n"), 0.0F);
     EXPECT_EQ(rateOf("sda", "sda nan\n"), 0.0F);
+    EXPECT_FALSE(std::signbit(rateOf("sda", "sda -0\n")));
 }
 
 TEST_F(DiskRateFile, MissingFileIsAFailure) {

@@ -84,6 +84,15 @@ TEST(DiskRates, AverageWaitIsInMillisecondsPerRequest) {
     EXPECT_DOUBLE_EQ(zel::averageWait(old, now), (4294967296.0 - 7.0) / -4.0 * 10.0); // 32-bit ticks, signed requests
 }
 
+// The requests fell, the ticks stayed: 0 / -4.
+TEST(DiskRates, AverageWaitIsNeverMinusZero) {
+    _ST_COMPUTE_IO old{};
+    const _ST_COMPUTE_IO now{};
+    old.l_uiRead_ios = 4;
+    EXPECT_FALSE(std::signbit(zel::averageWait(now, old)));
+    EXPECT_EQ(zel::averageWait(now, old), 0.0);
+}
+
 // The computations of the collector, over an interval of 4 seconds.
 class DiskComputation : public DiskTest {
 protected:
