@@ -26,15 +26,6 @@ ScopedDescriptor openOfKind(const char *path, int flags, mode_t mode, bool (*acc
     return ScopedDescriptor(-1);
 }
 
-ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode) {
-    if (!descriptor.valid())
-        return nullptr;
-    ScopedFile file(fdopen(descriptor.get(), mode));
-    if (file != nullptr)
-        static_cast<void>(descriptor.release());
-    return file;
-}
-
 bool directoryOfExists(std::string path) {
     const std::size_t slash = path.rfind('/');
     path = slash == std::string::npos ? "." : path.substr(0, slash + 1);
@@ -43,6 +34,15 @@ bool directoryOfExists(std::string path) {
 }
 
 } // namespace
+
+ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode) {
+    if (!descriptor.valid())
+        return nullptr;
+    ScopedFile file(fdopen(descriptor.get(), mode));
+    if (file != nullptr)
+        static_cast<void>(descriptor.release());
+    return file;
+}
 
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode) {
     return openOfKind(path, flags, mode, [](mode_t kind) { return S_ISREG(kind); });
@@ -86,7 +86,10 @@ bool clearForResult(const char *path) {
     struct stat status {};
     if (stat(path, &status) != 0)
         return directoryOfExists(path);
-    if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
+    if (S_ISDIR(status.st_mode))
+        return true;
+    const bool ours = status.st_uid == 0 || status.st_uid == geteuid();
+    if (S_ISREG(status.st_mode) && ours && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0)
         return true;
     return unlink(path) == 0 || errno == ENOENT;
 }

@@ -18,6 +18,9 @@ ScopedFile openFileToWrite(const char *path);
 /// The descriptor of such a file; invalid where the other gives null.
 ScopedDescriptor openToWrite(const char *path);
 
+/// A descriptor as a stream, which owns it; null for an invalid one. `mode` as for fopen.
+ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode);
+
 /// The descriptor of a regular file. `flags` and `mode` as for open.
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode = 0);
 
@@ -38,9 +41,9 @@ std::FILE *openAnyFile(const char *path, const char *mode);
 bool leadsTo(const char *path, const struct stat &status);
 
 /// Makes way for a script's redirection into `path`: a pipe or a device that stands there, on which the shell would
-/// wait, is removed. False when it could not be, and when there is no directory to hold the result, which a shell
-/// would complain about on standard error; then the script must not be run. A directory in the result's own place
-/// stays: the shell refuses it by itself.
+/// wait, is removed, and so is a file that others own or may write, whose content would not be trusted. False when it
+/// could not be, and when there is no directory to hold the result, which a shell would complain about on standard
+/// error; then the script must not be run. A directory in the result's own place stays: the shell refuses it by itself.
 bool clearForResult(const char *path);
 
 } // namespace zel

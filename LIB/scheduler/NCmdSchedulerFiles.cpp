@@ -6,6 +6,7 @@
 #include "host/SafeWrite.h"
 #include "host/Shell.h"
 #include "host/ShellSafe.h"
+#include "host/TrustedWay.h"
 #include "scheduler/CommandRequest.h"
 #include "text/OwnedText.h"
 #include "threads/SharedValue.h"
@@ -94,14 +95,19 @@ int zel::runDaemonScript(SchedulerLink &link, const char *script) {
     }
 
     const Text commandText = joinText({home, script, " ", home});
+    const Text scriptPath = joinText({home, script});
     const char *command = commandText.get();
-    if (command == nullptr)
+    if (command == nullptr || scriptPath == nullptr)
         return 0;
+    const WayFinding finding = inspectWay(scriptPath.get());
     while (!takeCmdSync()) {
         ZEL_SCHEDULER_NOTICE(link, "system command(%s) execute waiting.....", command);
         fgUSleep(daemonPollPause);
     }
-    static_cast<void>(runShell(command));
+    if (finding.trusted)
+        static_cast<void>(runShell(command));
+    else if (finding.exists)
+        ZEL_SCHEDULER_ERROR(link, "command schedule daemon script is not run : %s", finding.reason);
     writeShared(g_nCmdSync, 0);
     ZEL_SCHEDULER_NOTICE(link, "system command(%s) exec end", command);
     return 1;

@@ -3,7 +3,6 @@
 #include "CheckNfs.h"
 #include "Settings.h"
 #include "filesystem/MM_FS_Mounts.h"
-#include "host/RegularFile.h"
 #include "scripts/HomeScripts.h"
 
 #include <algorithm>
@@ -55,7 +54,7 @@ bool isNfs(const char *type) {
     return std::strstr(type, "nfs") != nullptr;
 }
 
-NfsWalk::NfsWalk() : m_list(openToWrite(NFS_LIST)) {}
+NfsWalk::NfsWalk() : m_list(openHomeFileToWrite(NFS_LIST)) {}
 
 void NfsWalk::meet(const MountEntry &entry) {
     m_mountPoints.emplace_back(entry.mountPoint);
