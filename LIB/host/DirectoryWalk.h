@@ -19,7 +19,7 @@ public:
     /// The directory, to open files relative to it.
     int descriptor() const { return m_directory.get(); }
 
-    /// The next name, "." and ".." included, valid until the next call; null behind the last one.
+    /// The next name, "." and ".." included, valid until the next call; null after the last one.
     const char *next() {
         if (m_at == m_length) {
             const ssize_t length = getdents64(m_directory.get(), m_entries, sizeof(m_entries));

@@ -1,4 +1,4 @@
-// The files that collectors, scripts and the inventory program exchange, opened without trust in what stands under
+// The files that collectors, scripts and the inventory program exchange, opened without trust in what has
 // their names: anything but a regular file (a pipe, a device, a directory) is refused at once instead of being waited
 // for. A link counts as what it leads to.
 #pragma once
@@ -40,7 +40,7 @@ std::FILE *openAnyFile(const char *path, const char *mode);
 /// True when `path` leads to the file that has this status.
 bool leadsTo(const char *path, const struct stat &status);
 
-/// Makes way for a script's redirection into `path`: a pipe or a device that stands there, on which the shell would
+/// Makes way for a script's redirection into `path`: a pipe or a device of that name, on which the shell would
 /// wait, is removed, and so is a file that others own or may write, whose content would not be trusted. False when it
 /// could not be, and when there is no directory to hold the result, which a shell would complain about on standard
 /// error; then the script must not be run. A directory in the result's own place stays: the shell refuses it by itself.

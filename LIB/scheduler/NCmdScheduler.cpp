@@ -18,7 +18,7 @@ CCmdScheduler *g_pclCCmdScheduler;
 struct zel::SchedulerState {
     explicit SchedulerState(CCmdScheduler &scheduler) : link(std::make_shared<SchedulerLink>(&scheduler)) {}
 
-    // The child of a fork has no worker, and what is pending is the parent's to run. List and queue are left behind:
+    // The child of a fork has no worker, and what is pending is the parent's to run. List and queue are not touched:
     // another thread may have been in the middle of either.
     void repair() {
         CCmdScheduler &scheduler = *link->owner;

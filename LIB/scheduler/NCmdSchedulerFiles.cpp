@@ -8,6 +8,7 @@
 #include "host/ShellSafe.h"
 #include "host/TrustedWay.h"
 #include "scheduler/CommandRequest.h"
+#include "text/AsciiText.h"
 #include "text/OwnedText.h"
 #include "threads/SharedValue.h"
 
@@ -25,15 +26,11 @@ namespace {
 constexpr int daemonPollPause = 1000000; // microseconds
 constexpr mode_t commandFileMode = 0644;
 
-bool asciiLetterOrDigit(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
 zel::Text commandFilePath(const char *home, const char *key) {
     char name[SCHEDULER_KEY_SIZE];
     std::size_t length = 0;
     for (; key[length] != '\0' && length < sizeof(name) - 1; ++length)
-        name[length] = asciiLetterOrDigit(key[length]) ? key[length] : '_';
+        name[length] = zel::isAsciiLetter(key[length]) || zel::isAsciiDigit(key[length]) ? key[length] : '_';
     name[length] = '\0';
     return zel::joinText({home, "shcmd_", name, ".cmd"});
 }
