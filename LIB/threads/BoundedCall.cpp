@@ -1,14 +1,15 @@
 // The calls that run, the subjects that are silent, and the threads behind them.
 #include "threads/BoundedCall.h"
 
+#include "threads/ForkRepair.h"
+#include "threads/WorkerThread.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
-#include <csignal>
 #include <map>
 #include <mutex>
 #include <new>
-#include <pthread.h>
 #include <utility>
 
 using zel::AnyBoundedCall;
@@ -36,28 +37,20 @@ struct Registry {
     std::mutex mutex;
     Subjects subjects;
     int running = 0;
+
+    // The child of a fork has none of the threads: nothing runs, and what hung in the parent is asked again.
+    void repair() {
+        zel::renew(mutex);
+        zel::renew(subjects);
+        running = 0;
+    }
+    zel::ForkRepair forkRepair{[](void *registry) { static_cast<Registry *>(registry)->repair(); }, this};
 };
 
 Registry &registry() {
     static Registry *const only = new Registry;
     return *only;
 }
-
-// Blocks every signal of the calling thread, and so of the threads it starts, while it lives.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &m_previous);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_previous, nullptr); }
-    SignalsBlocked(const SignalsBlocked &) = delete;
-    SignalsBlocked &operator=(const SignalsBlocked &) = delete;
-
-private:
-    sigset_t m_previous{};
-};
 
 } // namespace
 
@@ -120,19 +113,8 @@ void *runInThread(void *argument) {
 
 // Takes the reference over when the thread starts.
 bool startDetached(std::unique_ptr<std::shared_ptr<Running>> &reference) {
-    pthread_attr_t attributes;
-    if (pthread_attr_init(&attributes) != 0)
-        return false;
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    pthread_attr_setstacksize(&attributes, threadStackSize);
-    pthread_t thread{};
-    int failure = 0;
-    {
-        const SignalsBlocked blocked;
-        failure = pthread_create(&thread, &attributes, runInThread, reference.get());
-    }
-    pthread_attr_destroy(&attributes);
-    if (failure != 0)
+    const zel::SignalsBlocked blocked;
+    if (zel::startDetachedThread(runInThread, reference.get(), threadStackSize) != 0)
         return false;
     static_cast<void>(reference.release());
     return true;

@@ -1,31 +1,17 @@
 // The command scheduler in the child of a program that forks.
 #include "HeldThread.h"
 #include "NCmdScheduler.h"
+#include "OwnProcess.h"
 #include "ScratchHome.h"
 
 #include <atomic>
 #include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 namespace {
-
-// Runs `body` in the child of a fork. True when it gives true there within twenty seconds.
-bool inChild(const std::function<bool()> &body) {
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(20);
-        _exit(body() ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    return status == 0;
-}
 
 class SchedulerFork : public testing::Test {
 protected:
@@ -44,7 +30,7 @@ protected:
 
 TEST_F(SchedulerFork, CommandFilesGoOnInTheChild) {
     const auto scheduler = newScheduler(0);
-    EXPECT_TRUE(inChild([&] { return scheduler->fCmdSave("key", "command") == 0; }));
+    EXPECT_TRUE(trueInChild([&] { return scheduler->fCmdSave("key", "command") == 0; }));
     EXPECT_EQ(home.read("agent/bin/cmd/shcmd_key.cmd"), "command");
 }
 
@@ -62,7 +48,7 @@ TEST_F(SchedulerFork, ChildDoesNotWaitForAScriptOfTheParent) {
     std::thread other([&] { scheduler->fCmdSchedulerStart(); });
     while (!running)
         usleep(1000);
-    EXPECT_TRUE(inChild([&] {
+    EXPECT_TRUE(trueInChild([&] {
         systemHooks().system = [](const char *) { return 0; };
         return g_nCmdSync == 0 && scheduler->fCmdSchedulerStart() == 1;
     }));
@@ -76,7 +62,7 @@ TEST_F(SchedulerFork, ListOfTheChildIsItsOwn) {
     auto scheduler = newScheduler(1);
     ASSERT_EQ(scheduler->fCmdSchedulerStart(), 1);
     scheduler->fCmdPush("parent", "command");
-    EXPECT_TRUE(inChild([&] {
+    EXPECT_TRUE(trueInChild([&] {
         const bool fresh = scheduler->m_CmdList.empty() && scheduler->m_nThreadStart == 0;
         scheduler->fCmdPush("child", "command");
         return fresh && scheduler->m_CmdList.size() == 1 && scheduler->fCmdSchedulerStart() == 1 &&
@@ -92,7 +78,7 @@ TEST_F(SchedulerFork, QueueOfTheChildIsItsOwn) {
     auto scheduler = newScheduler(2);
     ASSERT_EQ(scheduler->fCmdSchedulerStart(), 1);
     scheduler->fCmdQueuePush("parent");
-    EXPECT_TRUE(inChild([&] {
+    EXPECT_TRUE(trueInChild([&] {
         const bool fresh = scheduler->m_pcQueue == nullptr && scheduler->fCmdQueuePush("too early") == -1;
         return fresh && scheduler->fCmdSchedulerStart() == 1 && scheduler->fCmdQueuePush("child") == 0 &&
                scheduler->m_pcQueue->getCount() == 1;

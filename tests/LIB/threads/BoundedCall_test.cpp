@@ -1,6 +1,7 @@
 // Calls held to a limit: answers, subjects that fall silent and answer again, and one thread for each.
 #include "threads/BoundedCall.h"
 
+#include "OwnProcess.h"
 #include "SystemHooks.h"
 #include "ThreadWatch.h"
 
@@ -358,6 +359,19 @@ TEST(BoundedCall, SilentSubjectsThatNobodyAsksForAreForgotten) {
     }
     // 3000 subjects fell silent; the first of them is asked as if for the first time.
     EXPECT_NE(endOf("gone 0", 10s, answers42).silence, Silence::Ends);
+}
+
+// The threads of the parent are not in the child: what hangs in them would be waited for again and again.
+TEST(BoundedCall, ChildOfAForkAsksAgainWhatHangsInTheParent) {
+    HangingWork hanging;
+    ASSERT_EQ(endOf("hangs", 1ms, hanging.work()).error, ETIMEDOUT);
+    EXPECT_TRUE(trueInChild([] {
+        const bool none = zel::boundedCallsRunning() == 0;
+        Call call("hangs", 10s, answers42);
+        const zel::CallEnd end = call.wait();
+        return none && end.error == 0 && end.silence == Silence::None && call.answer() == 42;
+    }));
+    EXPECT_EQ(zel::boundedCallsRunning(), 1);
 }
 
 } // namespace
