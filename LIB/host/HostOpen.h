@@ -20,9 +20,15 @@ inline constexpr std::size_t HOST_FILE_LIMIT = std::size_t{64} * 1024 * 1024;
 /// Opens the file `path` (below the host root) to read. An invalid one leaves errno.
 ScopedDescriptor openHostFile(const char *path);
 
-/// The same as a stream, which ends after HOST_FILE_LIMIT bytes and where a read fails: what is read later would
-/// be taken for what is missing. Null leaves errno. It asks the system for nothing but
-/// the open, the reads and the close.
+/// The same for a path relative to the open directory `directory`.
+ScopedDescriptor openHostFileAt(int directory, const char *path);
+
+/// Opens the directory `path` (below the host root), to read its names and to open what is in it.
+ScopedDescriptor openHostDirectory(const char *path);
+
+/// The same as openHostFile as a stream, which ends after HOST_FILE_LIMIT bytes and where a read fails: what is read
+/// later would be taken for what is missing. Null leaves errno. It asks the system for nothing but the open, the reads
+/// and the close.
 ScopedFile openHostStream(const char *path);
 
 } // namespace zel
