@@ -1,4 +1,4 @@
-// Disk discovery through the partitions script, the 2.2 reader that rests on it, and the rate file.
+// Disk discovery through the partitions script, the 2.2 reader that needs it, and the rate file.
 #include "DiskTest.h"
 
 #include "LogCapture.h"
@@ -288,7 +288,7 @@ TEST_F(DiskRateFile, LastMatchingLineWins) {
     EXPECT_FLOAT_EQ(rateOf("sdb", "sda 1.5\nsdb 2.5 rest\n"), 2.5F);
 }
 
-// 127 characters are taken together: what stands behind them is a line of its own.
+// 127 characters are taken together: what follows them is a line of its own.
 TEST_F(DiskRateFile, LongLineIsTakenInPieces) {
     const std::string front = "sdb " + std::string(123, '1');
     EXPECT_FLOAT_EQ(rateOf("sda", (front + "sda 2.5\n").c_str()), 2.5F);

@@ -1,4 +1,4 @@
-// The push text of the disks: the busiest of them, behind their sums.
+// The push text of the disks: the busiest of them, after their sums.
 #include "DiskTest.h"
 
 #include <gmock/gmock.h>

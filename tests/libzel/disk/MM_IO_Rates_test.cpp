@@ -1,3 +1,4 @@
+// The arithmetic of the rates, the operations of the collector over it, and its comparators.
 #include "disk/MM_IO_Rates.h"
 
 #include "DiskTest.h"

@@ -189,7 +189,7 @@ TEST_F(DiskText, PassIsSpreadByWaits) {
     EXPECT_TRUE(clock.sleeps().empty());
     g_nDiskWaitFlag = 100;
     sampleText(disks, text);
-    EXPECT_THAT(clock.sleeps(), ElementsAre(500000, 500000, 500000)); // before the rows behind 0, 100 and 200
+    EXPECT_THAT(clock.sleeps(), ElementsAre(500000, 500000, 500000)); // before the rows after 0, 100 and 200
 }
 
 // What did not change is 0 whatever the interval; what grew in negative time is refused.
