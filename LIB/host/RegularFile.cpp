@@ -2,8 +2,9 @@
 #include "host/RegularFile.h"
 
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
-#include <string>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
@@ -26,11 +27,14 @@ ScopedDescriptor openOfKind(const char *path, int flags, mode_t mode, bool (*acc
     return ScopedDescriptor(-1);
 }
 
-bool directoryOfExists(std::string path) {
-    const std::size_t slash = path.rfind('/');
-    path = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+bool directoryOfExists(std::string_view path) {
+    const std::string_view parent = path.substr(0, path.rfind('/') + 1);
+    char directory[PATH_MAX] = ".";
+    if (parent.size() >= sizeof(directory))
+        return false;
+    parent.copy(directory, parent.size());
     struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return stat(directory, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 } // namespace
