@@ -36,6 +36,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <sys/resource.h>
 #include <unistd.h>
 
 int test_lib(int option, int cycle, int count);
@@ -46,6 +47,7 @@ namespace {
 constexpr int agentKeySize = 16;
 constexpr int listTextSize = 1024;
 constexpr int defaultCycle = 1;
+constexpr rlim_t usefulDescriptors = 262144; // four for each of 16384 processes, of which a quarter may stay open
 constexpr unsigned microsecondsPerSecond = 1000000;
 
 // From the driver's own directory, with a "/" at the end; the build knows where both will be installed.
@@ -170,6 +172,7 @@ void setDefaults() {
     g_nIncludeFilesystemCnt = 0;
     g_nFSTokenCount = 0;
     g_nKernelRule = 0;
+    g_nKeptFileLimit = -1;
 
     publishAgentKey();
     g_pclCCmdScheduler = new CCmdScheduler;
@@ -300,6 +303,16 @@ bool runCycle(Collectors &collectors, int option, double elapsed) {
     return true;
 }
 
+// Kernel files stay open within a quarter of the soft limit, so that it is raised to what the driver can use. The
+// library itself never changes a limit.
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= usefulDescriptors)
+        return;
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, usefulDescriptors);
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 } // namespace
 
 /// Samples the group `option` every `cycle` seconds, `count` times; 0 or a negative count never ends. Returns 0.
@@ -329,6 +342,7 @@ void prog_exit(const char *message) {
 
 int main(int argc, char **argv) {
     setDefaults();
+    raiseDescriptorLimit();
     if (argc > 1)
         enterHome();
     if (!takeHostRoot()) {
