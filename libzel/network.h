@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <linux/ethtool.h>
 #include <net/if.h>
 #include <sys/socket.h>
 

@@ -37,7 +37,7 @@ int KnownLinks::alive(const char *name, LinkQuery &query) {
 
 void KnownLinks::remember(const char *name, bool up) {
     const std::size_t length = std::strlen(name);
-    if (length >= INTERFACE_NAME_SIZE)
+    if (length >= IFNAMSIZ)
         return;
     Link &link = m_links.emplace_back();
     std::memcpy(link.name, name, length + 1);

@@ -2,10 +2,10 @@
 // once, and again after it has reported a change of any of them; in between, a pass costs no question per interface.
 #pragma once
 
-#include "network.h"
 #include "network/LinkEvents.h"
 
 #include <cstddef>
+#include <net/if.h>
 #include <vector>
 
 namespace zel {
@@ -22,7 +22,7 @@ public:
 
 private:
     struct Link {
-        char name[INTERFACE_NAME_SIZE];
+        char name[IFNAMSIZ];
         bool up;
     };
 

@@ -179,17 +179,16 @@ void InterfacePass::attachBandwidth(_ST_STATIC_NETWORK &reading) {
 // The kernel lists the interfaces in the same order in every pass: the node that was found last and the next one are
 // tried first. Names are unique in the list, so that the search would find no other.
 _ST_STATIC_NETWORK *InterfacePass::previousListReading(const _ST_STATIC_NETWORK &reading) {
-    SSListNode *found = nullptr;
-    if (m_lastNode != m_collector.m_pclList_Old->fSlGetHeadNode() && sameName(m_lastNode, reading))
-        found = m_lastNode;
-    else if (m_lastNode->l_pstNext != nullptr && sameName(m_lastNode->l_pstNext, reading))
-        found = m_lastNode->l_pstNext;
-    else
-        found = m_collector.m_pclList_Old->fSlSearch(&reading, sizeof(reading), CMM_NWT_Info::fCMPInterfaceName);
-    if (found == nullptr)
+    CSSList &list = *m_collector.m_pclList_Old;
+    SSListNode *last = m_lastNode; // null: the list was built without memory
+    if (last == list.fSlGetHeadNode() || !sameName(last, reading))
+        last = last == nullptr ? nullptr : last->l_pstNext;
+    if (last == nullptr || !sameName(last, reading))
+        last = list.fSlSearch(&reading, sizeof(reading), CMM_NWT_Info::fCMPInterfaceName);
+    if (last == nullptr)
         return nullptr;
-    m_lastNode = found;
-    return fgListRecord<_ST_STATIC_NETWORK>(found);
+    m_lastNode = last;
+    return fgListRecord<_ST_STATIC_NETWORK>(last);
 }
 
 bool InterfacePass::addResult(const _ST_NETWORK &result) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <linux/ethtool.h>
 #include <linux/sockios.h>
 #include <net/if_arp.h>
 #include <sys/ioctl.h>

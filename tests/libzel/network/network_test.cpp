@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <linux/ethtool.h>
 #include <linux/sockios.h>
 #include <net/if_arp.h>
 
