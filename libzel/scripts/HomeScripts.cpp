@@ -4,6 +4,7 @@
 #include "LogGate.h"
 #include "NCmdScheduler.h"
 #include "host/RegularFile.h"
+#include "host/SafeWrite.h"
 #include "host/TrustedWay.h"
 #include "threads/SharedValue.h"
 
@@ -43,7 +44,7 @@ CommandLine commandLine(const HomeScript &script, const ScriptArgument &argument
 
 void say(const WayFinding &finding) {
     if (!loggerInstalled()) {
-        std::fprintf(stderr, "%s %s\n", REFUSAL_TEXT, finding.reason);
+        printErrorf("%s %s\n", REFUSAL_TEXT, finding.reason);
         return;
     }
     char message[512];
@@ -70,11 +71,14 @@ bool mayBeWritten(const char *path) {
     return faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0;
 }
 
-// A shell that cannot write the result would say so on standard error, with every run.
+// A shell that cannot write the result would say so on standard error, with every run. A script that writes it by
+// itself copes with what it finds.
 bool hasPlaceForResult(const HomeScript &script, const char *result) {
     if (!inspect(RESULT_DIRECTORY).trusted)
         return false;
-    return script.into == nullptr || mayBeWritten(result) || (errno == ENOENT && mayBeWritten(RESULT_DIRECTORY));
+    if (script.into == nullptr)
+        return true;
+    return clearForResult(result) && (mayBeWritten(result) || (errno == ENOENT && mayBeWritten(RESULT_DIRECTORY)));
 }
 
 } // namespace
@@ -93,8 +97,7 @@ int runScript(Script script, const ScriptArgument &argument, const char *name) {
     const ResultPath result = namedResultPath(script, name);
     const CommandLine line = commandLine(homeScript(script), argument, result.text, "");
     const bool composed = result.text[0] != '\0' && line.text[0] != '\0';
-    if (!composed || !isTrusted(homeScript(script)) || !hasPlaceForResult(homeScript(script), result.text) ||
-        !clearForResult(result.text))
+    if (!composed || !isTrusted(homeScript(script)) || !hasPlaceForResult(homeScript(script), result.text))
         return 0;
     return runShell(line.text);
 }
