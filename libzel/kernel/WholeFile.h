@@ -22,6 +22,11 @@ public:
     /// The next line with its line feed, terminated; null after the last one. It may be written to.
     char *next();
 
+    /// What follows the current line, which is then no longer terminated.
+    std::string_view rest();
+    /// Passes over the `length` characters with which rest() begins: a line that the caller knows already.
+    void skip(std::size_t length);
+
 private:
     void restore();
 
@@ -44,6 +49,8 @@ public:
     /// memory for it. An empty file is no failure. Without growth of the file no memory is allocated.
     /// What is beyond HOST_FILE_LIMIT is left out.
     bool read(const char *path);
+    /// Makes the buffer as large as that of `other`, where there is memory for it. The text is kept.
+    void growLike(const WholeFile &other);
 
     /// The text of the last successful read, valid until the next one. After a read it is terminated.
     std::string_view text() const { return {m_buffer, m_length}; }
@@ -52,6 +59,7 @@ public:
 
 private:
     bool makeRoom();
+    bool grow(std::size_t size);
 
     char *m_buffer = nullptr;
     std::size_t m_size = 0;
