@@ -52,7 +52,7 @@ CSSList *DiskPass::overLines(const DiskLineRules &rules) {
     if (m_form == DiskForm::Inventory)
         return takeInventory();
     try {
-        return begin() && m_state.counterFile.read(rules.file) && takeLines(rules) ? end() : abandon();
+        return begin() && m_state.lines.read(rules) && takeLines(rules) ? end() : abandon();
     } catch (const std::bad_alloc &) {
         return abandon();
     }
@@ -124,16 +124,12 @@ CSSList *DiskPass::end() {
 
 bool DiskPass::takeLines(const DiskLineRules &rules) {
     const bool keyed = rules.keyedInTextForm && textForm();
-    _ST_DISKSTATS_ disk;
-    LineWalk lines = m_state.counterFile.lines(DISK_LINE_LIMIT);
-    while (const char *text = lines.next()) {
-        DiskLine line(rules, text);
-        if (line.isPartition())
+    LineWalk lines = m_state.lines.lines();
+    while (const DiskReading *disk = m_state.lines.next(lines)) {
+        if (disk->kind == DiskLineKind::Ignored)
             continue;
-        if (line.take(disk) == DISK_LINE_FIELDS) {
-            if (rules.dropsName(disk.name))
-                continue;
-            const Outcome outcome = takeDisk(disk, keyed);
+        if (disk->kind == DiskLineKind::Disk) {
+            const Outcome outcome = takeDisk(*disk, keyed);
             if (outcome == Outcome::Failed)
                 return false;
             if (outcome == Outcome::Remembered)
@@ -145,11 +141,11 @@ bool DiskPass::takeLines(const DiskLineRules &rules) {
     return true;
 }
 
-DiskPass::Outcome DiskPass::takeDisk(const _ST_DISKSTATS_ &disk, bool keyed) {
+DiskPass::Outcome DiskPass::takeDisk(const DiskReading &disk, bool keyed) {
     setSample(m_sample, disk);
     if (!keyed)
         computeByName();
-    else if (!computeByKey(disk.name))
+    else if (!computeByKey(disk.key))
         return Outcome::Remembered;
     if (m_form == DiskForm::Poll)
         spreadRows();
@@ -164,10 +160,10 @@ void DiskPass::computeByName() {
 }
 
 // False for the first sample of a disk, and for those of the collector's first pass: they are kept alone.
-bool DiskPass::computeByKey(const char *shortName) {
-    _ST_DISK_OLD_LIST *old = m_keyed.find(shortName);
+bool DiskPass::computeByKey(int key) {
+    _ST_DISK_OLD_LIST *old = m_keyed.find(key);
     if (old == nullptr) {
-        m_keyed.insert(shortName, m_sample);
+        m_keyed.insert(key, m_sample);
         return false;
     }
     const bool known = m_disks.m_nInsertFirst != 0;

@@ -41,8 +41,8 @@ private:
     CSSList *takeInventory();
 
     bool takeLines(const DiskLineRules &rules);
-    Outcome takeDisk(const _ST_DISKSTATS_ &disk, bool keyed);
-    bool computeByKey(const char *shortName);
+    Outcome takeDisk(const DiskReading &disk, bool keyed);
+    bool computeByKey(int key);
     void computeByName();
     bool takeBlockCounters();
     void computeBlocks();

@@ -1,7 +1,7 @@
 // Keeping and finding the old samples of the disks.
 #include "disk/MM_IO_Samples.h"
 
-#include "NGFunctions.h"
+#include "disk/MM_IO_LineMemory.h"
 #include "records/KeyOrder.h"
 
 #include <algorithm>
@@ -26,13 +26,13 @@ void setDeviceName(char (&deviceName)[DISK_NAME_SIZE], std::string_view shortNam
     deviceName[DEVICE_DIRECTORY.size() + length] = '\0';
 }
 
-void setSample(_ST_COMPUTE_IO &sample, const _ST_DISKSTATS_ &disk) {
+void setSample(_ST_COMPUTE_IO &sample, const DiskReading &disk) {
     setDeviceName(sample.l_strDEVname, disk.name);
-    sample.l_ulRead_B = disk.rd_sectors;
-    sample.l_ulWrite_B = disk.wr_sectors;
-    sample.l_ulRead_N = disk.rd_ios;
-    sample.l_ulWrite_N = disk.wr_ios;
-    sample.l_lTick = disk.ticks;
+    sample.l_ulRead_B = disk.readSectors;
+    sample.l_ulWrite_B = disk.writeSectors;
+    sample.l_ulRead_N = disk.readRequests;
+    sample.l_ulWrite_N = disk.writeRequests;
+    sample.l_lTick = disk.busyMilliseconds;
 }
 
 // Names are unique in the list: a search from its beginning would find no other node.
@@ -68,17 +68,17 @@ bool NamedSamples::keep(const _ST_COMPUTE_IO &sample, _ST_COMPUTE_IO *old) {
     return true;
 }
 
-_ST_DISK_OLD_LIST *KeyedSamples::find(const char *shortName) {
-    return findBehind(m_samples, m_last, ELFHash(shortName)) == m_samples.end() ? nullptr : m_last->second;
+_ST_DISK_OLD_LIST *KeyedSamples::find(int key) {
+    return findBehind(m_samples, m_last, key) == m_samples.end() ? nullptr : m_last->second;
 }
 
-void KeyedSamples::insert(const char *shortName, const _ST_COMPUTE_IO &sample) {
+void KeyedSamples::insert(int key, const _ST_COMPUTE_IO &sample) {
     std::unique_ptr<_ST_DISK_OLD_LIST> old(new (std::nothrow) _ST_DISK_OLD_LIST{});
     if (old == nullptr)
         return;
     std::memcpy(old->l_strDEVname, sample.l_strDEVname, strnlen(sample.l_strDEVname, DISK_NAME_SIZE - 1));
     keep(sample, *old);
-    m_last = m_samples.emplace(ELFHash(shortName), old.get()).first;
+    m_last = m_samples.emplace(key, old.get()).first;
     static_cast<void>(old.release());
 }
 

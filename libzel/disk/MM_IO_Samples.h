@@ -8,14 +8,16 @@
 
 namespace zel {
 
+struct DiskReading;
+
 /// What the name of a device begins with.
 inline constexpr std::string_view DEVICE_DIRECTORY = "/dev/";
 
 /// Puts "/dev/" and the name into a record, cut to it.
 void setDeviceName(char (&deviceName)[DISK_NAME_SIZE], std::string_view shortName);
 
-/// Name and counters of a scanned line as a sample. What a line does not tell stays as it was.
-void setSample(_ST_COMPUTE_IO &sample, const _ST_DISKSTATS_ &disk);
+/// Name and counters of a line as a sample. What a line does not say stays as it was.
+void setSample(_ST_COMPUTE_IO &sample, const DiskReading &disk);
 
 /// The samples by device name, kept in the list of a collector. Kernels list the disks in the same order in every pass:
 /// the sample that was found last and the one after it are tried first.
@@ -42,9 +44,9 @@ public:
     explicit KeyedSamples(Map &samples) : m_samples(samples), m_last(samples.end()) {}
 
     /// The old sample of a disk, or null.
-    _ST_DISK_OLD_LIST *find(const char *shortName);
+    _ST_DISK_OLD_LIST *find(int key);
     /// Keeps the first sample of a disk that find() has just looked up. Without memory it is not kept.
-    void insert(const char *shortName, const _ST_COMPUTE_IO &sample);
+    void insert(int key, const _ST_COMPUTE_IO &sample);
     /// Overwrites the counters of `old`.
     static void keep(const _ST_COMPUTE_IO &sample, _ST_DISK_OLD_LIST &old);
 

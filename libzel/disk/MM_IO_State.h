@@ -2,6 +2,7 @@
 #pragma once
 
 #include "PerfText.h"
+#include "disk/MM_IO_LineMemory.h"
 #include "disk/MM_IO_PushRows.h"
 #include "kernel/WholeFile.h"
 
@@ -10,7 +11,7 @@
 namespace zel {
 
 struct DiskState {
-    WholeFile counterFile;
+    DiskLineMemory lines;
     WholeFile partitionFile;
     DiskPushRows pushRows;
     // Bytes of m_pStrDiskINV and m_pstrDiskName: their stated sizes may be wrong.

@@ -39,6 +39,16 @@ void LineWalk::restore() {
     m_hasLine = false;
 }
 
+std::string_view LineWalk::rest() {
+    restore();
+    return {m_next, static_cast<std::size_t>(m_end - m_next)};
+}
+
+void LineWalk::skip(std::size_t length) {
+    restore();
+    m_next += length;
+}
+
 char *LineWalk::next() {
     restore();
     if (m_next == m_end)
@@ -61,7 +71,15 @@ WholeFile::~WholeFile() {
 bool WholeFile::makeRoom() {
     if (m_length + 1 < m_size)
         return true;
-    const std::size_t size = m_size == 0 ? firstSize : 2 * m_size;
+    return grow(m_size == 0 ? firstSize : 2 * m_size);
+}
+
+void WholeFile::growLike(const WholeFile &other) {
+    if (m_size < other.m_size)
+        grow(other.m_size);
+}
+
+bool WholeFile::grow(std::size_t size) {
     auto *larger = static_cast<char *>(std::realloc(m_buffer, size));
     if (larger == nullptr)
         return false;

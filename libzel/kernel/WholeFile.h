@@ -24,6 +24,11 @@ public:
     /// The next line with its line feed, terminated; null after the last one. It may be written to.
     char *next();
 
+    /// What follows the current line, which is then no longer terminated.
+    std::string_view rest();
+    /// Passes over the `length` characters with which rest() begins: a line that the caller knows already.
+    void skip(std::size_t length);
+
 private:
     void restore();
 
@@ -46,6 +51,8 @@ public:
     /// memory for it. An empty file is no failure. Without growth of the file no memory is allocated.
     /// What is beyond HOST_FILE_LIMIT is left out. `path` is a literal.
     bool read(const char *path, KeptScope scope = KeptScope::Machine);
+    /// Makes the buffer as large as that of `other`, where there is memory for it. The text is kept.
+    void growLike(const WholeFile &other);
 
     /// The text of the last successful read, valid until the next one. After a read it is terminated.
     std::string_view text() const { return {m_buffer, m_length}; }
@@ -56,6 +63,7 @@ private:
     enum class Outcome { Read, Failed, NoMemory };
 
     bool makeRoom();
+    bool grow(std::size_t size);
     Outcome readAll(int file, bool kept);
 
     KeptFile m_kept;
