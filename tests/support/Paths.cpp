@@ -8,5 +8,6 @@ const char *const driver = ZEL_DRIVER;
 const char *const preload = ZEL_PRELOAD;
 const char *const commandRunner = ZEL_COMMAND_RUNNER;
 const char *const inventoryProgram = ZEL_INVENTORY_PROGRAM;
+const char *const fuseServer = ZEL_FUSE_SERVER;
 
 } // namespace paths

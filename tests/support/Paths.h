@@ -10,5 +10,6 @@ extern const char *const driver;
 extern const char *const preload; // the library that freezes the driver's clock
 extern const char *const commandRunner;
 extern const char *const inventoryProgram;
+extern const char *const fuseServer; // see support/fuse
 
 } // namespace paths
