@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the driver, or the example agent, and runs it in a staged home.
 #   ./run.sh [option [cycle [count]]]                         without an option: the usage text
-#   ./run.sh --agent [--to HOST:PORT] [--cycle SECONDS]       the example of examples/agent, until Ctrl-C
+#   ./run.sh --agent [--to HOST:PORT] [--cycle SECONDS] [--host NAME]
+#                                                             the example of examples/agent, until Ctrl-C
 set -euo pipefail
 cd "$(dirname "$0")"
 

@@ -9,14 +9,16 @@
 // changed while other threads log.
 #pragma once
 
-#include "threads/SharedValue.h"
-
+#include <atomic>
 #include <cstdio>
 
 class CVornLog;
 
 /// The installed logger, or null: then nothing is logged. The embedding program owns it.
 extern CVornLog *g_pclVornLog;
+
+/// 1: every formatted line also goes to standard error.
+extern int g_nPrint;
 
 extern int g_nLogModERROR, g_nLoggingERROR1, g_nLoggingERROR2;
 extern int g_nLogModNORMAL, g_nLoggingNORMAL1, g_nLoggingNORMAL2;
@@ -38,9 +40,14 @@ inline constexpr int LOG_DETAIL_LAB5 = 64;    // interface inventory
 inline constexpr int LOG_DETAIL_LAB6 = 128;   // interface traffic and bandwidth
 inline constexpr int LOG_DETAIL_LAB14 = 4096; // collectors in general
 
+/// For the few messages that have no gate beyond an installed logger.
+inline bool loggerInstalled() {
+    return std::atomic_ref(g_pclVornLog).load(std::memory_order_acquire) != nullptr;
+}
+
 inline bool logBitsOpen(int &moduleWord, int &detailWord, int module, int detail) {
-    return (readShared(moduleWord) & module) != 0 && (readShared(detailWord) & detail) != 0 &&
-           readShared(g_pclVornLog) != nullptr;
+    return (std::atomic_ref(moduleWord).load(std::memory_order_acquire) & module) != 0 &&
+           (std::atomic_ref(detailWord).load(std::memory_order_acquire) & detail) != 0 && loggerInstalled();
 }
 
 inline bool errorLogOpen(int module = LOG_MODULE_LAB, int detail = LOG_DETAIL_LAB14) {
@@ -55,17 +62,9 @@ inline bool debugLogOpen(int module = LOG_MODULE_LAB, int detail = LOG_DETAIL_LA
     return logBitsOpen(g_nLogModDEBUG, g_nLoggingDEBUG2, module, detail);
 }
 
-/// For the few messages that have no gate beyond an installed logger.
-inline bool loggerInstalled() {
-    return readShared(g_pclVornLog) != nullptr;
-}
-
 /// Hands a finished message to the installed logger, control bytes (line feeds among them) as blanks: one message is
-/// one line, whatever names stand in it. Safe against a logger that is being replaced or destroyed.
+/// one line, whatever names it holds. Safe against a logger that is being replaced or destroyed.
 void writeLog(int level, int line, const char *sourceName, const char *message);
-
-/// For a logger that goes: uninstalls it if it is the installed one, and returns when no thread is inside it any more.
-void withdrawLogger(CVornLog *logger);
 
 } // namespace zel
 

@@ -13,22 +13,31 @@
 // setters and fSetLogModeBit may be called while other threads log.
 //
 // Failures cost lines, never the caller: a file that cannot be opened is announced once per attempt on standard error,
-// write errors are ignored, messages beyond a full queue are dropped.
+// and a message for which there is no room (in the file system, below the limit of file sizes, in a full queue) is left
+// out whole. The next line that fits follows an account of them:
+//
+//   [134501][INFO][VornLog]169 messages lost
+//
+// No write ends the program by SIGPIPE or SIGXFSZ.
+//
+// After fork() the child has a logger in direct mode on the same file, also where the parent's writes through its
+// queue: what is queued then is written by the parent alone. fork() waits for no line that is being written.
 #pragma once
 
 #include "LogGate.h"
 #include "Queue.h"
-#include "threads/WorkerThread.h"
 
 #include <ctime>
+#include <memory>
 #include <pthread.h>
 
-inline constexpr int LOG_QUEUE_LIMIT = 501;              // messages queued; further ones are dropped
+namespace zel {
+struct LogState;
+}
+
+inline constexpr int LOG_QUEUE_LIMIT = 501;              // messages queued; further ones are lost
 inline constexpr unsigned long LOG_SIZE_DEFAULT = 10240; // bytes
 inline constexpr int LOG_VALID_DAYS_DEFAULT = 2;
-
-/// 1: every formatted line also goes to standard error.
-extern int g_nPrint;
 
 /// Taken by every fLogWrite of a logger with m_nThreadChk 1.
 extern pthread_mutex_t l_gstLogMutexLock;
@@ -134,12 +143,10 @@ public:
     unsigned long m_ulLogSize;            // bytes at which a file is full
     int m_nLivInvLogFlag;                 // 0: the owner's name holds "AGENT" or "agent"
 
-    zel::SharedLink<CVornLog> m_link; // what the writer thread shares with its logger; thread mode only
-
 private:
-    void startThreadMode();
-    void stopThreadMode();
-    void enqueue(int line, const char *file, const char *message);
+    friend void *fLogThreadQ(void *logger);
+
+    std::unique_ptr<zel::LogState> m_state;
 };
 
 /// The writer thread of the logger `logger` (a CVornLog in thread mode), for a program that runs it on a thread of its

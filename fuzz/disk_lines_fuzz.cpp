@@ -31,7 +31,7 @@ void ensureSame(int fields, int expectedFields, const _ST_DISKSTATS_ &disk, cons
 
 void ensureDiskstats(const char *line) {
     _ST_DISKSTATS_ disk;
-    const int fields = zel::scanDiskstatsLine(line, disk);
+    const int fields = zel::DiskLine(zel::diskstatsRules, line).take(disk);
     _ST_DISKSTATS_ expected{};
     int major = 0;
     int minor = 0;
@@ -44,7 +44,7 @@ void ensureDiskstats(const char *line) {
 
 void ensurePartitions(const char *line) {
     _ST_DISKSTATS_ disk;
-    const int fields = zel::scanPartitionsLine(line, disk);
+    const int fields = zel::DiskLine(zel::partitionsRules, line).take(disk);
     _ST_DISKSTATS_ expected{};
     int major = 0;
     int minor = 0;
@@ -98,7 +98,7 @@ FUZZ_TARGET(disk_lines_fuzz) {
         ensurePartitions(line.c_str());
         ensureSizes(line.c_str());
         ensureDiscovered(line.c_str());
-        zel::diskstatsRules.isPartition(line.c_str());
-        zel::partitionsRules.isPartition(line.c_str());
+        zel::DiskLine(zel::diskstatsRules, line.c_str()).isPartition();
+        zel::DiskLine(zel::partitionsRules, line.c_str()).isPartition();
     }
 }

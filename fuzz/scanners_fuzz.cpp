@@ -6,7 +6,7 @@
 #include "kernel/FieldScanner.h"
 #include "kernel/KernelText.h"
 #include "kernel/WholeFile.h"
-#include "scripts/ScriptLine.h"
+#include "text/LineReader.h"
 
 #include <cstdio>
 #include <cstdlib>

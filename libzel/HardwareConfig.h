@@ -13,8 +13,8 @@
 // nothing is logged. Not thread-safe.
 #pragma once
 
-#include "FixedText.h"
 #include "host/HostOpen.h"
+#include "text/FixedText.h"
 
 #include <cstddef>
 #include <cstdio>

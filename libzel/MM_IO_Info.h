@@ -22,17 +22,14 @@
 #include "PerfText.h"
 #include "SSList.h"
 #include "SSUtil.h"
-#include "kernel/WholeFile.h"
-#include "scripts/InventoryFile.h"
 
 #include <map>
 #include <memory>
 #include <string>
 #include <sys/time.h>
-#include <vector>
 
 namespace zel {
-struct DiskLineRules;
+struct DiskState;
 }
 
 inline constexpr int DISK_NAME_SIZE = 1025;
@@ -136,7 +133,7 @@ public:
     CSSList *fMGetIoStat_Lin24(int nPerf, int nPush);
     CSSList *fMGetIoStat_Lin26(int nPerf, int nPush);
 
-    /// The next record of the last list, or null behind the last one.
+    /// The next record of the last list, or null after the last one.
     _ST_DISKIO *fMGetIoStatNext();
     _ST_DISKIO *fMGetIoStatNextINV();
 
@@ -149,7 +146,7 @@ public:
     /// into the inventory list, otherwise new ones into the name array. Returns m_nNDev (with names: the names known),
     /// 0 when there is no result.
     int fMGetDevNames(int nWithNames);
-    /// Copies the first token of `src` into the `size` bytes of `dst`. Returns the place behind it, or null when the
+    /// Copies the first token of `src` into the `size` bytes of `dst`. Returns the place after it, or null when the
     /// token does not fit.
     char *fMParceDevUnit(const char *src, char *dst, int size);
     /// The busy percentage of the disk `name` in the rate file: 0 without a line for it, the last line wins, above 100
@@ -229,52 +226,5 @@ public:
     std::map<int, _ST_DISK_OLD_LIST *> m_DiskMap; // old samples of the text form by ELFHash of the short name
 
 private:
-    enum class Outcome { Reported, Remembered, Failed };
-
-    CSSList *takeInventory();
-    bool beginPass(int nPush);
-    CSSList *endPass(int nPush);
-    CSSList *abandonPass();
-    void emptyResultList();
-
-    CSSList *passOverStat(int nPerf, int nPush);
-    CSSList *passOverLines(const zel::DiskLineRules &rules, int nPerf, int nPush);
-    bool takeLines(const zel::DiskLineRules &rules, int nPush);
-    bool takeEachLine(const zel::DiskLineRules &rules, bool keyed, int nPush);
-    Outcome takeSample(const _ST_DISKSTATS_ &disk, _ST_COMPUTE_IO &sample, bool keyed, int nPush);
-    bool computeKeyed(const char *shortName, const _ST_COMPUTE_IO &sample);
-    bool takeBlockCounters(const char *statText, int nPush);
-    bool countedBeyondLimit(int count) const;
-
-    void startResult(const _ST_COMPUTE_IO &sample);
-    void ratesAgainst(const _ST_COMPUTE_IO &sample, const _ST_COMPUTE_IO &old, double volumeUnit);
-    bool emitResult(int nPush);
-    bool insertResult();
-
-    bool startTexts(int nPush);
-    bool startPushList();
-    void publishTexts();
-    void waitBeforeRow() const;
-    bool appendPollRow();
-    void collectPushRow();
-    bool writePushTable();
-    bool appendPushRow(const char *name, const ST_DISKALL_LIST &disk);
-    void adaptPushCapacity();
-    void releasePushRows();
-
-    bool takeDiscoveredDisk(const char *shortName, unsigned long blocks, bool intoNames);
-    bool insertInventory(const char *deviceName, unsigned long blocks);
-    bool rememberDevice(const char *deviceName, unsigned long blocks);
-
-    SSListNode *m_lastFound = nullptr;                      // in m_pclList_Old, during a pass
-    std::map<int, _ST_DISK_OLD_LIST *>::iterator m_lastKey; // in m_DiskMap, the same
-    zel::WholeFile m_counterFile;
-    zel::WholeFile m_partitionFile;
-    ST_DISKALL_LIST **m_pushList = nullptr; // m_stAllDiskList, kept between passes
-    int m_pushCapacity = 0;
-    std::vector<std::unique_ptr<ST_DISKALL_LIST[]>> m_pushBlocks; // what the rows of m_stAllDiskList point into
-    int m_pushRows;
-    ST_DISKALL_LIST m_pushSums;
-    std::size_t m_inventoryCapacity; // bytes behind m_pStrDiskINV and m_pstrDiskName: their stated sizes may be wrong
-    std::size_t m_knownLineCapacity;
+    std::unique_ptr<zel::DiskState> m_state;
 };

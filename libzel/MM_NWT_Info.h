@@ -15,26 +15,65 @@
 #pragma once
 
 #include "BandwidthList.h"
-#include "LogGate.h"
 #include "MM_INIT_Info.h"
 #include "NetworkExtList.h"
 #include "PerfText.h"
 #include "SSList.h"
 #include "SSUtil.h"
-#include "network/MM_NWT_Rates.h"
 
+#include <cstddef>
+#include <ctime>
 #include <map>
 #include <memory>
 #include <string>
-#include <string_view>
-#include <vector>
+#include <sys/time.h>
 
 namespace zel {
-class LinkQuery;
-struct InventoryBuffer;
+struct NetworkState;
 } // namespace zel
 
 inline constexpr std::size_t INTERFACE_PATH_SIZE = 512;
+inline constexpr std::size_t INTERFACE_RECORD_NAME_SIZE = 128;
+inline constexpr std::size_t INTERFACE_LINK_SIZE = 16;
+
+/// One raw reading of an interface: counters since it came up.
+struct _ST_STATIC_NETWORK {
+    char l_strIfName[INTERFACE_RECORD_NAME_SIZE];
+    char l_strLinkAlive[INTERFACE_LINK_SIZE]; // link word of the walk
+    unsigned long long l_ulInPkt;
+    unsigned long long l_ulOutPkt;
+    unsigned long long l_ulInByte;
+    unsigned long long l_ulOutByte;
+    unsigned long long l_ulInErr;
+    unsigned long long l_ulOutErr;
+    unsigned long long l_ulCollisions;
+    unsigned long long l_ulBandWidth; // bits per second, 0: unknown
+    unsigned int l_nDuplexFlag;       // DUPLEX_UNKNOWN, DUPLEX_HALF, DUPLEX_FULL
+};
+
+/// The previous reading of an interface.
+struct _ST_NETWORK_OLD_LIST : _ST_STATIC_NETWORK {};
+
+/// One computed result.
+struct _ST_NETWORK {
+    char l_strIfName[INTERFACE_RECORD_NAME_SIZE];
+    char l_strLinkAlive[INTERFACE_LINK_SIZE];
+    double l_dInPkt; // per second, as the next five
+    double l_dOutPkt;
+    double l_dInByte;
+    double l_dOutByte;
+    double l_dInErr;
+    double l_dOutErr;
+    double l_dInErrRate; // per cent
+    double l_dOutErrRate;
+    double l_dCollisions;    // per second
+    double l_dCollisionRate; // per packet sent, whole
+    double l_dPortRate;      // per cent of the bandwidth, -1: bandwidth unknown
+    double l_dPortRxRate;
+    double l_dPortTxRate;
+};
+
+using ST_NETTRAFF = _ST_NETWORK;
 
 class CMM_NWT_Info : public CMM_INIT_Info {
 public:
@@ -61,7 +100,15 @@ public:
     /// The next result of the last pass, or null at the end. A pass starts it anew.
     _ST_NETWORK *fMGetNetworkStatNext();
 
-    // Computation: results in m_pstNetworkInfo (zel::computeInterfaceRates) ------------------------------------------
+    // Computation: results in m_pstNetworkInfo -----------------------------------------------------------------------
+    //
+    // - packets and bytes: a counter that fell wrapped once at 32 bits; errors and collisions have no such correction;
+    // - a counter that did not move gives exactly 0, whatever `elapsed` is; an `elapsed` of 0 divides by zero;
+    // - utilisation from bandwidth and duplex of the previous reading: full duplex counts both directions, otherwise
+    //   the busier one counts; nothing moved counts as one byte, so that an idle link shows a small utilisation above
+    //   0;
+    // - error and collision rates from the counters themselves, as whole quotients: almost always 0. A divisor that
+    //   wraps to 0 gives 0.
 
     ST_NETTRAFF *fMNetComputeIo(const _ST_STATIC_NETWORK *reading, const _ST_NETWORK_OLD_LIST *previous,
                                 double elapsed);
@@ -73,7 +120,7 @@ public:
     int fMSetOldCompNetwork(const _ST_STATIC_NETWORK *reading);
     /// List comparison of records that begin with a name: 1 when the names are equal, else 0.
     static int fCMPInterfaceName(const void *a, const void *b);
-    /// 1 when the interface is up or cannot be asked, 0 when it is down. Opens a socket, but one for a whole pass.
+    /// 1 when the interface is up or cannot be asked, 0 when it is down. Opens a socket; passes share one.
     int fGetLinkAlive(const char *name);
 
     // Bandwidth and duplex: fill m_pclBandwidthList; return 1 ---------------------------------------------------------
@@ -93,9 +140,10 @@ public:
 
     // Inventory and extra interfaces (text mode) ----------------------------------------------------------------------
 
-    /// Reads the inventory text, resp. the new one, and rebuilds the extra interfaces from it when g_nNetworkExtGather
-    /// is 1. Returns 1, or -1 without a usable file.
+    /// Reads the inventory text and rebuilds the extra interfaces from it when g_nNetworkExtGather is 1. Returns 1, or
+    /// -1 without a usable file.
     int fGetInterfaceINV();
+    /// The same with the new inventory text.
     int fGetInterfaceNewINV();
     /// 1 when the inventory differs from the last one seen, 0 when it is the same or the first, -1 without a usable
     /// file.
@@ -147,43 +195,11 @@ public:
     int m_nInterfaceRealZELSize;
 
 private:
-    void allocateTextBuffers();
-    int fetchInventoryText(const char *path, const zel::InventoryBuffer &buffer);
-
-    void appendText(std::string_view text);
-    CSSList *takePass(double elapsed, int push);
-    bool appendHeader(int push);
-    bool appendRow(const _ST_NETWORK &result);
-    void appendExtraRows();
-    bool takeListReading(_ST_STATIC_NETWORK &reading, double elapsed);
-    bool takeTextReading(_ST_STATIC_NETWORK &reading, double elapsed);
-    void attachBandwidth(_ST_STATIC_NETWORK &reading);
-    bool addResult(const _ST_NETWORK &result);
-    void logCounters(const _ST_STATIC_NETWORK &reading, const _ST_STATIC_NETWORK &previous);
-
-    static constexpr std::size_t MEASURED_NAME_SIZE = 256;
-    void measureBandwidth(const char *name);
-    bool nameToMeasure(const char *name, char (&measured)[MEASURED_NAME_SIZE]);
-
-    void collectUnseen();
-    void markSeen(const char *name);
-
-    zel::LinkQuery *m_linkQuery = nullptr;       // of the pass under way
-    SSListNode *m_lastFound = nullptr;           // of the pass under way, in m_pclList_Old
-    decltype(m_NetworkMap)::iterator m_lastKey;  // the same, in m_NetworkMap
-    std::vector<_ST_NETWORKEXT_LIST *> m_unseen; // extra interfaces that the pass under way may still meet
+    std::unique_ptr<zel::NetworkState> m_state; // of the passes
 };
 
 /// Asks a script whether the interface runs "Full Duplex" or "Half Duplex" and writes that into `text` (at least 12
-/// bytes). An answer that is less than 301 seconds old is taken as it is, for whatever interface it was given;
-/// otherwise the script is scheduled, or run at once without a scheduler. Returns 1, -1 without an answer.
+/// bytes). An answer that is less than 301 seconds old (one dated in the future is not) is taken as it is, for whatever
+/// interface it was given; otherwise the script is scheduled, or run at once without a scheduler. Returns 1, -1 without
+/// an answer.
 int fGetDuplex(const char *name, char *text);
-
-namespace zel {
-
-/// The gate of the messages about traffic and bandwidth.
-inline bool interfaceLogOpen() {
-    return normalLogOpen(LOG_MODULE_LAB, LOG_DETAIL_LAB6);
-}
-
-} // namespace zel

@@ -1,6 +1,8 @@
+// The settings themselves: every one is 0 or empty until the embedding program assigns it.
 #include "Settings.h"
 
 char *g_ptrAgentKey;
+int g_nKernelRule;
 int g_nCpuStrType;
 int g_nCpuUsedInWIO;
 int g_nDiskStrType;

@@ -12,6 +12,10 @@ inline constexpr int FILESYSTEM_LIST_TEXT = 32;
 
 /// Leading field of every push text. Owned by the embedding program; null prints as empty.
 extern char *g_ptrAgentKey;
+/// 0: a collector that chooses by the kernel release goes by its numbers alone, so that 5.4 and 6.1 have four CPU
+/// counters and 5.4 the script list of processes. 1: releases from 2.6 on, whatever their numbers, follow the rules of
+/// 2.6. Read by every sample.
+extern int g_nKernelRule;
 
 // --- CPU -----------------------------------------------------------------------------------------------------------
 

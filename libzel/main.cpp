@@ -125,6 +125,7 @@ void setDefaults() {
     g_nVAGENT_type = 0;
     g_nIncludeFilesystemCnt = 0;
     g_nFSTokenCount = 0;
+    g_nKernelRule = 0;
 
     publishAgentKey();
     g_pclCCmdScheduler = new CCmdScheduler;

@@ -5,13 +5,84 @@
 // The state is process-wide: one walk at a time, one thread.
 #pragma once
 
-#include "network/InterfaceReader.h"
-
+#include <cstddef>
+#include <cstdio>
 #include <linux/ethtool.h>
+#include <net/if.h>
+#include <sys/socket.h>
+
+inline constexpr std::size_t INTERFACE_NAME_SIZE = 16;     // a kernel interface name with its terminator
+inline constexpr std::size_t INTERFACE_HARDWARE_SIZE = 32; // text of a hardware address
+
+inline constexpr int INTERFACE_LAYOUT_PACKETS = 1;    // no byte counts (kernel 2.0)
+inline constexpr int INTERFACE_LAYOUT_BYTES = 2;      // byte counts (kernel 2.1)
+inline constexpr int INTERFACE_LAYOUT_COMPRESSED = 3; // 16 counters (kernel 2.2 and later)
+
+/// Every counter of one interface since it came up. The table fills those that its layout has.
+struct user_net_device_stats {
+    unsigned long long rx_packets;
+    unsigned long long tx_packets;
+    unsigned long long rx_bytes;
+    unsigned long long tx_bytes;
+    unsigned long long rx_errors;
+    unsigned long long tx_errors;
+    unsigned long long rx_dropped;
+    unsigned long long tx_dropped;
+    unsigned long long rx_multicast;
+    unsigned long long rx_compressed;
+    unsigned long long tx_compressed;
+    unsigned long long collisions;
+    unsigned long long rx_length_errors;
+    unsigned long long rx_over_errors;
+    unsigned long long rx_crc_errors;
+    unsigned long long rx_frame_errors;
+    unsigned long long rx_fifo_errors;
+    unsigned long long rx_missed_errors;
+    unsigned long long tx_aborted_errors;
+    unsigned long long tx_carrier_errors;
+    unsigned long long tx_fifo_errors;
+    unsigned long long tx_heartbeat_errors;
+    unsigned long long tx_window_errors;
+};
+
+/// One interface. The walk fills name and stats; the rest stays zero and keeps the record's shape for its readers.
+struct interface {
+    interface *next;
+    char name[INTERFACE_NAME_SIZE];
+    short type;
+    short flags;
+    int metric;
+    int mtu;
+    int tx_queue_len;
+    ifmap map;
+    sockaddr addr;
+    sockaddr dstaddr;
+    sockaddr broadaddr;
+    sockaddr netmask;
+    sockaddr ipxaddr_bb;
+    sockaddr ipxaddr_sn;
+    sockaddr ipxaddr_e3;
+    sockaddr ipxaddr_e2;
+    sockaddr ddpaddr;
+    sockaddr ecaddr;
+    int has_ip;
+    int has_ipx_bb;
+    int has_ipx_sn;
+    int has_ipx_e3;
+    int has_ipx_e2;
+    int has_ax25;
+    int has_ddp;
+    int has_econet;
+    char hwaddr[INTERFACE_HARDWARE_SIZE];
+    int statistics_valid;
+    user_net_device_stats stats;
+    int keepalive;
+    int outfill;
+};
 
 // State of the walk, for embedding programs to look at. It changes only through the functions below; finish frees what
 // `fh` and `ife` point at without resetting them.
-extern std::FILE *fh;      // the table, behind its header lines; null before the first walk
+extern std::FILE *fh;      // the table, from its third line on; null before the first walk
 extern interface *ife;     // the current interface
 extern int procnetdev_vsn; // layout of the table (INTERFACE_LAYOUT_...), found anew by every init
 extern int skfd;           // datagram socket; -1 when no walk is open
@@ -43,7 +114,7 @@ int get_net_type(const char *name, char *type);
 int get_net_mac(const char *name, char *hwaddr);
 
 /// Writes the link speed in bits per second, computed in 32 bits: from 2148 Mb/s on it wraps (10000 Mb/s gives
-/// 1410065408), and a negative product is widened with its sign. 9999 stands for every failure. Returns 1.
+/// 1410065408), and a negative product is widened with its sign. 9999 means a failure of any kind. Returns 1.
 int fGetSpeed(const char *name, unsigned long long *speed);
 
 /// The trace sink of this unit: takes a message and writes nothing. Returns 1.

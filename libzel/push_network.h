@@ -1,7 +1,7 @@
 // push_network: the walk of network once more, on a state of its own, for passes that build push texts.
 #pragma once
 
-#include "network/InterfaceReader.h"
+#include "network.h"
 
 // State of the walk, as in network.h.
 extern std::FILE *push_fh;

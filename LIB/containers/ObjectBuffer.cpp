@@ -1,3 +1,4 @@
+// The table of objects under text keys, on two lists with the same indexes.
 #include "ObjectBuffer.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The linked list: insertion by order, removal, and the cursor that survives both.
 #include "ObjectList.h"
 
 #include <cerrno>

@@ -7,7 +7,9 @@
 #include "LogGate.h"
 #include "NGFunctions.h"
 #include "NStringLib.h"
-#include "host/ScopedHandle.h"
+#include "functions/LocalTime.h"
+#include "host/RegularFile.h"
+#include "host/SafeWrite.h"
 #include "text/OwnedText.h"
 #include "text/Separators.h"
 #include "threads/SharedValue.h"
@@ -18,7 +20,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -154,39 +155,25 @@ zel::Text newRecord(std::time_t now, const char *text1, const char *text2) {
                           zel::METRIC_SEPARATOR.data(), "\n"});
 }
 
-// The record stands in the file whole or not at all.
-bool appendRecord(int file, const char *record) {
-    const std::size_t length = std::strlen(record);
-    const off_t end = lseek(file, 0, SEEK_END);
-    const ssize_t written = write(file, record, length);
-    if (written > 0 && static_cast<std::size_t>(written) < length && end >= 0) {
-        const int ignored = ftruncate(file, end);
-        static_cast<void>(ignored);
-    }
-    return written == static_cast<ssize_t>(length);
-}
-
 int writeBuffer(const BufferSet &set, const char *text1, const char *text2) {
     const std::time_t now = std::time(nullptr);
     std::tm today{};
-    localtime_r(&now, &today);
-    const zel::ScopedDirectory directory(opendir(bufferDirectory));
+    zel::localTime(now, today);
+    const zel::ScopedDirectory directory = zel::openDirectory(bufferDirectory);
     if (directory == nullptr) {
         ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_ERROR, logSource, logMessage, "buffer dir open fail");
         return 0;
     }
     const Path path = chooseFile(set, scan(directory.get(), set.tag), today);
 
-    // A pipe that stands in the place of a file does not block.
-    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    const zel::ScopedDescriptor file(open(path.text, flags, bufferFileMode));
+    const zel::ScopedDescriptor file = zel::openToAppend(path.text, bufferFileMode);
     if (!file.valid()) {
         ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_ERROR, logSource, logMessage, "buf file open fail [%s]",
                 path.text);
         return -1;
     }
     const zel::Text record = newRecord(now, text1, text2);
-    if (record == nullptr || !appendRecord(file.get(), record.get())) {
+    if (record == nullptr || zel::appendWhole(file.get(), record.get()) != zel::Appended::WHOLE) {
         ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_ERROR, logSource, logMessage, "buf file write fail [%s]",
                 path.text);
         return -1;

@@ -1,5 +1,7 @@
+// The file functions of NGFunctions.h: directories, copies, empty files, pass-throughs.
 #include "NGFunctions.h"
 #include "host/RegularFile.h"
+#include "host/SafeWrite.h"
 
 #include <cerrno>
 #include <climits>
@@ -25,7 +27,7 @@ bool writePiece(int file, const char *piece, std::size_t length) {
     return true;
 }
 
-// True when exactly `size` bytes were there and have been copied. A source that goes on behind them ends the copy.
+// True when exactly `size` bytes were there and have been copied. A source that goes on after them ends the copy.
 bool copyExactly(int source, int target, off_t size) {
     char piece[pieceSize];
     off_t copied = 0;
@@ -40,12 +42,7 @@ bool copyExactly(int source, int target, off_t size) {
     return false;
 }
 
-bool sameFile(const char *path, const struct stat &status) {
-    struct stat other {};
-    return stat(path, &other) == 0 && other.st_dev == status.st_dev && other.st_ino == status.st_ino;
-}
-
-// The end of the parent in `path`, behind the slash before its last name; null without a parent.
+// The end of the parent in `path`, after the slash before its last name; null without a parent.
 char *endOfParent(char *path) {
     std::size_t length = std::strlen(path);
     while (length > 0 && path[length - 1] == '/')
@@ -56,19 +53,19 @@ char *endOfParent(char *path) {
 
 // Works in place: `path` is cut at its parent for the time that the parent is made.
 int makeDirectory(char *path) {
-    if (const zel::ScopedDirectory existing{opendir(path)}; existing != nullptr)
+    if (const zel::ScopedDirectory existing = zel::openDirectory(path); existing != nullptr)
         return 1;
     if (errno != ENOENT)
         return errno == EPERM ? 1 : -1;
     if (char *end = endOfParent(path); end != nullptr) {
-        // Its own failure has been told; what counts is whether this directory can be made.
+        // Its own failure has been printed; what counts is whether this directory can be made.
         const char kept = std::exchange(*end, '\0');
         makeDirectory(path);
         *end = kept;
     }
     if (mkdir(path, directoryMode) == 0)
         return 1;
-    std::fprintf(stderr, "mkdir fail[%s][%s]", path, std::strerror(errno));
+    zel::printErrorf("mkdir fail[%s][%s]", path, std::strerror(errno));
     return -1;
 }
 
@@ -79,7 +76,7 @@ int fgInitFP() {
 }
 
 std::FILE *fgND_FOPEN(const char *path, const char *mode) {
-    return std::fopen(path, mode);
+    return zel::openAnyFile(path, mode);
 }
 
 int fgND_FCLOSE(std::FILE *file) {
@@ -89,7 +86,7 @@ int fgND_FCLOSE(std::FILE *file) {
 void fgNPrintFP() {}
 
 int fgFindFileName(const char *pattern, char *out) {
-    const zel::ScopedDirectory directory{opendir("./")};
+    const zel::ScopedDirectory directory = zel::openDirectory("./");
     if (directory == nullptr)
         return 0;
     while (const dirent *entry = readdir(directory.get())) {
@@ -113,8 +110,9 @@ int fgMakeDirectory(const char *path) {
 int fgFileMove(const char *from, const char *to) {
     const zel::ScopedDescriptor source = zel::openRegular(from, O_RDONLY);
     struct stat status {};
-    if (!source.valid() || fstat(source.get(), &status) != 0 || sameFile(to, status))
+    if (!source.valid() || fstat(source.get(), &status) != 0 || zel::leadsTo(to, status))
         return 0;
+    const zel::WriteSignalsHeld held;
     zel::ScopedDescriptor target = zel::openRegular(to, O_WRONLY | O_CREAT | O_TRUNC, status.st_mode & permissionBits);
     if (!target.valid())
         return 0;
@@ -125,6 +123,6 @@ int fgFileMove(const char *from, const char *to) {
 
 int fgTouchFile(const char *path) {
     unlink(path);
-    const zel::ScopedDescriptor file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, emptyFileMode));
+    const zel::ScopedDescriptor file = zel::openRegular(path, O_WRONLY | O_CREAT | O_TRUNC, emptyFileMode);
     return 1;
 }

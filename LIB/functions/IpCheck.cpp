@@ -1,3 +1,4 @@
+// The two IPv4 text checks of NGFunctions.h.
 #include "NGFunctions.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// Sleep, clock readings and the string hash of NGFunctions.h.
 #include "NGFunctions.h"
 
 #include <cstdint>

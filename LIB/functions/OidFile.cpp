@@ -1,47 +1,39 @@
+// The inventory value file of NGFunctions.h.
 #include "LogGate.h"
 #include "NGFunctions.h"
 #include "host/RegularFile.h"
+#include "host/SafeWrite.h"
+#include "text/OwnedText.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstring>
 
 namespace {
 
 constexpr const char *sourceName = "NGFunctions";
 
-using LogMessage = char[PATH_MAX + 128];
-
-void logFailure(const char *path, const char *what) {
-    LogMessage message;
-    ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_ERROR, sourceName, message, "[%s] oid file %s failed : %s", path,
-            what, std::strerror(errno));
-}
-
-// A path that does not fit names no file.
-bool valuePath(char (&path)[PATH_MAX], const char *name) {
-    const int length = std::snprintf(path, sizeof(path), "../aproc/inv/%s.inv", name);
-    if (length >= 0 && static_cast<std::size_t>(length) < sizeof(path))
-        return true;
-    errno = ENAMETOOLONG;
-    return false;
+// The whole message on the heap: a path may be long, and the stack of the caller short.
+void logMessage(std::initializer_list<const char *> pieces, int line = __builtin_LINE()) {
+    if (!zel::loggerInstalled())
+        return;
+    if (const zel::Text message = zel::joinText(pieces); message != nullptr)
+        zel::writeLog(zel::LOG_LEVEL_ERROR, line, sourceName, message.get());
 }
 
 } // namespace
 
 int fStrOidWrite(const char *name, const char *value) {
-    char path[PATH_MAX];
-    const zel::ScopedFile file = valuePath(path, name) ? zel::openFileToWrite(path) : nullptr;
-    if (file == nullptr) {
-        logFailure(path, "open");
+    const zel::WriteSignalsHeld held; // until the stream is closed
+    const zel::Text path = zel::joinText({"../aproc/inv/", name, ".inv"});
+    if (path == nullptr)
         return 1;
-    }
-    // The stream tells of a full file system only when it is flushed.
-    if (std::fputs(value, file.get()) == EOF || std::fflush(file.get()) == EOF) {
-        logFailure(path, "fput");
-        return 1;
-    }
-    LogMessage message;
-    ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_ERROR, sourceName, message, "[%s]oid write success", name);
+    const zel::ScopedFile file = zel::openFileToWrite(path.get());
+    if (file == nullptr)
+        logMessage({"[", path.get(), "] oid file open failed : ", std::strerror(errno)});
+    // The stream reports a full file system only when it is flushed.
+    else if (std::fputs(value, file.get()) == EOF || std::fflush(file.get()) == EOF)
+        logMessage({"[", path.get(), "] oid file fput failed : ", std::strerror(errno)});
+    else
+        logMessage({"[", name, "]oid write success"});
     return 1;
 }

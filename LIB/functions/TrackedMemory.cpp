@@ -1,6 +1,7 @@
+// Tracked allocation: the table of live blocks and its report.
 #include "LogGate.h"
 #include "NGFunctions.h"
-#include "VornLog.h"
+#include "host/SafeWrite.h"
 
 #include <algorithm>
 #include <climits>
@@ -102,8 +103,8 @@ void *record(void *block, int knownSlot, long long bytes, int debugNumber) {
 // What the block was that the system has handed out again.
 void reportReuse(const char *call, int slot) {
     const int oldNumber = g_stMemUse.m_pnDebugNum[slot];
-    std::fprintf(stderr, "re %s[%d] DEBUG NO[%d] --> %d count, %d Byte : ", call, slot, oldNumber,
-                 blocksOf(oldNumber).count, g_stMemUse.m_pnMEMSize[slot]);
+    zel::printErrorf("re %s[%d] DEBUG NO[%d] --> %d count, %d Byte : ", call, slot, oldNumber,
+                     blocksOf(oldNumber).count, g_stMemUse.m_pnMEMSize[slot]);
 }
 
 void reportLine(const char *line) {
@@ -111,7 +112,7 @@ void reportLine(const char *line) {
     ZEL_LOG(zel::debugLogOpen(zel::LOG_MODULE_UNI, zel::LOG_DETAIL_UNI), zel::LOG_LEVEL_DEBUG, "LIB", message, "%s",
             line);
     if (g_nPrint == 1)
-        std::fprintf(stderr, "%s\n", line);
+        zel::printErrorf("%s\n", line);
 }
 
 } // namespace
@@ -130,7 +131,7 @@ void *fgNmalloc(int size, int debugNo) {
     const int known = slotOf(block);
     if (known != noSlot && g_nPrint == 1) {
         reportReuse("malloc", known);
-        std::fprintf(stderr, "request[size %d][DebugNum %d]\n", size, debugNo);
+        zel::printErrorf("request[size %d][DebugNum %d]\n", size, debugNo);
     }
     return record(block, known, size, debugNo);
 }
@@ -144,7 +145,7 @@ void *fgNcalloc(int count, int size, int debugNo) {
     const int known = slotOf(block);
     if (known != noSlot && g_nPrint == 1) {
         reportReuse("calloc", known);
-        std::fprintf(stderr, "request[memcnt %d, size %d][DebugNum %d]\n", count, size, debugNo);
+        zel::printErrorf("request[memcnt %d, size %d][DebugNum %d]\n", count, size, debugNo);
     }
     return record(block, known, 1LL * count * size, debugNo);
 }
@@ -155,7 +156,7 @@ int fgNfree(void *block, int debugNo) {
     if (slot != noSlot)
         g_stMemUse.m_ppvdMEM[slot] = nullptr;
     else if (g_nPrint == 1)
-        std::fprintf(stderr, "not found free address [%p][%d]\n", block, debugNo);
+        zel::printErrorf("not found free address [%p][%d]\n", block, debugNo);
     std::free(block);
     return slot != noSlot ? 1 : 0;
 }

@@ -1,6 +1,8 @@
 #include "NGFunctions.h"
 #include "NStringLib.h"
+#include "text/NumberScan.h"
 
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -51,6 +53,16 @@ char *printAs(const void *value, char *text, const char *format, TraceStep befor
     return text;
 }
 
+// "%f", with a decimal point in every locale.
+char *printFloat(const void *value, char *text) {
+    constexpr int decimals = 6;
+    trace(STEP_FLOAT);
+    const auto number = static_cast<double>(readAs<float>(value));
+    *std::to_chars(text, text + VALUE_TEXT_SIZE - 1, number, std::chars_format::fixed, decimals).ptr = '\0';
+    trace(STEP_FLOAT_DONE);
+    return text;
+}
+
 char *copyShortOctets(const void *value, char *text, std::size_t length) {
     trace(STEP_SHORT_OCTETS);
     std::memset(text, 0, VALUE_TEXT_SIZE);
@@ -93,6 +105,13 @@ void *newOctets(const char *text, std::size_t length) {
     return value;
 }
 
+// 0 for a text that is no number.
+float floatIn(const char *text) {
+    float number = 0.0F;
+    zel::scanFloat(text, number);
+    return number;
+}
+
 // A number that exceeds its type keeps its low bits.
 void *newValue(const char *text, int type, std::size_t length) {
     if (isOctetType(type))
@@ -105,7 +124,7 @@ void *newValue(const char *text, int type, std::size_t length) {
     case VALUE_NULL:
         return std::calloc(VALUE_TEXT_SIZE, 1);
     case VALUE_FLOAT:
-        return newNumber(std::strtof(text, nullptr));
+        return newNumber(floatIn(text));
     case VALUE_GAUGE:
     case VALUE_TICKS:
         return newNumber(static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)));
@@ -138,7 +157,7 @@ char *NValueVtoA(const void *value, char **text, int type, int len) {
     case VALUE_INTEGER:
         return printAs<std::int32_t>(value, *text, "%d", STEP_INTEGER, STEP_INTEGER_DONE);
     case VALUE_FLOAT:
-        return printAs<float>(value, *text, "%f", STEP_FLOAT, STEP_FLOAT_DONE);
+        return printFloat(value, *text);
     case VALUE_GAUGE:
     case VALUE_TICKS:
         return printAs<std::uint32_t>(value, *text, "%u", STEP_UNSIGNED, STEP_UNSIGNED_DONE);

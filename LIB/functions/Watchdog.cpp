@@ -1,13 +1,17 @@
+// The alarm watchdog of NGFunctions.h, second by second.
 #include "functions/Watchdog.h"
 
 #include "LogGate.h"
 #include "NGFunctions.h"
+#include "threads/SharedValue.h"
 
-#include <atomic>
 #include <csignal>
 #include <ctime>
 #include <pthread.h>
 #include <unistd.h>
+
+using zel::readShared;
+using zel::writeShared;
 
 int g_nSignalPid;
 int g_nAlarmSec;
@@ -22,14 +26,6 @@ namespace {
 constexpr int passLength = 1000000; // microseconds
 constexpr int passesPerBlockCheck = 11;
 constexpr const char *sourceName = "UNI";
-
-int load(int &word) {
-    return std::atomic_ref<int>(word).load();
-}
-
-void store(int &word, int value) {
-    std::atomic_ref<int>(word).store(value);
-}
 
 int nowInSeconds() {
     return static_cast<int>(std::time(nullptr));
@@ -48,17 +44,17 @@ bool gateOpen() {
 void logSignal(const char *moment, int timeOut) {
     char message[128];
     ZEL_LOG(gateOpen(), zel::LOG_LEVEL_ERROR, sourceName, message,
-            "signal alarm %s[pid:%d] time out[%d sec](DEBUG NO : %d)", moment, load(g_nSignalPid), timeOut, 0);
+            "signal alarm %s[pid:%d] time out[%d sec](DEBUG NO : %d)", moment, readShared(g_nSignalPid), timeOut, 0);
 }
 
 // The pid is the embedding program's to set, at any time: one below 1 would signal whole groups of processes.
 void sendAlarm() {
-    const int pid = load(g_nSignalPid);
+    const int pid = readShared(g_nSignalPid);
     kill(pid < 1 ? getpid() : pid, SIGALRM);
 }
 
 void checkAlarm(zel::WatchdogCounters &counters) {
-    const int alarmSeconds = load(g_nAlarmSec);
+    const int alarmSeconds = readShared(g_nAlarmSec);
     if (alarmSeconds < 1) {
         counters.armedPasses = 0;
         return;
@@ -66,19 +62,20 @@ void checkAlarm(zel::WatchdogCounters &counters) {
     if (counters.armedPasses == alarmSeconds) {
         logSignal("sending-alarm", alarmSeconds);
         sendAlarm();
-        store(g_nAlarmSec, 0);
+        writeShared(g_nAlarmSec, 0);
         logSignal("send-alarm", 0);
     }
     ++counters.armedPasses;
 }
 
 void checkBlock() {
-    const int timeOut = load(g_nBlockTimeOut);
-    if (load(g_nBlockChkFlag) != 1 || timeOut < 1 || secondsBetween(load(g_nBlockChkSec), nowInSeconds()) <= timeOut)
+    const int timeOut = readShared(g_nBlockTimeOut);
+    if (readShared(g_nBlockChkFlag) != 1 || timeOut < 1 ||
+        secondsBetween(readShared(g_nBlockChkSec), nowInSeconds()) <= timeOut)
         return;
     logSignal("sending-block", timeOut);
     sendAlarm();
-    store(g_nBlockChkSec, nowInSeconds());
+    writeShared(g_nBlockChkSec, nowInSeconds());
     logSignal("send-block", timeOut);
 }
 
@@ -92,12 +89,12 @@ void blockSignals() {
 } // namespace
 
 void zel::watchdogStart(int blockTimeOut) {
-    store(g_nAlarmThStatus, 1);
-    store(g_nAlarmSec, 0);
-    store(g_nBlockChkSec, nowInSeconds());
-    if (load(g_nSignalPid) < 1)
-        store(g_nSignalPid, getpid());
-    store(g_nBlockTimeOut, blockTimeOut < 1 ? 0 : blockTimeOut);
+    writeShared(g_nAlarmThStatus, 1);
+    writeShared(g_nAlarmSec, 0);
+    writeShared(g_nBlockChkSec, nowInSeconds());
+    if (readShared(g_nSignalPid) < 1)
+        writeShared(g_nSignalPid, getpid());
+    writeShared(g_nBlockTimeOut, blockTimeOut < 1 ? 0 : blockTimeOut);
 }
 
 void zel::watchdogPass(WatchdogCounters &counters) {
@@ -114,7 +111,7 @@ void *fgAlarmTh(void *arg) {
     zel::WatchdogCounters counters;
     for (;;) {
         fgUSleep(passLength);
-        if (load(g_nAlarmThStatus) != 1)
+        if (readShared(g_nAlarmThStatus) != 1)
             break;
         zel::watchdogPass(counters);
     }

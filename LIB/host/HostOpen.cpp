@@ -1,3 +1,4 @@
+// Opening kernel and system files of the sampled host, as descriptors and as bounded streams.
 #include "host/HostOpen.h"
 
 #include "HostRoot.h"

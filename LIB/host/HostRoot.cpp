@@ -1,3 +1,4 @@
+// The path that is opened for the path of a kernel or system file.
 #include "HostRoot.h"
 
 #include <climits>

@@ -1,8 +1,9 @@
+// Opening the files that collectors, scripts and the inventory program exchange.
 #include "host/RegularFile.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
+#include <string>
 #include <unistd.h>
 #include <utility>
 
@@ -34,6 +35,13 @@ ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode) {
     return file;
 }
 
+bool directoryOfExists(std::string path) {
+    const std::size_t slash = path.rfind('/');
+    path = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 } // namespace
 
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode) {
@@ -53,17 +61,34 @@ ScopedFile openFileToWrite(const char *path) {
     return asStream(openToWrite(path), "w");
 }
 
-bool clearForResult(const char *path) {
-    struct stat status {};
-    if (stat(path, &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
-        return true;
-    return unlink(path) == 0 || errno == ENOENT;
+ScopedDescriptor openToAppend(const char *path, mode_t mode) {
+    return ScopedDescriptor(open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
 }
 
-void runForResult(const char *command, const char *resultPath) {
-    if (!clearForResult(resultPath))
-        return;
-    [[maybe_unused]] const int status = std::system(command);
+ScopedDescriptor openNew(const char *path, mode_t mode) {
+    return ScopedDescriptor(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+}
+
+ScopedDirectory openDirectory(const char *path) {
+    return ScopedDirectory(opendir(path));
+}
+
+std::FILE *openAnyFile(const char *path, const char *mode) {
+    return std::fopen(path, mode);
+}
+
+bool leadsTo(const char *path, const struct stat &status) {
+    struct stat other {};
+    return stat(path, &other) == 0 && other.st_dev == status.st_dev && other.st_ino == status.st_ino;
+}
+
+bool clearForResult(const char *path) {
+    struct stat status {};
+    if (stat(path, &status) != 0)
+        return directoryOfExists(path);
+    if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
+        return true;
+    return unlink(path) == 0 || errno == ENOENT;
 }
 
 } // namespace zel

@@ -21,12 +21,26 @@ ScopedDescriptor openToWrite(const char *path);
 /// The descriptor of a regular file. `flags` and `mode` as for open.
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode = 0);
 
-/// Makes way for a script's redirection into `path`: a pipe or a device that stands there, on which the shell would
-/// wait, is removed. False when it could not be; then the script must not be run. A directory stays: the shell refuses
-/// it by itself.
-bool clearForResult(const char *path);
+/// Opens a file for appending; it is made with `mode` when it does not exist. A pipe is taken when somebody reads it:
+/// neither the open nor a write waits for a reader.
+ScopedDescriptor openToAppend(const char *path, mode_t mode);
 
-/// Runs `command` through the shell when the way is clear for its result. What came of it shows in the file.
-void runForResult(const char *command, const char *resultPath);
+/// Makes a file that does not exist yet. EEXIST when something has that name.
+ScopedDescriptor openNew(const char *path, mode_t mode);
+
+/// Opens a directory to read its names. Null leaves errno.
+ScopedDirectory openDirectory(const char *path);
+
+/// fopen itself, for programs that ask for it by way of the library.
+std::FILE *openAnyFile(const char *path, const char *mode);
+
+/// True when `path` leads to the file that has this status.
+bool leadsTo(const char *path, const struct stat &status);
+
+/// Makes way for a script's redirection into `path`: a pipe or a device that stands there, on which the shell would
+/// wait, is removed. False when it could not be, and when there is no directory to hold the result, which a shell
+/// would complain about on standard error; then the script must not be run. A directory in the result's own place
+/// stays: the shell refuses it by itself.
+bool clearForResult(const char *path);
 
 } // namespace zel

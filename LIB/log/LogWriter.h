@@ -1,7 +1,8 @@
-// The inside of the logger's writer thread, one wake-up at a time.
+// The inside of the logger's thread mode: the queue, and the writer thread one wake-up at a time.
 #pragma once
 
 #include "VornLog.h"
+#include "log/VornLogState.h"
 
 namespace zel {
 
@@ -11,5 +12,17 @@ inline constexpr int LOG_WRITER_ENDS = 0;      // the logger has gone
 
 /// Writes everything that is queued. Returns the pause until the next wake-up.
 int writeQueuedMessages(WorkerLink<CVornLog> &link);
+
+/// Gives the logger its queue and starts its thread. Without a thread it stays in direct mode, under the mutex.
+void startThreadMode(CVornLog &log, LogState &state);
+
+/// Writes what is queued and leaves the thread without its logger.
+void stopThreadMode(CVornLog &log, LogState &state);
+
+/// Queues a message, or counts it as lost when the queue is full.
+void queueMessage(CVornLog &log, LogState &state, int line, const char *file, const char *message);
+
+/// Puts a logger right in the child of a fork.
+void repairLogger(LogState &state);
 
 } // namespace zel

@@ -1,22 +1,21 @@
+// The logger itself: construction, settings, and the entry points of callers.
 #include "VornLog.h"
 
-#include "text/OwnedText.h"
+#include "functions/LogSink.h"
+#include "log/LogWriter.h"
+#include "text/FixedText.h"
 #include "threads/SharedValue.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <initializer_list>
-#include <memory>
+#include <mutex>
 #include <new>
-#include <string_view>
 #include <unistd.h>
+#include <utility>
 
 using zel::readShared;
 using zel::writeShared;
 
-int g_nPrint;
 pthread_mutex_t l_gstLogMutexLock = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
@@ -48,9 +47,17 @@ public:
     }
 
 private:
+    // Another thread may be in the middle of a write at a fork, with the mutex of the loggers taken.
+    void repair() {
+        zel::renew(m_lock);
+        if (!m_destroyed)
+            pthread_mutex_init(&l_gstLogMutexLock, nullptr);
+    }
+
     std::mutex m_lock;
     int m_count = 0;
     bool m_destroyed = false; // the mutex is ready from the start of the program
+    zel::ForkRepair m_forkRepair{[](void *users) { static_cast<MutexUsers *>(users)->repair(); }, this};
 };
 
 MutexUsers &mutexUsers() {
@@ -73,64 +80,30 @@ private:
     const bool m_taken;
 };
 
-// One line, put together from its pieces. It stands in the fixed room, or on the heap when it is longer; without memory
-// it is cut.
-class LogLine {
-public:
-    LogLine() = default;
-    LogLine(std::initializer_list<std::string_view> pieces) {
-        std::size_t length = 0;
-        for (const std::string_view piece : pieces)
-            length += piece.size();
-        if (length > sizeof(m_fixed))
-            m_long.reset(static_cast<char *>(std::malloc(length)));
-        char *const room = m_long == nullptr ? m_fixed : m_long.get();
-        m_length = m_long == nullptr ? std::min(length, sizeof(m_fixed)) : length;
-
-        std::size_t used = 0;
-        for (const std::string_view piece : pieces)
-            used += piece.copy(room + used, m_length - used);
-        if (m_length < length)
-            room[m_length - 1] = '\n';
-    }
-
-    const char *text() const { return m_long == nullptr ? m_fixed : m_long.get(); }
-    std::size_t length() const { return m_length; }
-
-private:
-    char m_fixed[4096];
-    zel::Text m_long;
-    std::size_t m_length = 0;
-};
-
-// The word of a level, or null when nothing is written at this level.
-const char *levelWord(CVornLog &log, int level) {
-    if (level == zel::LOG_LEVEL_NORMAL || level == zel::LOG_LEVEL_ERROR)
-        return "INFO";
-    return level == zel::LOG_LEVEL_DEBUG && log.fGetLogMode() == 1 ? "DEBUG" : nullptr;
-}
-
-// An empty line is written too: it runs the checks and leaves the file as it is.
-void writeLine(CVornLog &log, const LogLine &line) {
-    if (readShared(g_nPrint) == 1)
-        std::fwrite(line.text(), 1, line.length(), stderr);
-    log.fDateChangeChk();
-    if (log.fLogSizeChk() == 1 && log.m_nFileFd > 0) {
-        const ssize_t ignored = write(log.m_nFileFd, line.text(), line.length());
-        static_cast<void>(ignored);
-    }
+void writeToLogger(CVornLog &logger, int level, int line, const char *sourceName, const char *message) {
+    logger.fLogWrite(level, line, sourceName, message);
 }
 
 const char *orEmpty(const char *text) {
     return text == nullptr ? "" : text;
 }
 
+std::unique_ptr<zel::LogState> newState(CVornLog &log) {
+    mutexUsers(); // after a fork it is repaired before a logger that uses it
+    return std::make_unique<zel::LogState>(log);
+}
+
 } // namespace
+
+zel::LogState::LogState(CVornLog &log)
+    : logger(log), forkRepair([](void *state) { repairLogger(*static_cast<LogState *>(state)); }, this) {}
 
 CVornLog::CVornLog(int logMode, const char *name, int validDay)
     : m_pcQueue(nullptr), m_nThreadMode(0), m_pstrLogFile(nullptr), m_pstrLogPath(nullptr), m_strMCName(),
-      m_strCurrentDate("EMPTY"), m_strCompressPath(), m_nCompressChk(0), m_nFileFd(0), m_nThreadChk(0), m_nLogCnt(0),
-      m_nLogCompress(0), m_ulLogSize(LOG_SIZE_DEFAULT) {
+      m_strCurrentDate(), m_strCompressPath(), m_nCompressChk(0), m_nFileFd(0), m_nThreadChk(0), m_nLogCnt(0),
+      m_nLogCompress(0), m_ulLogSize(LOG_SIZE_DEFAULT), m_state(newState(*this)) {
+    zel::setLogSink(&writeToLogger);
+    zel::setFixedText(m_strCurrentDate, zel::LOG_NO_DATE);
     fSetLogMode(logMode);
     fSetValidDay(validDay);
     fSetLogPath("./");
@@ -148,12 +121,12 @@ CVornLog::CVornLog(int logMode, const char *name, int validDay)
 
 CVornLog::CVornLog(int logMode, const char *name, int validDay, int threadMode) : CVornLog(logMode, name, validDay) {
     if (threadMode == 1)
-        startThreadMode();
+        zel::startThreadMode(*this, *m_state);
 }
 
 CVornLog::~CVornLog() {
     zel::withdrawLogger(this);
-    stopThreadMode();
+    zel::stopThreadMode(*this, *m_state);
     fCloseLogFile();
     delete[] m_pstrLogFile;
     delete[] m_pstrLogPath;
@@ -186,9 +159,9 @@ int CVornLog::fSetLogPath(const char *directory) {
     std::memcpy(copy, directory, size);
 
     const WriteLock held(*this);
-    const auto worker = m_link == nullptr ? std::unique_lock<std::mutex>() : std::unique_lock(m_link->lock);
-    delete[] m_pstrLogPath;
-    m_pstrLogPath = copy;
+    const zel::SharedLink<CVornLog> &link = m_state->link;
+    const auto writer = link == nullptr ? std::unique_lock<std::mutex>() : std::unique_lock(link->lock);
+    delete[] std::exchange(m_pstrLogPath, copy);
     return 1;
 }
 
@@ -221,7 +194,7 @@ int CVornLog::fSetLogCompress(int on) {
 void CVornLog::fLogWrite(int level, const char *file, const char *message) {
     const WriteLock held(*this);
     if (m_nThreadMode == 1 && m_pcQueue != nullptr)
-        enqueue(0, "src", message);
+        zel::queueMessage(*this, *m_state, 0, "src", message);
     else
         fWrite(level, file, message);
 }
@@ -229,27 +202,7 @@ void CVornLog::fLogWrite(int level, const char *file, const char *message) {
 void CVornLog::fLogWrite(int level, int line, const char *file, const char *message) {
     const WriteLock held(*this);
     if (m_nThreadMode == 1 && m_pcQueue != nullptr)
-        enqueue(line, file, message);
+        zel::queueMessage(*this, *m_state, line, file, message);
     else
         fWrite(level, line, file, message);
-}
-
-void CVornLog::fWrite(int level, const char *file, const char *message) {
-    char time[16];
-    fGetThreadDayTime(0, time, 2);
-    if (const char *word = levelWord(*this, level); word != nullptr)
-        writeLine(*this, {"[", time, "][", word, "][", orEmpty(file), "]", orEmpty(message), "\n"});
-    else
-        writeLine(*this, {});
-}
-
-void CVornLog::fWrite(int level, int line, const char *file, const char *message) {
-    char time[16];
-    fGetThreadDayTime(0, time, 2);
-    char number[16];
-    std::snprintf(number, sizeof(number), "%d", line);
-    if (const char *word = levelWord(*this, level); word != nullptr)
-        writeLine(*this, {"[", time, "][", word, "][", orEmpty(file), "][", number, "]", orEmpty(message), "\n"});
-    else
-        writeLine(*this, {});
 }

@@ -1,9 +1,13 @@
 // The logger's files: names, rotation, change of date, purge and compression.
 #include "NGFunctions.h"
 #include "VornLog.h"
+#include "functions/LocalTime.h"
 #include "host/RegularFile.h"
+#include "host/SafeWrite.h"
 #include "host/ScopedHandle.h"
+#include "host/Shell.h"
 #include "host/ShellSafe.h"
+#include "log/VornLogState.h"
 #include "threads/SharedValue.h"
 
 #include <cerrno>
@@ -20,7 +24,6 @@ using zel::readShared;
 
 namespace {
 
-constexpr const char *noDateYet = "EMPTY";
 constexpr std::size_t dateLength = 8;
 constexpr std::size_t timeLength = 6;
 constexpr std::size_t shortestLogName = 11;
@@ -28,7 +31,7 @@ constexpr mode_t logFileMode = 0644;
 constexpr int firstFreeDescriptor = 3;
 constexpr const char *recentFileScript = "../../utils/INSTALL/recentlogfile.sh";
 constexpr const char *recentFileResult = "../aproc/shell/recentlogfile.dat";
-constexpr const char *compressRunner = "../../utils/ETC/ShCmd 60";
+constexpr int compressLimit = 60; // seconds
 
 // Appends a text of exactly `length` characters: one that outgrows them (a year beyond 9999) is cut.
 char *append(char *out, const char *text, std::size_t length) {
@@ -52,14 +55,12 @@ void formatTime(const std::tm &local, char *out, int form) {
     }
 }
 
-// A path opened for appending, above the standard streams: 0 means closed. A pipe without a reader does not block.
-int openForAppending(const char *path) {
-    const int file = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, logFileMode);
-    if (file < 0 || file >= firstFreeDescriptor)
-        return file;
-    const int moved = fcntl(file, F_DUPFD_CLOEXEC, firstFreeDescriptor);
-    close(file);
-    return moved;
+// Opens a log file above the standard streams: 0 means closed.
+int openLogFile(const char *path) {
+    zel::ScopedDescriptor file = zel::openToAppend(path, logFileMode);
+    if (!file.valid() || file.get() >= firstFreeDescriptor)
+        return file.release();
+    return fcntl(file.get(), F_DUPFD_CLOEXEC, firstFreeDescriptor);
 }
 
 const char *directoryOf(const CVornLog &log) {
@@ -77,13 +78,7 @@ void replaceText(char *&text, const char *directory, const char *name) {
     if (joined == nullptr)
         return;
     std::snprintf(joined, size, "%s%s", directory, name);
-    delete[] text;
-    text = joined;
-}
-
-void runShell(const char *command) {
-    const int ignored = std::system(command);
-    static_cast<void>(ignored);
+    delete[] std::exchange(text, joined);
 }
 
 } // namespace
@@ -100,7 +95,7 @@ std::time_t CVornLog::fGetThreadDayTime(std::time_t t, char *out, int form) {
     const std::time_t used = t < 1 ? std::time(nullptr) : t;
     std::tm local{};
     out[0] = '\0';
-    if (localtime_r(&used, &local) == nullptr)
+    if (!zel::localTime(used, local))
         return 0;
     formatTime(local, out, form);
     return used;
@@ -110,19 +105,21 @@ int CVornLog::fOpenLogFile() {
     fCloseLogFile();
     if (m_pstrLogFile == nullptr)
         return 0;
-    const int file = openForAppending(m_pstrLogFile);
+    const int file = openLogFile(m_pstrLogFile);
+    m_state->noRoomToOpen = file < 0 && (errno == ENOSPC || errno == EDQUOT);
     if (file < 0) {
-        std::fprintf(stderr, "%s log file open failed : %s\n", m_pstrLogFile, std::strerror(errno));
+        zel::printErrorf("%s log file open failed : %s\n", m_pstrLogFile, std::strerror(errno));
         return 0;
     }
+    m_state->cutLine = false;
     m_nFileFd = file;
     return 1;
 }
 
 void CVornLog::fCloseLogFile() {
-    if (m_nFileFd > 0)
-        close(m_nFileFd);
-    m_nFileFd = 0;
+    // Closed is what nobody uses any more, also in the child of a fork that comes in between.
+    if (const int file = std::exchange(m_nFileFd, 0); file > 0)
+        close(file);
 }
 
 // The file is looked up by its path: a removed one still has a descriptor.
@@ -147,7 +144,7 @@ void CVornLog::fDateChangeChk() {
     if (std::strcmp(today, m_strCurrentDate) == 0)
         return;
     fCloseLogFile();
-    if (readShared(m_nLogCompress) == 1 && std::strcmp(m_strCurrentDate, noDateYet) != 0)
+    if (readShared(m_nLogCompress) == 1 && std::strcmp(m_strCurrentDate, zel::LOG_NO_DATE) != 0)
         fLogCompress();
     m_nLogCnt = 0;
     fLogNameChange(1);
@@ -160,7 +157,7 @@ void CVornLog::fLogNameChange(int first) {
     const std::time_t now = fGetThreadDayTime(0, today, 1);
     if (first == 1)
         fOldLogFileCheck(now);
-    const bool firstOfProcess = std::strcmp(m_strCurrentDate, noDateYet) == 0;
+    const bool firstOfProcess = std::strcmp(m_strCurrentDate, zel::LOG_NO_DATE) == 0;
     if (m_nLivInvLogFlag == 0 && firstOfProcess && fGetRecentLogFile(today) == 1)
         return;
 
@@ -178,7 +175,7 @@ int CVornLog::fGetRecentLogFile(const char *date) {
         return -1;
     char command[256];
     std::snprintf(command, sizeof(command), "%s %s", recentFileScript, date);
-    runShell(command);
+    static_cast<void>(zel::runShell(command));
 
     const zel::ScopedFile result = zel::openRegularFile(recentFileResult);
     char line[256] = {};
@@ -197,12 +194,12 @@ void CVornLog::fOldLogFileCheck(std::time_t now) {
     constexpr std::time_t secondsPerDay = 86400;
     const std::time_t limit = now - static_cast<std::time_t>(readShared(m_nValidDay)) * secondsPerDay;
     std::tm local{};
-    if (localtime_r(&limit, &local) == nullptr)
+    if (!zel::localTime(limit, local))
         return;
     char firstKept[16];
     formatTime(local, firstKept, 1);
 
-    const zel::ScopedDirectory directory(opendir(directoryOf(*this)));
+    const zel::ScopedDirectory directory = zel::openDirectory(directoryOf(*this));
     if (directory == nullptr)
         return;
     while (const dirent *entry = readdir(directory.get())) {
@@ -215,13 +212,14 @@ void CVornLog::fLogCompress() {
     if (m_pstrLogFile == nullptr || m_nCompressChk != 1)
         return;
     if (!zel::shellSafePath(m_pstrLogFile)) {
-        std::fprintf(stderr, "%s log file compress refused : unsafe file name\n", m_pstrLogFile);
+        zel::printErrorf("%s log file compress refused : unsafe file name\n", m_pstrLogFile);
         return;
     }
     const std::size_t size = sizeof(m_strCompressPath) + std::strlen(m_pstrLogFile) + 64;
     const std::unique_ptr<char[]> command(new (std::nothrow) char[size]);
     if (command == nullptr)
         return;
-    std::snprintf(command.get(), size, "%s %s %s &", compressRunner, m_strCompressPath, m_pstrLogFile);
-    runShell(command.get());
+    std::snprintf(command.get(), size, "%s %d %s %s &", zel::COMMAND_RUNNER, compressLimit, m_strCompressPath,
+                  m_pstrLogFile);
+    static_cast<void>(zel::runShell(command.get()));
 }

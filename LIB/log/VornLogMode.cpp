@@ -1,10 +1,10 @@
 // The keywords of the log gate.
 #include "VornLog.h"
+#include "host/SafeWrite.h"
 #include "threads/SharedValue.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <span>
 #include <string_view>
 
@@ -116,17 +116,17 @@ bool applyGroup(Words &words, std::string_view group) {
     if (!found)
         return true;
     if (group.empty()) {
-        std::fputs("UNKNOWN LOG MODULE 1 : NULL\n", stderr);
+        zel::printError("UNKNOWN LOG MODULE 1 : NULL\n");
         return false;
     }
     const std::string_view moduleList = cutAt(group, ':', found);
     if (group.empty()) {
-        std::fputs("UNKNOWN LOG MODULE 2 : NULL\n", stderr);
+        zel::printError("UNKNOWN LOG MODULE 2 : NULL\n");
         return false;
     }
     const auto level = findWord(levels, levelWord);
     if (level == std::end(levels)) {
-        std::fprintf(stderr, "UNKNOWN LOG MODE : %.*s\n", static_cast<int>(levelWord.size()), levelWord.data());
+        zel::printErrorf("UNKNOWN LOG MODE : %.*s\n", static_cast<int>(levelWord.size()), levelWord.data());
         return true;
     }
     forEachWord(moduleList, [&](std::string_view word) { applyModule(words, word, level->opened, group); });

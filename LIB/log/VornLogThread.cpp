@@ -1,18 +1,20 @@
 // Thread mode of the logger: callers queue, one detached thread writes.
 #include "NGFunctions.h"
-#include "VornLog.h"
+#include "host/SafeWrite.h"
 #include "log/LogWriter.h"
+#include "text/FixedText.h"
 
-#include <cstdio>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using MessageQueue = Queue<MessageQWriteLog *>;
 
-// Queues are never freed, so that a late caller always meets a valid one. A logger that goes leaves its queue here,
+// Queues are never freed, so that a late caller always finds a valid one. A logger that goes leaves its queue here,
 // emptied, for the next one.
 class IdleQueues {
 public:
@@ -35,17 +37,20 @@ public:
     }
 
 private:
+    // Another thread may be changing the list at a fork: the child begins with an empty one.
+    void repair() {
+        zel::renew(m_lock);
+        zel::renew(m_queues);
+    }
+
     std::mutex m_lock;
     std::vector<MessageQueue *> m_queues;
+    zel::ForkRepair m_forkRepair{[](void *queues) { static_cast<IdleQueues *>(queues)->repair(); }, this};
 };
 
 IdleQueues &idleQueues() {
     static auto *queues = new IdleQueues; // outlives every static logger
     return *queues;
-}
-
-template<std::size_t Size> void copyText(char (&to)[Size], const char *from) {
-    std::snprintf(to, Size, "%s", from == nullptr ? "" : from);
 }
 
 // The level is not queued: every message is written as information.
@@ -58,7 +63,7 @@ void writeMessage(CVornLog &log, MessageQWriteLog *message) {
 bool writeNext(CVornLog &log) {
     MessageQWriteLog *message = log.m_pcQueue->pop();
     if (message == nullptr) {
-        std::fputs("l_pclMsgQData===NULL", stderr);
+        zel::printError("l_pclMsgQData===NULL");
         return false;
     }
     writeMessage(log, message);
@@ -92,48 +97,66 @@ int zel::writeQueuedMessages(WorkerLink<CVornLog> &link) {
     return pause;
 }
 
+void zel::startThreadMode(CVornLog &log, LogState &state) {
+    state.link = std::make_shared<WorkerLink<CVornLog>>(&log);
+    log.m_pcQueue = idleQueues().take();
+    log.m_nThreadMode = 1;
+    if (startWorker<writeWhileLoggerLives>(state.link) == 0)
+        return;
+
+    idleQueues().put(log.m_pcQueue);
+    log.m_pcQueue = nullptr;
+    log.m_nThreadMode = 0;
+    state.link.reset();
+    log.fSetThreadChk(1);
+}
+
+void zel::stopThreadMode(CVornLog &log, LogState &state) {
+    if (state.link == nullptr)
+        return;
+    const std::lock_guard held(state.link->lock);
+    while (log.m_pcQueue->getCount() > 0) {
+        if (MessageQWriteLog *message = log.m_pcQueue->pop(); message != nullptr)
+            writeMessage(log, message);
+    }
+    state.link->owner = nullptr;
+    idleQueues().put(log.m_pcQueue);
+}
+
+// The account of what is lost comes with the next line that is written, not in the order of the queue.
+void zel::queueMessage(CVornLog &log, LogState &state, int line, const char *file, const char *message) {
+    std::unique_ptr<MessageQWriteLog> queued;
+    if (log.m_pcQueue->getCount() < LOG_QUEUE_LIMIT)
+        queued.reset(new (std::nothrow) MessageQWriteLog);
+    if (queued == nullptr) {
+        ++state.lost;
+        return;
+    }
+    copyText(queued->m_strCollectData, sizeof(queued->m_strCollectData), message == nullptr ? "" : message);
+    queued->m_nLine = line;
+    copyText(queued->m_strFileName, sizeof(queued->m_strFileName), file == nullptr ? "" : file);
+    if (log.m_pcQueue->pushBelow(queued.get(), LOG_QUEUE_LIMIT))
+        static_cast<void>(queued.release());
+    else
+        ++state.lost;
+}
+
+// The child of a fork has no writer. Its logger writes directly, under the mutex; what is queued is the parent's to
+// write. The queue is left behind: the writer may have been in the middle of it.
+void zel::repairLogger(LogState &state) {
+    CVornLog &log = state.logger;
+    state.forked = true;
+    if (log.m_nThreadMode != 1)
+        return;
+    state.link.reset();
+    log.m_pcQueue = nullptr;
+    log.m_nThreadMode = 0;
+    log.fSetThreadChk(1);
+}
+
 void *fLogThreadQ(void *logger) {
-    const zel::SharedLink<CVornLog> link = static_cast<CVornLog *>(logger)->m_link;
+    const zel::SharedLink<CVornLog> link = static_cast<CVornLog *>(logger)->m_state->link;
     if (link != nullptr)
         writeWhileLoggerLives(link);
     return nullptr;
-}
-
-void CVornLog::startThreadMode() {
-    m_link = std::make_shared<zel::WorkerLink<CVornLog>>(this);
-    m_pcQueue = idleQueues().take();
-    m_nThreadMode = 1;
-    if (zel::startWorker<writeWhileLoggerLives>(m_link) == 0)
-        return;
-
-    idleQueues().put(m_pcQueue);
-    m_pcQueue = nullptr;
-    m_nThreadMode = 0;
-    m_link.reset();
-    fSetThreadChk(1);
-}
-
-void CVornLog::stopThreadMode() {
-    if (m_link == nullptr)
-        return;
-    const std::lock_guard held(m_link->lock);
-    while (m_pcQueue->getCount() > 0) {
-        if (MessageQWriteLog *message = m_pcQueue->pop(); message != nullptr)
-            writeMessage(*this, message);
-    }
-    m_link->owner = nullptr;
-    idleQueues().put(m_pcQueue);
-}
-
-void CVornLog::enqueue(int line, const char *file, const char *message) {
-    if (m_pcQueue->getCount() >= LOG_QUEUE_LIMIT)
-        return;
-    std::unique_ptr<MessageQWriteLog> queued(new (std::nothrow) MessageQWriteLog);
-    if (queued == nullptr)
-        return;
-    copyText(queued->m_strCollectData, message);
-    queued->m_nLine = line;
-    copyText(queued->m_strFileName, file);
-    if (m_pcQueue->pushBelow(queued.get(), LOG_QUEUE_LIMIT))
-        static_cast<void>(queued.release());
 }

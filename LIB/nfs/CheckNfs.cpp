@@ -1,7 +1,10 @@
+// The two probes of an NFS server: its portmapper and NFS service over UDP, its NFS port over TCP.
 #include "CheckNfs.h"
 
 #include "NGFunctions.h"
+#include "host/SafeWrite.h"
 #include "host/ScopedHandle.h"
+#include "text/OwnedText.h"
 #include "threads/TimedCall.h"
 
 #include <arpa/inet.h>
@@ -36,10 +39,6 @@ struct ClientDestroyer {
     void operator()(CLIENT *client) const { clnt_destroy(client); }
 };
 using Client = std::unique_ptr<CLIENT, ClientDestroyer>;
-
-struct Released {
-    void operator()(char *text) const { std::free(text); }
-};
 
 // The first address of a name in host tables and name service.
 bool lookUp(const char *host, in_addr &address) {
@@ -81,7 +80,7 @@ void setTimeouts(CLIENT *client, time_t seconds) {
     timeval timeout{seconds, 0};
     for (const unsigned request : {CLSET_TIMEOUT, CLSET_RETRY_TIMEOUT}) {
         if (!clnt_control(client, request, reinterpret_cast<char *>(&timeout)))
-            std::fprintf(stderr, "unable to set timeout\n");
+            zel::printErrorf("unable to set timeout\n");
     }
 }
 
@@ -116,7 +115,7 @@ bool nfsAnswers(const sockaddr_in &server, in_port_t port) {
 }
 
 // Installs the handler that only interrupts, without SA_RESTART, and puts the previous action back. An alarm that was
-// raised but not delivered yet (blocked, or meant for a thread that does not run) must not meet that action, which by
+// raised but not delivered yet (blocked, or meant for a thread that does not run) must not cause that action, which by
 // default ends the program: ignoring a signal discards what is pending of it.
 class AlarmInterrupts {
 public:
@@ -207,7 +206,7 @@ int fgNfsCheck(const char *source) {
     if (source == nullptr)
         return -1;
     const std::size_t length = std::strcspn(source, ":");
-    const std::unique_ptr<char, Released> host(static_cast<char *>(std::malloc(length + 1)));
+    const zel::Text host(static_cast<char *>(std::malloc(length + 1)));
     if (host == nullptr)
         return -1;
     std::memcpy(host.get(), source, length);

@@ -1,5 +1,6 @@
 #include "NCmdScheduler.h"
 
+#include "host/Shell.h"
 #include "scheduler/CmdWorkers.h"
 #include "threads/SharedValue.h"
 
@@ -14,8 +15,7 @@ using zel::writeShared;
 CCmdScheduler *g_pclCCmdScheduler;
 
 void zel::runAndWait(const char *commandLine) {
-    const int ignored = std::system(commandLine);
-    static_cast<void>(ignored);
+    static_cast<void>(runShell(commandLine));
 }
 
 CCmdScheduler::CCmdScheduler()

@@ -1,3 +1,4 @@
+// The tokenisers, tests and comparisons of NStringLib.h.
 #include "NStringLib.h"
 
 #include <cstring>

@@ -1,8 +1,11 @@
 // Scanners for the numbers in kernel files: what strtoull, strtoll and the scanf conversions "%llu", "%d", "%LX" and
-// "%s" give, without their cost. A cursor runs over terminated text and never passes its terminator.
+// "%s" give, without their cost, and what strtod gives, without its locale. A cursor runs over terminated text and
+// never passes its terminator.
 #pragma once
 
+#include <clocale>
 #include <cstddef>
+#include <cstdlib>
 #include <limits>
 
 namespace zel {
@@ -160,6 +163,31 @@ inline long long takeSigned(const char *&cursor) {
     long long value = 0;
     scanSigned(cursor, value);
     return value;
+}
+
+/// The number at `cursor` as one of the strtod family reads it in the C locale, whatever locale the program has set:
+/// the texts of kernels and scripts keep their decimal point where people write a comma. False, and nothing moved,
+/// without a number.
+template<typename Real>
+bool scanReal(Real (*convert)(const char *, char **, locale_t), const char *&cursor, Real &value) {
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr); // never fails: this one is built in
+    char *end = nullptr;
+    const Real number = convert(cursor, &end, plain);
+    if (end == cursor)
+        return false;
+    value = number;
+    cursor = end;
+    return true;
+}
+
+/// As strtod: decimal and hexadecimal, with an exponent, "inf" and "nan". What does not fit gives an infinity or 0.
+inline bool scanDouble(const char *&cursor, double &value) {
+    return scanReal(strtod_l, cursor, value);
+}
+
+/// As strtof.
+inline bool scanFloat(const char *&cursor, float &value) {
+    return scanReal(strtof_l, cursor, value);
 }
 
 /// As "%*d": false when no number stands at the cursor.

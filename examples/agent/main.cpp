@@ -1,86 +1,69 @@
-// A small agent: samples every collector on a cycle of its own and delivers the texts (Delivery.h has the protocol).
-//   agent [--to HOST:PORT] [--cycle SECONDS]       default: to standard output, a base cycle of 5 seconds
-// It runs in the directory agent/bin of a home. SIGTERM and SIGINT end it. Everything is sampled and delivered on the
-// main thread; beside it run the library's log writer, scheduler worker and watchdog.
+// A small agent: samples every collector on a cycle of its own and delivers the texts (Record.h has the protocol).
+//   agent [--to HOST:PORT] [--cycle SECONDS] [--host NAME]       default: to standard output, a base cycle of 5 seconds
+// It runs in the directory agent/bin of a home, one agent to a home. SIGTERM and SIGINT end it.
+//
+// The main thread samples and never waits for a receiver; a second one delivers (Delivery.h). Between them lies the
+// backlog (Backlog.h). Beside them run the library's log writer, scheduler worker and watchdog (Runtime.h).
+#include "Backlog.h"
 #include "Delivery.h"
+#include "NGFunctions.h"
+#include "Notice.h"
+#include "Numbering.h"
+#include "Options.h"
+#include "Runtime.h"
 #include "Sampling.h"
+#include "Signals.h"
+#include "StandardOutput.h"
+#include "TcpReceiver.h"
 
-#include <csignal>
-#include <cstdlib>
-#include <thread>
+#include <memory>
+#include <optional>
 
 namespace {
 
-volatile std::sig_atomic_t stopRequested = 0;
+constexpr int betweenPasses = 100000; // microseconds
 
-// Settings are assigned before the first collector is built; what is not named here stays 0.
-void applySettings() {
-    static char key[] = "agent_key";
-    g_ptrAgentKey = key;
-    g_nCpuStrType = g_nDiskStrType = g_nInterfaceStrType = 1; // texts, not lists
-    g_nLinuxBandwidthFlag = g_nProcExtendFlag = 1;
-    g_nNfsStatusCheckFlag = 2;
-    g_nDataBufferSaveMaxSize = 100; // megabytes
-    const char *root = std::getenv("ZEL_HOST_ROOT");
-    std::snprintf(g_strHostRoot, sizeof(g_strHostRoot), "%s", root == nullptr ? "" : root);
+std::unique_ptr<agent::Destination> makeDestination(const agent::Options &options) {
+    if (options.receiver.empty())
+        return std::make_unique<agent::StandardOutput>();
+    return std::make_unique<agent::TcpReceiver>(options.receiver);
 }
 
-void sampleUntilStopped(const char *receiver, int cycle) {
-    Delivery delivery(receiver);
-    Sampling sampling(cycle);
-    for (; stopRequested == 0; fgUSleep(200000)) {
-        zel::writeShared(g_nBlockChkSec, fGetPushCurVelmorTime()); // the heartbeat
-        zel::writeShared(g_nAlarmSec, 30);                         // the longest pass that is not interrupted
-        for (Task &task : sampling.tasks) {
-            if (const auto now = std::chrono::steady_clock::now(); stopRequested == 0 && now >= task.due) {
-                task.due = now + task.cycle;
-                delivery.take(task.name, task.sample());
-            }
-        }
-        delivery.sendKept();
-        zel::writeShared(g_nAlarmSec, 0);
+void sampleUntilStopped(int cycle, agent::Runtime &runtime, agent::Backlog &backlog) {
+    agent::Sampling sampling{std::chrono::seconds(cycle)};
+    while (!agent::isStopRequested()) {
+        runtime.passBegins();
+        sampling.pass([&](const char *name, const char *text) { backlog.put(name, text); });
+        backlog.keepLongWaiting();
+        runtime.passEnds();
+        fgUSleep(betweenPasses);
     }
-    std::fprintf(stderr, "agent: run %s ends after %llu records\n", delivery.run.c_str(), delivery.records);
+}
+
+void run(const agent::Options &options, agent::Numbering &numbering) {
+    agent::Backlog backlog(numbering);
+    std::optional<agent::SignalsHeld> signalsHeld(std::in_place); // while threads are started
+    agent::Runtime runtime;
+    agent::Delivery delivery(backlog, makeDestination(options));
+    signalsHeld.reset();
+    sampleUntilStopped(options.cycle, runtime, backlog);
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-    const char *receiver = nullptr;
-    int cycle = 5;
-    for (int i = 1; i < argc; i += 2) {
-        if (i + 1 < argc && std::strcmp(argv[i], "--to") == 0 && std::strchr(argv[i + 1], ':') != nullptr)
-            receiver = argv[i + 1];
-        else if (i + 1 == argc || std::strcmp(argv[i], "--cycle") != 0 || (cycle = std::atoi(argv[i + 1])) < 1)
-            return std::fputs("Usage: agent [--to HOST:PORT] [--cycle SECONDS]\n", stderr), 2;
+    agent::Options options;
+    agent::applySettings();
+    if (!agent::readOptions(argc, argv, options))
+        return 2;
+    agent::installSignalHandlers();
+    agent::Numbering numbering(options.host);
+    if (numbering.isTaken()) {
+        agent::notice("another agent runs in this home");
+        return 1;
     }
-    applySettings();
-    std::signal(SIGTERM, [](int) { stopRequested = 1; });
-    std::signal(SIGINT, [](int) { stopRequested = 1; });
-    std::signal(SIGPIPE, SIG_IGN);
-    struct sigaction onAlarm {}; // without SA_RESTART: ends the system call that it meets
-    onAlarm.sa_handler = fgCNSocket_CathAlam;
-    sigaction(SIGALRM, &onAlarm, nullptr);
-    sigset_t alarmSignal; // is meant for this thread: the others start with it blocked
-    sigemptyset(&alarmSignal);
-    sigaddset(&alarmSignal, SIGALRM);
-    pthread_sigmask(SIG_BLOCK, &alarmSignal, nullptr);
-    fgMakeDirectory("../log/");
-    CVornLog log(2, "example", 7, 1); // files are kept for 7 days; 1: thread mode
-    log.fSetLogPath("../log/");
-    CVornLog::fSetLogModeBit("ERROR");
-    g_pclVornLog = &log;
-    CCmdScheduler scheduler;
-    scheduler.m_nCmdSchedulerType = SCHEDULER_QUEUE;
-    scheduler.fCmdSchedulerStart();
-    g_pclCCmdScheduler = &scheduler;
-    int silence = 60; // seconds without a heartbeat
-    g_nBlockChkFlag = 1;
-    std::thread watchdog(fgAlarmTh, &silence);
-    while (zel::readShared(g_nAlarmThStatus) != 1) // starting, it disarms itself
-        fgUSleep(1000);
-    pthread_sigmask(SIG_UNBLOCK, &alarmSignal, nullptr);
-    sampleUntilStopped(receiver, cycle);
-    zel::writeShared(g_nAlarmThStatus, 0);
-    watchdog.join();
+    run(options, numbering);
+    agent::notice("host %s, series %s: the last record has number %llu", numbering.host().c_str(),
+                  numbering.series().c_str(), numbering.last());
+    return 0;
 }

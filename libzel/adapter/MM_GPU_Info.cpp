@@ -1,10 +1,10 @@
 #include "MM_GPU_Info.h"
 
-#include "FixedText.h"
 #include "LogGate.h"
 #include "NStringLib.h"
-#include "host/ScopedHandle.h"
+#include "host/Shell.h"
 #include "kernel/KernelFile.h"
+#include "text/FixedText.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -82,7 +82,7 @@ CMM_GPU_Info::~CMM_GPU_Info() {
 }
 
 int CMM_GPU_Info::fCheckPCIInfo() {
-    const zel::ScopedPipe pipe(popen(adapterCommand, "re"));
+    const zel::ScopedPipe pipe = zel::readShell(adapterCommand);
     if (pipe == nullptr)
         return 1;
     char answer[answerSize] = {};

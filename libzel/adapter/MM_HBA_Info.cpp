@@ -1,6 +1,5 @@
 #include "MM_HBA_Info.h"
 
-#include "FixedText.h"
 #include "HostRoot.h"
 #include "LogGate.h"
 #include "NGFunctions.h"
@@ -8,6 +7,8 @@
 #include "host/DirectoryWalk.h"
 #include "host/ScopedHandle.h"
 #include "kernel/KernelFile.h"
+#include "scripts/HomeScripts.h"
+#include "text/FixedText.h"
 
 #include <cctype>
 #include <climits>
@@ -166,8 +167,8 @@ CMM_HBA_Info::CMM_HBA_Info()
     : m_pStrHBAZel(fgNewTextBuffer(HBA_ROW_SIZE)), m_pstIO(new ST_HBA_IO{}),
       m_pStrHBACardINV(fgNewTextBuffer(HBA_INVENTORY_SIZE)), m_pStrHBAPortINV(fgNewTextBuffer(HBA_INVENTORY_SIZE)) {
     fgSetTableSplit(m_strSplit);
-    zel::setFixedText(m_strCardDataPath, "../aproc/shell/HBACardINVStrInfo.dat");
-    zel::setFixedText(m_strPortDataPath, "../aproc/shell/HBAPortINVStrInfo.dat");
+    zel::setFixedText(m_strCardDataPath, zel::resultPath(zel::Script::AdapterInventory));
+    zel::setFixedText(m_strPortDataPath, zel::PORT_INVENTORY);
     fSetElapsedTime();
     m_dElapsedTime = 0; // a time origin, not yet an interval
 }

@@ -2,10 +2,10 @@
 #include "LogGate.h"
 #include "MM_HBA_Info.h"
 #include "NCmdScheduler.h"
+#include "scripts/HomeScripts.h"
 #include "scripts/InventoryFile.h"
 
 #include <cstdio>
-#include <cstdlib>
 
 namespace {
 
@@ -14,8 +14,6 @@ constexpr zel::InventoryFormat cardInventory{"TORVHBACARD", 1023, {8, 8}, "inv c
 constexpr zel::InventoryFormat portInventory{"TORVHBAPORT", 1023, {8, 8}, "inv change"};
 
 constexpr int runAtOnce = 1;
-constexpr const char *inventoryCommand = "../../utils/ETC/ShCmd 600 ./libinvinfo 4 1";
-constexpr const char *scheduledCommand = "../../utils/ETC/ShCmd 600 ./libinvinfo 4 1&";
 // The CPU collector's requests go out under the same key.
 constexpr const char *requestKey = "cpu_inv_1";
 
@@ -33,10 +31,10 @@ int CMM_HBA_Info::fGatherHBAPortInv() {
 
 int CMM_HBA_Info::fCommandINV(int mode) {
     if (mode == runAtOnce)
-        return std::system(inventoryCommand) == -1 ? 0 : 1;
+        return zel::runScript(zel::Script::AdapterInventory, runAtOnce) == -1 ? 0 : 1;
     if (g_pclCCmdScheduler == nullptr)
         return 0;
-    return g_pclCCmdScheduler->fCmdSave(requestKey, scheduledCommand) < 0 ? 0 : 1;
+    return zel::scheduleScript(requestKey, zel::Script::AdapterInventory, runAtOnce) < 0 ? 0 : 1;
 }
 
 int CMM_HBA_Info::fINVFileRemove() {

@@ -2,6 +2,8 @@
 
 #include "LogGate.h"
 #include "Settings.h"
+#include "kernel/KernelRelease.h"
+#include "scripts/HomeScripts.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
@@ -86,7 +88,7 @@ CMM_CPU_Info::CMM_CPU_Info()
     m_pStrCpuZEL = fgNewTextBuffer(m_nCpuZELSize);
     m_pStrCpuINV = fgNewTextBuffer(m_nCpuINVSize);
     m_pRealTimeStrCpuZEL = fgNewTextBuffer(m_nCpuZELRealSize);
-    std::snprintf(m_strDataPath, sizeof(m_strDataPath), "%s", "../aproc/shell/CpuINVStrInfo.dat");
+    std::snprintf(m_strDataPath, sizeof(m_strDataPath), "%s", zel::resultPath(zel::Script::CpuInventory));
 }
 
 CMM_CPU_Info::~CMM_CPU_Info() {
@@ -194,7 +196,8 @@ int CMM_CPU_Info::readTicks(zel::CpuRow *ticks) {
     const int length = readStat(text);
     if (length < 1)
         return 0;
-    const auto layout = fMLinux_Minor() <= lastFourFieldMinor ? zel::CpuLayout::FourFields : zel::CpuLayout::FiveFields;
+    const bool fourFields = zel::rulingRelease(*this).minor <= lastFourFieldMinor;
+    const auto layout = fourFields ? zel::CpuLayout::FourFields : zel::CpuLayout::FiveFields;
     const int rows = zel::parseCpuTicks({text, static_cast<std::size_t>(length)}, layout, ticks);
     if (rows == 0) {
         ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_CPU_Info", m_strLogMsg, "cpu read failed");

@@ -1,27 +1,38 @@
+// Construction and the public operations of the disk collector.
 #include "MM_IO_Info.h"
 
 #include "NStringLib.h"
+#include "disk/MM_IO_Pass.h"
+#include "disk/MM_IO_Rates.h"
+#include "disk/MM_IO_State.h"
+#include "disk/MM_IO_Text.h"
 #include "functions/ElapsedTime.h"
-#include "host/RegularFile.h"
+#include "kernel/KernelRelease.h"
+#include "records/PushCapacity.h"
+#include "scripts/HomeScripts.h"
+#include "text/NumberScan.h"
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
 
-constexpr int firstActiveSize = 10000;
-constexpr const char *inventoryPath = "../aproc/shell/DiskINVStrInfo.dat";
-constexpr const char *rateFile = "../aproc/shell/disk_sar_d.txt";
+constexpr const char *inventoryPath = zel::resultPath(zel::Script::DiskInventory);
 constexpr int rateLineSize = 128;
 constexpr float largestRate = 100.0F;
 constexpr float cappedRate = 99.9F;
+constexpr std::size_t comparedNameLength = DISK_NAME_SIZE - 1;
+
+// 0 for a text that is no number.
+float numberIn(const char *text) {
+    double number = 0.0;
+    zel::scanDouble(text, number);
+    return static_cast<float>(number);
+}
 
 float limitedRate(float rate) {
-    if (rate > largestRate)
-        return cappedRate;
-    return rate < 0.0F || std::isnan(rate) ? 0.0F : rate;
+    return rate > largestRate ? cappedRate : static_cast<float>(zel::notBelowZero(static_cast<double>(rate)));
 }
 
 _ST_DISKIO *nextRecord(SSListNode *&cursor) {
@@ -46,13 +57,13 @@ CMM_IO_Info::CMM_IO_Info()
       m_pstrDiskName(fgNewTextBuffer(PERF_TABLE_SIZE)), m_nDiskNameSize(PERF_TABLE_SIZE), m_strDataPath{},
       m_nZELSkipChk(0), m_pStrRealTimeDiskZEL(fgNewTextBuffer(PERF_TABLE_SIZE)), m_nDiskRealZELSize(PERF_TABLE_SIZE),
       m_nInsertFirst(0), m_pstrPollDiskInfo(nullptr), m_pstrPollDiskReturn(nullptr), m_pstrPushDiskInfo(nullptr),
-      m_pstrPushDiskReturn(nullptr), m_nDiskPushCnt(0), m_nActiveSize(firstActiveSize),
+      m_pstrPushDiskReturn(nullptr), m_nDiskPushCnt(0), m_nActiveSize(zel::PUSH_CAPACITY),
       m_stAllDiskList(nullptr), m_strLogMsg{}, m_stOldIoTime{}, m_dElapsedTime(0.0), m_nGatherCount(0),
-      m_pushRows(0), m_pushSums{}, m_inventoryCapacity(PERF_TABLE_SIZE), m_knownLineCapacity(PERF_TABLE_SIZE) {
+      m_state(new zel::DiskState) {
     fgSetTableSplit(m_strSplit);
     fgSetPushSplit(m_strPushSplit);
     std::strcpy(m_strDataPath, inventoryPath);
-    publishTexts();
+    zel::publishTexts(*this);
     fSetElapsedTime();
 }
 
@@ -65,7 +76,6 @@ CMM_IO_Info::~CMM_IO_Info() {
     delete m_pclUtil;
     delete m_pstIO;
     std::free(m_pstDevName);
-    std::free(m_pushList);
     std::free(m_pStrDiskZEL);
     std::free(m_pStrRealTimeDiskZEL);
     std::free(m_pStrDiskINV);
@@ -74,8 +84,7 @@ CMM_IO_Info::~CMM_IO_Info() {
 
 CSSList *CMM_IO_Info::fMGetIoStat(double, int nPerf, int nPush) {
     fSetElapsedTime();
-    const int major = fMLinux_Major();
-    const int minor = fMLinux_Minor();
+    const auto [major, minor] = zel::rulingRelease(*this);
     if (major == 2 && minor == 2)
         return fMGetIoStat_Lin22(nPerf, nPush);
     if (major == 2 && minor == 4)
@@ -85,6 +94,18 @@ CSSList *CMM_IO_Info::fMGetIoStat(double, int nPerf, int nPush) {
     if (major < 3)
         return nullptr;
     return fMGetIoStat_Lin26(nPerf, nPush);
+}
+
+CSSList *CMM_IO_Info::fMGetIoStat_Lin26(int nPerf, int nPush) {
+    return zel::DiskPass(*this, *m_state, zel::diskForm(nPerf, nPush)).overLines(zel::diskstatsRules);
+}
+
+CSSList *CMM_IO_Info::fMGetIoStat_Lin24(int nPerf, int nPush) {
+    return zel::DiskPass(*this, *m_state, zel::diskForm(nPerf, nPush)).overLines(zel::partitionsRules);
+}
+
+CSSList *CMM_IO_Info::fMGetIoStat_Lin22(int nPerf, int nPush) {
+    return zel::DiskPass(*this, *m_state, zel::diskForm(nPerf, nPush)).overBlockCounters();
 }
 
 _ST_DISKIO *CMM_IO_Info::fMGetIoStatNext() {
@@ -115,7 +136,7 @@ char *CMM_IO_Info::fMParceDevUnit(const char *src, char *dst, int size) {
 // Sample: sda 45.30
 int CMM_IO_Info::fGetDiskIoRate(const char *name, float *rate) {
     *rate = 0.0F;
-    const zel::ScopedFile file = zel::openRegularFile(rateFile);
+    const zel::ScopedFile file = zel::openHomeFile(zel::DISK_RATES);
     if (file == nullptr)
         return -1;
     char line[rateLineSize];
@@ -123,8 +144,42 @@ int CMM_IO_Info::fGetDiskIoRate(const char *name, float *rate) {
         char *rest = nullptr;
         const char *disk = Nstrstrtok(line, " ", &rest);
         if (rest != nullptr && std::strcmp(disk, name) == 0)
-            *rate = static_cast<float>(std::strtod(rest, nullptr));
+            *rate = numberIn(rest);
     }
     *rate = limitedRate(*rate);
     return 1;
+}
+
+_ST_DISKIO *CMM_IO_Info::fMComputeIo(const _ST_COMPUTE_IO *sample) {
+    const _ST_COMPUTE_IO *old = fMGetOldCompIo(sample->l_strDEVname);
+    zel::setResult(*m_pstIO, *sample,
+                   old == nullptr ? zel::DiskRates{} : zel::ratesOfBlocks(*sample, *old, m_dElapsedTime));
+    return m_pstIO;
+}
+
+_ST_DISKIO *CMM_IO_Info::fMComputeIo26(const _ST_COMPUTE_IO *sample) {
+    const _ST_COMPUTE_IO *old = fMGetOldCompIo(sample->l_strDEVname);
+    zel::setResult(*m_pstIO, *sample,
+                   old == nullptr ? zel::DiskRates{} : zel::ratesByName(*sample, *old, m_dElapsedTime));
+    return m_pstIO;
+}
+
+_ST_DISKIO *CMM_IO_Info::fMDiskComputeIo(const _ST_COMPUTE_IO *sample, const _ST_DISK_OLD_LIST *old) {
+    zel::setResult(*m_pstIO, *sample, zel::ratesByKey(*sample, *old, m_dElapsedTime));
+    return m_pstIO;
+}
+
+_ST_COMPUTE_IO *CMM_IO_Info::fMGetOldCompIo(const char *name) {
+    return zel::NamedSamples(*m_pclList_Old).find(name);
+}
+
+int CMM_IO_Info::fMSetOldCompIo(const _ST_COMPUTE_IO *sample) {
+    zel::NamedSamples samples(*m_pclList_Old);
+    return samples.keep(*sample, samples.find(sample->l_strDEVname)) ? 1 : 0;
+}
+
+int CMM_IO_Info::fCMPDeviceName(const void *stored, const void *name) {
+    return std::strncmp(static_cast<const char *>(stored), static_cast<const char *>(name), comparedNameLength) == 0
+               ? 1
+               : 0;
 }

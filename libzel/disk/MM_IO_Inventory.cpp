@@ -1,10 +1,14 @@
 // Disk discovery through the partitions script, and the inventory file of CMM_IO_Info.
 #include "LogGate.h"
 #include "MM_IO_Info.h"
-#include "NCmdScheduler.h"
 #include "Settings.h"
 #include "disk/MM_IO_Lines.h"
+#include "disk/MM_IO_Pass.h"
+#include "disk/MM_IO_Samples.h"
+#include "disk/MM_IO_State.h"
 #include "host/RegularFile.h"
+#include "scripts/HomeScripts.h"
+#include "scripts/InventoryFile.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,15 +18,9 @@ namespace {
 
 constexpr const char *logSource = "MM_IO_Info";
 
-constexpr const char *discoveryCommand =
-    "../../utils/ETC/ShCmd 5 ./shell/LINUX/partitions.sh > ../aproc/shell/partitions.dat 2>&1";
-constexpr const char *discoveryResult = "../aproc/shell/partitions.dat";
 constexpr int discoveryLineSize = 1024;
-constexpr unsigned long blocksPerSizeUnit = 1000;
 
-constexpr const char *inventoryCommand = "./shell/libinvdiskexe.sh 2 %d &";
 constexpr const char *inventoryRequest = "disk_inv_1";
-constexpr std::size_t inventoryCommandSize = 64;
 
 constexpr zel::InventoryFormat fetchFormat{"TORVDISK", 512, {8, 8}, ""};
 constexpr zel::InventoryFormat changeFormat{"TORVDISK", 512, {2048, 2048}, "disk inv change"};
@@ -31,11 +29,44 @@ bool logOpen() {
     return zel::errorLogOpen();
 }
 
+// False when discovery has to end.
+bool insertInventory(CMM_IO_Info &disks, const zel::DiscoveredDisk &found) {
+    _ST_DISKIO disk{};
+    zel::setDeviceName(disk.l_strDEVname, found.name);
+    disk.l_nTotSize = found.blocks / zel::DISK_SIZE_UNIT;
+    if (disks.m_pclINVList->fSlInsertFifo(&disk, sizeof(disk), nullptr) == nullptr)
+        return false;
+    return !zel::countedBeyondLimit(++disks.m_nNDevINV);
+}
+
+// The same.
+bool rememberDevice(CMM_IO_Info &disks, const zel::DiscoveredDisk &found) {
+    char deviceName[DISK_NAME_SIZE];
+    zel::setDeviceName(deviceName, found.name);
+    for (int i = 0; i < disks.m_nDevNameCount; ++i) {
+        if (std::strcmp(disks.m_pstDevName[i].m_pstrName, deviceName) == 0)
+            return true;
+    }
+    const auto count = static_cast<std::size_t>(disks.m_nDevNameCount);
+    auto *larger = static_cast<_ST_DEV_NAME *>(std::calloc(count + 1, sizeof(_ST_DEV_NAME)));
+    if (larger == nullptr)
+        return false;
+    if (count > 0)
+        std::memcpy(larger, disks.m_pstDevName, count * sizeof(_ST_DEV_NAME));
+    std::free(disks.m_pstDevName);
+    disks.m_pstDevName = larger;
+    std::strcpy(larger[count].m_pstrName, deviceName);
+    larger[count].m_lTotalSize = found.blocks;
+    ++disks.m_nDevNameCount;
+    ++disks.m_nNDev;
+    return true;
+}
+
 } // namespace
 
 int CMM_IO_Info::fMGetDevNames(int nWithNames) {
-    zel::runForResult(discoveryCommand, discoveryResult);
-    const zel::ScopedFile file = zel::openRegularFile(discoveryResult);
+    zel::runScript(zel::Script::Partitions);
+    const zel::ScopedFile file = zel::openResult(zel::Script::Partitions);
     if (file == nullptr) {
         ZEL_LOG(logOpen(), zel::LOG_LEVEL_ERROR, logSource, m_strLogMsg, "fMGetDevNames D_FOPEN failed");
         return 0;
@@ -47,53 +78,15 @@ int CMM_IO_Info::fMGetDevNames(int nWithNames) {
     char line[discoveryLineSize];
     while (std::fgets(line, sizeof(line), file.get()) != nullptr) {
         const zel::DiscoveredDisk disk = zel::scanDiscoveredDisk(line);
-        if (zel::isReportedDisk(disk) && !takeDiscoveredDisk(disk.name, disk.blocks, intoNames))
+        if (zel::isReportedDisk(disk) && !(intoNames ? rememberDevice(*this, disk) : insertInventory(*this, disk)))
             break;
     }
     ZEL_LOG(logOpen(), zel::LOG_LEVEL_ERROR, logSource, m_strLogMsg, "fMGetDevNames end ");
     return m_nNDev;
 }
 
-// False when discovery has to end.
-bool CMM_IO_Info::takeDiscoveredDisk(const char *shortName, unsigned long blocks, bool intoNames) {
-    char deviceName[DISK_NAME_SIZE] = {};
-    std::snprintf(deviceName, sizeof(deviceName), "/dev/%s", shortName);
-    return intoNames ? rememberDevice(deviceName, blocks) : insertInventory(deviceName, blocks);
-}
-
-bool CMM_IO_Info::insertInventory(const char *deviceName, unsigned long blocks) {
-    _ST_DISKIO disk{};
-    std::strcpy(disk.l_strDEVname, deviceName);
-    disk.l_nTotSize = blocks / blocksPerSizeUnit;
-    if (m_pclINVList->fSlInsertFifo(&disk, sizeof(disk), nullptr) == nullptr)
-        return false;
-    return !countedBeyondLimit(++m_nNDevINV);
-}
-
-bool CMM_IO_Info::rememberDevice(const char *deviceName, unsigned long blocks) {
-    for (int i = 0; i < m_nDevNameCount; ++i) {
-        if (std::strcmp(m_pstDevName[i].m_pstrName, deviceName) == 0)
-            return true;
-    }
-    const auto count = static_cast<std::size_t>(m_nDevNameCount);
-    auto *larger = static_cast<_ST_DEV_NAME *>(std::calloc(count + 1, sizeof(_ST_DEV_NAME)));
-    if (larger == nullptr)
-        return false;
-    if (count > 0)
-        std::memcpy(larger, m_pstDevName, count * sizeof(_ST_DEV_NAME));
-    std::free(m_pstDevName);
-    m_pstDevName = larger;
-    std::strcpy(m_pstDevName[count].m_pstrName, deviceName);
-    m_pstDevName[count].m_lTotalSize = blocks;
-    ++m_nDevNameCount;
-    ++m_nNDev;
-    return true;
-}
-
 int CMM_IO_Info::fCommandINV(int n) {
-    char command[inventoryCommandSize];
-    std::snprintf(command, sizeof(command), inventoryCommand, n);
-    return g_pclCCmdScheduler == nullptr ? -1 : g_pclCCmdScheduler->fCmdSave(inventoryRequest, command);
+    return zel::scheduleScript(inventoryRequest, zel::Script::DiskInventory, n);
 }
 
 int CMM_IO_Info::fCommandExecute() {
@@ -102,14 +95,14 @@ int CMM_IO_Info::fCommandExecute() {
 
 int CMM_IO_Info::fGetDiskINV() {
     return zel::fetchInventory(m_strDataPath, fetchFormat,
-                               {m_pStrDiskINV, m_nDiskINVSize, nullptr, &m_inventoryCapacity}, m_nDiskINVCnt,
+                               {m_pStrDiskINV, m_nDiskINVSize, nullptr, &m_state->inventoryCapacity}, m_nDiskINVCnt,
                                {logOpen(), logSource, m_strLogMsg});
 }
 
 // A longer known line states its new size in the size of the inventory text: consumers read it there.
 int CMM_IO_Info::fDiskChangeCheck() {
     return zel::checkInventoryChange(m_strDataPath, changeFormat,
-                                     {m_pstrDiskName, m_nDiskNameSize, &m_nDiskINVSize, &m_knownLineCapacity},
+                                     {m_pstrDiskName, m_nDiskNameSize, &m_nDiskINVSize, &m_state->knownLineCapacity},
                                      {logOpen(), logSource, m_strLogMsg});
 }
 

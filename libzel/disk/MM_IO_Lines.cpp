@@ -1,6 +1,7 @@
+// The fields of the kernel's disk files.
 #include "disk/MM_IO_Lines.h"
 
-#include "kernel/FieldScanner.h"
+#include <cstring>
 
 namespace zel {
 
@@ -11,7 +12,6 @@ constexpr int minorDigits = 4;
 constexpr std::size_t longestRawName = DISK_RAW_NAME_SIZE - 1;
 constexpr std::size_t longestShortName = 63;
 
-constexpr unsigned long blocksPerSizeUnit = 1000;
 constexpr unsigned long smallestReportedSize = 1000; // in size units
 constexpr int discoveryFields = 4;
 constexpr int discoveryFieldsNeeded = 3;
@@ -36,6 +36,21 @@ bool takeCounters(FieldScanner &fields, _ST_DISKSTATS_ &disk) {
            fields.takeUnsigned(disk.wr_sectors) && fields.takeUnsigned(disk.wr_ticks) && fields.skipNumber();
 }
 
+// Sample:    8       0 sda 49701 2922 3195598 624070 12280 9884 821188 117209 0 32962 714508
+bool takeDiskstats(FieldScanner &fields, _ST_DISKSTATS_ &disk) {
+    return fields.takeWord(disk.name, longestRawName) && takeCounters(fields, disk) &&
+           fields.takeUnsigned(disk.ticks) && fields.takeUnsigned(disk.aveq);
+}
+
+// Sample:    8     0   17921835 sda 2714 5421 64632 13520 1610 2921 36280 70910 0 11020 84430
+bool takePartitions(FieldScanner &fields, _ST_DISKSTATS_ &disk) {
+    unsigned ticks = 0;
+    const bool complete = fields.skipNumber() && fields.takeWord(disk.name, longestRawName) &&
+                          takeCounters(fields, disk) && fields.takeUnsigned(ticks) && fields.takeUnsigned(disk.aveq);
+    disk.ticks = ticks;
+    return complete;
+}
+
 // Logical volumes and the paths of a multipath disk: their disks are reported.
 bool isStackedDevice(std::string_view name) {
     return contains(name, "dm-") || contains(name, "sddlma");
@@ -55,32 +70,6 @@ bool isLeftOut(std::string_view name) {
 }
 
 } // namespace
-
-// Sample:    8       0 sda 49701 2922 3195598 624070 12280 9884 821188 117209 0 32962 714508
-int scanDiskstatsLine(const char *line, _ST_DISKSTATS_ &disk) {
-    clear(disk);
-    int major = 0;
-    int minor = 0;
-    FieldScanner fields(line);
-    static_cast<void>(fields.takeInt(major, minorDigits) && fields.takeInt(minor, minorDigits) &&
-                      fields.takeWord(disk.name, longestRawName) && takeCounters(fields, disk) &&
-                      fields.takeUnsigned(disk.ticks) && fields.takeUnsigned(disk.aveq));
-    return fields.conversions();
-}
-
-// Sample:    8     0   17921835 sda 2714 5421 64632 13520 1610 2921 36280 70910 0 11020 84430
-int scanPartitionsLine(const char *line, _ST_DISKSTATS_ &disk) {
-    clear(disk);
-    int major = 0;
-    int minor = 0;
-    unsigned ticks = 0;
-    FieldScanner fields(line);
-    static_cast<void>(fields.takeInt(major, minorDigits) && fields.takeInt(minor, minorDigits) && fields.skipNumber() &&
-                      fields.takeWord(disk.name, longestRawName) && takeCounters(fields, disk) &&
-                      fields.takeUnsigned(ticks) && fields.takeUnsigned(disk.aveq));
-    disk.ticks = ticks;
-    return fields.conversions();
-}
 
 // Sample:    3     0    8257032 hda
 int scanPartitionSizeLine(const char *line, unsigned long &blocks, char (&name)[64]) {
@@ -111,25 +100,50 @@ DiscoveredDisk scanDiscoveredDisk(const char *line) {
 }
 
 bool isReportedDisk(const DiscoveredDisk &disk) {
-    if (disk.blocks / blocksPerSizeUnit < smallestReportedSize)
+    if (disk.blocks / DISK_SIZE_UNIT < smallestReportedSize)
         return false;
     if (disk.conversions == discoveryFields && disk.accepted == 0)
         return false;
     return disk.conversions >= discoveryFieldsNeeded && disk.minor % minorsPerDisk == 0;
 }
 
-bool DiskLineRules::isPartition(const char *line) const {
+const DiskLineRules diskstatsRules{"/proc/diskstats", takeDiskstats, isLeftOut, true, true};
+const DiskLineRules partitionsRules{"/proc/partitions", takePartitions, isStackedDevice, false, false};
+
+DiskLine::DiskLine(const DiskLineRules &rules, const char *line) : m_rules(rules), m_fields(line) {
     int major = 0;
-    int minor = 0;
-    char name[sizeof("nvme")];
-    FieldScanner fields(line);
-    static_cast<void>(fields.takeInt(major, minorDigits) && fields.takeInt(minor, minorDigits));
-    if (minor % minorsPerDisk == 0)
-        return false;
-    return !keepsNvmePartitions || !fields.takeWord(name, sizeof(name) - 1) || std::string_view(name) != "nvme";
+    m_numbered = m_fields.takeInt(major, minorDigits) && m_fields.takeInt(m_minor, minorDigits);
 }
 
-const DiskLineRules diskstatsRules{"/proc/diskstats", scanDiskstatsLine, isLeftOut, true, true};
-const DiskLineRules partitionsRules{"/proc/partitions", scanPartitionsLine, isStackedDevice, false, false};
+bool DiskLine::isPartition() const {
+    if (m_minor % minorsPerDisk == 0)
+        return false;
+    char name[sizeof("nvme")];
+    FieldScanner ahead = m_fields;
+    return !m_rules.keepsNvmePartitions || !ahead.takeWord(name, sizeof(name) - 1) || std::string_view(name) != "nvme";
+}
+
+int DiskLine::take(_ST_DISKSTATS_ &disk) {
+    clear(disk);
+    static_cast<void>(m_numbered && m_rules.takeDisk(m_fields, disk));
+    return m_fields.conversions();
+}
+
+// Sample: disk_rblk 26604 0 0 0
+DiskValues::DiskValues(const char *statText, const char *key) : m_next(statText) {
+    const std::size_t length = std::strlen(key);
+    while (m_next != nullptr && std::strncmp(m_next, key, length) != 0) {
+        m_next = std::strchr(m_next, '\n');
+        if (m_next != nullptr)
+            ++m_next;
+    }
+    if (m_next != nullptr)
+        m_next += length;
+}
+
+unsigned long long DiskValues::take() {
+    m_next += std::strspn(m_next, " \t");
+    return *m_next == '\n' ? 0 : takeUnsigned(m_next);
+}
 
 } // namespace zel

@@ -8,6 +8,7 @@
 #include "filesystem/MM_FS_Nfs.h"
 #include "filesystem/MM_FS_Text.h"
 #include "filesystem/MM_FS_VMware.h"
+#include "scripts/HomeScripts.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -153,7 +154,7 @@ bool CMM_FS_Info::walkMountTable(FilesystemPass pass, const Taker &take) {
 bool CMM_FS_Info::takeMounts(FilesystemPass pass, const Taker &take) {
     zel::NfsWalk nfs;
     if (!nfs.listOpen())
-        FS_LOG_ERROR("fopen failed(%s)", zel::NFS_LIST_FILE);
+        FS_LOG_ERROR("fopen failed(%s)", zel::NFS_LIST);
     zel::MountTable table(m_mountFile);
     if (!table.isOpen()) {
         FS_LOG_ERROR("setmntent failed(%d)", table.openError());
@@ -183,7 +184,7 @@ bool CMM_FS_Info::takeMounts(FilesystemPass pass, const Taker &take) {
 // Lists an NFS mount and says whether it is measured too.
 bool CMM_FS_Info::remoteMayBeTouched(const MountEntry &entry, zel::NfsWalk &nfs) {
     if (!nfs.list(entry))
-        FS_LOG_ERROR("fputs failed(%s)", zel::NFS_LIST_FILE);
+        FS_LOG_ERROR("fputs failed(%s)", zel::NFS_LIST);
     if (m_nNFSFlag != 1)
         return false;
     if (nfs.serverAnswers(entry.device))
@@ -215,9 +216,9 @@ void CMM_FS_Info::addDatastores(FilesystemPass pass, const Taker &take) {
     if (zel::readDatastores(take))
         return;
     if (pass == FilesystemPass::Records)
-        FS_LOG_ERROR("(FS) VMWare FS Gtr %s file not found", zel::DATASTORE_FILE);
+        FS_LOG_ERROR("(FS) VMWare FS Gtr %s file not found", zel::resultPath(zel::Script::Datastores));
     else
-        FS_LOG_ERROR("VMWare file not found(%s)", zel::DATASTORE_FILE);
+        FS_LOG_ERROR("VMWare file not found(%s)", zel::resultPath(zel::Script::Datastores));
 }
 
 void CMM_FS_Info::fSetVMFlag(int vmFlag, int isVMware) {

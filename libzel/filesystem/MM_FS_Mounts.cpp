@@ -1,10 +1,10 @@
 #include "filesystem/MM_FS_Mounts.h"
 
-#include "FixedText.h"
 #include "HostRoot.h"
 #include "MM_FS_Info.h"
 #include "Settings.h"
 #include "host/HostOpen.h"
+#include "text/FixedText.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -4,6 +4,7 @@
 #include "Settings.h"
 #include "filesystem/MM_FS_Mounts.h"
 #include "host/RegularFile.h"
+#include "scripts/HomeScripts.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -54,7 +55,7 @@ bool isNfs(const char *type) {
     return std::strstr(type, "nfs") != nullptr;
 }
 
-NfsWalk::NfsWalk() : m_list(openToWrite(NFS_LIST_FILE)) {}
+NfsWalk::NfsWalk() : m_list(openToWrite(NFS_LIST)) {}
 
 void NfsWalk::meet(const MountEntry &entry) {
     m_mountPoints.emplace_back(entry.mountPoint);

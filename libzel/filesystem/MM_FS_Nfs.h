@@ -12,8 +12,6 @@ namespace zel {
 
 struct MountEntry;
 
-inline constexpr const char *NFS_LIST_FILE = "../aproc/shell/NFSList.dat";
-
 /// True when the type contains "nfs".
 bool isNfs(const char *type);
 

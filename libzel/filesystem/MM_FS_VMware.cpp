@@ -1,7 +1,8 @@
 #include "filesystem/MM_FS_VMware.h"
 
 #include "MM_FS_Info.h"
-#include "host/RegularFile.h"
+#include "scripts/HomeScripts.h"
+#include "text/NumberScan.h"
 
 #include <cmath>
 #include <cstdio>
@@ -11,8 +12,6 @@
 namespace {
 
 constexpr int lineSize = 512;
-
-constexpr const char *scriptCommand = "../../utils/ETC/ShCmd 5 ./shell/LINUX/VMWare_FS.sh %s 2> /dev/null";
 
 enum Column { COLUMN_DEVICE = 1, COLUMN_TOTAL, COLUMN_USED, COLUMN_AVAILABLE, COLUMN_USAGE, COLUMN_NAME };
 
@@ -25,7 +24,8 @@ unsigned long long kilobytes(const char *token) {
 }
 
 double usagePercent(const char *token) {
-    const double usage = std::strtod(token, nullptr);
+    double usage = 0.0;
+    zel::scanDouble(token, usage);
     return std::isfinite(usage) ? usage : 0.0;
 }
 
@@ -70,10 +70,7 @@ int takeToken(int column, const char *token, _ST_FS &datastore) {
 namespace zel {
 
 void runDatastoreScript() {
-    char command[256];
-    std::snprintf(command, sizeof(command), scriptCommand, DATASTORE_FILE);
-    // What the script achieved shows in its file.
-    [[maybe_unused]] const int status = std::system(command);
+    runScript(Script::Datastores);
 }
 
 // Sample: /vmfs/volumes/datastore1 10485760 4194304 6291456 40 datastore1
@@ -90,9 +87,9 @@ void parseDatastores(char *line, const std::function<void(const _ST_FS &)> &take
 }
 
 bool readDatastores(const std::function<void(const _ST_FS &)> &take) {
-    ScopedFile file = openRegularFile(DATASTORE_FILE);
+    ScopedFile file = openResult(Script::Datastores);
     if (file == nullptr)
-        file = openRegularFile(DATASTORE_FALLBACK_FILE);
+        file = openHomeFile(OLDER_DATASTORES);
     if (file == nullptr)
         return false;
     char line[lineSize];

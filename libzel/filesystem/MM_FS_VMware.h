@@ -7,10 +7,7 @@ struct _ST_FS;
 
 namespace zel {
 
-inline constexpr const char *DATASTORE_FILE = "../aproc/shell/vmware_fs_inv.dat";
-inline constexpr const char *DATASTORE_FALLBACK_FILE = "../aproc/shell/vmware_fs_inv.dat_";
-
-/// Has the script write DATASTORE_FILE, within 5 seconds.
+/// Has the script write the file of the datastores.
 void runDatastoreScript();
 
 /// Gives every datastore of the file, or of the fallback file when it cannot be opened, to `take`. False when neither

@@ -3,7 +3,7 @@
 #include "HostRoot.h"
 #include "LogGate.h"
 #include "VornLog.h"
-#include "host/ScopedHandle.h"
+#include "host/Shell.h"
 #include "host/ShellSafe.h"
 
 #include <algorithm>
@@ -48,7 +48,7 @@ unsigned int CMemory_Info::GetMemoryNum() {
     if (g_nPrint == 1)
         std::fprintf(stderr, "Memory popen command : %s\n", command);
 
-    const zel::ScopedPipe pipe(popen(command, "re"));
+    const zel::ScopedPipe pipe = zel::readShell(command);
     char output[outputSize];
     if (pipe != nullptr && std::fgets(output, sizeof(output), pipe.get()) != nullptr)
         m_nMemoryNum = parseCount(output);

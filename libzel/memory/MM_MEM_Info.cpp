@@ -2,9 +2,9 @@
 
 #include "PerfText.h"
 #include "Settings.h"
-#include "host/RegularFile.h"
 #include "kernel/KernelFile.h"
 #include "kernel/KernelText.h"
+#include "scripts/HomeScripts.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
@@ -218,9 +218,8 @@ unsigned long long *CMM_MEM_Info::fMGetSwap_k2_6() {
 // --- Memory modules ------------------------------------------------------------------------------------------------
 
 int *CMM_MEM_Info::fMGetMemCnt() {
-    // The list tells whether the script worked.
-    [[maybe_unused]] const int status = std::system("../../utils/ETC/ShCmd 5 ./shell/LINUX/MemCntInfoLIN.sh");
-    const zel::ScopedFile file = zel::openRegularFile("../aproc/shell/MemCntInfo.dat");
+    zel::runScript(zel::Script::MemoryModules);
+    const zel::ScopedFile file = zel::openResult(zel::Script::MemoryModules);
     if (file == nullptr)
         return nullptr;
 

@@ -1,3 +1,4 @@
+// Entries of the bandwidth list and its message for missing memory.
 #include "BandwidthList.h"
 
 void BandwidthListTexts::allocationFailed(char (&message)[NAMED_LIST_ERROR_SIZE], int error) {

@@ -1,6 +1,8 @@
+// Opens the interface table, splits its lines and reads their counters.
 #include "network/InterfaceReader.h"
 
 #include "host/HostOpen.h"
+#include "text/LineReader.h"
 #include "text/NumberScan.h"
 
 #include <cerrno>
@@ -71,18 +73,9 @@ void takeColumns(const Counter (&columns)[Count], const char *text, user_net_dev
     }
 }
 
-// Reads a line into `line`. Of one that does not fit the rest is passed over: it is no interface.
-template<std::size_t Size> bool readLine(std::FILE *stream, char (&line)[Size]) {
-    line[Size - 2] = '\0';
-    if (fgets_unlocked(line, Size, stream) == nullptr)
-        return false;
-    if (line[Size - 2] == '\0' || line[Size - 2] == '\n')
-        return true;
-    int character = 0;
-    do
-        character = getc_unlocked(stream);
-    while (character != '\n' && character != EOF);
-    return true;
+// What is beyond the buffer is no interface.
+template<std::size_t Size> bool takeLine(std::FILE *stream, char (&line)[Size]) {
+    return zel::readLine(stream, line) != zel::Line::None;
 }
 
 } // namespace
@@ -97,7 +90,7 @@ int interfaceLayout(const char *headerLine) {
 }
 
 // Samples:   eth0:   100 ...     eth0:100 ...     eth0:1:   100 ... (an alias)
-// A ":" with digits and a further ":" behind it belongs to the name, any other ends it.
+// A ":" that digits and a further ":" follow belongs to the name, any other ends it.
 const char *takeInterfaceName(const char *line, char (&name)[INTERFACE_NAME_SIZE]) {
     line = skipBlanks(line);
     const char *end = line;
@@ -117,7 +110,7 @@ const char *takeInterfaceName(const char *line, char (&name)[INTERFACE_NAME_SIZE
     return *end == ':' ? end + 1 : end;
 }
 
-// Samples, behind the name:
+// Samples, after the name:
 //   3  18687536  491 0 0 0 0 0 0  25259  301 0 0 0 0 0 0
 //   2  18687536  491 0 0 0 0  25259  301 0 0 0 0 0
 //   1  491 0 0 0 0  301 0 0 0 0 0
@@ -170,10 +163,10 @@ int InterfaceReader::open() {
     std::setvbuf(m_stream, m_streamBuffer, _IOFBF, sizeof(m_streamBuffer));
 
     char header[headerLineSize];
-    const bool complete = readLine(m_stream, header) && readLine(m_stream, header);
+    const bool complete = takeLine(m_stream, header) && takeLine(m_stream, header);
     m_layout = interfaceLayout(complete ? header : "");
 
-    m_socket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    m_socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
         traceInterfaceError(m_trace, "socket error");
         return -1;
@@ -185,7 +178,7 @@ const interface *InterfaceReader::next() {
     if (!m_open || m_stream == nullptr)
         return nullptr;
     char line[interfaceLineSize];
-    if (!readLine(m_stream, line))
+    if (!takeLine(m_stream, line))
         return nullptr;
     *m_record = {};
     parseInterfaceCounters(m_layout, takeInterfaceName(line, m_record->name), m_record->stats);

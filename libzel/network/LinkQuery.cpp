@@ -1,3 +1,4 @@
+// Asks the kernel for the flags of interfaces.
 #include "network/LinkQuery.h"
 
 #include <cstring>

@@ -3,9 +3,10 @@
 
 #include "NStringLib.h"
 #include "host/HostOpen.h"
-#include "host/RegularFile.h"
 #include "host/ShellSafe.h"
-#include "scripts/ScriptLine.h"
+#include "network/MM_NWT_State.h"
+#include "scripts/HomeScripts.h"
+#include "text/LineReader.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -14,28 +15,32 @@
 
 namespace {
 
-constexpr const char *sourceName = "MM_NWT_Info";
-
-constexpr const char *namesPath = "../aproc/shell/IFName.dat";
-constexpr const char *bandwidthsPath = "../aproc/shell/IFName_bandwidth.dat";
-
 constexpr std::size_t lineSize = 256;
-constexpr std::size_t commandSize = 1024;
-constexpr std::size_t resultPathSize = 512;
+constexpr std::size_t measuredNameSize = 256;
+constexpr std::size_t bondPathSize = 1024;
 
 // More interfaces than any host has: a script's output gone wild does not occupy the collector for ever.
 constexpr int lineLimit = 10000;
 
 constexpr const char *lineMarker = "TORVSC";
 constexpr std::string_view activeMember = "Currently Active Slave";
-constexpr std::size_t memberColumn = activeMember.size() + 1; // behind the colon
+constexpr std::size_t memberColumn = activeMember.size() + 1; // after the colon
 
-template<std::size_t Size> void runInto(char (&command)[Size], const char *format, const char *path) {
-    std::snprintf(command, Size, format, path);
-    zel::runForResult(command, path);
-}
+// A script whose result is a file of lines, and the messages around it.
+struct LineScript {
+    zel::Script script;
+    bool (*logOpen)();
+    const char *startMessage;
+    const char *endMessage; // null: none
+};
 
-// Hands every line that fits to `take`, which may cut it.
+constexpr LineScript duplexScript{zel::Script::BandwidthsAndDuplex, zel::loggerInstalled, "Bandwidth Duplex START",
+                                  "Bandwidth Duplex END"};
+constexpr LineScript bandwidthScript{zel::Script::Bandwidths, zel::interfaceLogOpen, "Bandwidth GTR START",
+                                     "Bandwidth GTR END"};
+constexpr LineScript namesScript{zel::Script::InterfaceNames, zel::interfaceLogOpen, "Bandwidth GTR START", nullptr};
+
+// Hands every line of `file` that fits to `take`, which may cut it.
 template<typename Take> void takeLines(std::FILE *file, Take take) {
     char line[lineSize];
     zel::Line kind{};
@@ -45,6 +50,23 @@ template<typename Take> void takeLines(std::FILE *file, Take take) {
     }
 }
 
+// Runs `script` and hands the lines of its result to `take`.
+template<typename Take> void runForLines(CMM_NWT_Info &collector, const LineScript &script, Take take) {
+    const auto log = [&](const char *format, const char *text) {
+        ZEL_LOG(script.logOpen(), zel::LOG_LEVEL_NORMAL, zel::NETWORK_SOURCE_NAME, collector.m_strLogMsg, format, text);
+    };
+    log("%s", script.startMessage);
+    zel::runScript(script.script);
+    const zel::ScopedFile file = zel::openResult(script.script);
+    if (file == nullptr) {
+        log("Bandwidth GTR failed(%s not found)", zel::resultPath(script.script));
+        return;
+    }
+    takeLines(file.get(), take);
+    if (script.endMessage != nullptr)
+        log("%s", script.endMessage);
+}
+
 struct BandwidthLine {
     const char *name;
     long bandwidth;
@@ -52,7 +74,8 @@ struct BandwidthLine {
 };
 
 // Sample: TORVSC|eth0|1000000|2
-// Exactly four fields, of which the first is the marker and the second is not empty. Cuts `line`.
+// Exactly four fields, of which the first is the marker. The name may be empty: the list refuses it with a message, as
+// it does for every caller. Cuts `line`.
 bool parseMarkedLine(char *line, BandwidthLine &parsed) {
     constexpr int fieldCount = 4;
     char *fields[fieldCount] = {};
@@ -63,7 +86,7 @@ bool parseMarkedLine(char *line, BandwidthLine &parsed) {
             return false;
         fields[count++] = field;
     }
-    if (count != fieldCount || std::strcmp(fields[0], lineMarker) != 0 || fields[1][0] == '\0')
+    if (count != fieldCount || std::strcmp(fields[0], lineMarker) != 0)
         return false;
     parsed = {fields[1], std::strtol(fields[2], nullptr, 10), static_cast<int>(std::strtol(fields[3], nullptr, 10))};
     return true;
@@ -85,100 +108,9 @@ int parseMegabits(const char *line) {
     return static_cast<int>(static_cast<unsigned int>(std::strtol(line, nullptr, 10)) * kilobitsPerMegabit);
 }
 
-} // namespace
-
-int CMM_NWT_Info::fGetNewBandwidthDuplex() {
-    ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth Duplex START");
-    char command[commandSize];
-    runInto(command, "../../utils/ETC/ShCmd 30 ./shell/LINUX/ifname_bandwidth_duplex.sh > %s 2> /dev/null",
-            bandwidthsPath);
-    const zel::ScopedFile file = zel::openRegularFile(bandwidthsPath);
-    if (file == nullptr) {
-        ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth GTR failed(%s not found)", bandwidthsPath);
-        return 1;
-    }
-    takeLines(file.get(), [this](char *line) {
-        BandwidthLine parsed{};
-        if (!parseMarkedLine(line, parsed))
-            return;
-        ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth Duplex-add-set[%s][%ld][%d]", parsed.name, parsed.bandwidth, parsed.duplex);
-        m_pclBandwidthList->fAddLinkedList(parsed.name, parsed.bandwidth, parsed.duplex);
-    });
-    ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth Duplex END");
-    return 1;
-}
-
-int CMM_NWT_Info::fGetNewBandwidth() {
-    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR START");
-    char command[commandSize];
-    runInto(command, "../../utils/ETC/ShCmd 10 ./shell/LINUX/ifname_bandwidth.sh > %s 2> /dev/null", bandwidthsPath);
-    const zel::ScopedFile file = zel::openRegularFile(bandwidthsPath);
-    if (file == nullptr) {
-        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth GTR failed(%s not found)", bandwidthsPath);
-        return 1;
-    }
-    takeLines(file.get(), [this](char *line) {
-        BandwidthLine parsed{};
-        if (parsePlainLine(line, parsed))
-            m_pclBandwidthList->fAddLinkedList(parsed.name, parsed.bandwidth, parsed.duplex);
-    });
-    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR END");
-    return 1;
-}
-
-int CMM_NWT_Info::fGetBandwidth() {
-    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth GTR START");
-    char command[commandSize];
-    runInto(command, "../../utils/ETC/ShCmd 10 ./shell/LINUX/IFName.sh > %s 2> /dev/null", namesPath);
-    const zel::ScopedFile file = zel::openRegularFile(namesPath);
-    if (file == nullptr) {
-        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth GTR failed(%s not found)", namesPath);
-        return 1;
-    }
-    takeLines(file.get(), [this](const char *name) {
-        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth [%s] GTR1", name);
-        measureBandwidth(name);
-    });
-    return 1;
-}
-
-// Has one interface measured, through its active member when it is a bond, and adds what the script found.
-void CMM_NWT_Info::measureBandwidth(const char *name) {
-    char measured[MEASURED_NAME_SIZE];
-    if (!nameToMeasure(name, measured)) {
-        ZEL_LOG(zel::errorLogOpen(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB6), zel::LOG_LEVEL_ERROR, sourceName,
-                m_strLogMsg, "Bandwidth refused for interface name[%s]", name);
-        return;
-    }
-    char path[resultPathSize];
-    std::snprintf(path, sizeof(path), "../aproc/shell/BandWidth_%s.dat", name);
-    char command[commandSize];
-    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/BandWidth.sh %s %s 2> /dev/null",
-                  measured, path);
-    zel::runForResult(command, path);
-
-    const zel::ScopedFile file = zel::openRegularFile(path);
-    if (file == nullptr) {
-        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
-                "Bandwidth failed(%s not found)", path);
-        return;
-    }
-    char line[lineSize];
-    if (zel::readLine(file.get(), line) == zel::Line::None)
-        return;
-    const int bandwidth = parseMegabits(line);
-    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "Bandwidth success[%s][%d]KB",
-            name, bandwidth);
-    m_pclBandwidthList->fAddLinkedList(name, bandwidth, DUPLEX_HALF);
-}
-
 // A bond is measured through its active member; a VLAN on a bond ("bond0.100") through that of the bond. False when the
 // name itself or the member's must not reach a shell.
-bool CMM_NWT_Info::nameToMeasure(const char *name, char (&measured)[MEASURED_NAME_SIZE]) {
+bool nameToMeasure(CMM_NWT_Info &collector, const char *name, char (&measured)[measuredNameSize]) {
     const std::string_view whole(name);
     if (!zel::shellSafe(whole) || whole.size() >= sizeof(measured))
         return false;
@@ -186,15 +118,71 @@ bool CMM_NWT_Info::nameToMeasure(const char *name, char (&measured)[MEASURED_NAM
     const std::string_view target = bonded ? whole.substr(0, whole.find('.')) : whole;
     measured[target.copy(measured, sizeof(measured) - 1)] = '\0';
     char member[NAMED_LIST_NAME_SIZE];
-    if (!bonded || fGetBondInfo(measured, member) != 1)
+    if (!bonded || collector.fGetBondInfo(measured, member) != 1)
         return zel::shellSafe(measured);
     std::strcpy(measured, member);
     return zel::shellSafe(measured);
 }
 
+// Has one interface measured, through its active member when it is a bond, and adds what the script found.
+void measureBandwidth(CMM_NWT_Info &collector, const char *name) {
+    char measured[measuredNameSize];
+    if (!nameToMeasure(collector, name, measured)) {
+        ZEL_LOG(zel::interfaceErrorLogOpen(), zel::LOG_LEVEL_ERROR, zel::NETWORK_SOURCE_NAME, collector.m_strLogMsg,
+                "Bandwidth refused for interface name[%s]", name);
+        return;
+    }
+    zel::runScript(zel::Script::Bandwidth, measured, name);
+    const zel::ScopedFile file = zel::openResult(zel::Script::Bandwidth, name);
+    if (file == nullptr) {
+        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, zel::NETWORK_SOURCE_NAME, collector.m_strLogMsg,
+                "Bandwidth failed(%s not found)", zel::namedResultPath(zel::Script::Bandwidth, name).text);
+        return;
+    }
+    char line[lineSize];
+    if (zel::readLine(file.get(), line) == zel::Line::None)
+        return;
+    const int bandwidth = parseMegabits(line);
+    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, zel::NETWORK_SOURCE_NAME, collector.m_strLogMsg,
+            "Bandwidth success[%s][%d]KB", name, bandwidth);
+    collector.m_pclBandwidthList->fAddLinkedList(name, bandwidth, DUPLEX_HALF);
+}
+
+} // namespace
+
+int CMM_NWT_Info::fGetNewBandwidthDuplex() {
+    runForLines(*this, duplexScript, [this](char *line) {
+        BandwidthLine parsed{};
+        if (!parseMarkedLine(line, parsed))
+            return;
+        ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, zel::NETWORK_SOURCE_NAME, m_strLogMsg,
+                "Bandwidth Duplex-add-set[%s][%ld][%d]", parsed.name, parsed.bandwidth, parsed.duplex);
+        m_pclBandwidthList->fAddLinkedList(parsed.name, parsed.bandwidth, parsed.duplex);
+    });
+    return 1;
+}
+
+int CMM_NWT_Info::fGetNewBandwidth() {
+    runForLines(*this, bandwidthScript, [this](char *line) {
+        BandwidthLine parsed{};
+        if (parsePlainLine(line, parsed))
+            m_pclBandwidthList->fAddLinkedList(parsed.name, parsed.bandwidth, parsed.duplex);
+    });
+    return 1;
+}
+
+int CMM_NWT_Info::fGetBandwidth() {
+    runForLines(*this, namesScript, [this](const char *name) {
+        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, zel::NETWORK_SOURCE_NAME, m_strLogMsg,
+                "Bandwidth [%s] GTR1", name);
+        measureBandwidth(*this, name);
+    });
+    return 1;
+}
+
 // Sample: Currently Active Slave: eth0
 int CMM_NWT_Info::fGetBondInfo(const char *bond, char *slave) {
-    char path[commandSize];
+    char path[bondPathSize];
     const int length = std::snprintf(path, sizeof(path), "/proc/net/bonding/%s", bond);
     if (length >= static_cast<int>(sizeof(path)) || std::strchr(bond, '/') != nullptr)
         return -1;
@@ -221,12 +209,13 @@ int CMM_NWT_Info::fGetBondInfo(const char *bond, char *slave) {
 int CMM_NWT_Info::fReturnBand(const char *name, long *bandwidth, int *duplex) {
     const _ST_BANDWIDTH_LIST *entry = m_pclBandwidthList->fGetInterfaceNode(name);
     if (entry == nullptr) {
-        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "ifname[%s] bw is null", name);
+        ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, zel::NETWORK_SOURCE_NAME, m_strLogMsg,
+                "ifname[%s] bw is null", name);
         return 1;
     }
     *bandwidth = entry->m_lBandwidth;
     *duplex = entry->m_nDuplex;
-    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg,
+    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, zel::NETWORK_SOURCE_NAME, m_strLogMsg,
             "fReturnBand ifname[%s] Band[%lu], Duplex[%d]", name, static_cast<unsigned long>(*bandwidth), *duplex);
     return 1;
 }

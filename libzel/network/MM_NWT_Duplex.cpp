@@ -2,11 +2,11 @@
 #include "MM_NWT_Info.h"
 
 #include "NCmdScheduler.h"
-#include "host/RegularFile.h"
 #include "host/ShellSafe.h"
-#include "scripts/ScriptLine.h"
+#include "network/MM_NWT_State.h"
+#include "scripts/HomeScripts.h"
+#include "text/LineReader.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <initializer_list>
@@ -14,37 +14,37 @@
 
 namespace {
 
-constexpr const char *temporaryPath = "../aproc/shell/DuplexLinuxTmp.dat";
-constexpr const char *answerPath = "../aproc/shell/DuplexLinux.dat";
 constexpr std::size_t answerSize = 128;
 constexpr long answerLifetime = 301; // seconds
 constexpr std::size_t longestName = 255;
-constexpr std::size_t commandSize = 1024;
+constexpr std::size_t keySize = 1024;
 constexpr std::size_t logSize = 1024;
 
+// An answer dated in the future is not fresh: after a clock was set back it would stay so for that long.
 bool isFresh(const char *path) {
     struct stat status {};
-    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && std::time(nullptr) - status.st_mtime < answerLifetime;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    const std::time_t age = std::time(nullptr) - status.st_mtime;
+    return age >= 0 && age < answerLifetime;
 }
 
 // Has the script ask for `name`, through the scheduler or at once. False when the name must not reach a shell.
 bool request(const char *name) {
     if (!zel::shellSafe(name) || std::strlen(name) > longestName) {
         char message[logSize];
-        ZEL_LOG(zel::errorLogOpen(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB6), zel::LOG_LEVEL_ERROR, "MM_NWT_Info",
-                message, "Duplex refused for interface name[%s]", name);
+        ZEL_LOG(zel::interfaceErrorLogOpen(), zel::LOG_LEVEL_ERROR, zel::NETWORK_SOURCE_NAME, message,
+                "Duplex refused for interface name[%s]", name);
         return false;
     }
-    char command[commandSize];
-    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/NICDuplexInfoLinux.sh %s %s %s",
-                  name, temporaryPath, answerPath);
     if (g_pclCCmdScheduler == nullptr) {
-        [[maybe_unused]] const int status = std::system(command);
+        zel::runScript(zel::Script::Duplex, name);
         return true;
     }
-    char key[commandSize];
-    std::snprintf(key, sizeof(key), "NWT_NICDuplexInfoLinux_%s_%s_%s", name, temporaryPath, answerPath);
-    g_pclCCmdScheduler->fCmdSave(key, command);
+    char key[keySize];
+    std::snprintf(key, sizeof(key), "NWT_NICDuplexInfoLinux_%s_%s_%s", name, zel::DUPLEX_SCRATCH,
+                  zel::resultPath(zel::Script::Duplex));
+    zel::scheduleScript(key, zel::Script::Duplex, name);
     return true;
 }
 
@@ -66,9 +66,9 @@ const char *duplexText(const char *line) {
 } // namespace
 
 int fGetDuplex(const char *name, char *text) {
-    if (!isFresh(answerPath) && !request(name))
+    if (!isFresh(zel::resultPath(zel::Script::Duplex)) && !request(name))
         return -1;
-    const zel::ScopedFile file = zel::openRegularFile(answerPath);
+    const zel::ScopedFile file = zel::openResult(zel::Script::Duplex);
     if (file == nullptr)
         return -1;
     char line[answerSize];

@@ -1,9 +1,11 @@
 // The extra interfaces of CMM_NWT_Info: those of the inventory, which the performance text covers even when the kernel
 // does not list them.
-#include "MM_NWT_Info.h"
+#include "network/MM_NWT_Extra.h"
 
-#include "Settings.h"
+#include "MM_NWT_Info.h"
 #include "network/LinkQuery.h"
+#include "network/MM_NWT_State.h"
+#include "network/MM_NWT_Text.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,10 +13,6 @@
 #include <string_view>
 
 namespace {
-
-constexpr const char *sourceName = "MM_NWT_Info";
-constexpr int valueColumns = 13;
-constexpr std::string_view noValue = "-";
 
 // More interfaces than any host has: an inventory gone wild does not occupy the collector for ever.
 constexpr long listLimit = 10000;
@@ -44,7 +42,8 @@ int CMM_NWT_Info::fSetExtNetwork(const char *text) {
             continue;
         char name[NAMED_LIST_NAME_SIZE];
         name[field.copy(name, sizeof(name) - 1)] = '\0';
-        ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, sourceName, m_strLogMsg, "fSetExtNetwork[%s]", name);
+        ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_NORMAL, zel::NETWORK_SOURCE_NAME, m_strLogMsg,
+                "fSetExtNetwork[%s]", name);
         m_pclNetworkExtList->fAddLinkedList(name);
     }
     return 0;
@@ -57,54 +56,41 @@ int CMM_NWT_Info::fMatchNicName(const char *name) {
     return 0;
 }
 
-// Most extra interfaces were seen in an earlier pass and keep their mark: a pass looks for the others only.
-void CMM_NWT_Info::collectUnseen() {
-    m_unseen.clear();
-    if (g_nNetworkExtGather != 1)
-        return;
-    for (_ST_NETWORKEXT_LIST *node = m_pclNetworkExtList->fGetHeadNode(); node != nullptr; node = node->m_pstNext) {
-        if (node->m_nZELFlag != 1)
-            m_unseen.push_back(node);
-    }
-}
-
-// As fMatchNicName, for the pass under way.
-void CMM_NWT_Info::markSeen(const char *name) {
-    const auto found = std::find_if(m_unseen.begin(), m_unseen.end(), [name](const _ST_NETWORKEXT_LIST *node) {
-        return std::strcmp(node->m_strIFName, name) == 0;
-    });
-    if (found == m_unseen.end())
-        return;
-    (*found)->m_nZELFlag = 1;
-    m_unseen.erase(found);
-}
-
 int CMM_NWT_Info::fAddExtNicZEL() {
-    try {
-        appendExtraRows();
-    } catch (const std::bad_alloc &) { // the text keeps the rows that it has
-    }
+    zel::LinkQuery links;
+    zel::appendPlaceholderRows(*this, links);
     return 0;
 }
 
-void CMM_NWT_Info::appendExtraRows() {
-    zel::LinkQuery ownQuery;
-    zel::LinkQuery &query = m_linkQuery != nullptr ? *m_linkQuery : ownQuery;
-    for (const _ST_NETWORKEXT_LIST *node = m_pclNetworkExtList->fGetHeadNode(); node != nullptr;
-         node = node->m_pstNext) {
-        if (node->m_nZELFlag == 1)
-            continue;
-        CPerfText row(m_pStrInterfaceZEL, m_nInterfaceZELSize);
-        row.clear();
-        row.beginRow();
-        row.field(m_nInterfaceZELCnt + 1);
-        row.field(node->m_strIFName);
-        row.field(query.alive(node->m_strIFName));
-        for (int column = 0; column < valueColumns; ++column)
-            row.field(noValue);
-        if (row.incomplete())
-            continue;
-        appendText(row.view());
-        ++m_nInterfaceZELCnt;
+namespace zel {
+
+void UnseenInterfaces::collect(const CNetworkExtList &list) {
+    m_nodes.clear();
+    for (_ST_NETWORKEXT_LIST *node = list.fGetHeadNode(); node != nullptr; node = node->m_pstNext) {
+        if (node->m_nZELFlag != 1)
+            m_nodes.push_back(node);
     }
 }
+
+void UnseenInterfaces::markSeen(const char *name) {
+    const auto found = std::find_if(m_nodes.begin(), m_nodes.end(), [name](const _ST_NETWORKEXT_LIST *node) {
+        return std::strcmp(node->m_strIFName, name) == 0;
+    });
+    if (found == m_nodes.end())
+        return;
+    (*found)->m_nZELFlag = 1;
+    m_nodes.erase(found);
+}
+
+void appendPlaceholderRows(CMM_NWT_Info &collector, LinkQuery &links) {
+    try {
+        for (const _ST_NETWORKEXT_LIST *node = collector.m_pclNetworkExtList->fGetHeadNode(); node != nullptr;
+             node = node->m_pstNext) {
+            if (node->m_nZELFlag != 1)
+                appendPlaceholderRow(collector, node->m_strIFName, links.alive(node->m_strIFName));
+        }
+    } catch (const std::bad_alloc &) { // the text keeps the rows that it has
+    }
+}
+
+} // namespace zel

@@ -1,3 +1,4 @@
+// Rates, utilisation and error shares of a network interface.
 #include "network/MM_NWT_Rates.h"
 
 #include "BandwidthList.h"
@@ -89,35 +90,3 @@ void copyInterfaceCounters(const _ST_STATIC_NETWORK &reading, _ST_STATIC_NETWORK
 }
 
 } // namespace zel
-
-ST_NETTRAFF *CMM_NWT_Info::fMNetComputeIo(const _ST_STATIC_NETWORK *reading, const _ST_NETWORK_OLD_LIST *previous,
-                                          double elapsed) {
-    zel::startInterfaceResult(*reading, *m_pstNetworkInfo);
-    zel::computeInterfaceRates(*reading, *previous, elapsed, *m_pstNetworkInfo);
-    logCounters(*reading, *previous);
-    return m_pstNetworkInfo;
-}
-
-ST_NETTRAFF *CMM_NWT_Info::fMComputeNetwork(const _ST_STATIC_NETWORK *reading, double elapsed) {
-    zel::startInterfaceResult(*reading, *m_pstNetworkInfo);
-    const _ST_STATIC_NETWORK *previous = fMGetOldCompNetwork(reading);
-    if (previous != nullptr) {
-        zel::computeInterfaceRates(*reading, *previous, elapsed, *m_pstNetworkInfo);
-        logCounters(*reading, *previous);
-    }
-    ZEL_LOG(zel::interfaceLogOpen(), zel::LOG_LEVEL_NORMAL, "MM_NWT_Info", m_strLogMsg, "fMComputeNetwork end");
-    return m_pstNetworkInfo;
-}
-
-void CMM_NWT_Info::logCounters(const _ST_STATIC_NETWORK &reading, const _ST_STATIC_NETWORK &previous) {
-    if (!zel::interfaceLogOpen())
-        return;
-    const auto log = [this](const char *counter, unsigned long long before, unsigned long long now) {
-        ZEL_LOG(true, zel::LOG_LEVEL_NORMAL, "MM_NWT_Info", m_strLogMsg, "OLD_%s[%llu]---> New_%s[%llu]", counter,
-                before, counter, now);
-    };
-    log("InPkt", previous.l_ulInPkt, reading.l_ulInPkt);
-    log("OutPkt", previous.l_ulOutPkt, reading.l_ulOutPkt);
-    log("InBytes", previous.l_ulInByte, reading.l_ulInByte);
-    log("OutBytes", previous.l_ulOutByte, reading.l_ulOutByte);
-}

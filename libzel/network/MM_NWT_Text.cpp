@@ -1,19 +1,18 @@
-// The performance text of CMM_NWT_Info: header, measured rows, rows of extra interfaces.
+// The columns of the interface text, and how its header and its rows are written.
+#include "network/MM_NWT_Text.h"
+
 #include "MM_NWT_Info.h"
 #include "Settings.h"
+#include "perftext/ColumnTable.h"
+#include "rates/Growth.h"
 
-#include <algorithm>
 #include <limits>
 #include <string_view>
 
 namespace {
 
 constexpr std::string_view metricCode = "4.6.7.0";
-
-constexpr std::string_view columns[] = {"INDEX",         "NAME",  "LINK",   "INPKT",     "OUTPKT",     "INBYTE",
-                                        "OUTBYTE",       "INERR", "OUTERR", "INERRRATE", "OUTERRRATE", "COLLISION",
-                                        "COLLISIONRATE", "RATE",  "RXRATE", "TXRATE"};
-
+constexpr std::string_view noValue = "-";
 constexpr double kilobytesPerByte = 0.0009765625;
 
 // Above its ceiling a value counts as nonsense and is written as -1.
@@ -24,58 +23,101 @@ constexpr double noCeiling = std::numeric_limits<double>::infinity();
 constexpr double nonsense = -1.0;
 
 double clamped(double value, double ceiling) {
-    const double raised = std::max(0.0, value);
+    const double raised = zel::notBelowZero(value);
     return raised > ceiling ? nonsense : raised;
+}
+
+using Value = double _ST_NETWORK::*;
+
+constexpr auto clampedTo(double ceiling, Value value) {
+    return [ceiling, value](const _ST_NETWORK &result) { return clamped(result.*value, ceiling); };
+}
+
+constexpr auto kilobytes(Value value) {
+    return [value](const _ST_NETWORK &result) { return clamped(result.*value * kilobytesPerByte, kilobyteCeiling); };
+}
+
+// What every row says about its interface.
+struct RowKey {
+    int index;
+    const char *name;
+    int linkAlive;
+};
+
+constexpr zel::ColumnTable keyColumns{
+    zel::Column{"INDEX", &RowKey::index},
+    zel::Column{"NAME", &RowKey::name},
+    zel::Column{"LINK", &RowKey::linkAlive},
+};
+
+// What a row says when the interface was measured.
+constexpr zel::ColumnTable valueColumns{
+    zel::Column{"INPKT", clampedTo(packetCeiling, &_ST_NETWORK::l_dInPkt)},
+    zel::Column{"OUTPKT", clampedTo(packetCeiling, &_ST_NETWORK::l_dOutPkt)},
+    zel::Column{"INBYTE", kilobytes(&_ST_NETWORK::l_dInByte)},
+    zel::Column{"OUTBYTE", kilobytes(&_ST_NETWORK::l_dOutByte)},
+    zel::Column{"INERR", clampedTo(noCeiling, &_ST_NETWORK::l_dInErr)},
+    zel::Column{"OUTERR", clampedTo(noCeiling, &_ST_NETWORK::l_dOutErr)},
+    zel::Column{"INERRRATE", clampedTo(percentCeiling, &_ST_NETWORK::l_dInErrRate)},
+    zel::Column{"OUTERRRATE", clampedTo(percentCeiling, &_ST_NETWORK::l_dOutErrRate)},
+    zel::Column{"COLLISION", clampedTo(noCeiling, &_ST_NETWORK::l_dCollisions)},
+    zel::Column{"COLLISIONRATE", clampedTo(percentCeiling, &_ST_NETWORK::l_dCollisionRate)},
+    zel::Column{"RATE", clampedTo(percentCeiling, &_ST_NETWORK::l_dPortRate)},
+    zel::Column{"RXRATE", clampedTo(percentCeiling, &_ST_NETWORK::l_dPortRxRate)},
+    zel::Column{"TXRATE", clampedTo(percentCeiling, &_ST_NETWORK::l_dPortTxRate)},
+};
+
+// The text may move: the pointer of an earlier pass follows it, whether or not this pass succeeds.
+void appendText(CMM_NWT_Info &collector, std::string_view text) {
+    collector.g_stringNetwork.append(text);
+    if (collector.m_pstrNetworkInfo != nullptr)
+        collector.m_pstrNetworkInfo = collector.g_stringNetwork.c_str();
+}
+
+// `writeValues` writes the columns that follow the key.
+template<class WriteValues>
+bool appendRow(CMM_NWT_Info &collector, const char *name, int linkAlive, WriteValues writeValues) {
+    CPerfText row(collector.m_pStrInterfaceZEL, collector.m_nInterfaceZELSize);
+    row.clear();
+    row.beginRow();
+    keyColumns.writeFields(row, RowKey{collector.m_nInterfaceZELCnt + 1, name, linkAlive});
+    writeValues(row);
+    if (row.incomplete())
+        return false;
+    appendText(collector, row.view());
+    ++collector.m_nInterfaceZELCnt;
+    return true;
 }
 
 } // namespace
 
-// The text may move: the pointer of an earlier pass follows it, whether or not this pass succeeds.
-void CMM_NWT_Info::appendText(std::string_view text) {
-    g_stringNetwork.append(text);
-    if (m_pstrNetworkInfo != nullptr)
-        m_pstrNetworkInfo = g_stringNetwork.c_str();
-}
+namespace zel {
 
-bool CMM_NWT_Info::appendHeader(int push) {
-    CPerfText header(m_pStrInterfaceZEL, m_nInterfaceZELSize);
+bool appendInterfaceHeader(CMM_NWT_Info &collector, int push) {
+    CPerfText header(collector.m_pStrInterfaceZEL, collector.m_nInterfaceZELSize);
     header.clear();
     if (push >= 1) {
         header.agentKey(g_ptrAgentKey);
         header.tableMetric(metricCode);
     }
-    for (const std::string_view name : columns)
-        header.column(name);
+    keyColumns.writeHeader(header);
+    valueColumns.writeHeader(header);
     if (header.incomplete())
         return false;
-    appendText(header.view());
+    appendText(collector, header.view());
     return true;
 }
 
-// False when memory was too short for the row: it is left out whole.
-bool CMM_NWT_Info::appendRow(const _ST_NETWORK &result) {
-    CPerfText row(m_pStrInterfaceZEL, m_nInterfaceZELSize);
-    row.clear();
-    row.beginRow();
-    row.field(m_nInterfaceZELCnt + 1);
-    row.field(result.l_strIfName);
-    row.field(fGetLinkAlive(result.l_strIfName));
-    row.field(clamped(result.l_dInPkt, packetCeiling));
-    row.field(clamped(result.l_dOutPkt, packetCeiling));
-    row.field(clamped(result.l_dInByte * kilobytesPerByte, kilobyteCeiling));
-    row.field(clamped(result.l_dOutByte * kilobytesPerByte, kilobyteCeiling));
-    row.field(clamped(result.l_dInErr, noCeiling));
-    row.field(clamped(result.l_dOutErr, noCeiling));
-    row.field(clamped(result.l_dInErrRate, percentCeiling));
-    row.field(clamped(result.l_dOutErrRate, percentCeiling));
-    row.field(clamped(result.l_dCollisions, noCeiling));
-    row.field(clamped(result.l_dCollisionRate, percentCeiling));
-    row.field(clamped(result.l_dPortRate, percentCeiling));
-    row.field(clamped(result.l_dPortRxRate, percentCeiling));
-    row.field(clamped(result.l_dPortTxRate, percentCeiling));
-    if (row.incomplete())
-        return false;
-    appendText(row.view());
-    ++m_nInterfaceZELCnt;
-    return true;
+bool appendInterfaceRow(CMM_NWT_Info &collector, const _ST_NETWORK &result, int linkAlive) {
+    return appendRow(collector, result.l_strIfName, linkAlive,
+                     [&result](CPerfText &row) { valueColumns.writeFields(row, result); });
 }
+
+bool appendPlaceholderRow(CMM_NWT_Info &collector, const char *name, int linkAlive) {
+    return appendRow(collector, name, linkAlive, [](CPerfText &row) {
+        for (std::size_t column = 0; column < valueColumns.size(); ++column)
+            row.field(noValue);
+    });
+}
+
+} // namespace zel

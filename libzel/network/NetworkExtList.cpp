@@ -1,3 +1,4 @@
+// Entries of the list of extra interfaces and its message for missing memory.
 #include "NetworkExtList.h"
 
 void NetworkExtListTexts::allocationFailed(char (&message)[NAMED_LIST_ERROR_SIZE], int error) {

@@ -1,6 +1,8 @@
+// The walk of ordinary passes and the questions about a single interface.
 #include "network.h"
 
 #include "host/ScopedHandle.h"
+#include "network/InterfaceReader.h"
 
 #include <cstdint>
 #include <cstring>
@@ -62,6 +64,10 @@ bool readHardwareAddress(const char *name, sockaddr &address) {
 }
 
 } // namespace
+
+zel::InterfaceReader &zel::ordinaryReader() {
+    return reader;
+}
 
 int init_netinfo() {
     return reader.open();

@@ -1,4 +1,7 @@
+// The walk of passes that build push texts.
 #include "push_network.h"
+
+#include "network/InterfaceReader.h"
 
 std::FILE *push_fh;
 interface *push_ife;
@@ -10,6 +13,10 @@ namespace {
 zel::InterfaceReader reader(push_fh, push_ife, push_procnetdev_vsn, l_nPushskfd, fPushWrite_Msg);
 
 } // namespace
+
+zel::InterfaceReader &zel::pushReader() {
+    return reader;
+}
 
 int init_push_netinfo() {
     return reader.open();

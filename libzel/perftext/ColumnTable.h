@@ -9,6 +9,7 @@
 
 #include "PerfText.h"
 
+#include <cstddef>
 #include <functional>
 #include <string_view>
 #include <tuple>
@@ -26,6 +27,8 @@ template<class Value> Column(std::string_view, Value) -> Column<Value>;
 template<class... Values> class ColumnTable {
 public:
     constexpr explicit ColumnTable(Column<Values>... columns) : m_columns(columns...) {}
+
+    static constexpr std::size_t size() { return sizeof...(Values); }
 
     /// The names, each with its separator. Tables that follow one another make one header.
     void writeHeader(CPerfText &text) const {

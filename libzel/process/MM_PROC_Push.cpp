@@ -1,7 +1,8 @@
 // The push report: the busiest processes by CPU, memory and I/O.
-#include "FixedText.h"
 #include "process/MM_PROC_Scan.h"
+#include "records/PushCapacity.h"
 #include "records/TopList.h"
+#include "text/FixedText.h"
 
 #include <algorithm>
 #include <array>
@@ -11,8 +12,8 @@
 
 namespace {
 
-constexpr int capacityMargin = 1000;
-constexpr int countThatKeepsCapacity = 9000; // below it the capacity returns to its first value
+constexpr int countThatKeepsCapacity = 9000;
+static_assert(PROC_PUSH_CAPACITY == zel::PUSH_CAPACITY);
 
 const ST_PROCALL_LIST &entryAt(const void *element) {
     return **static_cast<const ST_PROCALL_LIST *const *>(element);
@@ -231,10 +232,8 @@ void zel::writeTopRows(ProcessScan &scan) {
 }
 
 void zel::adaptPushCapacity(CMM_PROC_Info &collector, int count) {
-    if (count > collector.m_nActiveSize)
-        collector.m_nActiveSize = count + capacityMargin;
-    if (count < countThatKeepsCapacity)
-        collector.m_nActiveSize = PROC_PUSH_CAPACITY;
+    collector.m_nActiveSize =
+        nextPushCapacity(collector.m_nActiveSize, count, count > collector.m_nActiveSize, countThatKeepsCapacity);
 }
 
 void zel::endPushList(CMM_PROC_Info &collector) {

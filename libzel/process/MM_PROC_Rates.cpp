@@ -1,6 +1,7 @@
 // Rates between two samples of a process, the clocks that they are taken with, and the previous samples themselves.
 #include "functions/ElapsedTime.h"
 #include "process/MM_PROC_Scan.h"
+#include "rates/Growth.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -27,21 +28,17 @@ double cpuPercent(int current, int previous, double elapsed) {
     return perHundredth(tickGrowth(current, previous), elapsed) * hundredthsPerSecond;
 }
 
-double atLeastZero(double value) {
-    return value < 0 ? 0 : value;
-}
-
 // All figures but the I/O rate, which the two public forms round differently.
 void computeGrowth(_ST_PROC &current, const _ST_PROC_OLD_LIST &old, double elapsed) {
-    current.l_dPCPU = static_cast<float>(atLeastZero(cpuPercent(current.l_nCTime, old.m_fOldCpuTime, elapsed)));
-    current.l_dPUserCpu = atLeastZero(cpuPercent(current.l_nUTime, old.m_fOldUserCpuTime, elapsed));
-    current.l_dPSysCpu = atLeastZero(cpuPercent(current.l_nSTime, old.m_fOldSysCpuTime, elapsed));
+    current.l_dPCPU = static_cast<float>(zel::notBelowZero(cpuPercent(current.l_nCTime, old.m_fOldCpuTime, elapsed)));
+    current.l_dPUserCpu = zel::notBelowZero(cpuPercent(current.l_nUTime, old.m_fOldUserCpuTime, elapsed));
+    current.l_dPSysCpu = zel::notBelowZero(cpuPercent(current.l_nSTime, old.m_fOldSysCpuTime, elapsed));
     current.l_dIOByte = current.l_dIOByteCom - old.m_dIOByteCom;
 }
 
 void finishIo(_ST_PROC &current, double ratePerHundredth) {
-    current.l_dIOByteRate = atLeastZero(ratePerHundredth * hundredthsPerSecond);
-    current.l_dIOByte = atLeastZero(current.l_dIOByte);
+    current.l_dIOByteRate = zel::notBelowZero(ratePerHundredth * hundredthsPerSecond);
+    current.l_dIOByte = zel::notBelowZero(current.l_dIOByte);
 }
 
 void keepSample(_ST_PROC_OLD_LIST &old, const _ST_PROC &current, double curTime) {
@@ -86,7 +83,7 @@ int CMM_PROC_Info::fMCompute(_ST_PROC *cur, const _ST_PROC_OLD_LIST *old, double
 
 int CMM_PROC_Info::fMGetPCpu(_ST_PROC *cur, const _ST_PROC *prev, double elapsed) {
     const int previousTicks = prev == nullptr ? 0 : prev->l_nCTime;
-    cur->l_dPCPU = static_cast<float>(atLeastZero(cpuPercent(cur->l_nCTime, previousTicks, elapsed)));
+    cur->l_dPCPU = static_cast<float>(zel::notBelowZero(cpuPercent(cur->l_nCTime, previousTicks, elapsed)));
     return 1;
 }
 

@@ -2,8 +2,10 @@
 // about the guests of a VMware host. Scripts run through the command runner with a time-out of 5 seconds.
 #include "LogGate.h"
 #include "Settings.h"
-#include "host/RegularFile.h"
+#include "kernel/KernelRelease.h"
 #include "process/MM_PROC_Scan.h"
+#include "scripts/HomeScripts.h"
+#include "text/LineReader.h"
 #include "text/NumberScan.h"
 
 #include <charconv>
@@ -17,25 +19,9 @@ constexpr int scriptedKernelMinor = 4; // alone, whatever the major number is
 constexpr std::size_t numberLineSize = 64;
 constexpr std::size_t guestLineSize = 512;
 
-constexpr const char *processListPath = "../aproc/shell/PSInfoLin.dat";
-constexpr const char *cpuFigurePath = "../aproc/shell/ProcessPCPU.dat";
-constexpr const char *topPath = "../aproc/shell/top_info.dat";
-constexpr const char *guestRowsPath = "../aproc/shell/vmware_proc.dat";
-constexpr const char *olderGuestRowsPath = "../aproc/shell/vmware_proc.dat_";
-
-// The next line without its line feed, cut at size - 1 characters; the rest of a longer line is dropped. False at the
-// end of the file.
-template<std::size_t size> bool readLine(std::FILE *file, char (&line)[size]) {
-    if (std::fgets(line, size, file) == nullptr)
-        return false;
-    const std::size_t length = std::strlen(line);
-    if (length > 0 && line[length - 1] == '\n') {
-        line[length - 1] = '\0';
-        return true;
-    }
-    for (int character = std::fgetc(file); character != EOF && character != '\n';)
-        character = std::fgetc(file);
-    return true;
+// The next line; what is beyond the buffer is dropped. False at the end of the file.
+template<std::size_t size> bool takeLine(std::FILE *file, char (&line)[size]) {
+    return zel::readLine(file, line) != zel::Line::None;
 }
 
 // Sample: 12.5 -> 12.5; a text that is no finite decimal number is 0.
@@ -52,7 +38,7 @@ float decimalNumber(const char *text) {
 
 void gatherTopOfAll(zel::ProcessScan &scan) {
     const std::time_t started = std::time(nullptr);
-    zel::runForResult("../../utils/ETC/ShCmd 5 ./shell/LINUX/top_info > ../aproc/shell/top_info.dat", topPath);
+    zel::runScript(zel::Script::TopOfAll);
     ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_PROC_Info", scan.collector.m_strLogMsg,
             "top_info gatherTime[%d]", static_cast<int>(std::time(nullptr) - started));
     scan.topTaken = true;
@@ -61,22 +47,20 @@ void gatherTopOfAll(zel::ProcessScan &scan) {
 } // namespace
 
 bool zel::processListIsScripted(const CMM_PROC_Info &collector) {
-    return collector.fMLinux_Minor() == scriptedKernelMinor && g_nGetProcessType == 1;
+    return rulingRelease(collector).minor == scriptedKernelMinor && g_nGetProcessType == 1;
 }
 
 void zel::runProcessListScript() {
-    char command[256];
-    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/PSInfoLIN.sh > %s", processListPath);
-    runForResult(command, processListPath);
+    runScript(Script::ProcessList);
 }
 
 // The elapsed time stands in for the clock here; consumers of these lists know the rates that come of it.
 void zel::takeScriptedProcesses(ProcessScan &scan, double elapsed) {
-    const ScopedFile file = openRegularFile(processListPath);
+    const ScopedFile file = openResult(Script::ProcessList);
     if (file == nullptr)
         return;
     char line[numberLineSize];
-    while (readLine(file.get(), line)) {
+    while (takeLine(file.get(), line)) {
         const char *text = line;
         if (long long pid = 0; scanSigned(text, pid))
             takeProcess(scan, static_cast<int>(pid), elapsed);
@@ -85,20 +69,16 @@ void zel::takeScriptedProcesses(ProcessScan &scan, double elapsed) {
 
 void zel::takeJavaFigure(ProcessScan &scan) {
     _ST_PROC &process = scan.scratch.record;
-    if (scan.collector.fMLinux_Minor() != scriptedKernelMinor || g_nGetProcessJAVA != 1 ||
+    if (rulingRelease(scan.collector).minor != scriptedKernelMinor || g_nGetProcessJAVA != 1 ||
         std::strstr(process.l_strPname, "java") == nullptr)
         return;
     if (!scan.topTaken)
         gatherTopOfAll(scan);
 
-    char command[256];
-    std::snprintf(command, sizeof(command), "../../utils/ETC/ShCmd 5 ./shell/LINUX/ProcCpuUseTop.sh %d > %s 2>&1",
-                  process.l_nPid, cpuFigurePath);
-    runForResult(command, cpuFigurePath);
-
-    const ScopedFile file = openRegularFile(cpuFigurePath);
+    runScript(Script::ProcessCpu, process.l_nPid);
+    const ScopedFile file = openResult(Script::ProcessCpu);
     char line[numberLineSize];
-    if (file != nullptr && readLine(file.get(), line))
+    if (file != nullptr && takeLine(file.get(), line))
         process.l_dPCPU = decimalNumber(line);
 }
 
@@ -106,16 +86,16 @@ void zel::appendVMwareRows(ProcessScan &scan) {
     CMM_PROC_Info &collector = scan.collector;
     if (collector.m_nVMFlag != 1 || collector.m_nIsVMWare != 1)
         return;
-    ScopedFile file = openRegularFile(guestRowsPath);
+    ScopedFile file = openHomeFile(GUEST_PROCESSES);
     if (file == nullptr)
-        file = openRegularFile(olderGuestRowsPath);
+        file = openHomeFile(OLDER_GUEST_PROCESSES);
     if (file == nullptr) {
         ZEL_LOG(errorLogOpen(), LOG_LEVEL_ERROR, "MM_PROC_Info", collector.m_strLogMsg,
-                "VMWare PROC Gtr %s file not found", guestRowsPath);
+                "VMWare PROC Gtr %s file not found", GUEST_PROCESSES);
         return;
     }
     char line[guestLineSize];
-    while (readLine(file.get(), line)) {
+    while (takeLine(file.get(), line)) {
         const std::string_view row = line;
         scan.row.reserveRoom(row.size() + PERF_ROW_ROOM);
         scan.row.clear();

@@ -1,5 +1,5 @@
-// A name for the console: mount points and interface names may hold any byte, and control bytes (line feeds, terminal
-// escapes) are printed as blanks, so that a name stays within its line.
+// A name for the console: names of mount points, interfaces and disks may hold any byte, and control bytes (line feeds,
+// terminal escapes) are printed as blanks, so that a name stays within its line.
 #pragma once
 
 #include <cctype>

@@ -3,7 +3,7 @@
 #include "LogGate.h"
 #include "NStringLib.h"
 #include "PerfText.h"
-#include "host/RegularFile.h"
+#include "scripts/HomeScripts.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -116,7 +116,7 @@ bool storeLine(const InventoryBuffer &buffer, int size, std::string_view line) {
 }
 
 InventoryLine readLineWithMarker(const char *path, const InventoryFormat &format, const InventoryLog &log) {
-    const ScopedFile file = openRegularFile(path);
+    const ScopedFile file = openHomeFile(path);
     if (file == nullptr) {
         reportOpenFailure(log, __LINE__, errno);
         return {};

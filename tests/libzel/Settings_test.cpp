@@ -26,7 +26,8 @@ struct Values {
 
 Values currentValues() {
     return {
-        {{"g_nCpuStrType", g_nCpuStrType},
+        {{"g_nKernelRule", g_nKernelRule},
+         {"g_nCpuStrType", g_nCpuStrType},
          {"g_nCpuUsedInWIO", g_nCpuUsedInWIO},
          {"g_nDiskStrType", g_nDiskStrType},
          {"g_nDiskMaxGatherCnt", g_nDiskMaxGatherCnt},

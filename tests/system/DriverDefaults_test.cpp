@@ -29,6 +29,7 @@ std::vector<std::pair<const char *, int *>> assignedSettings() {
             {"g_nVAGENT_type", &g_nVAGENT_type},
             {"g_nIncludeFilesystemCnt", &g_nIncludeFilesystemCnt},
             {"g_nFSTokenCount", &g_nFSTokenCount},
+            {"g_nKernelRule", &g_nKernelRule},
             {"g_nExecedFileNameFlag", &g_nExecedFileNameFlag},
             {"g_nFsFreeUsedFlag", &g_nFsFreeUsedFlag},
             {"g_nLinuxBandwidthFlag", &g_nLinuxBandwidthFlag},
@@ -81,6 +82,7 @@ TEST(DriverDefaultsDeathTest, EverySettingHasItsDriverValue) {
                                "g_nVAGENT_type=0\n"
                                "g_nIncludeFilesystemCnt=0\n"
                                "g_nFSTokenCount=0\n"
+                               "g_nKernelRule=0\n"
                                "g_nExecedFileNameFlag=0\n"
                                "g_nFsFreeUsedFlag=0\n"
                                "g_nLinuxBandwidthFlag=1\n"

@@ -1,3 +1,4 @@
+#include "CommaLocale.h"
 #include "NGFunctions.h"
 #include "NStringLib.h"
 #include "SystemHooks.h"
@@ -340,6 +341,14 @@ TEST(TextToValue, WithoutMemoryGivesNull) {
         EXPECT_EQ(NValueAtoV("7", &value.bytes, type, 4), nullptr) << type;
         EXPECT_EQ(value.bytes, nullptr) << type;
     }
+}
+
+TEST(ValueConversion, FloatsHaveADecimalPointUnderEveryLocale) {
+    const CommaLocale locale;
+    if (locale.whyNot() != nullptr)
+        GTEST_SKIP() << locale.whyNot();
+    EXPECT_EQ(valueOf<float>("1.5", 9), 1.5F);
+    EXPECT_EQ(textOf(1.5F, 9), "1.500000");
 }
 
 TEST(ValueConversion, TextOfAValueGivesTheValueBack) {

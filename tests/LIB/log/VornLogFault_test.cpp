@@ -5,10 +5,17 @@
 #include "StreamCapture.h"
 #include "VornLog.h"
 
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -25,6 +32,10 @@ protected:
     void say(const std::string &message) { log.fLogWrite(3, "u", message.c_str()); }
 
     static std::string line(const std::string &message) { return "[221320][INFO][u]" + message + "\n"; }
+
+    static std::string lost(int messages) {
+        return "[221320][INFO][VornLog]" + std::to_string(messages) + " messages lost\n";
+    }
 
     static std::string content(const std::string &path) {
         std::ifstream file(path, std::ios::binary);
@@ -148,26 +159,122 @@ TEST_F(LoggerFaults, NameThatIsTooLongIsAnnounced) {
     EXPECT_EQ(streams.err(), message + message);
 }
 
-TEST_F(LoggerFaults, FullFileSystemKeepsWhatWasWrittenAndGoesOnWhenThereIsRoom) {
+TEST_F(LoggerFaults, FullFileSystemKeepsWhatWasWrittenAndAccountsForTheRest) {
     const std::string reason = withPrivateMounts([&] {
         ASSERT_TRUE(mountSmall("logs", 64));
         log.fSetLogSize(1, 1);
         std::string expected;
-        // 64 kilobytes take no more than 640 lines of 100 bytes and a line end.
+        // Lines of 101 bytes: 64 kilobytes take 648 whole ones.
         for (int i = 0; i < 1000; ++i) {
             const std::string message = std::to_string(1000 + i) + std::string(79, '.');
             say(message);
             expected += line(message);
         }
-        const std::string full = content(path);
-        EXPECT_EQ(full.size(), 65536U);
-        EXPECT_EQ(full, expected.substr(0, full.size()));
+        expected.resize(648 * 101);
+        EXPECT_EQ(content(path), expected);
         fs::resize_file(path, 101 * 10);
         say("room again");
-        EXPECT_EQ(content(path), expected.substr(0, 101 * 10) + line("room again"));
+        say("as before");
+        EXPECT_EQ(content(path), expected.substr(0, 101 * 10) + lost(352) + line("room again") + line("as before"));
     });
     if (!reason.empty())
         GTEST_SKIP() << reason;
+}
+
+TEST_F(LoggerFaults, FileSystemWithoutRoomForTheFileItselfIsAccountedFor) {
+    const std::string reason = withPrivateMounts([&] {
+        ASSERT_EQ(mount("logs", "logs", "tmpfs", 0, "nr_inodes=1"), 0) << "room for the directory alone";
+        {
+            const StreamCapture streams;
+            say("lost");
+            say("lost");
+            const std::string message = path + " log file open failed : No space left on device\n";
+            EXPECT_EQ(streams.err(), message + message + message);
+        }
+        ASSERT_EQ(mount("logs", "logs", "tmpfs", MS_REMOUNT, "nr_inodes=9"), 0);
+        say("makes the file");
+        say("room again");
+        EXPECT_EQ(content(path), lost(2) + line("room again"));
+    });
+    if (!reason.empty())
+        GTEST_SKIP() << reason;
+}
+
+// Ends the program unless the logger keeps the signal away.
+TEST_F(LoggerFaults, LimitOfFileSizesEndsNoProgram) {
+    const auto written = [&] {
+        ASSERT_EQ(signal(SIGXFSZ, SIG_DFL), SIG_DFL);
+        const rlimit limit{100, RLIM_INFINITY};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        say(std::string(60, 'a')); // 79 bytes with all that belongs to it
+        say(std::string(60, 'b'));
+        say("c"); // 20 bytes, and 41 for the account
+        ASSERT_EQ(content(path), line(std::string(60, 'a')));
+        const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
+        say("d");
+        ASSERT_EQ(content(path), line(std::string(60, 'a')) + lost(2) + line("d"));
+    };
+    EXPECT_EXIT((written(), _exit(HasFatalFailure() ? 1 : 0)), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(LoggerFaults, PipeWithoutReaderEndsNoProgram) {
+    const auto written = [&] {
+        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+        const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+        say("read");
+        char text[128] = {};
+        ASSERT_EQ(read(reader, text, sizeof(text) - 1), static_cast<ssize_t>(line("read").size()));
+        close(reader);
+        say("lost");
+        const int next = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+        say("read again");
+        std::memset(text, 0, sizeof(text));
+        ASSERT_GT(read(next, text, sizeof(text) - 1), 0);
+        ASSERT_EQ(text, lost(1) + line("read again"));
+    };
+    EXPECT_EXIT((written(), _exit(HasFatalFailure() ? 1 : 0)), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(LoggerFaults, StandardErrorWithoutReaderEndsNoProgram) {
+    const auto written = [&] {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        ASSERT_EQ(dup2(ends[1], STDERR_FILENO), STDERR_FILENO);
+        close(ends[0]);
+        g_nPrint = 1;
+        say("printed");
+        CVornLog::fSetLogModeBit("ERROR:");
+        ASSERT_EQ(content(path), line("printed"));
+    };
+    EXPECT_EXIT((written(), _exit(HasFatalFailure() ? 1 : 0)), testing::ExitedWithCode(0), "");
+}
+
+// A pipe takes a part of what is longer than it guarantees, and nothing can be taken off it again.
+TEST_F(LoggerFaults, CutLineThatStaysIsEndedBeforeTheNextOne) {
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_EQ(fcntl(reader, F_SETPIPE_SZ, 4096), 4096);
+    const std::string longMessage(6000, 'x');
+    say(longMessage);
+    char text[8192] = {};
+    EXPECT_EQ(read(reader, text, sizeof(text)), 4096);
+    EXPECT_EQ(text, line(longMessage).substr(0, 4096));
+    say("next");
+    const ssize_t count = read(reader, text, sizeof(text));
+    EXPECT_EQ(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(count, 0))), "\n" + lost(1) + line("next"));
+    close(reader);
+}
+
+TEST_F(LoggerFaults, DebugLinesThatAreNotWantedAreNotLost) {
+    fs::create_symlink("/dev/full", path);
+    log.fLogWrite(1, "u", "not wanted");
+    log.fLogWrite(1, "u", "not wanted");
+    say("lost");
+    fs::remove(path);
+    say("makes the file");
+    say("room again");
+    EXPECT_EQ(content(path), lost(1) + line("room again"));
 }
 
 TEST_F(LoggerFaults, FullFileSystemFromTheStartTakesNothing) {

@@ -38,6 +38,10 @@ public:
     Found(int writers, long perWriter) : m_seen(writers, std::vector<char>(perWriter)) {}
 
     void read(const std::string &line) {
+        if (long lost = 0; std::sscanf(line.c_str(), "[%*6d][INFO][VornLog]%ld messages lost", &lost) == 1) {
+            m_lost += lost;
+            return;
+        }
         int writer = 0;
         int number = 0;
         ASSERT_EQ(std::sscanf(line.c_str(), "[%*6d][INFO][w%d][%d]", &writer, &number), 2) << line;
@@ -47,10 +51,13 @@ public:
     }
 
     long count() const { return m_count; }
+    /// Messages that the accounts of the log call lost.
+    long lost() const { return m_lost; }
 
 private:
     std::vector<std::vector<char>> m_seen;
     long m_count = 0;
+    long m_lost = 0;
 };
 
 struct Load {
@@ -142,6 +149,7 @@ TEST_P(LoggerLoad, EveryMessageIsAccountedFor) {
                 load.name, sent.load(), written.count(), rotations, dropped, total / seconds, cpuSeconds * 1e6 / total);
     EXPECT_EQ(sent, perWriter * load.writers);
     EXPECT_EQ(arrived.count(), written.count() + rotations) << "each rotation loses the line that started it";
+    EXPECT_EQ(written.lost(), dropped);
     if (load.waitForRoom) {
         EXPECT_EQ(dropped, 0);
         EXPECT_GE(rotations, 2);

@@ -1,5 +1,8 @@
 #include "text/NumberScan.h"
 
+#include "CommaLocale.h"
+
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -146,6 +149,74 @@ TEST(NumberScan, AgreesWithTheLibraryFunctionsOnRandomText) {
         ASSERT_EQ(zel::scanUnsigned(cursor, actual), converted) << text;
         ASSERT_EQ(actual, expected) << text;
     }
+}
+
+double read(const char *text) {
+    double value = 77.0;
+    zel::scanDouble(text, value);
+    return value;
+}
+
+TEST(RealNumberScan, ReadsTheFormsOfStrtod) {
+    EXPECT_EQ(read(" 45.30"), 45.3);
+    EXPECT_EQ(read("\t-0.5x"), -0.5);
+    EXPECT_EQ(read("+.25"), 0.25);
+    EXPECT_EQ(read("1e3"), 1000.0);
+    EXPECT_EQ(read("0x1.8p3"), 12.0);
+    EXPECT_EQ(read("1e999"), HUGE_VAL);
+    EXPECT_EQ(read("-infinity"), -HUGE_VAL);
+    EXPECT_TRUE(std::isnan(read("nan")));
+    for (const char *text : {"", "  ", ".", "-", "e3", "x", ",5"}) {
+        const char *cursor = text;
+        double value = 77.0;
+        EXPECT_FALSE(zel::scanDouble(cursor, value)) << text;
+        EXPECT_EQ(cursor, text);
+        EXPECT_EQ(value, 77.0);
+    }
+}
+
+TEST(RealNumberScan, AgreesWithTheLibraryFunctionsOnRandomText) {
+    std::mt19937 random(20240609);
+    const std::string alphabet = "0123456789012345678901234567890.... \t-+eExXpaAinfINF,\xff";
+    for (int round = 0; round < 50000; ++round) {
+        std::string text;
+        for (auto length = random() % 20; length > 0; --length)
+            text += alphabet[random() % alphabet.size()];
+
+        char *end = nullptr;
+        const double expected = std::strtod(text.c_str(), &end);
+        const char *cursor = text.c_str();
+        double value = 0.0;
+        ASSERT_EQ(zel::scanDouble(cursor, value), end != text.c_str()) << text;
+        ASSERT_TRUE(value == expected || (std::isnan(value) && std::isnan(expected))) << text;
+        ASSERT_EQ(cursor, end) << text;
+
+        const float narrow = std::strtof(text.c_str(), &end);
+        float found = 0.0F;
+        cursor = text.c_str();
+        ASSERT_EQ(zel::scanFloat(cursor, found), end != text.c_str()) << text;
+        ASSERT_TRUE(found == narrow || (std::isnan(found) && std::isnan(narrow))) << text;
+    }
+}
+
+TEST(RealNumberScan, DecimalPointIsAPointUnderEveryLocale) {
+    const CommaLocale locale;
+    if (locale.whyNot() != nullptr)
+        GTEST_SKIP() << locale.whyNot();
+    EXPECT_EQ(std::strtod("2,5", nullptr), 2.5); // the locale is in force
+
+    const char *cursor = "2.5 7,5";
+    double value = 0.0;
+    ASSERT_TRUE(zel::scanDouble(cursor, value));
+    EXPECT_EQ(value, 2.5);
+    ASSERT_TRUE(zel::scanDouble(cursor, value));
+    EXPECT_EQ(value, 7.0);
+    EXPECT_STREQ(cursor, ",5");
+
+    cursor = "2.5";
+    float narrow = 0.0F;
+    ASSERT_TRUE(zel::scanFloat(cursor, narrow));
+    EXPECT_EQ(narrow, 2.5F);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "HostFixture.h"
 #include "LogCapture.h"
+#include "SettingGuard.h"
 #include "Settings.h"
 #include "StatText.h"
 #include "SystemHooks.h"
@@ -129,6 +130,43 @@ TEST_F(CpuSample, FourFieldKernelsAreToldByTheMinorNumberAlone) {
 
         ASSERT_NE(rows, nullptr);
         EXPECT_THAT(row(rows[0]), ElementsAre(150, 50, 400, 300, 100)) << release;
+    }
+}
+
+// With the rule of 2.6, five counters on everything from 2.6 on: 10 20 15 50 5 make 100. By the letter the nice ticks
+// count twice: (50 * 1000 + 57) / 115 = 435.
+TEST_F(CpuSample, KernelRuleReadsFiveFieldsFrom26On) {
+    const SettingGuard rule(g_nKernelRule);
+    for (const char *release : {"2.6.0", "3.0.101", "4.4.0", "5.4.0", "6.1.0", "7.0.0", "10.2.1"}) {
+        pretendKernelRelease(release);
+        CMM_CPU_Info cpu;
+        g_nKernelRule = 1;
+        sample(cpu, {{0, 0, 0, 0, 0}});
+        const zel::CpuRow *rows = sample(cpu, {{10, 20, 15, 50, 5}});
+        ASSERT_NE(rows, nullptr);
+        EXPECT_THAT(row(rows[0]), ElementsAre(150, 100, 500, 50, 200)) << release;
+    }
+    for (const char *release : {"5.4.0", "6.1.0", "7.0.0"}) {
+        pretendKernelRelease(release);
+        CMM_CPU_Info cpu;
+        g_nKernelRule = 0;
+        sample(cpu, {{0, 0, 0, 0, 0}});
+        const zel::CpuRow *rows = sample(cpu, {{10, 20, 15, 50, 5}});
+        ASSERT_NE(rows, nullptr);
+        EXPECT_THAT(row(rows[0]), ElementsAre(130, 87, 435, 174, 174)) << release;
+    }
+}
+
+TEST_F(CpuSample, KernelRuleLeavesOlderKernelsAsTheyAre) {
+    const SettingGuard rule(g_nKernelRule);
+    g_nKernelRule = 1;
+    for (const char *release : {"2.4.21-4.ELsmp", "2.2.26"}) {
+        pretendKernelRelease(release);
+        CMM_CPU_Info cpu;
+        sample(cpu, {{0, 0, 0, 0, 0}});
+        const zel::CpuRow *rows = sample(cpu, {{10, 20, 15, 50, 5}});
+        ASSERT_NE(rows, nullptr);
+        EXPECT_THAT(row(rows[0]), ElementsAre(130, 87, 435, 174, 174)) << release;
     }
 }
 

@@ -41,11 +41,17 @@ Scan referencePartitions(const std::string &line) {
     return scan;
 }
 
-template<typename Scanner> Scan scanned(Scanner scanner, const std::string &line) {
+Scan scanned(const zel::DiskLineRules &rules, const std::string &line) {
     Scan scan;
     std::memset(&scan.disk, 'x', sizeof(scan.disk));
-    scan.fields = scanner(line.c_str(), scan.disk);
+    zel::DiskLine scanner(rules, line.c_str());
+    static_cast<void>(scanner.isPartition()); // looks ahead and takes nothing
+    scan.fields = scanner.take(scan.disk);
     return scan;
+}
+
+bool isPartition(const zel::DiskLineRules &rules, const std::string &line) {
+    return zel::DiskLine(rules, line.c_str()).isPartition();
 }
 
 std::string described(const Scan &scan) {
@@ -58,8 +64,8 @@ std::string described(const Scan &scan) {
 }
 
 void expectReferenceResults(const std::string &line) {
-    ASSERT_EQ(described(scanned(zel::scanDiskstatsLine, line)), described(referenceDiskstats(line))) << line;
-    ASSERT_EQ(described(scanned(zel::scanPartitionsLine, line)), described(referencePartitions(line))) << line;
+    ASSERT_EQ(described(scanned(zel::diskstatsRules, line)), described(referenceDiskstats(line))) << line;
+    ASSERT_EQ(described(scanned(zel::partitionsRules, line)), described(referencePartitions(line))) << line;
 
     unsigned long blocks = 0;
     char name[64] = {};
@@ -79,8 +85,8 @@ void expectReferencePartition(const std::string &line) {
     std::sscanf(line.c_str(), "%4d %4d %s", &major, &minor, name);
     const bool partition = minor % 16 != 0;
     const bool nvme = std::strncmp(name, "nvme", 4) == 0;
-    ASSERT_EQ(zel::diskstatsRules.isPartition(line.c_str()), partition && !nvme) << line;
-    ASSERT_EQ(zel::partitionsRules.isPartition(line.c_str()), partition) << line;
+    ASSERT_EQ(isPartition(zel::diskstatsRules, line), partition && !nvme) << line;
+    ASSERT_EQ(isPartition(zel::partitionsRules, line), partition) << line;
 }
 
 void expectReferenceDiscovery(const std::string &line) {
@@ -169,13 +175,13 @@ TEST(DiskLines, ScannersGiveWhatSscanfGivesOverMutations) {
 
 TEST(DiskLines, LongestPossibleNameFits) {
     const std::string name(zel::DISK_LINE_LIMIT, 'n');
-    const Scan scan = scanned(zel::scanDiskstatsLine, "8 0 " + name.substr(4));
+    const Scan scan = scanned(zel::diskstatsRules, "8 0 " + name.substr(4));
     EXPECT_EQ(scan.fields, 3);
     EXPECT_EQ(scan.disk.name, name.substr(4));
 }
 
 TEST(DiskLines, FullLineOfDiskstats) {
-    const Scan scan = scanned(zel::scanDiskstatsLine, "   8       0 sda 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17\n");
+    const Scan scan = scanned(zel::diskstatsRules, "   8       0 sda 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17\n");
     EXPECT_EQ(scan.fields, zel::DISK_LINE_FIELDS);
     EXPECT_STREQ(scan.disk.name, "sda");
     EXPECT_EQ(scan.disk.rd_ios, 1U);
@@ -191,17 +197,17 @@ TEST(DiskLines, FullLineOfDiskstats) {
 }
 
 TEST(DiskLines, FullLineOfPartitionsHasItsTicksIn32Bits) {
-    const Scan scan = scanned(zel::scanPartitionsLine, "8 16 100 sdb 1 2 3 4 5 6 7 8 -1 4294967298 11\n");
+    const Scan scan = scanned(zel::partitionsRules, "8 16 100 sdb 1 2 3 4 5 6 7 8 -1 4294967298 11\n");
     EXPECT_EQ(scan.fields, zel::DISK_LINE_FIELDS);
     EXPECT_EQ(scan.disk.ticks, 2U); // 4294967298 - 2^32
 }
 
 TEST(DiskLines, MinorOfFiveDigitsIsCutAfterFour) {
-    const Scan scan = scanned(zel::scanDiskstatsLine, "259 10240 nvme9n1 1 2 3 4 5 6 7 8 9 10 11\n");
+    const Scan scan = scanned(zel::diskstatsRules, "259 10240 nvme9n1 1 2 3 4 5 6 7 8 9 10 11\n");
     EXPECT_STREQ(scan.disk.name, "0");
     EXPECT_EQ(scan.fields, 3);
-    EXPECT_FALSE(zel::diskstatsRules.isPartition("259 10240 sda 1\n"));    // 1024 is a multiple of 16
-    EXPECT_TRUE(zel::diskstatsRules.isPartition("259 10250 nvme9n1 1\n")); // 1025 of a disk named 0
+    EXPECT_FALSE(isPartition(zel::diskstatsRules, "259 10240 sda 1\n"));    // 1024 is a multiple of 16
+    EXPECT_TRUE(isPartition(zel::diskstatsRules, "259 10250 nvme9n1 1\n")); // 1025 of a disk named 0
 }
 
 TEST(DiskLines, NamesOfDiskstats) {
@@ -222,20 +228,19 @@ TEST(DiskLines, PartitionsAreToldByTheirMinorButThoseOfNvme) {
     for (int minor = 0; minor < 64; ++minor) {
         const std::string start = "   8 " + std::to_string(minor);
         const bool partition = minor % 16 != 0;
-        EXPECT_EQ(zel::diskstatsRules.isPartition((start + " sda1 1 2 3 4 5 6 7 8 9 10 11\n").c_str()), partition)
-            << minor;
-        EXPECT_EQ(zel::diskstatsRules.isPartition((start + " sda1 1 2\n").c_str()), partition) << minor;
-        EXPECT_EQ(zel::diskstatsRules.isPartition(start.c_str()), partition) << minor;
-        EXPECT_EQ(zel::diskstatsRules.isPartition((start + " xnvme0 1\n").c_str()), partition) << minor;
-        EXPECT_FALSE(zel::diskstatsRules.isPartition((start + " nvme0n1p1 1\n").c_str())) << minor;
-        EXPECT_FALSE(zel::diskstatsRules.isPartition((start + " nvme").c_str())) << minor;
-        EXPECT_EQ(zel::partitionsRules.isPartition((start + " nvme0n1p1 1\n").c_str()), partition) << minor;
-        EXPECT_EQ(zel::partitionsRules.isPartition((start + " 512000 nvme0n1p1 1\n").c_str()), partition) << minor;
+        EXPECT_EQ(isPartition(zel::diskstatsRules, start + " sda1 1 2 3 4 5 6 7 8 9 10 11\n"), partition) << minor;
+        EXPECT_EQ(isPartition(zel::diskstatsRules, start + " sda1 1 2\n"), partition) << minor;
+        EXPECT_EQ(isPartition(zel::diskstatsRules, start), partition) << minor;
+        EXPECT_EQ(isPartition(zel::diskstatsRules, start + " xnvme0 1\n"), partition) << minor;
+        EXPECT_FALSE(isPartition(zel::diskstatsRules, start + " nvme0n1p1 1\n")) << minor;
+        EXPECT_FALSE(isPartition(zel::diskstatsRules, start + " nvme")) << minor;
+        EXPECT_EQ(isPartition(zel::partitionsRules, start + " nvme0n1p1 1\n"), partition) << minor;
+        EXPECT_EQ(isPartition(zel::partitionsRules, start + " 512000 nvme0n1p1 1\n"), partition) << minor;
     }
-    EXPECT_FALSE(zel::diskstatsRules.isPartition("8 -16 sdb"));
-    EXPECT_TRUE(zel::diskstatsRules.isPartition("8 -1 sdb"));
-    EXPECT_FALSE(zel::diskstatsRules.isPartition("\n"));
-    EXPECT_FALSE(zel::diskstatsRules.isPartition("8 x sdb"));
+    EXPECT_FALSE(isPartition(zel::diskstatsRules, "8 -16 sdb"));
+    EXPECT_TRUE(isPartition(zel::diskstatsRules, "8 -1 sdb"));
+    EXPECT_FALSE(isPartition(zel::diskstatsRules, "\n"));
+    EXPECT_FALSE(isPartition(zel::diskstatsRules, "8 x sdb"));
 }
 
 bool reported(const char *line) {

@@ -1,5 +1,6 @@
 // The list form: records by iterator, old samples by name.
 #include "DiskTest.h"
+#include "SettingGuard.h"
 
 #include <gmock/gmock.h>
 
@@ -248,6 +249,17 @@ TEST_F(DiskKernels, EveryGenerationHasItsFile) {
                                 "4.4.0", "5.4.0", "5.15.0", "6.1.0", "10.2.0"})
         EXPECT_EQ(diskOn(release), "/dev/from-diskstats") << release;
     for (const char *release : {"2.0.36", "2.1.1", "2.3.99", "2.5.75", "1.2.13", "1.9.0", "0.99.0"})
+        EXPECT_EQ(diskOn(release), "null") << release;
+}
+
+TEST_F(DiskKernels, KernelRuleKeepsEveryFile) {
+    const SettingGuard rule(g_nKernelRule);
+    g_nKernelRule = 1;
+    EXPECT_EQ(diskOn("2.2.26"), "/dev/from-script");
+    EXPECT_EQ(diskOn("2.4.37"), "/dev/from-partitions");
+    for (const char *release : {"2.6.9-5.EL", "3.0.101", "4.4.0", "5.4.0", "6.1.0", "7.0.0"})
+        EXPECT_EQ(diskOn(release), "/dev/from-diskstats") << release;
+    for (const char *release : {"2.0.36", "2.5.75", "1.9.0"})
         EXPECT_EQ(diskOn(release), "null") << release;
 }
 

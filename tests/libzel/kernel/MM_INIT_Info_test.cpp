@@ -1,6 +1,9 @@
 #include "MM_INIT_Info.h"
 #include "MM_LA_Info.h"
+#include "SettingGuard.h"
+#include "Settings.h"
 #include "SystemHooks.h"
+#include "kernel/KernelRelease.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -98,6 +101,38 @@ TEST(OsIdentity, NoMemoryForTheRecordGivesZero) {
     systemHooks().failAllocationAfter = 0;
     EXPECT_EQ(collector.fMGetVersion(), 0);
     EXPECT_EQ(collector.fMGetVersion(), 1);
+}
+
+std::pair<int, int> rulingOn(const char *release) {
+    pretendKernelRelease(release);
+    const CMM_INIT_Info collector;
+    const zel::KernelRelease ruling = zel::rulingRelease(collector);
+    EXPECT_EQ(collector.fMLinux_Major(), CMM_INIT_Info::m_pstOsVersion->l_nMajorNum) << "the record stays as it is";
+    return {ruling.major, ruling.minor};
+}
+
+using Release = std::pair<int, int>;
+
+TEST(KernelRule, ByTheLetterIsTheDefault) {
+    EXPECT_EQ(rulingOn("5.4.0"), Release(5, 4));
+    EXPECT_EQ(rulingOn("6.1.0"), Release(6, 1));
+    EXPECT_EQ(rulingOn("2.4.21"), Release(2, 4));
+    const SettingGuard rule(g_nKernelRule, 2);
+    EXPECT_EQ(rulingOn("5.4.0"), Release(5, 4)) << "only 1 is the other rule";
+}
+
+TEST(KernelRule, EveryReleaseFrom26OnCountsAs26) {
+    const SettingGuard rule(g_nKernelRule, 1);
+    for (const char *release : {"2.6.0", "2.6.32-754.el6", "2.7.1", "3.0.101", "4.4.0", "5.4.0", "6.1.0", "7.0.0"})
+        EXPECT_EQ(rulingOn(release), Release(2, 6)) << release;
+}
+
+TEST(KernelRule, OlderAndUnknownReleasesStay) {
+    const SettingGuard rule(g_nKernelRule, 1);
+    EXPECT_EQ(rulingOn("2.5.75"), Release(2, 5));
+    EXPECT_EQ(rulingOn("2.4.21-4.ELsmp"), Release(2, 4));
+    EXPECT_EQ(rulingOn("1.9.0"), Release(1, 9));
+    EXPECT_EQ(rulingOn("generic"), Release(0, 0));
 }
 
 } // namespace

@@ -6,7 +6,9 @@
 #include "StreamCapture.h"
 #include "SystemHooks.h"
 
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -42,6 +44,20 @@ protected:
         scene.home.write("agent/aproc/shell/BandWidth_" + name + ".dat", text);
     }
 
+    struct PrintedFill {
+        std::unique_ptr<CMM_NWT_Info> collector;
+        std::string out;
+        std::string err;
+    };
+
+    /// What `fill`, which gives a collector, printed on the way.
+    template<typename Fill> static PrintedFill printedBy(Fill fill) {
+        const StreamCapture streams;
+        auto collector = fill();
+        std::fflush(stdout);
+        return {std::move(collector), streams.out(), streams.err()};
+    }
+
     NetworkScene scene{0};
 };
 
@@ -69,6 +85,14 @@ TEST_F(NetworkBandwidth, OnlyMarkedLinesOfFourFieldsCount) {
                      "TORVSC|eth7|5|2");
     const CMM_NWT_Info collector;
     EXPECT_THAT(entries(collector), ElementsAre("eth7 5 2"));
+}
+
+TEST_F(NetworkBandwidth, MarkedLineWithoutANameIsRefusedByTheListAloud) {
+    scene.bandwidths("TORVSC||1|2\nTORVSC||1\nTORVSCX||1|2\nTORVSC|eth0|1|2\n");
+    const PrintedFill fill = printedBy([] { return std::make_unique<CMM_NWT_Info>(); });
+    EXPECT_THAT(entries(*fill.collector), ElementsAre("eth0 1 2"));
+    EXPECT_EQ(fill.out, "l_pstrIFName is null or length <= 0 \n") << "the other lines are none of four fields";
+    EXPECT_EQ(fill.err, "");
 }
 
 TEST_F(NetworkBandwidth, FirstEntryOfANameStays) {
@@ -244,6 +268,18 @@ TEST_F(NetworkBandwidth, PlainLinesHoldNameAndBandwidth) {
     EXPECT_THAT(entries(collector), ElementsAre("eth0 1000000 1", "eth1 100000 1", "eth4 0 1", "eth5 10 1"));
 }
 
+TEST_F(NetworkBandwidth, PlainLineWithoutANameIsLeftOutInSilence) {
+    scene.bandwidths(" 5\n  7\n \neth0 1\n");
+    g_nLinuxBandwidthFlag = 0; // the constructor reads another file
+    const PrintedFill fill = printedBy([] {
+        auto collector = std::make_unique<CMM_NWT_Info>();
+        collector->fGetNewBandwidth();
+        return collector;
+    });
+    EXPECT_THAT(entries(*fill.collector), ElementsAre("eth0 1 1"));
+    EXPECT_EQ(fill.out, "") << "the list is not asked to take an empty name";
+}
+
 TEST_F(NetworkBandwidth, MessagesOfPlainLinesEndOnlyWhenTheFileOpened) {
     CMM_NWT_Info collector;
     std::vector<std::string> missing;
@@ -343,6 +379,19 @@ TEST_F(NetworkBandwidth, ScriptsAreReallyRun) {
     g_nLinuxBandwidthFlag = 0;
     const CMM_NWT_Info measuring;
     EXPECT_THAT(entries(measuring), ElementsAre("eth1 2500000 1"));
+}
+
+// Programs are started anywhere: a shell that cannot write its result would say so on their standard error.
+TEST_F(NetworkBandwidth, ConstructorIsSilentWhereThereIsNoHome) {
+    systemHooks().system = nullptr;
+    scene.home.remove("agent/aproc");
+    for (const int flag : {0, 1}) {
+        g_nLinuxBandwidthFlag = flag;
+        const PrintedFill fill = printedBy([] { return std::make_unique<CMM_NWT_Info>(); });
+        EXPECT_EQ(fill.err, "") << flag;
+        EXPECT_EQ(fill.out, "") << flag;
+        EXPECT_THAT(entries(*fill.collector), IsEmpty());
+    }
 }
 
 } // namespace

@@ -72,11 +72,17 @@ TEST_F(Duplex, MissingAnswerHasTheScriptRun) {
     EXPECT_THAT(scene.commands, ElementsAre(commandFor("bond0.100:1")));
 }
 
-TEST_F(Duplex, AnswerFromTheFutureIsFresh) {
-    answer("Full\n", -1000);
+TEST_F(Duplex, AnswerOfThisSecondIsFreshAndOneFromTheFutureIsNot) {
+    answer("Full\n", 0);
     char text[12] = "";
     EXPECT_EQ(fGetDuplex("eth0", text), 1);
     EXPECT_THAT(scene.commands, IsEmpty());
+    for (const long ahead : {1L, 1000L, 100000000L}) {
+        scene.commands.clear();
+        answer("Full\n", -ahead);
+        EXPECT_EQ(fGetDuplex("eth0", text), 1) << "the file is read as it is afterwards";
+        EXPECT_THAT(scene.commands, ElementsAre(commandFor("eth0"))) << ahead;
+    }
 }
 
 TEST_F(Duplex, NoAnswerFails) {

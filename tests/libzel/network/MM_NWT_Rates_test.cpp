@@ -1,6 +1,8 @@
 // The arithmetic between two readings of an interface.
 #include "network/MM_NWT_Rates.h"
 
+#include "MM_NWT_Info.h"
+
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>

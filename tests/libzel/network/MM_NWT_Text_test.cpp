@@ -254,6 +254,15 @@ TEST_F(NetworkText, ClockThatWentBackGivesZeros) {
                    "0.00", "0.00", "0.00"}));
 }
 
+TEST_F(NetworkText, ClockThatWentBackWithoutTrafficNeverPrintsMinusZero) {
+    scene.bandwidths("TORVSC|eth0|100000|2\n");
+    scene.show({{"eth0", 4096, 10, 8192, 20, 5, 6, 7}});
+    CMM_NWT_Info collector;
+    collector.fMGetNetworkStat(1.0, -1);
+    for (const double elapsed : {-0.0, -1.0, -1e300})
+        EXPECT_EQ(pass(collector, elapsed).find("-0.00"), std::string::npos) << elapsed;
+}
+
 TEST_F(NetworkText, NoTimeBetweenTwoPassesNeverPrintsNotANumber) {
     scene.bandwidths("TORVSC|eth0|100000|2\n");
     scene.show({{"eth0", 0, 0}});

@@ -272,6 +272,17 @@ TEST_F(ProcessScan, UnknownProcessorCountCountsAsOne) {
     EXPECT_EQ(scan().value(7, "P100CPU"), "50.00");
 }
 
+TEST_F(ProcessScan, ClockThatWasSetBackGivesZerosWithoutASign) {
+    host.put(sleeper(7));
+    scan();
+
+    clock.advance(-60);
+    const ProcessTable table = scan();
+
+    for (const char *column : {"PCPU", "PUSERCPU", "PSYSCPU", "IOBYTE", "IOBYTERATE", "P100CPU"})
+        EXPECT_EQ(table.value(7, column), "0.00") << column;
+}
+
 TEST_F(ProcessScan, StandingClockGivesNumbersOnly) {
     FakeProcess process = sleeper(7);
     host.put(process);

@@ -71,6 +71,28 @@ TEST(ProcessRates, ClockThatWasSetBackGivesZeroRates) {
     EXPECT_DOUBLE_EQ(rates.current->l_dIOByte, 2000.0) << "the amount does not depend on the clock";
 }
 
+// Consumers would read "-0.00".
+TEST(ProcessRates, ClockThatWasSetBackUnderUnchangedCountersGivesNoMinusZero) {
+    const auto expectNoSign = [](const _ST_PROC &process) {
+        EXPECT_FALSE(std::signbit(process.l_dPCPU));
+        EXPECT_FALSE(std::signbit(process.l_dPUserCpu));
+        EXPECT_FALSE(std::signbit(process.l_dPSysCpu));
+        EXPECT_FALSE(std::signbit(process.l_dIOByte));
+        EXPECT_FALSE(std::signbit(process.l_dIOByteRate));
+    };
+    Rates rates;
+    rates.old = {42, 1200, 900, 300, 5000.0, 1000.0, 0};
+
+    rates.collector.fMNewCompute(rates.current.get(), &rates.old, 900.0);
+    expectNoSign(*rates.current);
+
+    rates.collector.fMCompute(rates.current.get(), &rates.old, -100.0);
+    expectNoSign(*rates.current);
+
+    rates.collector.fMGetPCpu(rates.current.get(), rates.current.get(), -100.0);
+    expectNoSign(*rates.current);
+}
+
 TEST(ProcessRates, NoTimeGivesZeroRates) {
     Rates rates;
 

@@ -5,6 +5,7 @@
 #include "MM_PROC_Info.h"
 #include "ProcessHost.h"
 #include "ScratchHome.h"
+#include "SettingGuard.h"
 #include "Settings.h"
 #include "SystemHooks.h"
 
@@ -119,6 +120,26 @@ TEST_F(MinorFourScan, LaterKernelsWithMinorNumberFourTakeTheListToo) {
     EXPECT_THAT(scan().values("PID"), ElementsAre("8"));
 }
 
+TEST_F(MinorFourScan, KernelRuleLeavesTheScriptsToOldKernels) {
+    const SettingGuard rule(g_nKernelRule, 1);
+    host.put(java(7));
+    g_nGetProcessType = g_nGetProcessJAVA = 1;
+    list("8\n");
+
+    EXPECT_THAT(scan().values("PID"), ElementsAre("7"));
+    EXPECT_TRUE(commands.empty());
+}
+
+TEST_F(ScriptedScan, KernelRuleLeavesTheListOf24) {
+    const SettingGuard rule(g_nKernelRule, 1);
+    host.put(java(7));
+    host.put(java(8));
+    g_nGetProcessType = 1;
+    list("8\n");
+
+    EXPECT_THAT(scan().values("PID"), ElementsAre("8"));
+}
+
 TEST_F(CurrentKernelScan, OtherKernelsTakeNoList) {
     host.put(java(7));
     g_nGetProcessType = 1;
@@ -188,6 +209,20 @@ TEST_F(ScriptedScan, RatesCompareElapsedTimes) {
     process.utime = 250;
     host.put(process);
     EXPECT_EQ(scan().value(7, "PCPU"), "0.00") << "equal cycles: an elapsed time of 0";
+}
+
+// The second scan's elapsed time is far below the first one's.
+TEST_F(ScriptedScan, UnchangedCountersOfTheSecondScanGiveZerosWithoutASign) {
+    host.put(java(7));
+    g_nGetProcessType = 1;
+    list("7\n");
+    scan();
+
+    clock.advance(4);
+    const ProcessTable table = scan();
+
+    for (const char *column : {"PCPU", "PUSERCPU", "PSYSCPU", "IOBYTE", "IOBYTERATE", "P100CPU"})
+        EXPECT_EQ(table.value(7, column), "0.00") << column;
 }
 
 TEST_F(ScriptedScan, ListIsNotReadInSlices) {

@@ -3,6 +3,7 @@
 #include "DiskTest.h"
 #include "DriverRun.h"
 #include "StreamCapture.h"
+#include "TempDirectory.h"
 
 #include <cstring>
 #include <gmock/gmock.h>
@@ -48,6 +49,22 @@ TEST_F(DiskReport, SampleWithoutDisksPrintsNothing) {
     EXPECT_EQ(reported(1), "");
 }
 
+// An escape that clears the screen, and one that sets the title of the window.
+constexpr const char *hostileLine = "   8       0 sda\x1b[2J\x1b]0;x\x07\x7f 10 0 20 0 30 0 40 0 0 50 0\n";
+
+TEST_F(DiskReport, ControlBytesOfANameArePrintedAsBlanks) {
+    host.write("proc/diskstats", hostileLine);
+    EXPECT_EQ(reported(1), " Io  000:  0.00([R]cnt/s)  0.00([W]cnt/s)  0.00([R]kb/s)  0.00([W]kb/s)  0.00(Busy) "
+                           "/dev/sda [2J ]0;x  \n");
+}
+
+TEST_F(DiskReport, PerformanceTextKeepsTheNameAsItIs) {
+    g_nDiskStrType = 1;
+    sampleText(disks, hostileLine);
+    sampleText(disks, hostileLine);
+    EXPECT_THAT(poll(disks), HasSubstr("/dev/sda\x1b[2J\x1b]0;x\x07\x7f~"));
+}
+
 TEST(OldDiskReport, VolumesOfEveryRecord) {
     CSSList list;
     _ST_DISKIO disk{};
@@ -69,6 +86,17 @@ TEST(OldDiskReport, VolumesOfEveryRecord) {
     EXPECT_EQ(print_io(nullptr), 0);
 }
 
+TEST(OldDiskReport, ControlBytesOfANameArePrintedAsBlanks) {
+    CSSList list;
+    _ST_DISKIO disk{};
+    std::strcpy(disk.l_strDEVname, "/dev/\x1b[31m\n");
+    list.fSlInsertFifo(&disk, sizeof(disk), nullptr);
+    const StreamCapture streams;
+    EXPECT_EQ(print_io(&list), 1);
+    EXPECT_EQ(streams.err(), " Io  000:  0.00  0.00 /dev/ [31m     \n");
+    list.fSlDeleteAll();
+}
+
 // Cycles of 5 seconds: sda made 250 reads, 125 writes, 20000 and 5000 sectors, and was busy for 1250 ms.
 TEST(DiskDriver, OptionFivePrintsTheRatesOfEveryDisk) {
     DriverRun driver;
@@ -78,6 +106,18 @@ TEST(DiskDriver, OptionFivePrintsTheRatesOfEveryDisk) {
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.err, HasSubstr(" Io  002: 50.00([R]cnt/s) 25.00([W]cnt/s) 2000.00([R]kb/s) 500.00([W]kb/s) "
                                       "25.00(Busy) /dev/sda       \n"));
+}
+
+TEST(DiskDriver, OptionFiveSendsNoEscapeToTheTerminal) {
+    const TempDirectory hosts;
+    hosts.write("host/proc/diskstats", hostileLine);
+    DriverRun driver;
+    driver.hostDirectories({(hosts.path() / "host").string()}).kernelRelease("6.1.0").frozenClock();
+    const DriverResult result = driver.run({"5", "1", "1"});
+
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.err, HasSubstr("/dev/sda [2J ]0;x  \n"));
+    EXPECT_EQ(result.err.find('\x1b'), std::string::npos);
 }
 
 } // namespace

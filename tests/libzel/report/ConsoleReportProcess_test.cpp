@@ -5,6 +5,7 @@
 #include "Settings.h"
 #include "StreamCapture.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
@@ -24,6 +25,40 @@ TEST(ProcessReport, PrintsTheTextOnStandardOutput) {
     std::fflush(stdout);
     EXPECT_EQ(streams.out(), collector.g_stringPollProcess + "\n");
     EXPECT_EQ(streams.err(), "");
+}
+
+// A user chooses the command line: it must neither drive the terminal nor look like a line of its own.
+TEST(ProcessReport, ControlBytesOfATitleArePrintedAsBlanks) {
+    ProcessHost host;
+    FakeProcess process;
+    process.pid = 7;
+    process.commandLine = "title\n\x1b[2J\x07\x7f\tend";
+    host.put(process);
+    CMM_PROC_Info collector;
+    const StreamCapture streams;
+
+    EXPECT_EQ(print_proc_v2(&collector), 1);
+
+    std::fflush(stdout);
+    const std::string printed = streams.out();
+    EXPECT_EQ(ProcessTable(printed.substr(0, printed.size() - 1).c_str()).value(7, "ARGS"), "title  [2J   end");
+    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1) << "the line end of the report";
+    EXPECT_EQ(ProcessTable(collector.fGetProcInfo()).value(7, "ARGS"), process.commandLine) << "the text stays as it is";
+}
+
+TEST(ProcessReport, LongTextIsPrintedWhole) {
+    ProcessHost host;
+    FakeProcess process;
+    process.commandLine = std::string(5000, 'a');
+    for (process.pid = 1; process.pid <= 5; ++process.pid)
+        host.put(process);
+    CMM_PROC_Info collector;
+    const StreamCapture streams;
+
+    EXPECT_EQ(print_proc_v2(&collector), 1);
+
+    std::fflush(stdout);
+    EXPECT_EQ(streams.out(), collector.g_stringPollProcess + "\n");
 }
 
 TEST(ProcessReport, NothingIsPrintedWithoutASample) {

@@ -5,6 +5,7 @@
 #include "PerfTextReader.h"
 #include "Settings.h"
 
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 
@@ -27,10 +28,10 @@ private:
     int m_previous;
 };
 
+// The same in every locale.
 std::string number(double value) {
-    char text[64];
-    std::snprintf(text, sizeof(text), "%.4f", value);
-    return text;
+    char text[512];
+    return {text, std::to_chars(text, text + sizeof(text), value, std::chars_format::fixed, 4).ptr};
 }
 
 std::string named(const char *name, const std::string &value) {

@@ -6,7 +6,7 @@
 
 namespace zel {
 
-/// Copies `text` into `area` of `size` bytes (at least 1), cut to it and always terminated. Nothing behind the
+/// Copies `text` into `area` of `size` bytes (at least 1), cut to it and always terminated. Nothing after the
 /// terminator is touched. Returns the length copied.
 inline std::size_t copyText(char *area, std::size_t size, const char *text) {
     const std::size_t length = strnlen(text, size - 1);
@@ -15,7 +15,7 @@ inline std::size_t copyText(char *area, std::size_t size, const char *text) {
     return length;
 }
 
-/// Puts `text` into the field of a record, cut to its size; the field is zero behind the text.
+/// Puts `text` into the field of a record, cut to its size; the field is zero after the text.
 template<std::size_t SIZE> void setFixedText(char (&field)[SIZE], const char *text) {
     const std::size_t length = copyText(field, SIZE, text);
     std::memset(field + length, 0, SIZE - length);

@@ -1,12 +1,18 @@
-#include "LogGate.h"
-
-#include "VornLog.h"
+// The log gate: the installed logger, the words that open and close it, and the way of a message to the logger.
+#include "functions/LogSink.h"
+#include "text/OwnedText.h"
+#include "threads/ForkRepair.h"
+#include "threads/SharedValue.h"
 
 #include <algorithm>
+#include <mutex>
 #include <shared_mutex>
 #include <string_view>
 
+using zel::readShared;
+
 CVornLog *g_pclVornLog;
+int g_nPrint;
 
 int g_nLogModERROR, g_nLoggingERROR1, g_nLoggingERROR2;
 int g_nLogModNORMAL, g_nLoggingNORMAL1, g_nLoggingNORMAL2;
@@ -15,27 +21,33 @@ int g_nLogModDEBUG, g_nLoggingDEBUG1, g_nLoggingDEBUG2;
 namespace {
 
 // Shared by the threads that are inside the installed logger; taken whole by a logger that goes.
+struct LoggerInUse {
+    std::shared_mutex lock;
+    zel::ForkRepair repair{[](void *object) { zel::renew(static_cast<LoggerInUse *>(object)->lock); }, this};
+};
+
 std::shared_mutex &loggerInUse() {
-    static auto *lock = new std::shared_mutex; // outlives every static logger
-    return *lock;
+    static auto *inUse = new LoggerInUse; // outlives every static logger
+    return inUse->lock;
 }
+
+std::atomic<zel::LogSink> logSink{nullptr};
 
 bool isControl(char character) {
     return static_cast<unsigned char>(character) < ' ' || character == '\x7f';
 }
 
 // Messages carry names from outside, which may hold line feeds: a message that does is written with blanks in their
-// place, so that no name writes a log line of its own.
+// place, so that no name writes a log line of its own. Without memory for that it is left out.
 class OneLine {
 public:
     explicit OneLine(const char *message) : m_text(message) {
         const std::string_view text(message);
         if (std::none_of(text.begin(), text.end(), isControl))
             return;
-        const std::size_t length = text.copy(m_copy, sizeof(m_copy) - 1);
-        m_copy[length] = '\0';
-        std::replace_if(m_copy, m_copy + length, isControl, ' ');
-        m_text = m_copy;
+        m_copy = zel::joinText({message});
+        m_text = m_copy == nullptr ? "" : m_copy.get();
+        std::replace_if(m_copy.get(), m_copy.get() + std::strlen(m_text), isControl, ' ');
     }
     OneLine(const OneLine &) = delete;
     OneLine &operator=(const OneLine &) = delete;
@@ -43,10 +55,8 @@ public:
     const char *text() const { return m_text; }
 
 private:
-    static constexpr std::size_t longestMessage = 4096; // the message buffers of the collectors hold 1024
-
-    char m_copy[longestMessage];
     const char *m_text;
+    zel::Text m_copy;
 };
 
 } // namespace
@@ -55,8 +65,13 @@ void zel::writeLog(int level, int line, const char *sourceName, const char *mess
     if (!loggerInstalled())
         return;
     const std::shared_lock held(loggerInUse());
-    if (CVornLog *logger = readShared(g_pclVornLog); logger != nullptr)
-        logger->fLogWrite(level, line, sourceName, OneLine(message).text());
+    const LogSink sink = logSink;
+    if (CVornLog *logger = readShared(g_pclVornLog); logger != nullptr && sink != nullptr)
+        sink(*logger, level, line, sourceName, OneLine(message).text());
+}
+
+void zel::setLogSink(LogSink sink) {
+    logSink = sink;
 }
 
 void zel::withdrawLogger(CVornLog *logger) {

@@ -1,0 +1,163 @@
+// The logger in the child of a program that forks while its other threads log.
+#include "HeldThread.h"
+#include "ScratchHome.h"
+#include "ThreadWatch.h"
+#include "VornLog.h"
+
+#include <atomic>
+#include <csignal>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char *logFile = "agent/bin/20231114_app.log";
+constexpr int childLimit = 20; // seconds, for a child that would wait for ever
+
+#ifdef __SANITIZE_THREAD__
+#define SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD()                                                                 \
+    GTEST_SKIP() << "ThreadSanitizer takes a lock of the parent's other threads for held in the child"
+#else
+#define SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD() static_cast<void>(0)
+#endif
+
+// Runs `body` in the child of a fork. True when it came to its end there.
+bool inChild(const std::function<void()> &body) {
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(childLimit);
+        body();
+        _exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    return status == 0;
+}
+
+// A staged home at 2023-11-14 22:13:20.
+class LoggerFork : public testing::Test {
+protected:
+    LoggerFork() {
+        systemHooks().time = [] { return std::time_t{1700000000}; };
+    }
+
+    static std::unique_ptr<CVornLog> newLog(int threadMode) {
+        auto log = std::make_unique<CVornLog>(2, "app", 2, threadMode);
+        log->fSetLogSize(100, 1);
+        return log;
+    }
+
+    // Installs the logger with every gate open, until the end of the test.
+    static void install(CVornLog &log) {
+        CVornLog::fSetLogModeBit("DEBUG");
+        g_pclVornLog = &log;
+    }
+
+    static void say(const char *text) {
+        char message[64];
+        ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "unit", message, "%s", text);
+    }
+
+    ~LoggerFork() override { CVornLog::fSetLogModeBit("NOLOG"); }
+
+    ScratchHome home;
+};
+
+// Another thread stays inside the logger, with every lock that a message takes.
+TEST_F(LoggerFork, ChildWritesWhileAThreadOfTheParentIsInsideTheLogger) {
+    SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD();
+    const auto log = newLog(0);
+    log->fSetThreadChk(1);
+    install(*log);
+    std::atomic<bool> inside{false};
+    std::atomic<bool> mayEnd{false};
+    systemHooks().opendir = [&](const char *) -> DIR * { // the purge before the day's first file
+        inside = true;
+        while (!mayEnd)
+            usleep(1000);
+        return nullptr;
+    };
+    std::thread other([] { say("parent"); });
+    while (!inside)
+        usleep(1000);
+    EXPECT_TRUE(inChild([&] {
+        systemHooks().opendir = nullptr;
+        say("child");
+        g_pclVornLog->fLogWrite(3, 7, "unit", "child, directly");
+    }));
+    EXPECT_EQ(home.read(logFile).substr(0, 20), "[221320][INFO][unit]");
+    EXPECT_NE(home.read(logFile).find("]child\n[221320][INFO][unit][7]child, directly\n"), std::string::npos);
+    mayEnd = true;
+    other.join();
+}
+
+TEST_F(LoggerFork, ChildOfAThreadedLoggerWritesDirectlyAndLeavesTheQueueToTheParent) {
+    const HeldThread thread;
+    auto log = newLog(1);
+    install(*log);
+    log->fLogWrite(3, 1, "unit", "of the parent");
+    EXPECT_TRUE(inChild([&] {
+        if (log->m_nThreadMode != 0 || log->m_pcQueue != nullptr || log->m_nThreadChk != 1)
+            _exit(1);
+        log->fLogWrite(3, 2, "unit", "of the child");
+        log.reset();
+    }));
+    EXPECT_EQ(home.read(logFile), "[221320][INFO][unit][2]of the child\n");
+    EXPECT_EQ(log->m_nThreadMode, 1);
+    log.reset();
+    EXPECT_EQ(home.read(logFile), "[221320][INFO][unit][2]of the child\n[221320][INFO][unit][1]of the parent\n");
+}
+
+TEST_F(LoggerFork, ChildMakesAThreadedLoggerOfItsOwn) {
+    SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD();
+    const ThreadWatch threads;
+    auto log = newLog(1);
+    log->fLogWrite(3, 1, "unit", "of the parent");
+    log.reset();
+    EXPECT_TRUE(inChild([] {
+        auto own = newLog(1);
+        own->fLogWrite(3, 2, "unit", "of the child");
+        own.reset();
+    }));
+    EXPECT_EQ(home.read(logFile), "[221320][INFO][unit][1]of the parent\n[221320][INFO][unit][2]of the child\n");
+}
+
+// Forks at every moment of four threads that log.
+TEST_F(LoggerFork, EveryChildWritesUnderLoad) {
+    SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD();
+    for (const int threadMode : {0, 1}) {
+        const ThreadWatch threads;
+        auto log = newLog(threadMode);
+        log->fSetThreadChk(1);
+        install(*log);
+        std::atomic<bool> stop{false};
+        std::vector<std::thread> writers;
+        for (int writer = 0; writer < 4; ++writer)
+            writers.emplace_back([&] {
+                while (!stop)
+                    say("parent");
+            });
+        for (int round = 0; round < 40; ++round) {
+            const std::string text = "child " + std::to_string(threadMode) + "/" + std::to_string(round);
+            EXPECT_TRUE(inChild([&] { say(text.c_str()); })) << text;
+        }
+        stop = true;
+        for (std::thread &writer : writers)
+            writer.join();
+        log.reset();
+    }
+    const std::string text = home.read(logFile);
+    for (const char *mode : {"0", "1"}) {
+        for (int round = 0; round < 40; ++round) {
+            const std::string line = "]child " + std::string(mode) + "/" + std::to_string(round) + "\n";
+            EXPECT_NE(text.find(line), std::string::npos) << line;
+        }
+    }
+}
+
+} // namespace
