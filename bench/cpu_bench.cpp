@@ -11,6 +11,7 @@
 #include "MM_VM_Info.h"
 #include "OwnHost.h"
 #include "Settings.h"
+#include "kernel/KernelFile.h"
 
 #include <algorithm>
 #include <cstring>
@@ -23,8 +24,7 @@
 
 namespace {
 
-constexpr std::size_t firstStatRoom = 4096;
-constexpr std::size_t largestStatRoom = 65536;
+constexpr std::size_t statRoom = zel::STAT_FILE_SIZE - 1;
 constexpr std::size_t smallRoom = 4096;
 constexpr std::size_t pageRoom = 8192;
 
@@ -104,21 +104,15 @@ Hosts hosts;
 
 // --- Floors --------------------------------------------------------------------------------------------------------
 
-// As the collectors do: no more room than the file has needed so far.
-std::size_t statRoom() {
-    const std::size_t size = bench::sizeOf("/proc/stat");
-    return (size < firstStatRoom - 1 ? firstStatRoom : std::min(2 * size, largestStatRoom)) - 1;
-}
-
 // The fastest of some rounds.
-double readingMicroseconds(std::size_t room) {
+double readingMicroseconds() {
     constexpr int rounds = 9;
     constexpr int readings = 100;
     std::clock_t fastest = CLOCKS_PER_SEC;
     for (int round = 0; round < rounds; ++round) {
         const std::clock_t start = std::clock();
         for (int i = 0; i < readings; ++i)
-            bench::readKernelFile("/proc/stat", room);
+            bench::readKernelFile("/proc/stat", statRoom);
         fastest = std::min(fastest, std::clock() - start);
     }
     return static_cast<double>(fastest) * 1e6 / CLOCKS_PER_SEC / readings;
@@ -130,10 +124,10 @@ double kernelSurplus(long processors) {
         return 0;
     hosts.show(0);
     const double ownSize = static_cast<double>(bench::sizeOf("/proc/stat"));
-    const double own = readingMicroseconds(statRoom());
+    const double own = readingMicroseconds();
     hosts.show(processors);
     const double size = static_cast<double>(bench::sizeOf("/proc/stat"));
-    const double copy = readingMicroseconds(statRoom());
+    const double copy = readingMicroseconds();
     return std::max(own / ownSize * size - copy, 0.0);
 }
 
@@ -173,15 +167,14 @@ template<class Sample> bench::Work cpuWork(long processors, int textSetting, Sam
     cpu->fMGetCpu();
     cpu->fMGetCpu();
     auto earlier = std::make_shared<EarlierTicks>(*cpu, cpu->m_nLogicalCpuCnt + 1);
-    const std::size_t room = statRoom();
     bench::Work work;
     work.sample = [cpu, earlier, sample] {
         earlier->put();
         bench::keep(sample(*cpu));
     };
-    work.floor = [cpu, earlier, room] {
+    work.floor = [cpu, earlier] {
         earlier->put();
-        bench::readKernelFile("/proc/stat", room);
+        bench::readKernelFile("/proc/stat", statRoom);
     };
     work.kernelSurplus = kernelSurplus(processors);
     return work;
@@ -199,13 +192,12 @@ bench::Work loadWork(long processors) {
 template<class Sample> bench::Work vmWork(long processors, Sample sample) {
     hosts.show(processors);
     auto vm = std::make_shared<CMM_VM_Info>();
-    const std::size_t room = statRoom();
     bench::Work work;
     for (int i = 0; i < 3; ++i)
         sample(*vm);
     work.sample = [vm, sample] { bench::keep(sample(*vm)); };
-    work.floor = [room] {
-        bench::readKernelFile("/proc/stat", room);
+    work.floor = [] {
+        bench::readKernelFile("/proc/stat", statRoom);
         bench::readKernelFile("/proc/vmstat", pageRoom - 1);
         bench::readKernelFile("/proc/loadavg", pageRoom - 1);
     };

@@ -6,6 +6,7 @@
 #include "RootOnTmpfs.h"
 #include "Settings.h"
 #include "Surroundings.h"
+#include "cpu/CpuTicks.h"
 
 #include <memory>
 

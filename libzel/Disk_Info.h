@@ -1,5 +1,5 @@
-// CDisk_Info: the CD-ROM drives of the hardware configuration file /etc/sysconfig/hwconf (HardwareConfig.h). Disks and
-// tapes have their counts and arrays, for embedding programs to fill; nothing here fills them.
+// CDisk_Info: the CD-ROM drives of the hardware configuration file /etc/sysconfig/hwconf. Disks and tapes have
+// their counts and arrays, for embedding programs to fill; nothing here fills them.
 //
 // Nothing is read before the first call. A missing file gives a count of 0 and a null array; nothing is logged. The
 // arrays belong to the reader; that of the drives stays valid until the next GetCdromInfo or the reader's end. Not

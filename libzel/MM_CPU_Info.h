@@ -3,7 +3,8 @@
 //
 // With g_nCpuStrType 1 a sample also writes the CPU performance text, and the first sample (which covers the time since
 // boot) is swallowed; otherwise there is no text and the first sample is returned. Kernels whose minor release number
-// is 4 or less are read with four counters per line, whatever their major number is; the others with five.
+// is 4 or less are read with four counters per line, whatever their major number is; the others with five
+// (g_nKernelRule 1: five on every kernel from 2.6 on).
 //
 // What a call returns belongs to the collector and is valid until the next call. A failure is a null pointer or -1 and
 // a message to the logger. fMGetCpu and fMGetPushCpu share the previous counters: each covers the time since either.
@@ -11,13 +12,24 @@
 #pragma once
 
 #include "MM_INIT_Info.h"
-#include "PerfText.h"
 #include "SSUtil.h"
-#include "cpu/CpuTicks.h"
-#include "kernel/StatReader.h"
 
 #include <ctime>
-#include <string_view>
+#include <memory>
+
+namespace zel {
+
+/// Columns of a row in the order in which embedding programs read them.
+enum CpuColumn { CPU_SYSTEM, CPU_USER, CPU_IDLE, CPU_WAIT, CPU_NICE, CPU_COLUMNS };
+
+/// Row 0 is the whole machine, the others are processors in file order; further processors are left out.
+inline constexpr int CPU_ROWS = 513;
+
+using CpuRow = unsigned long long[CPU_COLUMNS];
+
+struct CpuState;
+
+} // namespace zel
 
 class CMM_CPU_Info : public CMM_INIT_Info {
 public:
@@ -66,11 +78,11 @@ public:
 
     // Inventory -----------------------------------------------------------------------------------------------------
 
-    /// Number of physical processors as the script cpu_info tells it, 0 when unknown. Consumers know it with at most
-    /// two characters: a line such as "16" and its line feed is longer and counts as unknown.
+    /// Number of physical processors as the script cpu_info gives it, 0 when unknown. Consumers expect at most two
+    /// characters: a line such as "16" and its line feed is longer and counts as unknown.
     int fMGetPhyCpuCnt();
 
-    /// Takes the text behind "TORVCPU|" of the inventory file into m_pStrCpuINV: 1, or -1 when there is none.
+    /// Takes the text after "TORVCPU|" of the inventory file into m_pStrCpuINV: 1, or -1 when there is none.
     int fGetCpuINV();
     /// Starts the inventory program: at once with mode 1, otherwise through the command scheduler. Returns 1, or 0
     /// when it could not be started.
@@ -108,15 +120,5 @@ public:
     int m_nPushCpuCnt; // rows of the push text
 
 private:
-    int startSample(zel::CpuRow *ticks);
-    int readStat(char *text);
-    int readTicks(zel::CpuRow *ticks);
-    void rateProcessors(const zel::CpuRow *ticks, int rows);
-    bool appendMachineRow(CPerfText &text);
-    void appendProcessorRow(CPerfText &text, int processor);
-    bool idleIsPossible(float idle);
-
-    unsigned long long m_gatheredTicks[zel::CPU_ROWS][zel::CPU_COLUMNS]; // ticks of the previous gathering
-    zel::StatReader m_stat;
-    int m_writtenRows = 0; // rows of m_pnCPU that are not all zero
+    std::unique_ptr<zel::CpuState> m_state;
 };

@@ -63,7 +63,7 @@ public:
     /// pointer nor m_nInsertFirst moves. A file that cannot be read ends the walk: the ports before it are reported.
     int fGatherHBAZel();
 
-    /// Stores the seconds since its previous call, resp. the construction, in m_dElapsedTime. Returns 1.
+    /// Stores the seconds since its previous call, at first since the construction, in m_dElapsedTime. Returns 1.
     int fSetElapsedTime();
 
     /// The first line of the kernel file `path` without its line feed, as text of at most HBA_LINE_SIZE bytes with its
@@ -83,8 +83,9 @@ public:
 
     // Inventory -----------------------------------------------------------------------------------------------------
 
-    /// Take the text behind "TORVHBACARD|", resp. "TORVHBAPORT|", of the inventory files: 1, or -1 when there is none
-    /// (the count is then 0). The reasons are logged whenever a logger is installed.
+    /// Take the text after "TORVHBACARD|" of the card file, or "TORVHBAPORT|" of the port file: 1, also when that text
+    /// is empty; -1 when there is no such line (the count is then 0). The reasons are logged whenever a logger is
+    /// installed.
     int fGatherHBACardInv();
     int fGatherHBAPortInv();
     /// Starts the inventory program: at once with mode 1, otherwise through the command scheduler, under the request

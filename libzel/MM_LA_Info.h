@@ -5,9 +5,19 @@
 #include "MM_INIT_Info.h"
 #include "SSUtil.h"
 
+#include <memory>
+
+namespace zel {
+class KernelFile;
+}
+
 class CMM_LA_Info : public CMM_INIT_Info {
 public:
     CMM_LA_Info();
+    ~CMM_LA_Info();
+
+    CMM_LA_Info(const CMM_LA_Info &) = delete;
+    CMM_LA_Info &operator=(const CMM_LA_Info &) = delete;
 
     /// Takes a sample. Returns the three averages (1, 5, 15 minutes; the array belongs to the collector) or null when
     /// the file is missing, empty or short; the previous values then stay.
@@ -22,4 +32,7 @@ public:
 
     CSSUtil *m_pclUtil; // kept for embedding programs; reading needs no state of it
     double m_pdLoadAvg[3];
+
+private:
+    std::unique_ptr<zel::KernelFile> m_file;
 };

@@ -1,7 +1,7 @@
 // CMM_MEM_Info: memory and swap of /proc/meminfo in kilobytes, the kernel's swap counters in pages, and the sizes of
 // the memory modules (by a script). Every call is a fresh reading; nothing is carried over to the next one.
 //
-// The kernel files are read whole into 4096 bytes: a key behind that counts as missing. Failures are null or -1;
+// The kernel files are read whole into 4096 bytes: a key beyond that counts as missing. Failures are null or -1;
 // nothing is logged. What a call returns belongs to the collector and keeps its place; the next call changes it. Not
 // thread-safe.
 #pragma once
@@ -9,7 +9,7 @@
 #include "MM_INIT_Info.h"
 #include "SSUtil.h"
 
-#include <string_view>
+#include <memory>
 
 /// Elements of m_pulMEM, kilobytes.
 enum MemoryElement {
@@ -18,7 +18,7 @@ enum MemoryElement {
     MEM_FREE, // what m_nMemFreeFlag counts as free
     MEM_BUFFERS,
     MEM_CACHE,     // page cache, with MEM_FREE_SLAB the reclaimable slab too
-    MEM_SLAB,      // reclaimable slab, 0 when the kernel does not tell it
+    MEM_SLAB,      // reclaimable slab, 0 when the kernel does not report it
     MEM_AVAILABLE, // of the kernel, or the estimate that it would make
     MEM_ELEMENTS
 };
@@ -37,6 +37,10 @@ inline constexpr unsigned long long MEM_AVAILABLE_UNKNOWN = 888888888;
 /// Memory modules kept by fMGetMemCnt.
 inline constexpr int MEM_MODULES = 128;
 
+namespace zel {
+struct MemoryFiles;
+}
+
 class CMM_MEM_Info : public CMM_INIT_Info {
 public:
     CMM_MEM_Info();
@@ -49,7 +53,7 @@ public:
     unsigned long long *fMGetMem();
     /// Reads swap into m_pulSWP, by the layout that /proc/meminfo has. Null when a file or a key is missing.
     unsigned long long *fMGetSwap();
-    /// The same for the newer layout, whose counters stand in /proc/vmstat.
+    /// The same for the newer layout, whose counters are in /proc/vmstat.
     unsigned long long *fMGetSwap_k2_6();
 
     // The last reading.
@@ -93,6 +97,5 @@ public:
     char m_strPushSplit[2][4];  // metric and field separator
 
 private:
-    unsigned long long availableMemory(std::string_view meminfo, unsigned long long countedFree,
-                                       unsigned long long slab);
+    std::unique_ptr<zel::MemoryFiles> m_files;
 };

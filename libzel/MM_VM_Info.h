@@ -8,8 +8,8 @@
 
 #include "MM_INIT_Info.h"
 #include "SSUtil.h"
-#include "kernel/StatReader.h"
 
+#include <memory>
 #include <sys/time.h>
 
 /// Slots of a sample. The others are always 0.
@@ -25,6 +25,10 @@ enum VmSlot {
     VM_PAGE_OUTS = 13,
     VM_SLOTS = 14
 };
+
+namespace zel {
+class VmFiles;
+}
 
 class CMM_VM_Info : public CMM_INIT_Info {
 public:
@@ -50,7 +54,7 @@ public:
     int fMGetRunque(long *counters);
     /// All other slots, by the layout of /proc/stat.
     int fMGetStat(long *counters);
-    /// The same for the newer layout, whose counters stand in /proc/vmstat.
+    /// The same for the newer layout, whose counters are in /proc/vmstat.
     int fMGetStat_k2_6(long *counters);
     /// Adds the page faults of every living process to slot 7. Fails only when /proc cannot be opened.
     int fMGetPageFault(long *counters);
@@ -71,5 +75,5 @@ public:
     char m_strPushSplit[2][4];
 
 private:
-    zel::StatReader m_stat;
+    std::unique_ptr<zel::VmFiles> m_files;
 };

@@ -1,4 +1,4 @@
-// CNIC_Info: the network adapters of the hardware configuration file /etc/sysconfig/hwconf (HardwareConfig.h).
+// CNIC_Info: the network adapters of the hardware configuration file /etc/sysconfig/hwconf.
 //
 // Nothing is read before the first call. A missing file gives a count of 0 and a null array; nothing is logged. The
 // array belongs to the reader and stays valid until the next GetNICInfos or the reader's end. Not thread-safe.

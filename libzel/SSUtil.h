@@ -4,8 +4,6 @@
 // formatters of all instances share one result buffer.
 #pragma once
 
-#include "kernel/KernelFile.h"
-
 #include <ctime>
 #include <sys/time.h>
 
@@ -24,7 +22,7 @@ public:
     /// out files of many records a page at a time, so a result of KERNEL_PAGE_RESULT bytes or more is read on.
     static int fFile2Buff(const char *path, char *buffer, int size);
 
-    /// Copies the line at `*cursor` into `line` (zeroed, at most size - 1 characters) and moves the cursor behind it.
+    /// Copies the line at `*cursor` into `line` (zeroed, at most size - 1 characters) and moves the cursor past it.
     /// Returns the characters copied plus 1, or 0 without moving when the line is empty: a blank line ends a walk.
     static int fBuff2Line(char **cursor, char *line, int size);
 
@@ -35,7 +33,7 @@ public:
 
     /// The first non-blank character of `text`.
     static char *fSkipWs(const char *text);
-    /// Behind the first token of `text`: its next blank or the terminator.
+    /// The end of the first token of `text`: the blank after it or the terminator.
     static char *fSkipToken(const char *text);
 
     // Counters ------------------------------------------------------------------------------------------------------
@@ -73,8 +71,7 @@ public:
     /// Local time as "YYYY-MM-DD HH:MM:SS"; empty for a time that has no local form. Returns m_strStime.
     char *fGetLocalTime(std::time_t time);
 
-    // Sizes: texts in m_strNumData, valid until the next call of any of them
-    // -------------------------------------------
+    // Sizes: texts in m_strNumData, valid until the next call of any of them ----------------------------------------
 
     char *fKbyteToForm(float kilobytes);
     char *fMbyteToForm(float megabytes);
@@ -87,7 +84,7 @@ public:
     void fStopHere(const char *text);
 
     /// A read that gives this much may have been cut by the kernel at the end of a record.
-    static constexpr int KERNEL_PAGE_RESULT = zel::KERNEL_PAGE_RESULT;
+    static constexpr int KERNEL_PAGE_RESULT = 2048;
 
     int m_nPGShift;      // log2 of the page size in kilobytes
     char m_strHtime[36]; // result of fFormatTime

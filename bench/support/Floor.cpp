@@ -1,8 +1,8 @@
 #include "Floor.h"
 
 #include "HostRoot.h"
+#include "SSUtil.h"
 #include "host/ScopedHandle.h"
-#include "kernel/KernelFile.h"
 
 #include <algorithm>
 #include <dirent.h>
@@ -24,7 +24,7 @@ void readKernelFile(const char *path, std::size_t room) {
         return;
     ssize_t count = read(file.get(), buffer.data(), room);
     std::size_t length = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-    const bool ofManyRecords = count >= zel::KERNEL_PAGE_RESULT;
+    const bool ofManyRecords = count >= CSSUtil::KERNEL_PAGE_RESULT;
     while (ofManyRecords && count > 0 && length < room) {
         count = read(file.get(), buffer.data() + length, room - length);
         length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));

@@ -8,7 +8,7 @@
 
 namespace bench {
 
-/// A file below the host root as zel::readKernelFile reads it: one read, and more when the first one gave a page.
+/// A file below the host root as zel::KernelFile reads it: one read, and more when the first one gave a page.
 void readKernelFile(const char *path, std::size_t room);
 
 /// A file below the host root read to its end into a buffer of `room` bytes, which doubles when it is full, as

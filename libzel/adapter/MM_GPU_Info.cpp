@@ -1,9 +1,11 @@
+// Finds an NVIDIA adapter and the name of a process, and writes the table of the GPU processes.
 #include "MM_GPU_Info.h"
 
 #include "LogGate.h"
 #include "NStringLib.h"
 #include "host/Shell.h"
 #include "kernel/KernelFile.h"
+#include "perftext/ColumnTable.h"
 #include "text/FixedText.h"
 
 #include <cstdio>
@@ -16,7 +18,7 @@ namespace {
 constexpr const char *sourceName = "MM_GPU_Info";
 constexpr const char *adapterCommand = "lspci 2> /dev/null | grep -i nvidia | tail -1 | wc -l";
 constexpr std::size_t answerSize = 256;
-constexpr int statSize = 4096;
+constexpr std::size_t statSize = 4096;
 constexpr std::size_t statPathSize = 32;
 
 // Sample: 4711 (some process) S 1 4711 ...
@@ -27,26 +29,29 @@ char *parseProcessName(char *stat) {
     return Nstrstrtok(nullptr, ")", &rest);
 }
 
-void renderHeader(CPerfText &row) {
-    row.clear();
-    for (const char *name : {"INDEX", "GPU", "PID", "PNAME", "GPUUTIL", "MEMUTIL"})
-        row.column(name);
+struct ProcessRow {
+    int index;
+    const _ST_GPU_ALL_PROC_LIST &process;
+};
+
+// Consumers expect these as "%d" gives them.
+constexpr auto asInt(unsigned int _ST_GPU_ALL_PROC_LIST::*member) {
+    return [member](const ProcessRow &row) { return static_cast<int>(row.process.*member); };
 }
 
-void renderRow(CPerfText &row, int index, const _ST_GPU_ALL_PROC_LIST &process) {
-    row.clear();
-    row.beginRow();
-    row.field(index);
-    row.field(static_cast<int>(process.m_nGpuIdx));
-    row.field(process.m_nPid);
-    row.field(process.l_strPName);
-    row.field(static_cast<int>(process.m_nSmUtil));
-    row.field(static_cast<int>(process.m_nMemUtil));
-}
+constexpr zel::ColumnTable processColumns{
+    zel::Column{"INDEX", &ProcessRow::index},
+    zel::Column{"GPU", asInt(&_ST_GPU_ALL_PROC_LIST::m_nGpuIdx)},
+    zel::Column{"PID", [](const ProcessRow &row) { return row.process.m_nPid; }},
+    zel::Column{"PNAME", [](const ProcessRow &row) { return row.process.l_strPName; }},
+    zel::Column{"GPUUTIL", asInt(&_ST_GPU_ALL_PROC_LIST::m_nSmUtil)},
+    zel::Column{"MEMUTIL", asInt(&_ST_GPU_ALL_PROC_LIST::m_nMemUtil)},
+};
 
 void printProcesses(CMM_GPU_Info &gpu) {
     CPerfText row(gpu.m_pStrGPUProcess, gpu.m_nProcessLen);
-    renderHeader(row);
+    row.clear();
+    processColumns.writeHeader(row);
     gpu.m_stringGpuProcess.clear();
     if (row.incomplete())
         return;
@@ -55,7 +60,9 @@ void printProcesses(CMM_GPU_Info &gpu) {
     for (const auto &[key, process] : gpu.m_GpuProcMap) {
         if (process == nullptr)
             continue;
-        renderRow(row, index + 1, *process);
+        row.clear();
+        row.beginRow();
+        processColumns.writeFields(row, ProcessRow{index + 1, *process});
         if (row.incomplete())
             continue;
         gpu.m_stringGpuProcess += row.view();
@@ -96,12 +103,13 @@ int CMM_GPU_Info::fGetProcName(int pid, char *name) {
     char path[statPathSize];
     char stat[statSize];
     std::snprintf(path, sizeof(path), "/proc/%d/stat", pid);
-    const int length = zel::readKernelFile(path, stat, sizeof(stat));
-    if (length == zel::FILE_NOT_OPENED)
+    const zel::FileText file = zel::readKernelFile(path, stat, sizeof(stat));
+    if (file.failure == zel::FileText::Failure::NotOpened)
         return -1;
-    if (length < 1) {
+    if (!file) {
+        const int readResult = file.failure == zel::FileText::Failure::NotRead ? -1 : 0;
         ZEL_LOG(zel::loggerInstalled(), zel::LOG_LEVEL_ERROR, sourceName, m_strLogMsg, "fGetProcName read failed[%d]",
-                length);
+                readResult);
         return -1;
     }
     const char *processName = parseProcessName(stat);

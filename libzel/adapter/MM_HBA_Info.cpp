@@ -1,3 +1,4 @@
+// Gathers the counters of the Fibre Channel ports, turns them into rates and writes the table.
 #include "MM_HBA_Info.h"
 
 #include "HostRoot.h"
@@ -7,6 +8,8 @@
 #include "host/DirectoryWalk.h"
 #include "host/ScopedHandle.h"
 #include "kernel/KernelFile.h"
+#include "perftext/ColumnTable.h"
+#include "rates/Growth.h"
 #include "scripts/HomeScripts.h"
 #include "text/FixedText.h"
 
@@ -43,11 +46,11 @@ private:
 };
 
 // Like readKernelFile; `line` ends before its line feed.
-int readFirstLine(const char *path, char (&line)[HBA_LINE_SIZE]) {
-    const int length = zel::readKernelFile(path, line, sizeof(line));
-    if (length > 0)
+zel::FileText readFirstLine(const char *path, char (&line)[HBA_LINE_SIZE]) {
+    const zel::FileText file = zel::readKernelFile(path, line, sizeof(line));
+    if (file)
         line[std::strcspn(line, "\n")] = '\0';
-    return length;
+    return file;
 }
 
 // Reads the six files of a port; false at the first that cannot be read.
@@ -89,9 +92,9 @@ void remember(const _ST_HBA_OLD_LIST &reading, _ST_HBA_OLD_LIST *&previous) {
     copyCounters(reading, *previous);
 }
 
-// Equal counters give 0 whatever the time between them, also none.
+// A counter that fell gives 0, as one that did not move.
 double ratePerSecond(unsigned long long current, unsigned long long previous, double elapsed) {
-    return current > previous ? static_cast<double>(current - previous) / elapsed : 0.0;
+    return zel::perSecond(current > previous ? current - previous : 0, elapsed);
 }
 
 void markNegativeRates(ST_HBA_IO &io) {
@@ -101,24 +104,40 @@ void markNegativeRates(ST_HBA_IO &io) {
             *rate = -1;
 }
 
-void renderHeader(CPerfText &row) {
-    row.clear();
-    for (const char *name : {"INDEX", "PORT_WWN", "NAME", "PORT_STATUS", "INPUT_REQUESTS", "OUTPUT_REQUESTS",
-                             "INPUT_MEGABYTES", "OUTPUT_MEGABYTES", "IO_MEGABYTES", "IOPS"})
-        row.column(name);
+struct PortRow {
+    int index;
+    const ST_HBA_IO &io;
+};
+
+template<class Member> constexpr auto ofPort(Member ST_HBA_IO::*member) {
+    return [member](const PortRow &row) -> const Member & { return row.io.*member; };
 }
 
-void renderRow(CPerfText &row, int index, const ST_HBA_IO &io) {
+constexpr zel::ColumnTable portColumns{
+    zel::Column{"INDEX", &PortRow::index},
+    zel::Column{"PORT_WWN", ofPort(&ST_HBA_IO::l_strPWWN)},
+    zel::Column{"NAME", ofPort(&ST_HBA_IO::l_strDevName)},
+    zel::Column{"PORT_STATUS", ofPort(&ST_HBA_IO::l_strState)},
+    zel::Column{"INPUT_REQUESTS", ofPort(&ST_HBA_IO::l_fInputCnt)},
+    zel::Column{"OUTPUT_REQUESTS", ofPort(&ST_HBA_IO::l_fOutputCnt)},
+    zel::Column{"INPUT_MEGABYTES", ofPort(&ST_HBA_IO::l_fInputMB)},
+    zel::Column{"OUTPUT_MEGABYTES", ofPort(&ST_HBA_IO::l_fOutputMB)},
+    zel::Column{"IO_MEGABYTES", ofPort(&ST_HBA_IO::l_fIOMega)},
+    zel::Column{"IOPS", ofPort(&ST_HBA_IO::l_fIOPS)},
+};
+
+void writeHeader(CPerfText &row) {
+    row.clear();
+    portColumns.writeHeader(row);
+}
+
+void writeRow(CPerfText &row, int index, const ST_HBA_IO &io) {
     row.clear();
     row.beginRow();
-    row.field(index);
-    for (const char *text : {io.l_strPWWN, io.l_strDevName, io.l_strState})
-        row.field(text);
-    for (const double rate : {io.l_fInputCnt, io.l_fOutputCnt, io.l_fInputMB, io.l_fOutputMB, io.l_fIOMega, io.l_fIOPS})
-        row.field(rate);
+    portColumns.writeFields(row, PortRow{index, io});
 }
 
-// Rates a port that was met before and appends its row; any other port is only remembered.
+// Rates a port that an earlier gather has found and appends its row; any other port is only remembered.
 void takeReading(CMM_HBA_Info &collector, CPerfText &row, int key, const _ST_HBA_OLD_LIST &reading) {
     _ST_HBA_OLD_LIST *&previous = collector.m_HBA_Map[key];
     if (collector.m_nInsertFirst == 0 || previous == nullptr) {
@@ -128,7 +147,7 @@ void takeReading(CMM_HBA_Info &collector, CPerfText &row, int key, const _ST_HBA
     collector.fMComputeIo(&reading, previous);
     copyCounters(reading, *previous);
     markNegativeRates(*collector.m_pstIO);
-    renderRow(row, collector.m_nHBACount + 1, *collector.m_pstIO);
+    writeRow(row, collector.m_nHBACount + 1, *collector.m_pstIO);
     if (row.incomplete())
         return;
     collector.m_stringHBAZel += row.view();
@@ -142,7 +161,7 @@ bool isPort(const char *entry) {
 // The table of the ports, as far as the directory can be walked.
 void gather(CMM_HBA_Info &collector) {
     CPerfText row(collector.m_pStrHBAZel, collector.m_nZelLen);
-    renderHeader(row);
+    writeHeader(row);
     collector.m_stringHBAZel = row.view();
     if (row.incomplete())
         return;
@@ -200,10 +219,11 @@ int CMM_HBA_Info::fSetElapsedTime() {
 
 int CMM_HBA_Info::fGetFileInfoChar(const char *path, char *text, std::size_t size) {
     char line[HBA_LINE_SIZE];
-    const int length = readFirstLine(path, line);
-    ZEL_LOG(length == zel::FILE_NOT_OPENED && zel::loggerInstalled(), zel::LOG_LEVEL_ERROR, "MM_HBA_Info", m_strLogMsg,
+    const zel::FileText file = readFirstLine(path, line);
+    const bool notOpened = file.failure == zel::FileText::Failure::NotOpened;
+    ZEL_LOG(notOpened && zel::loggerInstalled(), zel::LOG_LEVEL_ERROR, "MM_HBA_Info", m_strLogMsg,
             "fGetFileInfoChar open failed[%s]", path);
-    if (length < 1)
+    if (!file)
         return -1;
     zel::copyText(text, size, line);
     return 1;
@@ -211,7 +231,7 @@ int CMM_HBA_Info::fGetFileInfoChar(const char *path, char *text, std::size_t siz
 
 int CMM_HBA_Info::fGetFileInfoLong(const char *path, unsigned long long *value) {
     char line[HBA_LINE_SIZE];
-    if (readFirstLine(path, line) < 1)
+    if (!readFirstLine(path, line))
         return -1;
     *value = std::strtoull(line, nullptr, hexadecimal);
     return 1;

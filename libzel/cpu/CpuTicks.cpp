@@ -1,3 +1,4 @@
+// Parses the processor lines of /proc/stat.
 #include "cpu/CpuTicks.h"
 
 #include "text/NumberScan.h"
@@ -7,7 +8,7 @@ namespace zel {
 namespace {
 
 // Sample: cpu0 44490 19 21045 1087069 220 1 3410 0 2 1
-// Reads the line whose name starts at `name`; returns the position behind its last number.
+// Reads the line whose name starts at `name`; returns the position after its last number.
 const char *parseLine(const char *name, CpuLayout layout, CpuRow &row) {
     const char *cursor = name;
     skipWord(cursor);
@@ -26,8 +27,8 @@ int parseCpuTicks(std::string_view text, CpuLayout layout, CpuRow *ticks) {
     std::size_t name = text.find("cpu ");
     int rows = 0;
     while (name != std::string_view::npos && rows < CPU_ROWS) {
-        const char *behind = parseLine(text.data() + name, layout, ticks[rows++]);
-        name = text.find("cpu", static_cast<std::size_t>(behind - text.data()));
+        const char *end = parseLine(text.data() + name, layout, ticks[rows++]);
+        name = text.find("cpu", static_cast<std::size_t>(end - text.data()));
     }
     return rows;
 }

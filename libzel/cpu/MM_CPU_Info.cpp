@@ -1,12 +1,16 @@
+// Samples /proc/stat: the shares of the machine and of its processors, their texts, and the interrupt rate.
 #include "MM_CPU_Info.h"
 
 #include "LogGate.h"
+#include "PerfText.h"
 #include "Settings.h"
+#include "cpu/CpuState.h"
+#include "cpu/CpuText.h"
 #include "kernel/KernelRelease.h"
+#include "rates/Growth.h"
 #include "scripts/HomeScripts.h"
 #include "text/NumberScan.h"
 
-#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -14,45 +18,42 @@
 
 namespace {
 
+constexpr const char *sourceName = "MM_CPU_Info";
 constexpr int lastFourFieldMinor = 4;
+constexpr float fullPercent = 100.0F;
 
-// Percentages of one row of the CPU table.
-struct CpuShares {
-    float used;
-    float user;
-    float system;
-    float wait;
-    float idle;
-};
+// --- Read and parse ------------------------------------------------------------------------------------------------
 
-float percent(unsigned long long tenths) {
-    return static_cast<float>(tenths) / 10.0F;
+zel::FileText readStat(CMM_CPU_Info &cpu, zel::CpuState &state) {
+    const zel::FileText stat = state.stat.read();
+    ZEL_LOG(!stat && zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, sourceName, cpu.m_strLogMsg,
+            "/proc/stat buff read failed");
+    return stat;
 }
 
-// Consumers read -1 as "no valid value".
-float shownPercent(float value) {
-    if (value > 100.0F)
-        return -1.0F;
-    return std::max(value, 0.0F);
+// Reads the new counters into the state. Returns the rows, 0 on failure; the previous counters are not touched.
+int readTicks(CMM_CPU_Info &cpu, zel::CpuState &state) {
+    cpu.m_nLogicalCpuCnt = 0;
+    const zel::FileText stat = readStat(cpu, state);
+    if (!stat)
+        return 0;
+    const bool fourFields = zel::rulingRelease(cpu).minor <= lastFourFieldMinor;
+    const auto layout = fourFields ? zel::CpuLayout::FourFields : zel::CpuLayout::FiveFields;
+    const int rows = zel::parseCpuTicks(stat.text, layout, state.ticks);
+    if (rows == 0) {
+        ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, sourceName, cpu.m_strLogMsg, "cpu read failed");
+        return 0;
+    }
+    cpu.m_nLogicalCpuCnt = rows - 1;
+    return rows;
 }
 
-CpuShares sharesOf(const zel::CpuRow &tenths, float idle) {
-    const float wait = percent(tenths[zel::CPU_WAIT]);
-    const float used = g_nCpuUsedInWIO == 1 ? 100.0F - idle : 100.0F - idle - wait;
-    return {shownPercent(used), shownPercent(percent(tenths[zel::CPU_USER])),
-            shownPercent(percent(tenths[zel::CPU_SYSTEM])), shownPercent(wait), shownPercent(idle)};
-}
-
-void appendHeader(CPerfText &text) {
-    text.header({"NAME", "USED", "USER", "SYSTEM", "IOWAIT", "IDLE"});
-}
-
-void appendShares(CPerfText &text, const CpuShares &shares) {
-    text.field(shares.used);
-    text.field(shares.user);
-    text.field(shares.system);
-    text.field(shares.wait);
-    text.field(shares.idle);
+// Clears the results, of which only the rows of the last sample are not zero, and reads the new counters.
+int startSample(CMM_CPU_Info &cpu, zel::CpuState &state) {
+    std::memset(cpu.m_pnCPU, 0, sizeof(zel::CpuRow) * static_cast<std::size_t>(state.writtenRows));
+    cpu.m_nNCpu = 0;
+    state.writtenRows = readTicks(cpu, state);
+    return state.writtenRows;
 }
 
 // Sample: intr 8885917 17 0 0 0
@@ -65,11 +66,44 @@ bool parseInterruptTotal(std::string_view text, unsigned long long &total) {
     return true;
 }
 
+// --- Rate ----------------------------------------------------------------------------------------------------------
+
+void rateRows(CMM_CPU_Info &cpu, const zel::CpuState &state, int first, int end) {
+    for (int row = first; row < end; ++row)
+        CSSUtil::fGetCpuPct(zel::CPU_COLUMNS, cpu.m_pnCPU[row], state.ticks[row], cpu.m_plOldCPU[row]);
+}
+
 double interruptRate(unsigned long long total, long previousTotal, double elapsed) {
     if (previousTotal == 0 || !(elapsed > 0))
         return 0;
     const auto growth = static_cast<long>(total - static_cast<unsigned long long>(previousTotal));
-    return growth < 0 ? 0 : static_cast<double>(growth) / elapsed;
+    return zel::notBelowZero(static_cast<double>(growth) / elapsed);
+}
+
+// --- Render --------------------------------------------------------------------------------------------------------
+
+bool checkIdle(CMM_CPU_Info &cpu, float idle) {
+    const bool possible = zel::idleIsPossible(idle);
+    ZEL_LOG(!possible && zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, sourceName, cpu.m_strLogMsg,
+            "total cpu idle value collect failed");
+    return possible;
+}
+
+// False when the machine's idle share is impossible: the whole sample has then failed.
+bool writeMachineRow(CMM_CPU_Info &cpu, CPerfText &text) {
+    const float idle = zel::idlePercent(cpu.m_pnCPU[0]);
+    if (!checkIdle(cpu, idle))
+        return false;
+    const zel::CpuShares shares = zel::cpuShares(0, cpu.m_pnCPU[0], idle);
+    cpu.m_fUsed = static_cast<float>(shares.used);
+    zel::writeCpuRow(text, shares);
+    return true;
+}
+
+void writeProcessorRow(CMM_CPU_Info &cpu, CPerfText &text, int processor) {
+    const float idle = zel::idlePercent(cpu.m_pnCPU[processor]);
+    const float shownIdle = checkIdle(cpu, idle) ? idle : fullPercent;
+    zel::writeCpuRow(text, zel::cpuShares(processor, cpu.m_pnCPU[processor], shownIdle));
 }
 
 } // namespace
@@ -79,7 +113,7 @@ CMM_CPU_Info::CMM_CPU_Info()
       m_pclUtil(new CSSUtil), m_strLogMsg{}, m_nCpuZELCnt(0), m_pStrCpuZEL(nullptr), m_nCpuZELSize(0), m_nCpuINVCnt(0),
       m_pStrCpuINV(nullptr), m_nCpuINVSize(0), m_strDataPath{}, m_nZELSkipChk(0), m_pRealTimeStrCpuZEL(nullptr),
       m_nCpuZELRealSize(0), m_tOldTime(0), m_nGatherCount(0), m_pnCpus{}, m_fUsed(-1.0F), m_nLogicalCpuCnt(0),
-      m_nPushCpuCnt(0), m_gatheredTicks{} {
+      m_nPushCpuCnt(0), m_state(std::make_unique<zel::CpuState>()) {
     fgSetTableSplit(m_strSplit);
     fgSetPushSplit(m_strPushSplit);
     if (g_nCpuStrType != 1)
@@ -98,12 +132,11 @@ CMM_CPU_Info::~CMM_CPU_Info() {
     std::free(m_pRealTimeStrCpuZEL);
 }
 
-// --- Sampling ------------------------------------------------------------------------------------------------------
+// --- Samples -------------------------------------------------------------------------------------------------------
 
 zel::CpuRow *CMM_CPU_Info::fMGetCpu() {
     m_nCpuZELCnt = 0;
-    zel::CpuRow ticks[zel::CPU_ROWS];
-    const int rows = startSample(ticks);
+    const int rows = startSample(*this, *m_state);
     if (rows == 0)
         return nullptr;
 
@@ -111,14 +144,14 @@ zel::CpuRow *CMM_CPU_Info::fMGetCpu() {
     CPerfText text(m_pStrCpuZEL, m_nCpuZELSize);
     if (withText) {
         text.clear();
-        appendHeader(text);
+        zel::writeCpuHeader(text);
     }
-    CSSUtil::fGetCpuPct(zel::CPU_COLUMNS, m_pnCPU[0], ticks[0], m_plOldCPU[0]);
-    if (withText && !appendMachineRow(text))
+    rateRows(*this, *m_state, 0, 1);
+    if (withText && !writeMachineRow(*this, text))
         return nullptr;
-    rateProcessors(ticks, rows);
+    rateRows(*this, *m_state, 1, rows);
     for (int processor = 1; withText && processor < rows; ++processor)
-        appendProcessorRow(text, processor);
+        writeProcessorRow(*this, text, processor);
 
     if (withText && m_nZELSkipChk == 0) {
         m_nZELSkipChk = 1;
@@ -136,19 +169,18 @@ zel::CpuRow *CMM_CPU_Info::fMGetPushCpu() {
     m_nPushCpuCnt = 0;
     if (g_nCpuStrType != 1 || m_pRealTimeStrCpuZEL == nullptr)
         return nullptr;
-    zel::CpuRow ticks[zel::CPU_ROWS];
-    const int rows = startSample(ticks);
+    const int rows = startSample(*this, *m_state);
     if (rows == 0)
         return nullptr;
 
     CPerfText text(m_pRealTimeStrCpuZEL, m_nCpuZELRealSize, CPerfText::Growth::Fixed);
     text.clear();
     text.keylessTableMetric("4.3.24.0");
-    appendHeader(text);
-    CSSUtil::fGetCpuPct(zel::CPU_COLUMNS, m_pnCPU[0], ticks[0], m_plOldCPU[0]);
-    if (!appendMachineRow(text))
+    zel::writeCpuHeader(text);
+    rateRows(*this, *m_state, 0, 1);
+    if (!writeMachineRow(*this, text))
         return nullptr;
-    rateProcessors(ticks, rows);
+    rateRows(*this, *m_state, 1, rows);
 
     m_nPushCpuCnt = 1;
     m_nNCpu = rows - 1;
@@ -160,90 +192,19 @@ zel::CpuRow *CMM_CPU_Info::fMRulo6GatherCpu() {
     const std::time_t now = std::time(nullptr);
     if (m_nGatherCount > 0 && now == m_tOldTime)
         return m_nGatherCount > 1 ? m_pnCpus : nullptr;
-    zel::CpuRow ticks[zel::CPU_ROWS];
-    const int rows = readTicks(ticks);
+    zel::CpuState &state = *m_state;
+    const int rows = readTicks(*this, state);
     if (rows == 0)
         return nullptr;
 
     std::memset(m_pnCpus, 0, sizeof(m_pnCpus));
     for (int row = 0; row < rows; ++row)
-        CSSUtil::fGetCpuPct(zel::CPU_COLUMNS, m_pnCpus[row], ticks[row], m_gatheredTicks[row]);
+        CSSUtil::fGetCpuPct(zel::CPU_COLUMNS, m_pnCpus[row], state.ticks[row], state.gatheredTicks[row]);
     m_tOldTime = now;
     if (m_nGatherCount < INT_MAX)
         ++m_nGatherCount;
     return m_nGatherCount > 1 ? m_pnCpus : nullptr;
 }
-
-// Clears the results, of which only the rows of the last sample are not zero, and reads the new counters.
-int CMM_CPU_Info::startSample(zel::CpuRow *ticks) {
-    std::memset(m_pnCPU, 0, sizeof(zel::CpuRow) * static_cast<std::size_t>(m_writtenRows));
-    m_nNCpu = 0;
-    m_writtenRows = readTicks(ticks);
-    return m_writtenRows;
-}
-
-int CMM_CPU_Info::readStat(char *text) {
-    const int length = m_stat.read(text);
-    if (length < 1)
-        ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_CPU_Info", m_strLogMsg, "/proc/stat buff read failed");
-    return length;
-}
-
-// Reads and parses /proc/stat. Returns the rows, 0 on failure; the previous counters are not touched.
-int CMM_CPU_Info::readTicks(zel::CpuRow *ticks) {
-    m_nLogicalCpuCnt = 0;
-    char text[zel::StatReader::BUFFER_SIZE];
-    const int length = readStat(text);
-    if (length < 1)
-        return 0;
-    const bool fourFields = zel::rulingRelease(*this).minor <= lastFourFieldMinor;
-    const auto layout = fourFields ? zel::CpuLayout::FourFields : zel::CpuLayout::FiveFields;
-    const int rows = zel::parseCpuTicks({text, static_cast<std::size_t>(length)}, layout, ticks);
-    if (rows == 0) {
-        ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_CPU_Info", m_strLogMsg, "cpu read failed");
-        return 0;
-    }
-    m_nLogicalCpuCnt = rows - 1;
-    return rows;
-}
-
-void CMM_CPU_Info::rateProcessors(const zel::CpuRow *ticks, int rows) {
-    for (int row = 1; row < rows; ++row)
-        CSSUtil::fGetCpuPct(zel::CPU_COLUMNS, m_pnCPU[row], ticks[row], m_plOldCPU[row]);
-}
-
-// --- Text ----------------------------------------------------------------------------------------------------------
-
-// False when the machine's idle share is impossible: the whole sample has then failed.
-bool CMM_CPU_Info::appendMachineRow(CPerfText &text) {
-    const float idle = percent(m_pnCPU[0][zel::CPU_IDLE]);
-    if (!idleIsPossible(idle))
-        return false;
-    const CpuShares shares = sharesOf(m_pnCPU[0], idle);
-    m_fUsed = shares.used;
-    text.beginRow();
-    text.field("CPUS");
-    appendShares(text, shares);
-    return true;
-}
-
-// The kernel's first processor, its number 0, is known to consumers as CPU1.
-void CMM_CPU_Info::appendProcessorRow(CPerfText &text, int processor) {
-    const float idle = percent(m_pnCPU[processor][zel::CPU_IDLE]);
-    text.beginRow();
-    text.numberedField("CPU", processor);
-    appendShares(text, sharesOf(m_pnCPU[processor], idleIsPossible(idle) ? idle : 100.0F));
-}
-
-bool CMM_CPU_Info::idleIsPossible(float idle) {
-    if (idle >= 0.0F && idle <= 100.0F)
-        return true;
-    ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_CPU_Info", m_strLogMsg,
-            "total cpu idle value collect failed");
-    return false;
-}
-
-// --- Results -------------------------------------------------------------------------------------------------------
 
 int CMM_CPU_Info::fMGetNCpu() {
     if (m_nNCpu == 0)
@@ -258,10 +219,9 @@ unsigned long long *CMM_CPU_Info::fMGetCpuNext() {
 }
 
 double *CMM_CPU_Info::fMGetCpuInterrupt(double elapsed) {
-    char text[zel::StatReader::BUFFER_SIZE];
-    const int length = readStat(text);
+    const zel::FileText stat = readStat(*this, *m_state);
     unsigned long long total = 0;
-    if (length < 1 || !parseInterruptTotal({text, static_cast<std::size_t>(length)}, total))
+    if (!stat || !parseInterruptTotal(stat.text, total))
         return nullptr;
     m_pdIntr = interruptRate(total, m_plIntr, elapsed);
     m_plIntr = static_cast<long>(total);

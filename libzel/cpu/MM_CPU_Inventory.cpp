@@ -14,7 +14,7 @@ namespace {
 constexpr int countLineSize = 513;
 constexpr std::size_t longestCount = 2; // with the line feed
 
-constexpr zel::InventoryFormat cpuInventory{"TORVCPU", 511, {8, 8}, "cpu inv change"};
+constexpr zel::InventoryFormat cpuInventory{"TORVCPU", 511, {8, 8}, "cpu inv change", true};
 
 } // namespace
 

@@ -1,3 +1,4 @@
+// Reads the load averages.
 #include "MM_LA_Info.h"
 
 #include "kernel/KernelFile.h"
@@ -8,7 +9,7 @@
 
 namespace {
 
-constexpr int fileSize = 4096;
+constexpr std::size_t fileSize = 4096;
 
 double fixedPoint(int whole, int hundredths) {
     return static_cast<int>(static_cast<unsigned>(whole) * 100U + static_cast<unsigned>(hundredths)) / 100.0;
@@ -37,11 +38,12 @@ bool parseLoadAverages(const char *text, double (&averages)[3]) {
 
 } // namespace
 
-CMM_LA_Info::CMM_LA_Info() : m_pclUtil(nullptr), m_pdLoadAvg{} {}
+CMM_LA_Info::CMM_LA_Info()
+    : m_pclUtil(nullptr), m_pdLoadAvg{}, m_file(std::make_unique<zel::KernelFile>("/proc/loadavg", fileSize)) {}
+
+CMM_LA_Info::~CMM_LA_Info() = default;
 
 double *CMM_LA_Info::fMGetLoadAvg() {
-    char text[fileSize];
-    if (zel::readKernelText("/proc/loadavg", text, fileSize) < 1)
-        return nullptr;
-    return parseLoadAverages(text, m_pdLoadAvg) ? m_pdLoadAvg : nullptr;
+    const zel::FileText loadavg = m_file->read();
+    return loadavg && parseLoadAverages(loadavg.text.data(), m_pdLoadAvg) ? m_pdLoadAvg : nullptr;
 }

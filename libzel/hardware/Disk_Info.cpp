@@ -1,4 +1,8 @@
+// Counts and names the CD-ROM drives.
 #include "Disk_Info.h"
+
+#include "hardware/ConfigFile.h"
+#include "text/FixedText.h"
 
 CDisk_Info::~CDisk_Info() {
     delete[] m_pclCDisk;

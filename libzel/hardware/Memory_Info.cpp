@@ -1,3 +1,4 @@
+// Counts the RAM ranges.
 #include "Memory_Info.h"
 
 #include "HostRoot.h"

@@ -1,4 +1,8 @@
+// Counts and names the network adapters.
 #include "NIC_Info.h"
+
+#include "hardware/ConfigFile.h"
+#include "text/FixedText.h"
 
 CNIC_Info::~CNIC_Info() {
     delete[] m_pclCNIC;

@@ -1,6 +1,9 @@
+// Counts and describes the PCI devices.
 #include "Pci_Info.h"
 
 #include "SSUtil.h"
+#include "hardware/ConfigFile.h"
+#include "text/FixedText.h"
 
 #include <cstring>
 
@@ -27,7 +30,7 @@ bool parseModuleLine(char *line, ModuleLine &module) {
     return true;
 }
 
-// The line behind one or more "Bus" lines describes a device, the lines behind it say more about the same one.
+// The line after one or more "Bus" lines describes a device, the lines after that say more about the same one.
 void readModules(std::FILE *file, CPci *modules, unsigned count) {
     unsigned next = 0;
     bool afterMark = false;

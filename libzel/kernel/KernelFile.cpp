@@ -1,33 +1,36 @@
+// Reads kernel files into buffers of a fixed size.
 #include "kernel/KernelFile.h"
 
+#include "SSUtil.h"
 #include "host/HostOpen.h"
 
 #include <algorithm>
-#include <cstring>
 #include <unistd.h>
 
-int zel::readKernelText(const char *path, char *buffer, int size) {
-    const ScopedDescriptor file = openHostFile(path);
+namespace zel {
+
+FileText readKernelFile(const ScopedDescriptor &file, char *buffer, std::size_t size) {
     if (!file.valid())
-        return FILE_NOT_OPENED;
-    const int room = size - 1;
+        return {{}, FileText::Failure::NotOpened};
+    const std::size_t room = size - 1;
     // A read that a signal interrupts fails: that is how the watchdog frees a thread from a file that never answers.
-    auto count = static_cast<int>(read(file.get(), buffer, static_cast<std::size_t>(room)));
-    int length = std::max(count, 0);
-    const bool ofManyRecords = length >= KERNEL_PAGE_RESULT;
+    ssize_t count = read(file.get(), buffer, room);
+    auto length = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    const bool failed = count < 0;
+    const bool ofManyRecords = count >= CSSUtil::KERNEL_PAGE_RESULT;
     while (ofManyRecords && count > 0 && length < room) {
-        count = static_cast<int>(read(file.get(), buffer + length, static_cast<std::size_t>(room - length)));
-        length += std::max(count, 0);
+        count = read(file.get(), buffer + length, room - length);
+        length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
     buffer[length] = '\0';
-    return length > 0 ? length : count;
+    return {{buffer, length}, failed ? FileText::Failure::NotRead : FileText::Failure::None};
 }
 
-int zel::readKernelFile(const char *path, char *buffer, int size) {
-    const int length = readKernelText(path, buffer, size);
-    if (length != FILE_NOT_OPENED) {
-        const int textLength = std::max(length, 0);
-        std::memset(buffer + textLength, 0, static_cast<std::size_t>(size - textLength));
-    }
-    return length;
+FileText readKernelFile(const char *path, char *buffer, std::size_t size) {
+    return readKernelFile(openHostFile(path), buffer, size);
 }
+
+KernelFile::KernelFile(const char *path, std::size_t size)
+    : m_path(path), m_size(size), m_buffer(std::make_unique_for_overwrite<char[]>(size)) {}
+
+} // namespace zel

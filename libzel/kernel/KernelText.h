@@ -1,13 +1,15 @@
-// Finding keys in the text of a kernel file.
+// Finding keys, and the numbers after them, in the text of a kernel file.
 #pragma once
+
+#include "text/NumberScan.h"
 
 #include <cstddef>
 #include <string_view>
 
 namespace zel {
 
-/// The first occurrence of `key` in `text`, or null. Where `text` is terminated, so is what stands there. `rare` is the
-/// place of a character of the key that seldom stands in such a text: the search goes by it.
+/// The first occurrence of `key` in `text`, or null. When `text` is terminated, the result is too. `rare` is the place
+/// of a character of the key that is seldom in such a text: the search goes by it.
 inline const char *findKey(std::string_view text, std::string_view key, std::size_t rare = 0) {
     for (std::size_t place = text.find(key[rare], rare); place != std::string_view::npos;
          place = text.find(key[rare], place + 1)) {
@@ -17,16 +19,22 @@ inline const char *findKey(std::string_view text, std::string_view key, std::siz
     return nullptr;
 }
 
+/// The text after the first occurrence of `key`, or null.
+inline const char *afterKey(std::string_view text, std::string_view key, std::size_t rare = 0) {
+    const char *found = findKey(text, key, rare);
+    return found == nullptr ? nullptr : found + key.size();
+}
+
 /// A key that is looked for and its first occurrence, null while there is none.
 struct SoughtKey {
     std::string_view key; // at least two characters
     const char *found = nullptr;
 
-    const char *behind() const { return found == nullptr ? nullptr : found + key.size(); }
+    const char *after() const { return found == nullptr ? nullptr : found + key.size(); }
 };
 
 /// Finds the first occurrence of every key in one walk over `text`. All keys end with the character `ending`, which
-/// stands about once in a line of such a text: the walk goes by it.
+/// occurs about once in a line of such a text: the walk goes by it.
 template<std::size_t Count> void findKeys(std::string_view text, char ending, SoughtKey (&keys)[Count]) {
     std::size_t missing = Count;
     for (std::size_t place = text.find(ending, 1); missing > 0 && place != std::string_view::npos;
@@ -42,10 +50,32 @@ template<std::size_t Count> void findKeys(std::string_view text, char ending, So
     }
 }
 
-/// Behind the first occurrence of `key`, or null.
-inline const char *behindKey(std::string_view text, std::string_view key, std::size_t rare = 0) {
-    const char *found = findKey(text, key, rare);
-    return found == nullptr ? nullptr : found + key.size();
+/// The end of the token at `cursor`: where "MemTotal:3742148 5" has its value, 5.
+inline const char *afterToken(const char *cursor) {
+    while (*cursor != '\0' && !isBlank(*cursor))
+        ++cursor;
+    return cursor;
+}
+
+/// The end of the token that begins with the first occurrence of `key`; null when the key is missing.
+inline const char *findValue(std::string_view text, std::string_view key) {
+    const char *found = findKey(text, key);
+    return found == nullptr ? nullptr : afterToken(found);
+}
+
+/// Takes the number there, 0 when there is none. False when the key is missing.
+inline bool takeValue(std::string_view text, std::string_view key, unsigned long long &value) {
+    const char *cursor = findValue(text, key);
+    if (cursor == nullptr)
+        return false;
+    value = takeUnsigned(cursor);
+    return true;
+}
+
+/// The memory of the machine in kilobytes, from the text of /proc/meminfo. False when it is missing.
+// Sample: MemTotal:        3742148 kB
+inline bool parseTotalMemory(std::string_view meminfo, unsigned long long &kilobytes) {
+    return takeValue(meminfo, "MemTotal:", kilobytes);
 }
 
 } // namespace zel

@@ -1,3 +1,4 @@
+// The toolkit of the collectors.
 #include "SSUtil.h"
 
 #include "functions/ElapsedTime.h"
@@ -59,11 +60,11 @@ long tenthsOfPercent(long delta, long total) {
     return numerator / total;
 }
 
-// Two digits and the character behind them. By hand: the process collector writes two such times per process.
-template<class Number> char *writePair(char *out, Number value, char behind) {
+// Two digits and the character after them. By hand: the process collector writes two such times per process.
+template<class Number> char *writePair(char *out, Number value, char after) {
     *out++ = static_cast<char>('0' + value / 10);
     *out++ = static_cast<char>('0' + value % 10);
-    *out++ = behind;
+    *out++ = after;
     return out;
 }
 
@@ -76,16 +77,15 @@ CSSUtil::CSSUtil()
 int CSSUtil::fFile2Buff(const char *path, char *buffer, int size) {
     if (size < 1)
         return 0;
-    const int length = zel::readKernelFile(path, buffer, size);
-    if (length < 1)
+    const auto room = static_cast<std::size_t>(size);
+    const zel::FileText read = zel::readKernelFile(path, buffer, room);
+    if (read.failure == zel::FileText::Failure::NotOpened)
         return 0;
-    if (std::strstr(path, "cmdline") != nullptr) {
-        for (int i = 0; i < length; ++i) {
-            if (buffer[i] == '\0')
-                buffer[i] = ' ';
-        }
-    }
-    return length;
+    const std::size_t length = read.text.size();
+    std::memset(buffer + length, 0, room - length);
+    if (std::strstr(path, "cmdline") != nullptr)
+        std::replace(buffer, buffer + length, '\0', ' ');
+    return static_cast<int>(length);
 }
 
 int CSSUtil::fBuff2Line(char **cursor, char *line, int size) {

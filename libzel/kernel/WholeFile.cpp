@@ -1,3 +1,4 @@
+// Reads kernel files whole, and walks their lines.
 #include "kernel/WholeFile.h"
 
 #include "host/HostOpen.h"
@@ -84,6 +85,7 @@ bool WholeFile::read(const char *path) {
             break;
         m_length += static_cast<std::size_t>(count);
     }
+    m_buffer[m_length] = '\0';
     return true;
 }
 

@@ -11,7 +11,7 @@ namespace zel {
 /// into the line that follows; the text is whole again after the walk.
 class LineWalk {
 public:
-    /// `text` has a byte of room behind its `length` characters. Of a line longer than `limit` the first `limit`
+    /// `text` has a byte of room after its `length` characters. Of a line longer than `limit` the first `limit`
     /// characters are one line and its rest is the next, as with fgets and a buffer of limit + 1 bytes.
     LineWalk(char *text, std::size_t length, std::size_t limit);
     ~LineWalk();
@@ -19,7 +19,7 @@ public:
     LineWalk(const LineWalk &) = delete;
     LineWalk &operator=(const LineWalk &) = delete;
 
-    /// The next line with its line feed, terminated; null behind the last one. It may be written to.
+    /// The next line with its line feed, terminated; null after the last one. It may be written to.
     char *next();
 
 private:
@@ -28,7 +28,7 @@ private:
     char *m_next;
     char *m_end;
     std::size_t m_limit;
-    char m_overwritten = '\0'; // what the terminator of the current line stands on
+    char m_overwritten = '\0'; // the character in whose place the terminator of the current line is
     bool m_hasLine = false;
 };
 
@@ -42,10 +42,10 @@ public:
 
     /// Reads the file `path` (below the host root). False, with an empty text, when it cannot be opened or there is no
     /// memory for it. An empty file is no failure. Without growth of the file no memory is allocated.
-    /// What stands beyond HOST_FILE_LIMIT is left out.
+    /// What is beyond HOST_FILE_LIMIT is left out.
     bool read(const char *path);
 
-    /// The text of the last read, valid until the next one. Not terminated.
+    /// The text of the last successful read, valid until the next one. After a read it is terminated.
     std::string_view text() const { return {m_buffer, m_length}; }
     /// A walk over its lines; one at a time.
     LineWalk lines(std::size_t limit) { return {m_buffer, m_length, limit}; }

@@ -1,9 +1,10 @@
+// Reads memory, swap and the memory modules.
 #include "MM_MEM_Info.h"
 
 #include "PerfText.h"
 #include "Settings.h"
-#include "kernel/KernelFile.h"
 #include "kernel/KernelText.h"
+#include "memory/MemoryFiles.h"
 #include "scripts/HomeScripts.h"
 #include "text/NumberScan.h"
 
@@ -17,45 +18,10 @@
 
 namespace {
 
-constexpr int fileSize = 4096;
-constexpr int lineLength = 128;
 constexpr int moduleLineSize = 256;
 constexpr int defaultFreeFlag = MEM_FREE_FREE | MEM_FREE_BUFFERS | MEM_FREE_CACHED;
 constexpr int bytesToKilobytes = 10;
-constexpr const char *lowerCaseLetters = "abcdefghijklmnopqrstuvwxyz";
-
-// A kernel file in memory.
-struct KernelFile {
-    explicit KernelFile(const char *path) : length(zel::readKernelText(path, text, fileSize)) {}
-
-    bool valid() const { return length > 0; }
-    std::string_view view() const { return {text, static_cast<std::size_t>(length)}; }
-
-    char text[fileSize];
-    int length;
-};
-
-// Sample: MemTotal:        3742148 kB
-// The position behind the key, null when it is missing.
-const char *valueOf(std::string_view text, std::string_view key) {
-    const char *found = zel::findKey(text, key);
-    return found == nullptr ? nullptr : CSSUtil::fSkipToken(found);
-}
-
-bool takeValue(std::string_view text, std::string_view key, unsigned long long &value) {
-    const char *cursor = valueOf(text, key);
-    if (cursor == nullptr)
-        return false;
-    value = zel::takeUnsigned(cursor);
-    return true;
-}
-
-// The number behind the token that goes on at `cursor`: "MemTotal:3742148 5" has 5.
-unsigned long long valueBehindToken(const char *cursor) {
-    while (*cursor != '\0' && !zel::isBlank(*cursor))
-        ++cursor;
-    return zel::takeUnsigned(cursor);
-}
+constexpr std::string_view lowerCaseLetters = "abcdefghijklmnopqrstuvwxyz";
 
 // The values of /proc/meminfo that make a memory reading, kilobytes.
 struct MemoryValues {
@@ -66,16 +32,21 @@ struct MemoryValues {
     unsigned long long slab = 0;
 };
 
+// Sample: MemFree:          391388 kB
 bool parseMemory(std::string_view meminfo, MemoryValues &values) {
-    zel::SoughtKey keys[] = {{"MemTotal:"}, {"MemFree:"}, {"Buffers:"}, {"Cached:"}, {"SReclaimable:"}};
+    if (!zel::parseTotalMemory(meminfo, values.total))
+        return false;
+    zel::SoughtKey keys[] = {{"MemFree:"}, {"Buffers:"}, {"Cached:"}, {"SReclaimable:"}};
     zel::findKeys(meminfo, ':', keys);
-    unsigned long long *const results[] = {&values.total, &values.free, &values.buffers, &values.cached, &values.slab};
+    unsigned long long *const results[] = {&values.free, &values.buffers, &values.cached, &values.slab};
     for (std::size_t i = 0; i < std::size(keys); ++i) {
         const bool optional = results[i] == &values.slab;
         if (keys[i].found == nullptr && !optional)
             return false;
-        if (keys[i].found != nullptr)
-            *results[i] = valueBehindToken(keys[i].behind());
+        if (keys[i].found == nullptr)
+            continue;
+        const char *cursor = zel::afterToken(keys[i].after());
+        *results[i] = zel::takeUnsigned(cursor);
     }
     return true;
 }
@@ -90,10 +61,27 @@ unsigned long long estimateAvailable(unsigned long long free, unsigned long long
     return free - lowWatermark + withoutReserve(pageCache) + withoutReserve(slab);
 }
 
+// Consumers expect the estimate to take free memory only when it counts as free (`countedFree` is 0 otherwise).
+unsigned long long availableMemory(CMM_MEM_Info &memory, std::string_view meminfo, unsigned long long countedFree,
+                                   unsigned long long slab) {
+    const char *reported = zel::findValue(meminfo, "MemAvailable:");
+    unsigned long long available = 0;
+    if (reported != nullptr && zel::scanUnsigned(reported, available))
+        return available;
+
+    unsigned long long inactiveFile = 0;
+    unsigned long long activeFile = 0;
+    unsigned long long minFree = 0;
+    if (!zel::takeValue(meminfo, "Inactive(file):", inactiveFile) ||
+        !zel::takeValue(meminfo, "Active(file):", activeFile) || memory.fMGetMinFreePara(&minFree) != 0)
+        return MEM_AVAILABLE_UNKNOWN;
+    return estimateAvailable(countedFree, minFree, inactiveFile + activeFile, slab);
+}
+
 // Sample: Swap: 1073733632 0 1073733632
 bool parseOldSwap(std::string_view meminfo, std::string_view stat, unsigned long long *swap) {
-    const char *sizes = valueOf(meminfo, "Swap:");
-    const char *pages = valueOf(stat, "swap");
+    const char *sizes = zel::findValue(meminfo, "Swap:");
+    const char *pages = zel::findValue(stat, "swap");
     if (*sizes == '\0' || *pages == '\0')
         return false;
     swap[SWAP_TOTAL] = zel::takeUnsigned(sizes) >> bytesToKilobytes;
@@ -106,17 +94,19 @@ bool parseOldSwap(std::string_view meminfo, std::string_view stat, unsigned long
 
 bool parseNewSwap(std::string_view meminfo, std::string_view vmstat, unsigned long long *swap) {
     unsigned long long values[SWAP_ELEMENTS] = {};
-    if (!takeValue(meminfo, "SwapTotal:", values[SWAP_TOTAL]) || !takeValue(meminfo, "SwapFree:", values[SWAP_FREE]) ||
-        !takeValue(vmstat, "pswpin ", values[SWAP_PAGES_IN]) || !takeValue(vmstat, "pswpout ", values[SWAP_PAGES_OUT]))
+    if (!zel::takeValue(meminfo, "SwapTotal:", values[SWAP_TOTAL]) ||
+        !zel::takeValue(meminfo, "SwapFree:", values[SWAP_FREE]) ||
+        !zel::takeValue(vmstat, "pswpin ", values[SWAP_PAGES_IN]) ||
+        !zel::takeValue(vmstat, "pswpout ", values[SWAP_PAGES_OUT]))
         return false;
     values[SWAP_USED] = values[SWAP_TOTAL] - values[SWAP_FREE];
     std::memcpy(swap, values, sizeof(values));
     return true;
 }
 
-bool readNewSwap(std::string_view meminfo, unsigned long long *swap) {
-    const KernelFile vmstat("/proc/vmstat");
-    return vmstat.valid() && parseNewSwap(meminfo, vmstat.view(), swap);
+bool readNewSwap(zel::MemoryFiles &files, std::string_view meminfo, unsigned long long *swap) {
+    const zel::FileText vmstat = files.vmstat.read();
+    return vmstat && parseNewSwap(meminfo, vmstat.text, swap);
 }
 
 int moduleSize(const char *line) {
@@ -133,7 +123,7 @@ float percentOf(unsigned long long part, unsigned long long total) {
 CMM_MEM_Info::CMM_MEM_Info()
     : m_pulMEM{}, m_pulSWP{}, m_pclUtil(new CSSUtil), m_nMemCnt(0), m_pnMemCnt(nullptr), m_strCurrentPath{},
       m_nMemFreeFlag(defaultFreeFlag), m_nMemZELSize(PERF_PUSH_SIZE), m_pStrMemoryZEL(nullptr),
-      m_pStrRealTimeMemZEL(fgNewTextBuffer(PERF_PUSH_SIZE)) {
+      m_pStrRealTimeMemZEL(fgNewTextBuffer(PERF_PUSH_SIZE)), m_files(std::make_unique<zel::MemoryFiles>()) {
     fgSetTableSplit(m_strSplit);
     fgSetPushSplit(m_strPushSplit);
 }
@@ -147,9 +137,9 @@ CMM_MEM_Info::~CMM_MEM_Info() {
 // --- Memory --------------------------------------------------------------------------------------------------------
 
 unsigned long long *CMM_MEM_Info::fMGetMem() {
-    const KernelFile meminfo("/proc/meminfo");
+    const zel::FileText meminfo = m_files->meminfo.read();
     MemoryValues values;
-    if (!meminfo.valid() || !parseMemory(meminfo.view(), values))
+    if (!meminfo || !parseMemory(meminfo.text, values))
         return nullptr;
 
     const auto counted = [this](int bit, unsigned long long value) { return (m_nMemFreeFlag & bit) != 0 ? value : 0; };
@@ -162,57 +152,39 @@ unsigned long long *CMM_MEM_Info::fMGetMem() {
     m_pulMEM[MEM_BUFFERS] = values.buffers;
     m_pulMEM[MEM_CACHE] = values.cached + countedSlab;
     m_pulMEM[MEM_SLAB] = values.slab;
-    m_pulMEM[MEM_AVAILABLE] = availableMemory(meminfo.view(), countedFree, values.slab);
+    m_pulMEM[MEM_AVAILABLE] = availableMemory(*this, meminfo.text, countedFree, values.slab);
     return m_pulMEM;
-}
-
-// Consumers expect the estimate to take free memory only when it counts as free (`countedFree` is 0 otherwise).
-unsigned long long CMM_MEM_Info::availableMemory(std::string_view meminfo, unsigned long long countedFree,
-                                                 unsigned long long slab) {
-    const char *told = valueOf(meminfo, "MemAvailable:");
-    unsigned long long available = 0;
-    if (told != nullptr && zel::scanUnsigned(told, available))
-        return available;
-
-    unsigned long long inactiveFile = 0;
-    unsigned long long activeFile = 0;
-    unsigned long long minFree = 0;
-    if (!takeValue(meminfo, "Inactive(file):", inactiveFile) || !takeValue(meminfo, "Active(file):", activeFile) ||
-        fMGetMinFreePara(&minFree) != 0)
-        return MEM_AVAILABLE_UNKNOWN;
-    return estimateAvailable(countedFree, minFree, inactiveFile + activeFile, slab);
 }
 
 // Sample: 67584
 int CMM_MEM_Info::fMGetMinFreePara(unsigned long long *out) {
-    char text[lineLength + 1];
-    if (CSSUtil::fFile2Buff("/proc/sys/vm/min_free_kbytes", text, sizeof(text)) < 1)
+    const std::string_view text = m_files->reserve.read().text;
+    const std::string_view line = text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
+    if (line.empty() || line.find_first_of(lowerCaseLetters) != std::string_view::npos)
         return -1;
-    text[std::strcspn(text, "\n")] = '\0';
-    if (text[0] == '\0' || std::strpbrk(text, lowerCaseLetters) != nullptr)
-        return -1;
-    const char *cursor = text;
-    *out = zel::takeUnsigned(cursor);
+    const char *cursor = line.data();
+    const unsigned long long value = zel::takeUnsigned(cursor);
+    const bool ofThisLine = cursor <= line.data() + line.size(); // or of the line after one of blanks
+    *out = ofThisLine ? value : 0;
     return 0;
 }
 
 // --- Swap ----------------------------------------------------------------------------------------------------------
 
 unsigned long long *CMM_MEM_Info::fMGetSwap() {
-    const KernelFile meminfo("/proc/meminfo");
-    const KernelFile statistics("/proc/stat");
-    if (!meminfo.valid() || !statistics.valid())
+    const zel::FileText meminfo = m_files->meminfo.read();
+    const zel::FileText stat = m_files->stat.read();
+    if (!meminfo || !stat)
         return nullptr;
-    const bool oldLayout =
-        zel::findKey(meminfo.view(), "Swap:") != nullptr && zel::findKey(statistics.view(), "swap") != nullptr;
+    const bool oldLayout = zel::findKey(meminfo.text, "Swap:") != nullptr && zel::findKey(stat.text, "swap") != nullptr;
     const bool complete =
-        oldLayout ? parseOldSwap(meminfo.view(), statistics.view(), m_pulSWP) : readNewSwap(meminfo.view(), m_pulSWP);
+        oldLayout ? parseOldSwap(meminfo.text, stat.text, m_pulSWP) : readNewSwap(*m_files, meminfo.text, m_pulSWP);
     return complete ? m_pulSWP : nullptr;
 }
 
 unsigned long long *CMM_MEM_Info::fMGetSwap_k2_6() {
-    const KernelFile meminfo("/proc/meminfo");
-    return meminfo.valid() && readNewSwap(meminfo.view(), m_pulSWP) ? m_pulSWP : nullptr;
+    const zel::FileText meminfo = m_files->meminfo.read();
+    return meminfo && readNewSwap(*m_files, meminfo.text, m_pulSWP) ? m_pulSWP : nullptr;
 }
 
 // --- Memory modules ------------------------------------------------------------------------------------------------

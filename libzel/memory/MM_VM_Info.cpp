@@ -1,8 +1,11 @@
+// Turns two readings of the VM counters into rates, and writes the push text.
 #include "MM_VM_Info.h"
 
 #include "PerfText.h"
 #include "Settings.h"
 #include "functions/ElapsedTime.h"
+#include "memory/VmFiles.h"
+#include "rates/Growth.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -10,7 +13,7 @@
 namespace {
 
 double ratePerSecond(int growth, double elapsed) {
-    return growth > 0 ? growth / elapsed : 0;
+    return growth > 0 ? zel::notBelowZero(growth / elapsed) : 0;
 }
 
 } // namespace
@@ -18,7 +21,7 @@ double ratePerSecond(int growth, double elapsed) {
 CMM_VM_Info::CMM_VM_Info()
     : m_pclUtil(new CSSUtil), m_nFirstFlag(0), m_pdVM{}, m_pdPAGE_AVG{}, m_plOldVM{},
       m_pStrRealTimePageZEL(fgNewTextBuffer(PERF_PUSH_SIZE)), m_nGatherCount(0), m_nPageRealZELSize(PERF_PUSH_SIZE),
-      m_dElapsedTime(0), m_stOldIoTime{} {
+      m_dElapsedTime(0), m_stOldIoTime{}, m_files(std::make_unique<zel::VmFiles>()) {
     fgSetPushSplit(m_strPushSplit);
     fSetElapsedTime();
 }

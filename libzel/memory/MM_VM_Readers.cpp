@@ -1,10 +1,9 @@
 // The readers of the VM collector, one per kernel file.
 #include "HostRoot.h"
 #include "MM_VM_Info.h"
-#include "PerfText.h"
 #include "host/ScopedHandle.h"
-#include "kernel/KernelFile.h"
 #include "kernel/KernelText.h"
+#include "memory/VmFiles.h"
 #include "memory/VmReaders.h"
 #include "text/NumberScan.h"
 
@@ -13,61 +12,27 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
-#include <memory>
 #include <string_view>
 #include <unistd.h>
 
 namespace {
 
-constexpr int longestStat = 16 * 1024 * 1024;
-constexpr int vmstatSize = 8192;
-constexpr int loadAverageSize = 8192;
-constexpr int processStatSize = 4096;
+constexpr std::size_t processStatSize = 4096;
 constexpr int processPathSize = 300;
 constexpr long bytesPerKilobyte = 1024;
 
-struct TextFree {
-    void operator()(char *text) const { std::free(text); }
-};
-
-// The text of /proc/stat. Very many processors push its "ctxt" line behind the end of the buffer: only then the file is
-// read again, into a larger one from the heap.
-class StatText {
-public:
-    bool read(zel::StatReader &reader) {
-        m_length = reader.read(m_buffer);
-        for (int size = sizeof(m_buffer); m_length == size - 1 && !holdsSwitches() && size < longestStat;) {
-            size *= 2;
-            m_large.reset(fgNewTextBuffer(size));
-            if (m_large == nullptr)
-                return false;
-            m_length = CSSUtil::fFile2Buff("/proc/stat", m_large.get(), size);
-        }
-        return m_length > 0;
-    }
-
-    std::string_view view() const {
-        return {m_large == nullptr ? m_buffer : m_large.get(), static_cast<std::size_t>(m_length)};
-    }
-
-private:
-    bool holdsSwitches() const {
-        const std::size_t key = view().find("ctxt ");
-        return key != std::string_view::npos && view().find('\n', key) != std::string_view::npos;
-    }
-
-    char m_buffer[zel::StatReader::BUFFER_SIZE];
-    std::unique_ptr<char, TextFree> m_large;
-    int m_length = 0;
-};
+bool holdsSwitches(std::string_view stat) {
+    const std::size_t key = stat.find("ctxt ");
+    return key != std::string_view::npos && stat.find('\n', key) != std::string_view::npos;
+}
 
 long wrappingSum(long long left, long long right) {
     return static_cast<long>(static_cast<unsigned long long>(left) + static_cast<unsigned long long>(right));
 }
 
 // Sample: pgpgin 7344136
-bool counterBehind(std::string_view text, std::string_view key, long &value, std::size_t rare) {
-    const char *cursor = zel::behindKey(text, key, rare);
+bool takeCounter(std::string_view text, std::string_view key, long &value, std::size_t rare) {
+    const char *cursor = zel::afterKey(text, key, rare);
     if (cursor == nullptr)
         return false;
     value = zel::takeSigned(cursor);
@@ -77,13 +42,13 @@ bool counterBehind(std::string_view text, std::string_view key, long &value, std
 // Sample: ctxt 38014093
 bool parseSwitches(std::string_view stat, long &value) {
     constexpr std::size_t placeOfX = 2;
-    return counterBehind(stat, "ctxt ", value, placeOfX);
+    return takeCounter(stat, "ctxt ", value, placeOfX);
 }
 
 // Sample: page 5741 1808      (a base prefix is accepted here and nowhere else)
 bool parsePageLine(std::string_view stat, long &in, long &out) {
     constexpr std::size_t placeOfG = 2;
-    const char *cursor = zel::behindKey(stat, "page ", placeOfG);
+    const char *cursor = zel::afterKey(stat, "page ", placeOfG);
     if (cursor == nullptr)
         return false;
     char *end = nullptr;
@@ -94,7 +59,7 @@ bool parsePageLine(std::string_view stat, long &in, long &out) {
 
 // Sample: swap 1 0
 bool parseSwapLine(std::string_view stat, long &in, long &out) {
-    const char *cursor = zel::behindKey(stat, "swap ");
+    const char *cursor = zel::afterKey(stat, "swap ");
     if (cursor == nullptr)
         return false;
     in = zel::takeSigned(cursor);
@@ -102,7 +67,7 @@ bool parseSwapLine(std::string_view stat, long &in, long &out) {
     return true;
 }
 
-// Consumers know the page counts of the newer layout in this unit.
+// Consumers expect the page counts of the newer layout in this unit.
 long pageCount(long kilobytes) {
     return std::max(kilobytes / getpagesize() * bytesPerKilobyte, 0L);
 }
@@ -119,7 +84,7 @@ bool parseNewLayout(std::string_view vmstat, std::string_view stat, long *counte
                             &faults,
                             &majorFaults};
     for (std::size_t i = 0; i < std::size(keys); ++i) {
-        const char *cursor = keys[i].behind();
+        const char *cursor = keys[i].after();
         if (cursor == nullptr)
             return false;
         *values[i] = zel::takeSigned(cursor);
@@ -132,15 +97,19 @@ bool parseNewLayout(std::string_view vmstat, std::string_view stat, long *counte
     return true;
 }
 
-int readNewLayout(std::string_view stat, long *counters) {
-    char text[vmstatSize];
-    const int length = zel::readKernelText("/proc/vmstat", text, vmstatSize);
-    if (length < 1)
-        return 0;
-    return parseNewLayout({text, static_cast<std::size_t>(length)}, stat, counters) ? 1 : 0;
+int readNewLayout(zel::VmFiles &files, std::string_view stat, long *counters) {
+    const zel::FileText vmstat = files.vmstat.read();
+    return vmstat && parseNewLayout(vmstat.text, stat, counters) ? 1 : 0;
 }
 
 } // namespace
+
+std::string_view zel::VmFiles::stat() {
+    const std::string_view text = m_stat.read().text;
+    if (!m_stat.fills(text) || holdsSwitches(text))
+        return text;
+    return m_wholeStat.read("/proc/stat") ? m_wholeStat.text() : std::string_view();
+}
 
 // Sample: 26231 (vim) R 5392 7446 5392 34835 7446 4218880 32533 309516 26 82 1677 44 158 99
 bool zel::parseProcessFaults(const char *text, unsigned long long &minorFaults, unsigned long long &majorFaults) {
@@ -169,27 +138,27 @@ bool zel::parseRunningTasks(const char *text, int &running) {
 }
 
 int CMM_VM_Info::fMGetStat(long *counters) {
-    StatText stat;
-    if (!stat.read(m_stat))
+    const std::string_view stat = m_files->stat();
+    if (stat.empty())
         return 0;
     long in = 0;
     long out = 0;
-    if (!parsePageLine(stat.view(), in, out))
-        return readNewLayout(stat.view(), counters);
+    if (!parsePageLine(stat, in, out))
+        return readNewLayout(*m_files, stat, counters);
 
     counters[VM_PAGE_INS] = in;
     counters[VM_PAGE_OUTS] = out;
     counters[VM_PAGED_IN_KB] = m_pclUtil->fPage2k(in);
     counters[VM_PAGED_OUT_KB] = m_pclUtil->fPage2k(out);
-    if (!parseSwapLine(stat.view(), counters[VM_SWAPPED_IN], counters[VM_SWAPPED_OUT]) ||
-        !parseSwitches(stat.view(), counters[VM_SWITCHES]))
+    if (!parseSwapLine(stat, counters[VM_SWAPPED_IN], counters[VM_SWAPPED_OUT]) ||
+        !parseSwitches(stat, counters[VM_SWITCHES]))
         return 0;
     return fMGetPageFault(counters);
 }
 
 int CMM_VM_Info::fMGetStat_k2_6(long *counters) {
-    StatText stat;
-    return stat.read(m_stat) ? readNewLayout(stat.view(), counters) : 0;
+    const std::string_view stat = m_files->stat();
+    return stat.empty() ? 0 : readNewLayout(*m_files, stat, counters);
 }
 
 int CMM_VM_Info::fMGetPageFault(long *counters) {
@@ -202,7 +171,7 @@ int CMM_VM_Info::fMGetPageFault(long *counters) {
         char path[processPathSize];
         char text[processStatSize];
         std::snprintf(path, sizeof(path), "/proc/%s/stat", entry->d_name);
-        if (CSSUtil::fFile2Buff(path, text, processStatSize) < 1)
+        if (!zel::readKernelFile(path, text, processStatSize))
             continue;
         unsigned long long minorFaults = 0;
         unsigned long long majorFaults = 0;
@@ -213,11 +182,9 @@ int CMM_VM_Info::fMGetPageFault(long *counters) {
 }
 
 int CMM_VM_Info::fMGetRunque(long *counters) {
-    char text[loadAverageSize];
-    if (zel::readKernelText("/proc/loadavg", text, loadAverageSize) < 1)
-        return 0;
+    const zel::FileText loadavg = m_files->loadavg.read();
     int running = 0;
-    if (!zel::parseRunningTasks(text, running))
+    if (!loadavg || !zel::parseRunningTasks(loadavg.text.data(), running))
         return 0;
     counters[VM_RUN_QUEUE] = running < 1 ? 0 : running - 1;
     return 1;

@@ -1,5 +1,7 @@
 // Rates between two samples of a process, the clocks that they are taken with, and the previous samples themselves.
 #include "functions/ElapsedTime.h"
+#include "kernel/KernelFile.h"
+#include "kernel/KernelText.h"
 #include "process/MM_PROC_Scan.h"
 #include "rates/Growth.h"
 
@@ -100,14 +102,11 @@ double CMM_PROC_Info::fMGetTimeDiff() {
     return (first ? secondsBeforeFirstSample : elapsed) * hundredthsPerSecond;
 }
 
-// Sample: MemTotal:        8042616 kB
 unsigned long CMM_PROC_Info::fMGetSysTotMem() {
-    constexpr const char *key = "MemTotal:";
     char text[memoryFileSize];
-    if (CSSUtil::fFile2Buff("/proc/meminfo", text, memoryFileSize) < 1)
-        return 0;
-    const char *line = std::strstr(text, key);
-    return line == nullptr ? 0 : std::strtoul(CSSUtil::fSkipToken(line), nullptr, 10);
+    unsigned long long kilobytes = 0;
+    zel::parseTotalMemory(zel::readKernelFile("/proc/meminfo", text, sizeof(text)).text, kilobytes);
+    return kilobytes;
 }
 
 void CMM_PROC_Info::fProcMapUpdate() {

@@ -179,7 +179,7 @@ int fetchInventory(const char *path, const InventoryFormat &format, const Invent
 
     char *text = nullptr;
     Nstrtok(line.text(), textSeparator, &text);
-    if (text == nullptr || *text == '\0') {
+    if (text == nullptr || (format.textRequired && *text == '\0')) {
         report(log, __LINE__, "inv not contents");
         return -1;
     }

@@ -41,10 +41,11 @@ struct InventoryGrowth {
 
 /// What is particular to the inventory of one collector.
 struct InventoryFormat {
-    const char *marker;       // what the line must contain
-    std::size_t pieceSize;    // characters read at a time
-    InventoryGrowth growth;   // of the line buffer
-    const char *changeReport; // logged by the change check when the line differs
+    const char *marker;        // what the line must contain
+    std::size_t pieceSize;     // characters read at a time
+    InventoryGrowth growth;    // of the line buffer
+    const char *changeReport;  // logged by the change check when the line differs
+    bool textRequired = false; // a line with nothing after the "|" is no inventory; otherwise its text is empty
 };
 
 /// Where the reasons of a failure go. `message` is the log buffer of the collector.
@@ -95,7 +96,7 @@ InventoryLine readMarkedLine(const char *path, const InventoryFormat &format, co
 
 /// Stores what follows the first "|" (a run of them counts as one) of the marked line in `buffer`, terminated, and sets
 /// `found` to 1. Returns 1. Otherwise -1 and `found` 0: the text then stays as it was, but is empty when the line has
-/// no text.
+/// no "|", or no text where the format requires one.
 int fetchInventory(const char *path, const InventoryFormat &format, const InventoryBuffer &buffer, int &found,
                    const InventoryLog &log);
 

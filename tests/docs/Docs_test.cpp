@@ -268,7 +268,7 @@ TEST(MetricsDocument, RatesOverNoTimeAndOverNegativeTime) {
         const char *setBack;
     };
     const Case cases[] = {{"CPU poll", "USED", every_text::cpuTexts, 0, "25.00", "25.00"},
-                          {"VM push", "4.9.1.0", every_text::vmTexts, 0, "inf", "-819.20"},
+                          {"VM push", "4.9.1.0", every_text::vmTexts, 0, "inf", "0.00"},
                           {"Disk poll", "READCNT", every_text::diskTexts, 4, "-1.00", "-1.00"},
                           {"Disk poll", "READKB", every_text::diskTexts, 4, "inf", "-1.00"},
                           {"Disk poll", "BUSY", every_text::diskTexts, 4, "100.00", "-1.00"},

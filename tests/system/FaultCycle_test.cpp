@@ -5,6 +5,7 @@
 #include "FaultHost.h"
 #include "Faults.h"
 #include "MemoryLedger.h"
+#include "host/ScopedHandle.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -51,12 +51,21 @@ INSTANTIATE_TEST_SUITE_P(CardAndPort, HbaInventory,
                                                    &CMM_HBA_Info::m_nHBAINVPortCnt}),
                          [](const auto &instance) { return std::string(instance.param.name); });
 
-TEST_P(HbaInventory, TextBehindTheMarkerIsTaken) {
+TEST_P(HbaInventory, TextAfterTheMarkerIsTaken) {
     write("\nALL UPPER CASE\n" + marked("|model|QLE2672|two\n"));
     EXPECT_EQ(gather(), 1);
     EXPECT_EQ(count(), 1);
     EXPECT_EQ(text(), "model|QLE2672|two");
     EXPECT_EQ(size(), 10240);
+}
+
+TEST_P(HbaInventory, LineWithNothingAfterTheBarIsAnEmptyText) {
+    write(marked("|a text\n"));
+    EXPECT_EQ(gather(), 1);
+    write(marked("x|\n"));
+    EXPECT_EQ(gather(), 1);
+    EXPECT_EQ(count(), 1);
+    EXPECT_EQ(text(), "");
 }
 
 TEST_P(HbaInventory, ShorterTextLeavesNothingOfTheLongerOne) {

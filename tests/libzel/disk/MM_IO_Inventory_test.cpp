@@ -40,6 +40,15 @@ TEST_F(DiskInventory, TextIsTaken) {
     EXPECT_STREQ(disks.m_pStrDiskINV, "sda|SEAGATE");
 }
 
+TEST_F(DiskInventory, LineWithNothingAfterTheBarIsAnEmptyText) {
+    write("sda");
+    EXPECT_EQ(disks.fGetDiskINV(), 1);
+    home.write(inventoryFile, "no disks: TORVDISK|\n");
+    EXPECT_EQ(disks.fGetDiskINV(), 1);
+    EXPECT_EQ(disks.m_nDiskINVCnt, 1);
+    EXPECT_STREQ(disks.m_pStrDiskINV, "");
+}
+
 TEST_F(DiskInventory, FailuresAreLoggedThroughOneGate) {
     const LogCapture logged(zel::LOG_MODULE_LAB, zel::LOG_DETAIL_LAB14);
     EXPECT_EQ(disks.fGetDiskINV(), -1);

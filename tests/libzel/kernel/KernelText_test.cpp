@@ -19,7 +19,7 @@ void expectFirstOccurrences(const std::string &text) {
         const std::size_t place = text.find(sought.key);
         const char *expected = place == std::string::npos ? nullptr : text.data() + place;
         EXPECT_EQ(sought.found, expected) << sought.key << "in\n" << text;
-        EXPECT_EQ(sought.behind(), expected == nullptr ? nullptr : expected + sought.key.size());
+        EXPECT_EQ(sought.after(), expected == nullptr ? nullptr : expected + sought.key.size());
     }
 }
 
@@ -27,9 +27,9 @@ TEST(KernelText, FindsTheFirstOccurrence) {
     const std::string text = "ctx ctxt 5\nctxt 6\n";
 
     EXPECT_EQ(zel::findKey(text, "ctxt "), text.data() + 4);
-    EXPECT_EQ(zel::behindKey(text, "ctxt "), text.data() + 9);
+    EXPECT_EQ(zel::afterKey(text, "ctxt "), text.data() + 9);
     EXPECT_EQ(zel::findKey(text, "page "), nullptr);
-    EXPECT_EQ(zel::behindKey(text, "page "), nullptr);
+    EXPECT_EQ(zel::afterKey(text, "page "), nullptr);
     EXPECT_EQ(zel::findKey("", "page "), nullptr);
 }
 
@@ -41,7 +41,7 @@ TEST(KernelText, KeyAtTheEndIsFoundAndHalfAKeyIsNot) {
         EXPECT_EQ(zel::findKey(text.substr(0, 3), "swap", rare), nullptr) << rare;
         EXPECT_EQ(zel::findKey(text.substr(1), "swap", rare), nullptr) << rare;
     }
-    EXPECT_EQ(*zel::behindKey(text, "swap"), '\0');
+    EXPECT_EQ(*zel::afterKey(text, "swap"), '\0');
 }
 
 TEST(KernelText, SearchByAnyCharacterOfTheKeyFindsTheSame) {

@@ -6,6 +6,7 @@
 #include "SystemHooks.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <gmock/gmock.h>
@@ -144,6 +145,20 @@ TEST_F(VmSample, NegativeCountersHaveNoPageCount) {
     EXPECT_EQ(counters[13], 0);
 }
 
+// The clock was set back.
+TEST_F(VmSample, OverNegativeTimeEveryRateIsZero) {
+    CMM_VM_Info vm;
+    sample(vm, {}, 1.0);
+
+    const double *rates = sample(vm, {100, 50, 99, 0, 100, 100, 101}, -5.0);
+
+    ASSERT_NE(rates, nullptr);
+    for (int slot = 1; slot < VM_SLOTS; ++slot) {
+        EXPECT_DOUBLE_EQ(rates[slot], 0.0) << slot;
+        EXPECT_FALSE(std::signbit(rates[slot])) << slot;
+    }
+}
+
 TEST_F(VmSample, WithoutElapsedTimeARateIsInfinite) {
     CMM_VM_Info vm;
     sample(vm, {}, 0.0);
@@ -202,7 +217,7 @@ TEST_F(VmSample, VmstatKeysBehindTheFirst8191BytesCountAsMissing) {
     EXPECT_EQ(vm.fMGetStat(counters), 0);
 }
 
-TEST_F(VmSample, SwitchesAreFoundBehindTheFirst64Kilobytes) {
+TEST_F(VmSample, SwitchesAreFoundBeyondTheFirst64Kilobytes) {
     CMM_VM_Info vm;
     long counters[14] = {};
     m_host.write("proc/vmstat", vmstatText({}));
@@ -212,8 +227,9 @@ TEST_F(VmSample, SwitchesAreFoundBehindTheFirst64Kilobytes) {
         EXPECT_EQ(vm.fMGetStat(counters), 1) << filler;
         EXPECT_EQ(counters[9], 424242) << filler;
     }
+    CMM_VM_Info withoutMemory;
     systemHooks().failAllocationAfter = 0;
-    EXPECT_EQ(vm.fMGetStat(counters), 0);
+    EXPECT_EQ(withoutMemory.fMGetStat(counters), 0);
 }
 
 TEST_F(VmSample, FileWithoutEndIsGivenUp) {

@@ -36,7 +36,7 @@ protected:
     CMM_NWT_Info collector;
 };
 
-TEST_F(NetworkInventory, TextStandsBehindTheMarker) {
+TEST_F(NetworkInventory, TextFollowsTheMarker) {
     inventory("\nUPPER CASE ONLY\nTORVInterface|INDEX" + C + R + "1" + C + "eth0" + C + "\n");
     newInventory("TORVInterface|other\n");
     EXPECT_EQ(collector.fGetInterfaceINV(), 1);
@@ -46,6 +46,15 @@ TEST_F(NetworkInventory, TextStandsBehindTheMarker) {
     EXPECT_EQ(collector.fGetInterfaceNewINV(), 1);
     EXPECT_STREQ(collector.m_pStrInterfaceNewINV, "other");
     EXPECT_EQ(collector.m_nInterfaceINVNewSize, 10240);
+}
+
+TEST_F(NetworkInventory, LineWithNothingAfterTheBarIsAnEmptyText) {
+    inventory("TORVInterface|INDEX\n");
+    EXPECT_EQ(collector.fGetInterfaceINV(), 1);
+    inventory("TORVInterface|\n");
+    EXPECT_EQ(collector.fGetInterfaceINV(), 1);
+    EXPECT_EQ(collector.m_nInterfaceINVCnt, 1);
+    EXPECT_STREQ(collector.m_pStrInterfaceINV, "");
 }
 
 TEST_F(NetworkInventory, LongTextReplacesTheBuffer) {

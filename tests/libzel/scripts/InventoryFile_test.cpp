@@ -155,15 +155,32 @@ TEST_F(InventoryFile, LineWithoutABarHasNoText) {
                                                                   "contents")));
 }
 
-TEST_F(InventoryFile, NothingBehindTheBarIsNoText) {
+TEST_F(InventoryFile, NothingAfterTheBarIsAnEmptyText) {
+    const LogCapture logged;
+    for (const char *content : {"TORVTEST a|\n", "TORVTEST a||\n", "TORVTEST a|||\n"}) {
+        write("TORVTEST|known\n");
+        ASSERT_EQ(fetch(), 1);
+        found = 7;
+        write(content);
+        EXPECT_EQ(fetch(), 1) << content;
+        EXPECT_EQ(found, 1);
+        EXPECT_STREQ(text, "");
+    }
+    EXPECT_THAT(logged.messages(), IsEmpty());
+}
+
+TEST_F(InventoryFile, NothingAfterTheBarIsNoInventoryWhereATextIsRequired) {
+    constexpr zel::InventoryFormat withText{"TORVTEST", 512, {8, 8}, "test inv change", true};
     const LogCapture logged;
     for (const char *content : {"TORVTEST a|\n", "TORVTEST a||\n", "TORVTEST a|||\n"}) {
         found = 7;
         write(content);
-        EXPECT_EQ(fetch(), -1) << content;
+        EXPECT_EQ(zel::fetchInventory(path.c_str(), withText, {text, size}, found, log()), -1) << content;
         EXPECT_EQ(found, 0);
     }
     EXPECT_EQ(logged.messages().size(), 3U);
+    write("TORVTEST|a\n");
+    EXPECT_EQ(zel::fetchInventory(path.c_str(), withText, {text, size}, found, log()), 1);
 }
 
 TEST_F(InventoryFile, RunOfBarsCountsAsOne) {

@@ -1,4 +1,5 @@
-#include "HardwareConfig.h"
+// Reads the hardware configuration file.
+#include "hardware/ConfigFile.h"
 
 #include "SSUtil.h"
 

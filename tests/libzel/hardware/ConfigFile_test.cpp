@@ -1,4 +1,4 @@
-#include "HardwareConfig.h"
+#include "hardware/ConfigFile.h"
 #include "Paths.h"
 
 #include "Disk_Info.h"
