@@ -21,6 +21,7 @@ git ls-files --cached --others --exclude-standard -- 'LIB/*.h' 'LIB/*.cpp' 'libz
     placed["libzel/NamedList.h"] = "libzel/records"
     placed["libzel/Settings.h"] = placed["libzel/Settings.cpp"] = "libzel/kernel"
     placed["libzel/ConsoleReport.h"] = "libzel/report"
+    placed["libzel/HardwareConfig.h"] = "libzel/hardware"
     placed["libzel/Zel.h"] = placed["libzel/main.cpp"] = "main"
   }
   {
