@@ -9,7 +9,7 @@
 
 inline constexpr std::size_t HOST_ROOT_SIZE = 256;
 
-/// Directory that stands for "/" of the sampled host, without a trailing slash; empty (the default): "/" itself.
+/// Directory that is "/" of the sampled host, without a trailing slash; empty (the default): "/" itself.
 /// Set before the first collector is built.
 extern char g_strHostRoot[HOST_ROOT_SIZE];
 

@@ -6,22 +6,29 @@
 //      directory
 //   1  list: a thread starts pending commands every 10 seconds, each as "<command>;echo $? > <home><key>_<time> &",
 //      and forgets a command once its result file exists. A command that itself ends in "&" is run with a blank in
-//      place of the ";", which the shell would refuse behind "&"; its status is then that of its start
+//      place of the ";", which the shell would refuse after "&"; its status is then that of its start
 //   2  queue: a thread runs the queued commands one after another and waits for each
 //
 // The embedding program owns the scheduler and may install it in g_pclCCmdScheduler. Every operation may be called from
 // any thread. A scheduler that is destroyed gives up what is still pending; its thread ends when it wakes, and a
 // command that is running then runs to its end.
 //
+// The child of a fork has a scheduler without a thread and with nothing pending, which the parent runs: command files
+// go on as before, list and queue are started anew.
+//
 // Messages go to the log (source name "NCmdScheduler"): requests under the module and detail "UNI", the threads under
 // "LAB" and detail 14, the queue thread whenever a logger is installed.
 #pragma once
 
 #include "Queue.h"
-#include "threads/WorkerThread.h"
 
 #include <ctime>
 #include <list>
+#include <memory>
+
+namespace zel {
+struct SchedulerState;
+}
 
 inline constexpr int SCHEDULER_HOME_SIZE = 512;
 inline constexpr int SCHEDULER_KEY_SIZE = 512;
@@ -86,15 +93,11 @@ public:
     int m_nThreadStart;               // 1: the thread runs
     Queue<MessageQData *> *m_pcQueue; // queue mode, after the start; owned
 
-    // What the thread shares with its scheduler. Its lock keeps the list, the start and the message text whole.
-    zel::SharedLink<CCmdScheduler> m_link;
-
 private:
-    int saveCommandFile(const char *key, const char *command);
-    int startThread();
-    int runDaemonScript(const char *script);
-    bool homeAndKeyGiven(const char *key);
-    bool commandGiven(const char *command);
+    friend void *fCmdSchedulerTh(void *scheduler);
+    friend void *fCmdQueueSchedulerTh(void *scheduler);
+
+    std::unique_ptr<zel::SchedulerState> m_state;
 };
 
 /// The installed scheduler, or null: then no command is scheduled. The embedding program owns it.

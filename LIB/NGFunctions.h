@@ -26,7 +26,7 @@ int fGetPushCurVelmorTime();
 // --- Alarm watchdog ------------------------------------------------------------------------------------------------
 //
 // A thread that sends SIGALRM to a process whose watched operation takes too long. The watched code arms g_nAlarmSec
-// before an operation and sets it to 0 behind it, or refreshes g_nBlockChkSec with the time as its heartbeat. The words
+// before an operation and sets it to 0 after it, or refreshes g_nBlockChkSec with the time as its heartbeat. The words
 // are plain integers for embedding programs; the watchdog itself reads and writes them as atomics.
 
 /// Process to signal; the own one when below 1 at the start of the thread.
@@ -68,9 +68,9 @@ extern _ST_MEM_USE_ST g_stMemUse;
 
 /// Makes the table with 512 slots; a table that exists is kept. Returns 1, or 0 without memory.
 int fgInitAlloc();
-/// Allocate `size`, resp. `count` * `size` zeroed bytes and record them; the table grows as needed. Return null, with
-/// nothing recorded, for a negative size and without memory. A block that was freed past the table and is handed out
-/// again takes over its slot, with a message on standard error when g_nPrint is 1.
+/// Allocate `size` bytes, or `count` * `size` zeroed ones, and record them; the table grows as needed. Return null,
+/// with nothing recorded, for a negative size and without memory. A block that was freed past the table and is handed
+/// out again takes over its slot, with a message on standard error when g_nPrint is 1.
 void *fgNmalloc(int size, int debugNo);
 void *fgNcalloc(int count, int size, int debugNo);
 /// Frees `block` and forgets it: 1. A block that no slot holds is freed all the same: 0, with a message on standard

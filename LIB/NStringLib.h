@@ -24,7 +24,7 @@ int Nisdigit(const char *text);
 /// be of any length; a run of dots counts as one, a part without digits as 0.
 int NOidCmp(const char *a, const char *b);
 
-/// The text after the first double quote of `text`, which is cut at the next blank behind it; `text` itself when there
+/// The text after the first double quote of `text`, which is cut at the next blank; `text` itself when there
 /// is no double quote.
 char *NCutQmark(char *text);
 
@@ -61,7 +61,7 @@ char *NValueVtoA(const void *value, char **text, int type, int len);
 
 /// Makes a value of `type` from `text` in a new malloc'ed buffer, which is stored in *value and returned; the caller
 /// owns it. A previous *value is freed first. A number is read from the start of the text, 0 without digits. A byte
-/// type gives `len` bytes, filled with zeros behind a shorter text, and a terminating zero. Returns null for a negative
+/// type gives `len` bytes, filled with zeros after a shorter text, and a terminating zero. Returns null for a negative
 /// `len` or an empty text, which leave *value alone, and for a type that is not converted or without memory (*value is
 /// then null).
 void *NValueAtoV(const char *text, void **value, int type, int len);

@@ -6,7 +6,11 @@
 
 #include "ObjectList.h"
 
-#include <vector>
+#include <memory>
+
+namespace zel {
+struct ObjectBufferState;
+}
 
 class CObjectBuffer {
 public:
@@ -26,7 +30,7 @@ public:
     /// Number of entries.
     int fGetSize() const { return static_cast<int>(m_pcllKeyTable->fGetNodeCnt()); }
 
-    /// The object of the first entry with `key`, resp. of `index`; null when there is none. The look-up by key moves
+    /// The object of the first entry with `key`, or of `index`; null when there is none. The look-up by key moves
     /// the cursor of the key table.
     void *fGetObject(const char *key);
     void *fGetObject(int index);
@@ -47,10 +51,5 @@ public:
     CObjectList *m_pcllKeyTable; // index -> owned copy of the key; owned
 
 private:
-    ST_OBJECTLIST_LNKLST_ *entryOfKey(const char *key);
-    char *copyOf(const char *key);
-    void freeSpareKeys();
-
-    int m_lowestFree;                // no index below it is free
-    std::vector<char *> m_spareKeys; // of entries that fFreeObjects removed, the one to be used next at the end
+    std::unique_ptr<zel::ObjectBufferState> m_state;
 };

@@ -1,11 +1,16 @@
 // CObjectList: a doubly linked list of (index, untyped pointer) pairs with a chosen insertion order, a rule for equal
 // indexes, a cursor, and the error of the last failed insertion.
 //
-// The list owns its nodes, never what their data pointers refer to. Results tell success; nothing is logged. Not
-// thread-safe: callers serialise access.
+// The list owns its nodes, never what their data pointers refer to. Results say whether an operation succeeded; nothing
+// is logged. Not thread-safe: callers serialise access.
 #pragma once
 
 #include <cstddef>
+#include <memory>
+
+namespace zel {
+struct ObjectListState;
+}
 
 struct ST_OBJECTLIST_LNKLST_ {
     int m_nIndex;
@@ -52,7 +57,7 @@ public:
     ST_OBJECTLIST_LNKLST_ *fGetHeadNode() const { return m_pstHead; }
     ST_OBJECTLIST_LNKLST_ *fGetEndNode() const { return m_pstEnd; }
 
-    /// Set the cursor to the head, resp. the end: 1, or 0 when the list is empty.
+    /// Set the cursor to the head or to the end: 1, or 0 when the list is empty.
     int fMoveFirst();
     int fMoveLast();
     /// Return the node under the cursor and move the cursor to its neighbour; null, without moving, when the cursor is
@@ -85,10 +90,5 @@ public:
     int m_nDupFlag; // 1: equal indexes allowed, 0: refused
 
 private:
-    void linkBefore(ST_OBJECTLIST_LNKLST_ *node, ST_OBJECTLIST_LNKLST_ *position);
-    void unlinkAndFree(ST_OBJECTLIST_LNKLST_ *node);
-    ST_OBJECTLIST_LNKLST_ *newNode();
-
-    ST_OBJECTLIST_LNKLST_ *m_lastFound = nullptr; // by findUnique; a node of the list or null
-    ST_OBJECTLIST_LNKLST_ *m_spare = nullptr;     // chain of nodes that fFreeAll removed
+    std::unique_ptr<zel::ObjectListState> m_state;
 };

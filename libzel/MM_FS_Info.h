@@ -11,17 +11,23 @@
 //
 // Sizes are computed in single precision, as consumers expect them: they agree with df to about seven digits.
 //
-// How long a pass may take. A local mount costs its statfs64. NFS mounts are touched only after fSetNFSFlag(1), and a
-// statfs64 on one, or on a mount below one, is given up after FS_REMOTE_SECONDS; while it hangs, later passes skip that
-// mount at once. With g_nNfsStatusCheckFlag set every server is asked once per pass before its mounts are touched; see
-// CheckNfs.h for the limits of a probe. So a dead server costs a pass at most
+// Mounts that do not answer. A mount whose type is known to be local costs its statfs64. Every other one (NFS, FUSE,
+// CIFS, overlay ...), whatever is mounted below one, and a local one whose last answer took longer than
+// FS_SLOW_MILLISECONDS is measured on a thread of its own, for at most FS_REMOTE_SECONDS. All these limits run at the
+// same time: however many mounts are dead, a pass takes one limit. A mount that did not answer is left out, logged once
+// ("statfs failed(%d), mount does not answer(%s)"), holds that one thread, and is not asked again until the thread
+// returns. Nobody waits for it again either: later passes give it 0.2 seconds together with all others of its kind,
+// until it answers ("mount answers again(%s)").
 //
-//   flag 0   FS_REMOTE_SECONDS per mount of it, once
+// NFS mounts are touched only after fSetNFSFlag(1). With g_nNfsStatusCheckFlag set every server is asked once per pass
+// before its mounts are touched, all of them at the same time; see CheckNfs.h for the limits of a probe. Dead servers
+// cost a pass at most
+//
+//   flag 0   FS_REMOTE_SECONDS
 //   flag 1   NFS_NAME_SECONDS + NFS_PORTMAPPER_SECONDS + NFS_CALL_SECONDS    (5 + 2 + 5)
 //   flag 2   NFS_NAME_SECONDS + NFS_CONNECT_SECONDS                          (5 + 5)
 //
-// where the name costs nothing for a source with a dotted address, and one that dies between probe and statfs64 costs
-// FS_REMOTE_SECONDS more.
+// and 0.2 seconds from the second pass on. A server that dies between probe and statfs64 costs FS_REMOTE_SECONDS more.
 //
 // Failures skip the entry and are logged ("statfs failed(%d)" ...); only a mount table that cannot be opened, or
 // memory that cannot be had, ends a pass. Not thread-safe.
@@ -30,22 +36,18 @@
 #include "MM_INIT_Info.h"
 #include "ObjectBuffer.h"
 #include "PerfText.h"
-#include "kernel/WholeFile.h"
 
 #include <cstddef>
-#include <functional>
 #include <memory>
-#include <vector>
 
 inline constexpr std::size_t FS_NAME_SIZE = 1025;
 inline constexpr int FS_REMOTE_SECONDS = 5;
+inline constexpr int FS_SLOW_MILLISECONDS = 200;
 inline constexpr unsigned long long FS_LARGEST_UNREPORTED = 1000000; // kilobytes; a filesystem must be larger
 
 namespace zel {
-struct MountEntry;
-class NfsWalk;
-enum class FilesystemPass;
-} // namespace zel
+struct FilesystemState;
+}
 
 /// One filesystem. Names longer than their field are cut.
 struct _ST_FS {
@@ -73,9 +75,9 @@ public:
     /// The record pass: the collector's buffer of _ST_FS, keyed by mount point, or null when there is no filesystem to
     /// report or the mount table cannot be opened. Records belong to the collector and live until the next record pass.
     CObjectBuffer *fMGetFileSys();
-    /// The next record of the last pass, null behind the last one.
+    /// The next record of the last pass, null after the last one.
     _ST_FS *fMGetFileSysNext();
-    /// Records, resp. rows, of the last pass.
+    /// Records or rows of the last pass.
     int fMGetNFileSys() const { return m_nNFs; }
     /// Frees every record.
     void fFreeFSObject();
@@ -114,19 +116,5 @@ public:
     char m_strLogMsg[1024];
 
 private:
-    using Taker = std::function<void(const _ST_FS &)>;
-
-    bool walkMountTable(zel::FilesystemPass pass, const Taker &take);
-    bool takeMounts(zel::FilesystemPass pass, const Taker &take);
-    bool remoteMayBeTouched(const zel::MountEntry &entry, zel::NfsWalk &nfs);
-    bool measureEntry(const zel::MountEntry &entry, const zel::NfsWalk &nfs, _ST_FS &filesystem);
-    void addDatastores(zel::FilesystemPass pass, const Taker &take);
-    void recycleRecords();
-    std::unique_ptr<_ST_FS> newRecord();
-    void keepRecord(const _ST_FS &filesystem);
-    void clearTotals();
-    void addToTotals(const _ST_FS &filesystem);
-
-    zel::WholeFile m_mountFile;
-    std::vector<std::unique_ptr<_ST_FS>> m_spareRecords; // of the pass before, for the pass under way
+    std::unique_ptr<zel::FilesystemState> m_state; // what is kept between passes
 };

@@ -29,7 +29,7 @@
 
 inline constexpr int PROC_NAME_SIZE = 10240;     // longest process name; the records hold one byte more
 inline constexpr int PROC_FILE_NAME_SIZE = 64;   // longest command name of stat
-inline constexpr int PROC_TEXT_SIZE = 10240;     // bytes read of stat, statm and io
+inline constexpr int PROC_TEXT_SIZE = 10240;     // bytes read of stat and statm
 inline constexpr int PROC_PUSH_CAPACITY = 10000; // first capacity of the push list
 inline constexpr int PROC_TOP_ENTRIES = 100;     // entries considered of each order
 
@@ -130,17 +130,7 @@ struct ST_PROCALL_LIST {
 };
 
 namespace zel {
-struct ProcessScratch;
-
-struct ScratchFree {
-    void operator()(ProcessScratch *scratch) const;
-};
-
-class PushList;
-
-struct PushListFree {
-    void operator()(PushList *list) const;
-};
+struct ProcessState;
 } // namespace zel
 
 class CMM_PROC_Info : public CMM_INIT_Info {
@@ -166,7 +156,7 @@ public:
     /// Both 1: rows that a script wrote about the guests of a VMware host are added to a scan.
     void fSetVMFlag(int vmFlag, int isVMWare);
 
-    /// Processors of the host by /proc/stat; 1 when it tells none.
+    /// Processors of the host by /proc/stat; 1 when that names none.
     int fGetCurrentCpuCnt();
 
     // Previous samples: a program that wants dead pids dropped calls fProcMapUpdate before and fProcMapErase after a
@@ -214,7 +204,7 @@ public:
     double fMGetCurTime();
     /// Hundredths of a second since the previous call; the first one gives 1e9 seconds.
     double fMGetTimeDiff();
-    /// MemTotal of /proc/meminfo in KB, 0 when it is not told.
+    /// MemTotal of /proc/meminfo in KB, 0 without one.
     unsigned long fMGetSysTotMem();
 
     // Push list -----------------------------------------------------------------------------------------------------
@@ -227,8 +217,8 @@ public:
     static int compare_allmem(const void *left, const void *right);
     static int compare_allio(const void *left, const void *right);
 
-    /// Predicates over _ST_PROC for list searches: 1 when the first name, resp. CPU percent, is greater, resp. when pid
-    /// or up-flag are equal; otherwise 0.
+    /// Predicates over _ST_PROC for list searches, 1 or 0: whether the first name is greater, the first CPU percent is
+    /// greater, the pids are equal, the up-flags are equal.
     static int fCMPProcName(const void *left, const void *right);
     static int fCMPProcCpu(const void *left, const void *right);
     static int fCMPProcPid(const void *left, const void *right);
@@ -256,6 +246,7 @@ public:
     ST_PROCALL_LIST **m_stAllProcList; // processes of a push scan that may be reported; null outside a scan
     std::map<int, ST_PROCALL_LIST *> m_ProcTopMap;
     char m_strLogMsg[1024];
-    std::unique_ptr<zel::ProcessScratch, zel::ScratchFree> m_scratch; // of a scan under way, kept for the next one
-    std::unique_ptr<zel::PushList, zel::PushListFree> m_pushList;     // what m_stAllProcList and m_ProcTopMap point to
+
+private:
+    std::unique_ptr<zel::ProcessState> m_state; // what is kept between scans
 };

@@ -1,4 +1,4 @@
-// NamedList: the doubly linked list keyed by interface name behind CBandwidthList and CNetworkExtList.
+// NamedList: the doubly linked list keyed by interface name that CBandwidthList and CNetworkExtList are made of.
 //
 // The list owns its nodes, each a copy of what was added. Names are compared exactly; a name beyond the 31 characters
 // of its field is cut when it is added. A name that is present is not added again unless m_nDupFlag is set. The cursor
@@ -179,7 +179,7 @@ template<typename Node, typename Texts> int NamedList<Node, Texts>::fDeleteNode(
     Node *node = fGetNode(name);
     if (node == nullptr)
         return 0;
-    const Node wanted = *node; // the caller's name may stand in a node that is freed here
+    const Node wanted = *node; // the caller's name may be that of a node that is freed here
     while (node != nullptr) {
         Node *next = node->m_pstNext;
         if (std::strcmp(node->m_strIFName, wanted.m_strIFName) == 0)

@@ -1,4 +1,4 @@
-// CSSList: a singly linked list of copied records behind a dummy head node.
+// CSSList: a singly linked list of copied records after a dummy head node.
 //
 // The list owns its nodes, each a link followed by a copy of the caller's record; pointers inside a record are copied
 // as they are and never freed. Collectors keep the results of a pass in it, and callers walk it:
@@ -19,7 +19,7 @@ struct SSListNode {
 
 /// The record of a node.
 template<typename Record> Record *fgListRecord(SSListNode *node) {
-    static_assert(alignof(Record) <= alignof(SSListNode), "the record stands directly behind the link");
+    static_assert(alignof(Record) <= alignof(SSListNode), "the record comes directly after the link");
     return reinterpret_cast<Record *>(node + 1);
 }
 

@@ -1,8 +1,10 @@
-// The settings themselves: every one is 0 or empty until the embedding program assigns it.
+// The settings themselves: every one is 0 or empty until the embedding program assigns it, but
+// for the limit of kept files.
 #include "Settings.h"
 
 char *g_ptrAgentKey;
 int g_nKernelRule;
+int g_nKeptFileLimit = -1;
 int g_nCpuStrType;
 int g_nCpuUsedInWIO;
 int g_nDiskStrType;

@@ -16,6 +16,10 @@ extern char *g_ptrAgentKey;
 /// counters and 5.4 the script list of processes. 1: releases from 2.6 on, whatever their numbers, follow the rules of
 /// 2.6. Read by every sample.
 extern int g_nKernelRule;
+/// How many kernel files may stay open between samples in the whole process, which halves what reading them costs: -1,
+/// the default, a quarter of the soft limit of descriptors (RLIMIT_NOFILE); 0 none; otherwise the number. Read by every
+/// sample.
+extern int g_nKeptFileLimit;
 
 // --- CPU -----------------------------------------------------------------------------------------------------------
 

@@ -4,6 +4,9 @@
 //   libzelinfo option [cycle seconds [count]]      count 0: until killed
 //
 // The environment variable ZEL_HOST_ROOT, when set, names the directory that stands for "/" of the sampled host.
+//
+// Scripts of the home are found by paths relative to the working directory. An installed driver that is started outside
+// a home works in the one that is installed with it.
 #include "ConsoleReport.h"
 #include "Disk_Info.h"
 #include "MM_CPU_Info.h"
@@ -25,10 +28,16 @@
 #include "Settings.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <sys/resource.h>
+#include <unistd.h>
 
 int test_lib(int option, int cycle, int count);
 void prog_exit(const char *message);
@@ -38,7 +47,15 @@ namespace {
 constexpr int agentKeySize = 16;
 constexpr int listTextSize = 1024;
 constexpr int defaultCycle = 1;
+constexpr rlim_t usefulDescriptors = 262144; // four for each of 16384 processes, of which a quarter may stay open
 constexpr unsigned microsecondsPerSecond = 1000000;
+
+// From the driver's own directory, with a "/" at the end; the build knows where both will be installed.
+#ifndef ZEL_PACKAGED_HOME
+#define ZEL_PACKAGED_HOME ""
+#endif
+constexpr const char *packagedHome = ZEL_PACKAGED_HOME;
+constexpr const char *commandRunner = "../../utils/ETC/ShCmd";
 
 constexpr const char *defaultExcludedTypes =
     "cdrfs,vxodm,procfs,cdfs,ignore,odm,usbdevfs,proc,devpts,none,sysfs,tmpfs,autofs,rpc_piperfs,iso9660,lustre_lite,"
@@ -103,6 +120,35 @@ void publishAgentKey() {
         std::strcpy(g_ptrAgentKey, "agent_key");
 }
 
+// Where the driver lies, with a "/" at the end; empty when the system does not tell.
+std::string ownDirectory() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof(path));
+    const std::string_view own(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+    return std::string(own.substr(0, own.rfind('/') + 1));
+}
+
+// A relative host root is one of the directory in which the driver was started.
+void keepHostRoot() {
+    const char *root = std::getenv("ZEL_HOST_ROOT");
+    if (root == nullptr || root[0] == '\0' || root[0] == '/')
+        return;
+    char whole[PATH_MAX];
+    if (realpath(root, whole) != nullptr)
+        setenv("ZEL_HOST_ROOT", whole, 1);
+}
+
+void enterHome() {
+    const std::string own = ownDirectory();
+    const std::string packaged = own + packagedHome;
+    if (own.empty() || packagedHome[0] == '\0' || access(commandRunner, F_OK) == 0 ||
+        access((packaged + commandRunner).c_str(), F_OK) != 0)
+        return;
+    keepHostRoot();
+    if (chdir(packaged.c_str()) != 0)
+        std::fprintf(stderr, "%s: %s\n", packaged.c_str(), std::strerror(errno));
+}
+
 // False when the root does not fit: a cut one would be another directory.
 bool takeHostRoot() {
     const char *root = std::getenv("ZEL_HOST_ROOT");
@@ -126,6 +172,7 @@ void setDefaults() {
     g_nIncludeFilesystemCnt = 0;
     g_nFSTokenCount = 0;
     g_nKernelRule = 0;
+    g_nKeptFileLimit = -1;
 
     publishAgentKey();
     g_pclCCmdScheduler = new CCmdScheduler;
@@ -256,6 +303,16 @@ bool runCycle(Collectors &collectors, int option, double elapsed) {
     return true;
 }
 
+// Kernel files stay open within a quarter of the soft limit, so that it is raised to what the driver can use. The
+// library itself never changes a limit.
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= usefulDescriptors)
+        return;
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, usefulDescriptors);
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 } // namespace
 
 /// Samples the group `option` every `cycle` seconds, `count` times; 0 or a negative count never ends. Returns 0.
@@ -285,6 +342,9 @@ void prog_exit(const char *message) {
 
 int main(int argc, char **argv) {
     setDefaults();
+    raiseDescriptorLimit();
+    if (argc > 1)
+        enterHome();
     if (!takeHostRoot()) {
         std::fprintf(stderr, "ZEL_HOST_ROOT is longer than %zu characters\n", sizeof(g_strHostRoot) - 1);
         return 1;

@@ -12,3 +12,5 @@ cp -ru "$root/runtime/utils" "$root/runtime/agent" "$root/runtime/README.md" "$h
 cp -u "$build/bin/ShCmd" "$home/utils/ETC/"
 cp -u "$build/bin/libinvinfo" "$build/bin/libzelinfo" "$home/agent/bin/"
 [ ! -e "$build/bin/agent" ] || cp -u "$build/bin/agent" "$home/agent/bin/"
+# A home that others may write is not trusted; the checkout may be one that a group writes.
+chmod -R go-w "$home"

@@ -6,6 +6,12 @@
 #include <cstring>
 #include <malloc.h>
 #include <new>
+#include <vector>
+
+struct zel::ObjectBufferState {
+    int lowestFree = 1;            // no index below it is free
+    std::vector<char *> spareKeys; // of entries that fFreeObjects removed, the one to be used next at the end
+};
 
 namespace {
 
@@ -13,26 +19,13 @@ void *dataOf(const ST_OBJECTLIST_LNKLST_ *node) {
     return node == nullptr ? nullptr : node->m_pvdData;
 }
 
-} // namespace
-
-CObjectBuffer::CObjectBuffer()
-    : m_pcllData(new CObjectList(OBJECTLIST_APPEND)), m_pcllKeyTable(new CObjectList(OBJECTLIST_APPEND)),
-      m_lowestFree(1) {}
-
-CObjectBuffer::~CObjectBuffer() {
-    fFreeObjects();
-    freeSpareKeys();
-    delete m_pcllData;
-    delete m_pcllKeyTable;
-}
-
 // A buffer that is emptied and filled again mostly gets the same keys in the same order.
-char *CObjectBuffer::copyOf(const char *key) {
+char *copyOf(zel::ObjectBufferState &state, const char *key) {
     const std::size_t size = std::strlen(key) + 1;
     char *copy = nullptr;
-    if (!m_spareKeys.empty()) {
-        copy = m_spareKeys.back();
-        m_spareKeys.pop_back();
+    if (!state.spareKeys.empty()) {
+        copy = state.spareKeys.back();
+        state.spareKeys.pop_back();
         if (malloc_usable_size(copy) < size) {
             std::free(copy);
             copy = nullptr;
@@ -45,16 +38,42 @@ char *CObjectBuffer::copyOf(const char *key) {
     return copy;
 }
 
-void CObjectBuffer::freeSpareKeys() {
-    for (char *key : m_spareKeys)
+void freeSpareKeys(zel::ObjectBufferState &state) {
+    for (char *key : state.spareKeys)
         std::free(key);
-    m_spareKeys.clear();
+    state.spareKeys.clear();
+}
+
+// The first entry of the key table with `key`. Moves the cursor.
+ST_OBJECTLIST_LNKLST_ *entryOfKey(CObjectList &keys, const char *key) {
+    if (key == nullptr)
+        return nullptr;
+    keys.fMoveFirst();
+    while (ST_OBJECTLIST_LNKLST_ *node = keys.fMoveNext()) {
+        const char *held = static_cast<const char *>(node->m_pvdData);
+        if (held != nullptr && std::strcmp(held, key) == 0)
+            return node;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+CObjectBuffer::CObjectBuffer()
+    : m_pcllData(new CObjectList(OBJECTLIST_APPEND)), m_pcllKeyTable(new CObjectList(OBJECTLIST_APPEND)),
+      m_state(std::make_unique<zel::ObjectBufferState>()) {}
+
+CObjectBuffer::~CObjectBuffer() {
+    fFreeObjects();
+    freeSpareKeys(*m_state);
+    delete m_pcllData;
+    delete m_pcllKeyTable;
 }
 
 int CObjectBuffer::fObjectPut(const char *key, void *object) {
     if (key == nullptr)
         return 0;
-    char *keyCopy = copyOf(key);
+    char *keyCopy = copyOf(*m_state, key);
     if (keyCopy == nullptr)
         return 0;
     const int index = fGetPutIndex(key);
@@ -69,34 +88,22 @@ int CObjectBuffer::fObjectPut(const char *key, void *object) {
         std::free(keyCopy);
         return 0;
     }
-    m_lowestFree = index + 1;
+    m_state->lowestFree = index + 1;
     return index;
 }
 
 // The search goes on where the last one ended: entries made one after the other cost no walk.
 int CObjectBuffer::fGetPutIndex(const char *) {
     const int size = fGetSize();
-    if (m_lowestFree > size + 1) // nodes were taken from the key table behind its back
-        m_lowestFree = 1;
-    while (m_lowestFree <= size && m_pcllKeyTable->fGetNode(m_lowestFree) != nullptr)
-        ++m_lowestFree;
-    return m_lowestFree;
-}
-
-ST_OBJECTLIST_LNKLST_ *CObjectBuffer::entryOfKey(const char *key) {
-    if (key == nullptr)
-        return nullptr;
-    m_pcllKeyTable->fMoveFirst();
-    while (ST_OBJECTLIST_LNKLST_ *node = m_pcllKeyTable->fMoveNext()) {
-        const char *held = static_cast<const char *>(node->m_pvdData);
-        if (held != nullptr && std::strcmp(held, key) == 0)
-            return node;
-    }
-    return nullptr;
+    if (m_state->lowestFree > size + 1) // nodes were taken from the key table past the buffer
+        m_state->lowestFree = 1;
+    while (m_state->lowestFree <= size && m_pcllKeyTable->fGetNode(m_state->lowestFree) != nullptr)
+        ++m_state->lowestFree;
+    return m_state->lowestFree;
 }
 
 void *CObjectBuffer::fGetObject(const char *key) {
-    const ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(key);
+    const ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(*m_pcllKeyTable, key);
     return entry == nullptr ? nullptr : fGetObject(entry->m_nIndex);
 }
 
@@ -109,7 +116,7 @@ char *CObjectBuffer::fGetObjectKey(int index) const {
 }
 
 void *CObjectBuffer::fSetObject(const char *key, void *object) {
-    const ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(key);
+    const ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(*m_pcllKeyTable, key);
     return entry == nullptr ? nullptr : fSetObject(entry->m_nIndex, object);
 }
 
@@ -122,31 +129,31 @@ void *CObjectBuffer::fSetObject(int index, void *object) {
 }
 
 int CObjectBuffer::fObjectRemove(const char *key) {
-    ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(key);
+    ST_OBJECTLIST_LNKLST_ *entry = entryOfKey(*m_pcllKeyTable, key);
     if (entry == nullptr)
         return 0;
     const int index = entry->m_nIndex;
     std::free(entry->m_pvdData);
     m_pcllKeyTable->fDeleteNode(index);
     m_pcllData->fDeleteNode(index);
-    m_lowestFree = std::min(m_lowestFree, index);
+    m_state->lowestFree = std::min(m_state->lowestFree, index);
     return 1;
 }
 
 int CObjectBuffer::fFreeObjects() {
-    freeSpareKeys();
+    freeSpareKeys(*m_state);
     try {
-        m_spareKeys.reserve(static_cast<std::size_t>(std::max(fGetSize(), 0)));
+        m_state->spareKeys.reserve(static_cast<std::size_t>(std::max(fGetSize(), 0)));
     } catch (const std::bad_alloc &) { // those that there is no place for are freed
     }
     for (const auto *node = m_pcllKeyTable->fGetEndNode(); node != nullptr; node = node->m_pstPrev) {
-        if (node->m_pvdData != nullptr && m_spareKeys.size() < m_spareKeys.capacity())
-            m_spareKeys.push_back(static_cast<char *>(node->m_pvdData));
+        if (node->m_pvdData != nullptr && m_state->spareKeys.size() < m_state->spareKeys.capacity())
+            m_state->spareKeys.push_back(static_cast<char *>(node->m_pvdData));
         else
             std::free(node->m_pvdData);
     }
     m_pcllKeyTable->fFreeAll();
     m_pcllData->fFreeAll();
-    m_lowestFree = 1;
+    m_state->lowestFree = 1;
     return 1;
 }

@@ -7,6 +7,11 @@
 #include <cstring>
 #include <utility>
 
+struct zel::ObjectListState {
+    ST_OBJECTLIST_LNKLST_ *lastFound = nullptr; // by findUnique; a node of the list or null
+    ST_OBJECTLIST_LNKLST_ *spare = nullptr;     // chain of nodes that fFreeAll removed, for nodes to come
+};
+
 namespace {
 
 using Node = ST_OBJECTLIST_LNKLST_;
@@ -22,17 +27,45 @@ template<typename Predicate> Node *firstNode(Node *head, Predicate matches) {
     return node;
 }
 
+Node *newNode(zel::ObjectListState &state) {
+    if (state.spare == nullptr)
+        return static_cast<Node *>(std::malloc(sizeof(Node)));
+    return std::exchange(state.spare, state.spare->m_pstNext);
+}
+
+// A null position is the end. The first node of a list takes the cursor.
+void linkBefore(CObjectList &list, Node *node, Node *position) {
+    Node *previous = position == nullptr ? list.m_pstEnd : position->m_pstPrev;
+    node->m_pstPrev = previous;
+    node->m_pstNext = position;
+    (previous == nullptr ? list.m_pstHead : previous->m_pstNext) = node;
+    (position == nullptr ? list.m_pstEnd : position->m_pstPrev) = node;
+    if (previous == nullptr && position == nullptr)
+        list.m_pstCurPosition = node;
+}
+
+void unlinkAndFree(CObjectList &list, zel::ObjectListState &state, Node *node) {
+    if (list.m_pstCurPosition == node)
+        list.m_pstCurPosition = node == list.m_pstHead ? node->m_pstNext : node->m_pstPrev;
+    if (state.lastFound == node)
+        state.lastFound = nullptr;
+    (node->m_pstPrev == nullptr ? list.m_pstHead : node->m_pstPrev->m_pstNext) = node->m_pstNext;
+    (node->m_pstNext == nullptr ? list.m_pstEnd : node->m_pstNext->m_pstPrev) = node->m_pstPrev;
+    std::free(node);
+    list.fNodeCntDec();
+}
+
 } // namespace
 
 CObjectList::CObjectList(int orderType, long maximum, int duplicates)
     : m_nErrorCode(0), m_strErrorMsg{}, m_pstHead(nullptr), m_pstEnd(nullptr), m_pstCurPosition(nullptr),
       m_nListOrderType(knownOrder(orderType) ? orderType : OBJECTLIST_ASCENDING), m_lNodeCnt(0), m_lNodeMaxCnt(maximum),
-      m_nDupFlag(duplicates == 0 ? 0 : 1) {}
+      m_nDupFlag(duplicates == 0 ? 0 : 1), m_state(std::make_unique<zel::ObjectListState>()) {}
 
 CObjectList::~CObjectList() {
     fFreeAll();
-    while (m_spare != nullptr)
-        std::free(std::exchange(m_spare, m_spare->m_pstNext));
+    for (Node *spare = m_state->spare; spare != nullptr;)
+        std::free(std::exchange(spare, spare->m_pstNext));
 }
 
 int CObjectList::fSearchInsertPosition(const Node *node, Node **position) const {
@@ -71,7 +104,7 @@ int CObjectList::fAddNode(const Node *node) {
     if (fSearchInsertPosition(node, &position) == 0)
         return 0;
 
-    Node *added = newNode();
+    Node *added = newNode(*m_state);
     if (added == nullptr) {
         m_nErrorCode = errno;
         std::snprintf(m_strErrorMsg, sizeof(m_strErrorMsg), "[%d] %s", m_nErrorCode, std::strerror(m_nErrorCode));
@@ -79,37 +112,9 @@ int CObjectList::fAddNode(const Node *node) {
     }
     added->m_nIndex = node->m_nIndex;
     added->m_pvdData = node->m_pvdData;
-    linkBefore(added, position);
+    linkBefore(*this, added, position);
     fNodeCntInc();
     return 1;
-}
-
-Node *CObjectList::newNode() {
-    if (m_spare == nullptr)
-        return static_cast<Node *>(std::malloc(sizeof(Node)));
-    return std::exchange(m_spare, m_spare->m_pstNext);
-}
-
-// A null position is the end. The first node of a list takes the cursor.
-void CObjectList::linkBefore(Node *node, Node *position) {
-    Node *previous = position == nullptr ? m_pstEnd : position->m_pstPrev;
-    node->m_pstPrev = previous;
-    node->m_pstNext = position;
-    (previous == nullptr ? m_pstHead : previous->m_pstNext) = node;
-    (position == nullptr ? m_pstEnd : position->m_pstPrev) = node;
-    if (previous == nullptr && position == nullptr)
-        m_pstCurPosition = node;
-}
-
-void CObjectList::unlinkAndFree(Node *node) {
-    if (m_pstCurPosition == node)
-        m_pstCurPosition = node == m_pstHead ? node->m_pstNext : node->m_pstPrev;
-    if (m_lastFound == node)
-        m_lastFound = nullptr;
-    (node->m_pstPrev == nullptr ? m_pstHead : node->m_pstPrev->m_pstNext) = node->m_pstNext;
-    (node->m_pstNext == nullptr ? m_pstEnd : node->m_pstNext->m_pstPrev) = node->m_pstPrev;
-    std::free(node);
-    fNodeCntDec();
 }
 
 int CObjectList::fDeleteNode(int index) {
@@ -120,7 +125,7 @@ int CObjectList::fDeleteNode(int index) {
         if (node->m_nIndex == index) {
             if (node == m_pstHead && next != nullptr)
                 next = next->m_pstNext; // the new head is passed over
-            unlinkAndFree(node);
+            unlinkAndFree(*this, *m_state, node);
             removed = 1;
         }
         node = next;
@@ -133,10 +138,10 @@ Node *CObjectList::fGetNode(int index) const {
 }
 
 Node *CObjectList::findUnique(int index) {
-    Node *next = m_lastFound == nullptr ? nullptr : m_lastFound->m_pstNext;
+    Node *next = m_state->lastFound == nullptr ? nullptr : m_state->lastFound->m_pstNext;
     Node *node = next != nullptr && next->m_nIndex == index ? next : fGetNode(index);
     if (node != nullptr)
-        m_lastFound = node;
+        m_state->lastFound = node;
     return node;
 }
 
@@ -167,9 +172,8 @@ Node *CObjectList::fMovePrev() {
 // A list is often emptied to be filled again: its nodes are kept for that.
 void CObjectList::fFreeAll() {
     if (m_pstHead != nullptr) {
-        m_pstEnd->m_pstNext = m_spare;
-        m_spare = m_pstHead;
+        m_pstEnd->m_pstNext = std::exchange(m_state->spare, m_pstHead);
     }
-    m_pstHead = m_pstEnd = m_pstCurPosition = m_lastFound = nullptr;
+    m_pstHead = m_pstEnd = m_pstCurPosition = m_state->lastFound = nullptr;
     m_lNodeCnt = 0;
 }

@@ -43,7 +43,7 @@ struct BufferSet {
 constexpr BufferSet deliveries{"BUF", "unlinkfile "};
 constexpr BufferSet otherDeliveries{"BUNF", "unlinkfile BUNF"};
 
-// Room for the directory, a name of the longest length and a new number behind it.
+// Room for the directory, a name of the longest length and a new number after it.
 struct Path {
     char text[NAME_MAX + 32];
 };

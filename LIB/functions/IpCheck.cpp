@@ -1,5 +1,6 @@
 // The two IPv4 text checks of NGFunctions.h.
 #include "NGFunctions.h"
+#include "text/AsciiText.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -10,15 +11,11 @@ constexpr std::size_t longestAddress = 15;
 constexpr long highestPart = 255;
 constexpr int dotsOfAddress = 3;
 
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 // "192" of "192.168.0.1": the number at `part`, which ends at a dot or at the end of the text.
 bool acceptablePart(const char *part) {
     constexpr int inspected = 3;
     for (int i = 0; i < inspected && part[i] != '\0' && part[i] != '.'; ++i)
-        if (isLetter(part[i]))
+        if (zel::isAsciiLetter(part[i]))
             return false;
     return std::strtol(part, nullptr, 10) <= highestPart;
 }
@@ -49,7 +46,7 @@ int fgIPVaildCheck(const char *text) {
             if (number > highestPart || ++dots > dotsOfAddress)
                 return 0;
             digits = number = 0;
-        } else if (*text >= '0' && *text <= '9' && ++digits <= mostDigits) {
+        } else if (zel::isAsciiDigit(*text) && ++digits <= mostDigits) {
             number = number * 10 + (*text - '0');
         } else {
             return 0;

@@ -1,5 +1,6 @@
 // The log gate: the installed logger, the words that open and close it, and the way of a message to the logger.
 #include "functions/LogSink.h"
+#include "text/AsciiText.h"
 #include "text/OwnedText.h"
 #include "threads/ForkRepair.h"
 #include "threads/SharedValue.h"
@@ -33,21 +34,17 @@ std::shared_mutex &loggerInUse() {
 
 std::atomic<zel::LogSink> logSink{nullptr};
 
-bool isControl(char character) {
-    return static_cast<unsigned char>(character) < ' ' || character == '\x7f';
-}
-
 // Messages carry names from outside, which may hold line feeds: a message that does is written with blanks in their
-// place, so that no name writes a log line of its own. Without memory for that it is left out.
+// place, so that no name writes a log line of its own. Without memory for that the line holds no message.
 class OneLine {
 public:
     explicit OneLine(const char *message) : m_text(message) {
         const std::string_view text(message);
-        if (std::none_of(text.begin(), text.end(), isControl))
+        if (std::none_of(text.begin(), text.end(), zel::isControl))
             return;
         m_copy = zel::joinText({message});
         m_text = m_copy == nullptr ? "" : m_copy.get();
-        std::replace_if(m_copy.get(), m_copy.get() + std::strlen(m_text), isControl, ' ');
+        std::replace_if(m_copy.get(), m_copy.get() + std::strlen(m_text), zel::isControl, ' ');
     }
     OneLine(const OneLine &) = delete;
     OneLine &operator=(const OneLine &) = delete;

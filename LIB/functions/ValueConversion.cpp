@@ -1,3 +1,4 @@
+// The typed values of NStringLib.h: value to text with its trace of steps, text to value.
 #include "NGFunctions.h"
 #include "NStringLib.h"
 #include "text/NumberScan.h"

@@ -4,10 +4,10 @@
 #include "LogGate.h"
 #include "NGFunctions.h"
 #include "threads/SharedValue.h"
+#include "threads/WorkerThread.h"
 
 #include <csignal>
 #include <ctime>
-#include <pthread.h>
 #include <unistd.h>
 
 using zel::readShared;
@@ -79,13 +79,6 @@ void checkBlock() {
     logSignal("send-block", timeOut);
 }
 
-// SIGALRM is for the watched thread, and any other signal would cut a pass short.
-void blockSignals() {
-    sigset_t every;
-    sigfillset(&every);
-    pthread_sigmask(SIG_BLOCK, &every, nullptr);
-}
-
 } // namespace
 
 void zel::watchdogStart(int blockTimeOut) {
@@ -106,7 +99,7 @@ void zel::watchdogPass(WatchdogCounters &counters) {
 }
 
 void *fgAlarmTh(void *arg) {
-    blockSignals();
+    const zel::SignalsBlocked blocked; // SIGALRM is for the watched thread, and any signal would cut a pass short
     zel::watchdogStart(arg != nullptr ? *static_cast<const int *>(arg) : 0);
     zel::WatchdogCounters counters;
     for (;;) {

@@ -1,5 +1,5 @@
-// The alarm watchdog behind fgAlarmTh (NGFunctions.h), second by second. The thread sleeps and calls; everything that
-// it decides happens in these plain functions.
+// The inside of the alarm watchdog, fgAlarmTh (NGFunctions.h), second by second. The thread sleeps and calls;
+// everything that it decides happens in these plain functions.
 #pragma once
 
 namespace zel {

@@ -1,28 +1,32 @@
-// The names in a directory, without the allocation and the extra system call of opendir. The kernel is asked for as
-// many names at a time as opendir asks for.
+// The names in a directory of the sampled host, without the allocation and the extra system call of opendir.
 #pragma once
 
-#include "host/ScopedHandle.h"
+#include "host/HostOpen.h"
 
 #include <cstddef>
 #include <dirent.h>
-#include <fcntl.h>
 
 namespace zel {
 
+/// Room for names, as many as the kernel is asked for at a time: 32768 bytes are what opendir asks for.
+template<std::size_t Size> struct DirectoryRoom { alignas(dirent64) char bytes[Size]; };
+
 class DirectoryWalk {
 public:
-    explicit DirectoryWalk(const char *path) : m_directory(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+    /// Walks the directory `path` (below the host root). `room` outlives the walk.
+    template<std::size_t Size>
+    DirectoryWalk(const char *path, DirectoryRoom<Size> &room)
+        : m_directory(openHostDirectory(path)), m_entries(room.bytes), m_size(Size) {}
 
     /// False when there is no such directory or it cannot be opened.
     bool isOpen() const { return m_directory.valid(); }
     /// The directory, to open files relative to it.
     int descriptor() const { return m_directory.get(); }
 
-    /// The next name, "." and ".." included, valid until the next call; null behind the last one.
+    /// The next name, "." and ".." included, valid until the next call; null after the last one.
     const char *next() {
         if (m_at == m_length) {
-            const ssize_t length = getdents64(m_directory.get(), m_entries, sizeof(m_entries));
+            const ssize_t length = getdents64(m_directory.get(), m_entries, m_size);
             m_at = 0;
             m_length = length > 0 ? static_cast<std::size_t>(length) : 0;
             if (m_length == 0)
@@ -34,12 +38,11 @@ public:
     }
 
 private:
-    static constexpr std::size_t BUFFER_SIZE = 32768;
-
     ScopedDescriptor m_directory;
+    char *m_entries; // [m_at, m_length) holds the names to come
+    std::size_t m_size;
     std::size_t m_at = 0;
     std::size_t m_length = 0;
-    alignas(dirent64) char m_entries[BUFFER_SIZE]; // [m_at, m_length) holds the names to come
 };
 
 } // namespace zel

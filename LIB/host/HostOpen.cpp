@@ -37,6 +37,14 @@ ScopedDescriptor openHostFile(const char *path) {
     return ScopedDescriptor(open(fgHostPath(path), HOST_FILE_FLAGS));
 }
 
+ScopedDescriptor openHostFileAt(int directory, const char *path) {
+    return ScopedDescriptor(openat(directory, path, HOST_FILE_FLAGS));
+}
+
+ScopedDescriptor openHostDirectory(const char *path) {
+    return ScopedDescriptor(open(fgHostPath(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
 ScopedFile openHostStream(const char *path) {
     ScopedDescriptor file = openHostFile(path);
     if (!file.valid())

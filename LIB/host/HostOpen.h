@@ -1,5 +1,5 @@
 // How kernel and system files of the sampled host are opened: the one place that decides what such an open may do. The
-// host root may be that of a container or of a mounted disk, where anything can stand in the place of a file.
+// host root may be that of a container or of a mounted disk, where anything can be in the place of a file.
 #pragma once
 
 #include "host/ScopedHandle.h"
@@ -14,15 +14,21 @@ namespace zel {
 /// data it reads as an empty file or as one that cannot be read. Kernel files do not notice.
 inline constexpr int HOST_FILE_FLAGS = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
-/// What stands beyond is not read: no kernel file of counters comes near it, and a device may have no end.
+/// What follows is not read: no kernel file of counters comes near it, and a device may have no end.
 inline constexpr std::size_t HOST_FILE_LIMIT = std::size_t{64} * 1024 * 1024;
 
 /// Opens the file `path` (below the host root) to read. An invalid one leaves errno.
 ScopedDescriptor openHostFile(const char *path);
 
-/// The same as a stream, which ends after HOST_FILE_LIMIT bytes and where a read fails: what is read later would
-/// be taken for what is missing. Null leaves errno. It asks the system for nothing but
-/// the open, the reads and the close.
+/// The same for a path relative to the open directory `directory`.
+ScopedDescriptor openHostFileAt(int directory, const char *path);
+
+/// Opens the directory `path` (below the host root), to read its names and to open what is in it.
+ScopedDescriptor openHostDirectory(const char *path);
+
+/// The same as openHostFile as a stream, which ends after HOST_FILE_LIMIT bytes and where a read fails: what is read
+/// later would be taken for what is missing. Null leaves errno. It asks the system for nothing but the open, the reads
+/// and the close.
 ScopedFile openHostStream(const char *path);
 
 } // namespace zel

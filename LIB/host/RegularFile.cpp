@@ -2,8 +2,9 @@
 #include "host/RegularFile.h"
 
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
-#include <string>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
@@ -26,6 +27,18 @@ ScopedDescriptor openOfKind(const char *path, int flags, mode_t mode, bool (*acc
     return ScopedDescriptor(-1);
 }
 
+bool directoryOfExists(std::string_view path) {
+    const std::string_view parent = path.substr(0, path.rfind('/') + 1);
+    char directory[PATH_MAX] = ".";
+    if (parent.size() >= sizeof(directory))
+        return false;
+    parent.copy(directory, parent.size());
+    struct stat status {};
+    return stat(directory, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+} // namespace
+
 ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode) {
     if (!descriptor.valid())
         return nullptr;
@@ -34,15 +47,6 @@ ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode) {
         static_cast<void>(descriptor.release());
     return file;
 }
-
-bool directoryOfExists(std::string path) {
-    const std::size_t slash = path.rfind('/');
-    path = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-} // namespace
 
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode) {
     return openOfKind(path, flags, mode, [](mode_t kind) { return S_ISREG(kind); });
@@ -86,7 +90,10 @@ bool clearForResult(const char *path) {
     struct stat status {};
     if (stat(path, &status) != 0)
         return directoryOfExists(path);
-    if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
+    if (S_ISDIR(status.st_mode))
+        return true;
+    const bool ours = status.st_uid == 0 || status.st_uid == geteuid();
+    if (S_ISREG(status.st_mode) && ours && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0)
         return true;
     return unlink(path) == 0 || errno == ENOENT;
 }

@@ -1,4 +1,4 @@
-// The files that collectors, scripts and the inventory program exchange, opened without trust in what stands under
+// The files that collectors, scripts and the inventory program exchange, opened without trust in what has
 // their names: anything but a regular file (a pipe, a device, a directory) is refused at once instead of being waited
 // for. A link counts as what it leads to.
 #pragma once
@@ -17,6 +17,9 @@ ScopedFile openRegularFile(const char *path);
 ScopedFile openFileToWrite(const char *path);
 /// The descriptor of such a file; invalid where the other gives null.
 ScopedDescriptor openToWrite(const char *path);
+
+/// A descriptor as a stream, which owns it; null for an invalid one. `mode` as for fopen.
+ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode);
 
 /// The descriptor of a regular file. `flags` and `mode` as for open.
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode = 0);
@@ -37,10 +40,10 @@ std::FILE *openAnyFile(const char *path, const char *mode);
 /// True when `path` leads to the file that has this status.
 bool leadsTo(const char *path, const struct stat &status);
 
-/// Makes way for a script's redirection into `path`: a pipe or a device that stands there, on which the shell would
-/// wait, is removed. False when it could not be, and when there is no directory to hold the result, which a shell
-/// would complain about on standard error; then the script must not be run. A directory in the result's own place
-/// stays: the shell refuses it by itself.
+/// Makes way for a script's redirection into `path`: a pipe or a device of that name, on which the shell would
+/// wait, is removed, and so is a file that others own or may write, whose content would not be trusted. False when it
+/// could not be, and when there is no directory to hold the result, which a shell would complain about on standard
+/// error; then the script must not be run. A directory in the result's own place stays: the shell refuses it by itself.
 bool clearForResult(const char *path);
 
 } // namespace zel

@@ -34,6 +34,10 @@ public:
             close(m_descriptor);
     }
     ScopedDescriptor(ScopedDescriptor &&other) noexcept : m_descriptor(other.release()) {}
+    ScopedDescriptor &operator=(ScopedDescriptor &&other) noexcept {
+        std::swap(m_descriptor, other.m_descriptor);
+        return *this;
+    }
     ScopedDescriptor(const ScopedDescriptor &) = delete;
     ScopedDescriptor &operator=(const ScopedDescriptor &) = delete;
 

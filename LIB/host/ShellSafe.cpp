@@ -1,13 +1,14 @@
+// Which texts from outside may become part of a shell command line.
 #include "host/ShellSafe.h"
+
+#include "text/AsciiText.h"
 
 #include <algorithm>
 
 namespace {
 
 bool safeCharacter(char c) {
-    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-    const bool digit = c >= '0' && c <= '9';
-    return letter || digit || c == '.' || c == '_' || c == '-' || c == ':' || c == '@';
+    return zel::isAsciiLetter(c) || zel::isAsciiDigit(c) || c == '.' || c == '_' || c == '-' || c == ':' || c == '@';
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "host/ScopedHandle.h"
 #include "host/Shell.h"
 #include "host/ShellSafe.h"
+#include "host/TrustedWay.h"
 #include "log/VornLogState.h"
 #include "threads/SharedValue.h"
 
@@ -79,6 +80,13 @@ void replaceText(char *&text, const char *directory, const char *name) {
         return;
     std::snprintf(joined, size, "%s%s", directory, name);
     delete[] std::exchange(text, joined);
+}
+
+// Whether the trust rule lets a file of the home be used. The logger cannot log about itself.
+bool isTrusted(const zel::WayFinding &finding) {
+    if (zel::isWorthSaying(finding))
+        zel::printErrorf("%s %s\n", zel::REFUSAL_TEXT, finding.reason);
+    return finding.trusted;
 }
 
 } // namespace
@@ -171,13 +179,16 @@ void CVornLog::fLogNameChange(int first) {
 
 // The script's answer is a plain file name. One that leads out of the log directory is no answer.
 int CVornLog::fGetRecentLogFile(const char *date) {
-    if (date == nullptr || !zel::shellSafe(date))
+    if (date == nullptr || !zel::shellSafe(date) || !isTrusted(zel::inspectWay(recentFileScript)))
         return -1;
     char command[256];
     std::snprintf(command, sizeof(command), "%s %s", recentFileScript, date);
     static_cast<void>(zel::runShell(command));
 
-    const zel::ScopedFile result = zel::openRegularFile(recentFileResult);
+    zel::WayFinding finding;
+    const zel::ScopedFile result = zel::asStream(zel::openOnTrustedWay(recentFileResult, finding), "r");
+    if (!isTrusted(finding))
+        return -1;
     char line[256] = {};
     if (result == nullptr || std::fgets(line, sizeof(line), result.get()) == nullptr)
         return -1;
@@ -215,6 +226,8 @@ void CVornLog::fLogCompress() {
         zel::printErrorf("%s log file compress refused : unsafe file name\n", m_pstrLogFile);
         return;
     }
+    if (!isTrusted(zel::inspectWay(zel::COMMAND_RUNNER)))
+        return;
     const std::size_t size = sizeof(m_strCompressPath) + std::strlen(m_pstrLogFile) + 64;
     const std::unique_ptr<char[]> command(new (std::nothrow) char[size]);
     if (command == nullptr)

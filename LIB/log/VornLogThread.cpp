@@ -142,7 +142,7 @@ void zel::queueMessage(CVornLog &log, LogState &state, int line, const char *fil
 }
 
 // The child of a fork has no writer. Its logger writes directly, under the mutex; what is queued is the parent's to
-// write. The queue is left behind: the writer may have been in the middle of it.
+// write. The queue is not touched: the writer may have been in the middle of it.
 void zel::repairLogger(LogState &state) {
     CVornLog &log = state.logger;
     state.forked = true;

@@ -56,7 +56,7 @@ const char *levelWord(CVornLog &log, int level) {
 }
 
 // "[134501][INFO][VornLog]169 messages lost\n" and what follows it, in one piece: the account never takes the room of
-// the line that comes after it, and never stands in the file twice.
+// the line that comes after it, and is never in the file twice.
 zel::Appended appendWithAccount(const CVornLog &log, const zel::LogState &state, unsigned long lost,
                                 std::string_view line) {
     char account[96] = "";

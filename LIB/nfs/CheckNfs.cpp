@@ -1,17 +1,16 @@
-// The two probes of an NFS server: its portmapper and NFS service over UDP, its NFS port over TCP.
+// Looks up NFS servers and asks them, over ONC RPC or by a connection, whether they answer.
 #include "CheckNfs.h"
 
 #include "NGFunctions.h"
 #include "host/SafeWrite.h"
 #include "host/ScopedHandle.h"
-#include "text/OwnedText.h"
-#include "threads/TimedCall.h"
+#include "nfs/NfsConnection.h"
+#include "threads/BoundedCall.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <netdb.h>
@@ -29,7 +28,6 @@ namespace {
 constexpr rpcprog_t nfsProgram = 100003;
 constexpr rpcvers_t nfsVersion = 2;
 constexpr in_port_t portmapperPort = 111;
-constexpr in_port_t nfsTcpPort = 2049;
 constexpr time_t datagramRetrySeconds = 2;
 constexpr std::size_t hostBufferSize = 4096;
 constexpr std::size_t firstLookUpBuffer = 1024;
@@ -57,17 +55,12 @@ bool lookUp(const char *host, in_addr &address) {
 
 // The resolver has time-outs of its own, of half a minute and more: they do not count here.
 bool lookUpInTime(const char *host, in_addr &address) {
-    struct Answer {
-        bool found = false;
-        in_addr address{};
-    };
-    const auto answer = std::make_shared<Answer>();
-    const std::string name = host;
-    const int failure = zel::runWithin(std::chrono::seconds(NFS_NAME_SECONDS), "resolve " + name,
-                                       [answer, name] { answer->found = lookUp(name.c_str(), answer->address); });
-    if (failure != 0 || !answer->found)
+    zel::BoundedCall<in_addr> call(
+        std::string("resolve ") + host, std::chrono::seconds(NFS_NAME_SECONDS),
+        [name = std::string(host)](in_addr &found) { return lookUp(name.c_str(), found) ? 0 : ENOENT; });
+    if (call.wait().error != 0)
         return false;
-    address = answer->address;
+    address = call.answer();
     return true;
 }
 
@@ -142,30 +135,16 @@ private:
     bool m_installed = false;
 };
 
-bool resolveForConnect(const char *host, sockaddr_in &server) {
-    if (fgIPCheck(host) == 1) {
-        server.sin_family = AF_INET;
-        server.sin_addr.s_addr = inet_addr(host);
-        return true;
-    }
-    char dotted[INET_ADDRSTRLEN];
-    return get_inaddr(&server, host) == 1 && inet_ntop(AF_INET, &server.sin_addr, dotted, sizeof(dotted)) != nullptr &&
-           fgIPCheck(dotted) == 1;
-}
-
-int connects(const sockaddr_in &server) {
+// The alarm interrupts the connection where it reaches the calling thread; elsewhere the limit of the socket ends it.
+int connectUnderAlarm(const sockaddr_in &server) {
     const zel::ScopedDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const AlarmInterrupts interrupts;
     if (!interrupts.installed())
         return -1;
-    // The kernel's own limit on connect, for a caller whose thread the alarm does not reach.
-    const timeval limit{NFS_CONNECT_SECONDS, 0};
-    setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
-
     alarm(NFS_CONNECT_SECONDS);
-    const int failed = connect(socket.get(), reinterpret_cast<const sockaddr *>(&server), sizeof(server));
+    const bool connected = zel::connectInTime(socket.get(), server);
     alarm(0);
-    return failed == 0 ? 1 : 0;
+    return connected ? 1 : 0;
 }
 
 } // namespace
@@ -187,7 +166,7 @@ int get_inaddr(sockaddr_in *addr, const char *host) {
 }
 
 int chknfsmnt(const char *source) {
-    static char host[hostBufferSize];
+    char host[hostBufferSize];
     if (source == nullptr)
         return 0;
     std::snprintf(host, sizeof(host), "%s", source);
@@ -203,20 +182,5 @@ int chknfsmnt(const char *source) {
 }
 
 int fgNfsCheck(const char *source) {
-    if (source == nullptr)
-        return -1;
-    const std::size_t length = std::strcspn(source, ":");
-    const zel::Text host(static_cast<char *>(std::malloc(length + 1)));
-    if (host == nullptr)
-        return -1;
-    std::memcpy(host.get(), source, length);
-    host.get()[length] = '\0';
-    if (g_nIPv6Flag == 1)
-        return 1;
-
-    sockaddr_in server{};
-    if (!resolveForConnect(host.get(), server))
-        return -1;
-    server.sin_port = htons(nfsTcpPort);
-    return connects(server);
+    return zel::probeNfsPort(source, connectUnderAlarm);
 }

@@ -1,39 +1,84 @@
+// The command scheduler itself: its members, its start and stop, and the way of a request to the mode in force.
 #include "NCmdScheduler.h"
 
-#include "host/Shell.h"
-#include "scheduler/CmdWorkers.h"
+#include "scheduler/NCmdSchedulerFiles.h"
+#include "scheduler/NCmdSchedulerList.h"
+#include "scheduler/NCmdSchedulerQueue.h"
+#include "threads/ForkRepair.h"
 #include "threads/SharedValue.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 using zel::writeShared;
 
 CCmdScheduler *g_pclCCmdScheduler;
 
-void zel::runAndWait(const char *commandLine) {
-    static_cast<void>(runShell(commandLine));
+struct zel::SchedulerState {
+    explicit SchedulerState(CCmdScheduler &scheduler) : link(std::make_shared<SchedulerLink>(&scheduler)) {}
+
+    // The child of a fork has no worker, and what is pending is the parent's to run. List and queue are not touched:
+    // another thread may have been in the middle of either.
+    void repair() {
+        CCmdScheduler &scheduler = *link->owner;
+        renew(link->lock);
+        renew(scheduler.m_CmdList);
+        scheduler.m_pcQueue = nullptr;
+        scheduler.m_nSyncFlag = 0;
+        scheduler.m_nThreadStart = 0;
+        g_nCmdSync = 0;
+    }
+
+    const SharedLink<CCmdScheduler> link; // what the worker shares with its scheduler
+    ForkRepair forkRepair{[](void *state) { static_cast<SchedulerState *>(state)->repair(); }, this};
+};
+
+namespace {
+
+// Starts the thread of the mode, once. 1, or -1 when it cannot be started.
+int startWorkerOf(const zel::SharedLink<CCmdScheduler> &link) {
+    CCmdScheduler &scheduler = *link->owner;
+    const bool list = scheduler.m_nCmdSchedulerType == SCHEDULER_LIST;
+    int error = 0;
+    {
+        const std::lock_guard held(link->lock); // the thread waits here until everything is in place
+        if (scheduler.m_nThreadStart != 0)
+            return 1;
+        std::unique_ptr<Queue<MessageQData *>> queue;
+        if (!list)
+            queue.reset(new (std::nothrow) Queue<MessageQData *>);
+        error = list               ? zel::startWorker<zel::workOnList>(link)
+                : queue == nullptr ? ENOMEM
+                                   : zel::startWorker<zel::workOnQueue>(link);
+        if (error == 0) {
+            writeShared(scheduler.m_pcQueue, queue.release());
+            writeShared(scheduler.m_nThreadStart, 1);
+        }
+    }
+    const char *thread = list ? "scheduler" : "queue_scheduler";
+    if (error == 0)
+        ZEL_SCHEDULER_LOG(*link, zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "pthread_create %s success", thread);
+    else
+        ZEL_SCHEDULER_LOG(*link, zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "pthread_create %s failed.[%s]", thread,
+                          std::strerror(error));
+    return error == 0 ? 1 : -1;
 }
+
+} // namespace
 
 CCmdScheduler::CCmdScheduler()
     : m_nCmdSaveFlag(0), m_nCmdRunFlag(0), m_nSyncFlag(0), m_pstrCmdSchedulerHome(nullptr), m_nCmdSchedulerType(0),
-      m_strLogMsg(), m_nThreadStart(0), m_pcQueue(nullptr),
-      m_link(std::make_shared<zel::WorkerLink<CCmdScheduler>>(this)) {}
+      m_strLogMsg(), m_nThreadStart(0), m_pcQueue(nullptr), m_state(std::make_unique<zel::SchedulerState>(*this)) {}
 
 CCmdScheduler::~CCmdScheduler() {
     CCmdScheduler *self = this;
     std::atomic_ref<CCmdScheduler *>(g_pclCCmdScheduler).compare_exchange_strong(self, nullptr);
 
-    const std::lock_guard threadAway(m_link->lock);
-    m_link->owner = nullptr;
-    for (_CMD_SCHEDULER *command : m_CmdList)
-        zel::freeCommand(command);
-    while (m_pcQueue != nullptr && m_pcQueue->getCount() > 0)
-        zel::freeCommand(m_pcQueue->pop());
-    delete m_pcQueue;
+    zel::clearList(*m_state->link);
+    const std::lock_guard threadAway(m_state->link->lock);
+    m_state->link->owner = nullptr;
+    zel::freeQueue(m_pcQueue);
     std::free(m_pstrCmdSchedulerHome);
 }
 
@@ -51,14 +96,14 @@ int CCmdScheduler::fSetCmdSchedulerHomePath(const char *dir) {
     m_pstrCmdSchedulerHome[length] = '\0';
     if (length > 0 && dir[length - 1] != '/')
         std::strcpy(m_pstrCmdSchedulerHome + length, "/");
-    ZEL_SCHEDULER_NOTICE("command schedule daemon home path set : %s", m_pstrCmdSchedulerHome);
+    ZEL_SCHEDULER_NOTICE(*m_state->link, "command schedule daemon home path set : %s", m_pstrCmdSchedulerHome);
     return 1;
 }
 
 int CCmdScheduler::fCmdSchedulerStart() {
     if (m_nCmdSchedulerType == SCHEDULER_LIST || m_nCmdSchedulerType == SCHEDULER_QUEUE)
-        return startThread();
-    const int result = runDaemonScript("cmd_scd_start.sh");
+        return startWorkerOf(m_state->link);
+    const int result = zel::runDaemonScript(*m_state->link, "cmd_scd_start.sh");
     if (result == 1)
         writeShared(m_nCmdSaveFlag, 0);
     return result;
@@ -66,79 +111,35 @@ int CCmdScheduler::fCmdSchedulerStart() {
 
 int CCmdScheduler::fCmdSchedulerStop() {
     if (m_nCmdSchedulerType != SCHEDULER_LIST)
-        return runDaemonScript("cmd_scd_stop.sh");
-    const std::lock_guard held(m_link->lock);
-    for (_CMD_SCHEDULER *command : m_CmdList)
-        zel::freeCommand(command);
-    m_CmdList.clear();
+        return zel::runDaemonScript(*m_state->link, "cmd_scd_stop.sh");
+    zel::clearList(*m_state->link);
     return 1;
 }
 
 int CCmdScheduler::fCmdSave(const char *key, const char *command) {
     if (m_nCmdSchedulerType == SCHEDULER_QUEUE)
         return fCmdQueuePush(command);
-    if (m_nCmdSchedulerType != SCHEDULER_LIST)
-        return saveCommandFile(key, command);
-    if (key == nullptr)
-        return fCmdPush(key, command);
-
-    constexpr int timeRoom = 24; // "_", digits and sign of a 64-bit time
-    char timedKey[SCHEDULER_KEY_SIZE];
-    std::snprintf(timedKey, sizeof(timedKey), "%.*s_%lld", SCHEDULER_KEY_SIZE - timeRoom, key,
-                  static_cast<long long>(std::time(nullptr)));
-    writeShared(m_nSyncFlag, 1);
-    const int result = fCmdPush(timedKey, command);
-    writeShared(m_nSyncFlag, 0);
-    return result;
+    if (m_nCmdSchedulerType == SCHEDULER_LIST)
+        return zel::addToListNow(*m_state->link, key, command);
+    return zel::saveCommandFile(*m_state->link, key, command);
 }
 
-bool CCmdScheduler::homeAndKeyGiven(const char *key) {
-    if (m_pstrCmdSchedulerHome == nullptr)
-        ZEL_SCHEDULER_ERROR("command save failed : home path strlen is null");
-    else if (m_pstrCmdSchedulerHome[0] == '\0')
-        ZEL_SCHEDULER_ERROR("command save failed : home path strlen is zero");
-    else if (key == nullptr)
-        ZEL_SCHEDULER_ERROR("command save key is null");
-    else if (key[0] == '\0')
-        ZEL_SCHEDULER_ERROR("command save key is strlen zero");
-    else
-        return true;
-    return false;
+int CCmdScheduler::fCmdPush(const char *key, const char *command) {
+    return zel::addToList(*m_state->link, key, command);
 }
 
-bool CCmdScheduler::commandGiven(const char *command) {
-    if (command == nullptr)
-        ZEL_SCHEDULER_ERROR("command save command is null");
-    else if (command[0] == '\0')
-        ZEL_SCHEDULER_ERROR("command save command is strlen zero");
-    else
-        return true;
-    return false;
+int CCmdScheduler::fCmdQueuePush(const char *command) {
+    return zel::addToQueue(*m_state->link, command);
 }
 
-int CCmdScheduler::startThread() {
-    const bool list = m_nCmdSchedulerType == SCHEDULER_LIST;
-    int error = 0;
-    {
-        const std::lock_guard held(m_link->lock); // the thread waits here until everything is in place
-        if (m_nThreadStart != 0)
-            return 1;
-        std::unique_ptr<Queue<MessageQData *>> queue;
-        if (!list)
-            queue.reset(new (std::nothrow) Queue<MessageQData *>);
-        error = list               ? zel::startWorker<zel::workOnList>(m_link)
-                : queue == nullptr ? ENOMEM
-                                   : zel::startWorker<zel::workOnQueue>(m_link);
-        if (error == 0) {
-            writeShared(m_pcQueue, queue.release());
-            writeShared(m_nThreadStart, 1);
-        }
-    }
-    const char *thread = list ? "scheduler" : "queue_scheduler";
-    if (error == 0)
-        ZEL_SCHEDULER_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "pthread_create %s success", thread);
-    else
-        ZEL_SCHEDULER_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "pthread_create %s failed.[%s]", thread,
-                          std::strerror(error));
-    return error == 0 ? 1 : -1;
+void *fCmdSchedulerTh(void *scheduler) {
+    const zel::SharedLink<CCmdScheduler> link = static_cast<CCmdScheduler *>(scheduler)->m_state->link;
+    zel::workOnList(link);
+    return nullptr;
+}
+
+void *fCmdQueueSchedulerTh(void *scheduler) {
+    const zel::SharedLink<CCmdScheduler> link = static_cast<CCmdScheduler *>(scheduler)->m_state->link;
+    zel::workOnQueue(link);
+    return nullptr;
 }

@@ -1,15 +1,19 @@
-// Mode 0 of the command scheduler: command files for the outside daemon, and the daemon's start and stop.
+// The command files of the scheduler, and the scripts that start and stop the daemon.
+#include "scheduler/NCmdSchedulerFiles.h"
+
 #include "NGFunctions.h"
-#include "host/ScopedHandle.h"
+#include "host/RegularFile.h"
+#include "host/SafeWrite.h"
+#include "host/Shell.h"
 #include "host/ShellSafe.h"
-#include "scheduler/CmdWorkers.h"
+#include "host/TrustedWay.h"
+#include "scheduler/CommandRequest.h"
+#include "text/AsciiText.h"
 #include "text/OwnedText.h"
 #include "threads/SharedValue.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <unistd.h>
 
 using zel::readShared;
@@ -22,15 +26,11 @@ namespace {
 constexpr int daemonPollPause = 1000000; // microseconds
 constexpr mode_t commandFileMode = 0644;
 
-bool asciiLetterOrDigit(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
 zel::Text commandFilePath(const char *home, const char *key) {
     char name[SCHEDULER_KEY_SIZE];
     std::size_t length = 0;
     for (; key[length] != '\0' && length < sizeof(name) - 1; ++length)
-        name[length] = asciiLetterOrDigit(key[length]) ? key[length] : '_';
+        name[length] = zel::isAsciiLetter(key[length]) || zel::isAsciiDigit(key[length]) ? key[length] : '_';
     name[length] = '\0';
     return zel::joinText({home, "shcmd_", name, ".cmd"});
 }
@@ -43,65 +43,69 @@ bool takeCmdSync() {
 
 } // namespace
 
-int CCmdScheduler::saveCommandFile(const char *key, const char *command) {
-    if (readShared(m_nCmdRunFlag) == 1) {
-        ZEL_SCHEDULER_NOTICE("command now running(mode=1) : %s", command == nullptr ? "" : command);
+int zel::saveCommandFile(SchedulerLink &link, const char *key, const char *command) {
+    if (readShared(link.owner->m_nCmdRunFlag) == 1) {
+        ZEL_SCHEDULER_NOTICE(link, "command now running(mode=1) : %s", command == nullptr ? "" : command);
         return 0;
     }
-    if (!homeAndKeyGiven(key) || !commandGiven(command))
+    if (!requestComplete(link, key, command))
         return -1;
 
-    const zel::Text pathText = commandFilePath(m_pstrCmdSchedulerHome, key);
+    const Text pathText = commandFilePath(link.owner->m_pstrCmdSchedulerHome, key);
     const char *path = pathText.get();
     if (path == nullptr)
         return -1;
-    const zel::ScopedDescriptor file(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, commandFileMode));
+    const ScopedDescriptor file = openNew(path, commandFileMode);
     const int openError = file.valid() ? 0 : errno;
     if (openError == EEXIST) {
-        ZEL_SCHEDULER_NOTICE("command already save [%s]-skip : %s", path, command);
-        writeShared(m_nCmdSaveFlag, 1);
+        ZEL_SCHEDULER_NOTICE(link, "command already save [%s]-skip : %s", path, command);
+        writeShared(link.owner->m_nCmdSaveFlag, 1);
         return 0;
     }
     if (openError != 0) {
-        ZEL_SCHEDULER_ERROR("command save file(%s) open failed : %s", path, std::strerror(openError));
+        ZEL_SCHEDULER_ERROR(link, "command save file(%s) open failed : %s", path, std::strerror(openError));
         return -1;
     }
-    const std::size_t length = std::strlen(command);
-    if (write(file.get(), command, length) != static_cast<ssize_t>(length)) {
-        unlink(path); // half a command must not run, nor stand in the way of the next attempt
-        ZEL_SCHEDULER_ERROR("command save failed[%s] : %s", path, command);
+    if (appendWhole(file.get(), command) != Appended::WHOLE) {
+        unlink(path); // half a command must not run, nor prevent the next attempt
+        ZEL_SCHEDULER_ERROR(link, "command save failed[%s] : %s", path, command);
         return -1;
     }
-    ZEL_SCHEDULER_NOTICE("command save success[%s] : %s", path, command);
-    writeShared(m_nCmdSaveFlag, 1);
+    ZEL_SCHEDULER_NOTICE(link, "command save success[%s] : %s", path, command);
+    writeShared(link.owner->m_nCmdSaveFlag, 1);
     return 0;
 }
 
-int CCmdScheduler::runDaemonScript(const char *script) {
-    const char *home = m_pstrCmdSchedulerHome;
+int zel::runDaemonScript(SchedulerLink &link, const char *script) {
+    const char *home = link.owner->m_pstrCmdSchedulerHome;
     if (home == nullptr) {
-        ZEL_SCHEDULER_ERROR("command schedule daemon start failed : home path is null");
+        ZEL_SCHEDULER_ERROR(link, "command schedule daemon start failed : home path is null");
         return 0;
     }
     if (home[0] == '\0') {
-        ZEL_SCHEDULER_ERROR("command schedule daemon start failed : home path strlen is zero");
+        ZEL_SCHEDULER_ERROR(link, "command schedule daemon start failed : home path strlen is zero");
         return 0;
     }
-    if (!zel::shellSafePath(home)) {
-        ZEL_SCHEDULER_ERROR("command schedule daemon start failed : home path is unsafe : %s", home);
+    if (!shellSafePath(home)) {
+        ZEL_SCHEDULER_ERROR(link, "command schedule daemon start failed : home path is unsafe : %s", home);
         return 0;
     }
 
-    const zel::Text commandText = zel::joinText({home, script, " ", home});
+    const Text commandText = joinText({home, script, " ", home});
+    const Text scriptPath = joinText({home, script});
     const char *command = commandText.get();
-    if (command == nullptr)
+    if (command == nullptr || scriptPath == nullptr)
         return 0;
+    const WayFinding finding = inspectWay(scriptPath.get());
     while (!takeCmdSync()) {
-        ZEL_SCHEDULER_NOTICE("system command(%s) execute waiting.....", command);
+        ZEL_SCHEDULER_NOTICE(link, "system command(%s) execute waiting.....", command);
         fgUSleep(daemonPollPause);
     }
-    zel::runAndWait(command);
+    if (finding.trusted)
+        static_cast<void>(runShell(command));
+    else if (finding.exists)
+        ZEL_SCHEDULER_ERROR(link, "command schedule daemon script is not run : %s", finding.reason);
     writeShared(g_nCmdSync, 0);
-    ZEL_SCHEDULER_NOTICE("system command(%s) exec end", command);
+    ZEL_SCHEDULER_NOTICE(link, "system command(%s) exec end", command);
     return 1;
 }

@@ -1,7 +1,10 @@
-// Mode 1 of the command scheduler: the list of pending commands and its thread.
+// The list of pending commands of the scheduler and its thread.
+#include "scheduler/NCmdSchedulerList.h"
+
 #include "NGFunctions.h"
+#include "host/Shell.h"
 #include "host/ShellSafe.h"
-#include "scheduler/CmdWorkers.h"
+#include "scheduler/CommandRequest.h"
 #include "text/OwnedText.h"
 #include "threads/SharedValue.h"
 
@@ -9,17 +12,25 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <new>
 #include <unistd.h>
 
 using zel::readShared;
 using zel::Text;
 using zel::withOwner;
+using zel::writeShared;
 
 namespace {
 
 struct CommandFree {
-    void operator()(_CMD_SCHEDULER *command) const { zel::freeCommand(command); }
+    void operator()(_CMD_SCHEDULER *command) const {
+        if (command == nullptr)
+            return;
+        std::free(command->l_pstrCmdStr);
+        std::free(command->l_pstrResultFile);
+        std::free(command);
+    }
 };
 
 using PendingCommand = std::unique_ptr<_CMD_SCHEDULER, CommandFree>;
@@ -27,7 +38,7 @@ using PendingCommand = std::unique_ptr<_CMD_SCHEDULER, CommandFree>;
 constexpr const char *statusIntoFile = ";echo $? > ";
 constexpr const char *inBackground = " &";
 
-// The result file of a key stands in the home itself, whatever paths the key is made of.
+// The result file of a key lies in the home itself, whatever paths the key is made of.
 Text resultFile(const char *home, const char *key) {
     Text path = zel::joinText({home, key});
     if (path != nullptr)
@@ -43,8 +54,8 @@ bool isEscaped(const char *line, std::size_t place) {
     return (place - first) % 2 == 1;
 }
 
-// A request that itself ends in "&" may not be followed by ";" in the shell's grammar: a blank stands there in what is
-// run. Its status is then that of its start.
+// A request that itself ends in "&" may not be followed by ";" in the shell's grammar: what is run has a blank there.
+// Its status is then that of its start.
 void separateAfterBackground(char *line, const char *result) {
     const std::size_t tail = std::strlen(statusIntoFile) + std::strlen(result) + std::strlen(inBackground);
     const std::size_t length = std::strlen(line);
@@ -66,17 +77,17 @@ PendingCommand newPendingCommand(const char *home, const char *key, const char *
 }
 
 // Counts the list of a scheduler that may have gone: -1.
-int pendingCount(const zel::SharedLink<CCmdScheduler> &link) {
+int pendingCount(zel::SchedulerLink &link) {
     int count = -1;
-    withOwner(*link, [&](const CCmdScheduler &scheduler) { count = static_cast<int>(scheduler.m_CmdList.size()); });
+    withOwner(link, [&](const CCmdScheduler &scheduler) { count = static_cast<int>(scheduler.m_CmdList.size()); });
     return count;
 }
 
 // Waits until no caller is changing the list, or until the steps are used up.
-void waitForCallers(const zel::SharedLink<CCmdScheduler> &link, int &syncSteps) {
+void waitForCallers(zel::SchedulerLink &link, int &syncSteps) {
     for (;;) {
         int changing = 0;
-        withOwner(*link, [&](CCmdScheduler &scheduler) { changing = readShared(scheduler.m_nSyncFlag); });
+        withOwner(link, [&](CCmdScheduler &scheduler) { changing = readShared(scheduler.m_nSyncFlag); });
         if (changing != 1)
             return;
         fgUSleep(zel::LIST_WORKER_SYNC_STEP);
@@ -103,13 +114,13 @@ Text takeNewCommand(CCmdScheduler &scheduler) {
 }
 
 // The list is free while the shell runs: callers add to it meanwhile.
-void startNewCommands(const zel::SharedLink<CCmdScheduler> &link) {
+void startNewCommands(zel::SchedulerLink &link) {
     for (;;) {
         Text line;
-        withOwner(*link, [&](CCmdScheduler &scheduler) { line = takeNewCommand(scheduler); });
+        withOwner(link, [&](CCmdScheduler &scheduler) { line = takeNewCommand(scheduler); });
         if (line == nullptr)
             return;
-        zel::runAndWait(line.get());
+        static_cast<void>(zel::runShell(line.get()));
         fgUSleep(zel::LIST_WORKER_START_PAUSE);
     }
 }
@@ -123,52 +134,67 @@ void forgetFinished(CCmdScheduler &scheduler) {
         if (!finished(*pending))
             return false;
         unlink(pending->l_pstrResultFile);
-        zel::freeCommand(pending);
+        CommandFree{}(pending);
         return true;
     });
 }
 
 } // namespace
 
-void zel::freeCommand(_CMD_SCHEDULER *command) {
-    if (command == nullptr)
-        return;
-    std::free(command->l_pstrCmdStr);
-    std::free(command->l_pstrResultFile);
-    std::free(command);
-}
-
-int CCmdScheduler::fCmdPush(const char *key, const char *command) {
-    if (!homeAndKeyGiven(key) || !commandGiven(command))
+int zel::addToList(SchedulerLink &link, const char *key, const char *command) {
+    if (!requestComplete(link, key, command))
         return -1;
-    if (!zel::shellSafePath(key) || !zel::shellSafePath(m_pstrCmdSchedulerHome)) {
-        ZEL_SCHEDULER_ERROR("command save failed : home path or key is unsafe : %s%s", m_pstrCmdSchedulerHome, key);
+    const char *home = link.owner->m_pstrCmdSchedulerHome;
+    if (!shellSafePath(key) || !shellSafePath(home)) {
+        ZEL_SCHEDULER_ERROR(link, "command save failed : home path or key is unsafe : %s%s", home, key);
         return -1;
     }
-    PendingCommand pending = newPendingCommand(m_pstrCmdSchedulerHome, key, command);
+    PendingCommand pending = newPendingCommand(home, key, command);
     if (pending == nullptr)
         return -1;
-    ZEL_SCHEDULER_NOTICE("command_key[%s]", pending->l_strCmdReqKey);
+    ZEL_SCHEDULER_NOTICE(link, "command_key[%s]", pending->l_strCmdReqKey);
 
     bool known = false;
     try {
-        const std::lock_guard held(m_link->lock);
-        known = std::any_of(m_CmdList.begin(), m_CmdList.end(), [&](const _CMD_SCHEDULER *other) {
+        const std::lock_guard held(link.lock);
+        std::list<_CMD_SCHEDULER *> &list = link.owner->m_CmdList;
+        known = std::any_of(list.begin(), list.end(), [&](const _CMD_SCHEDULER *other) {
             return std::strcmp(other->l_pstrCmdStr, pending->l_pstrCmdStr) == 0;
         });
         if (!known) {
-            m_CmdList.push_back(pending.get());
+            list.push_back(pending.get());
             static_cast<void>(pending.release());
         }
     } catch (const std::bad_alloc &) {
         return -1;
     }
     if (known)
-        ZEL_SCHEDULER_NOTICE("exists command in linked-list[%s]", pending->l_pstrCmdStr);
+        ZEL_SCHEDULER_NOTICE(link, "exists command in linked-list[%s]", pending->l_pstrCmdStr);
     return 0;
 }
 
-bool zel::runCommandList(const SharedLink<CCmdScheduler> &link, int &syncSteps) {
+int zel::addToListNow(SchedulerLink &link, const char *key, const char *command) {
+    if (key == nullptr)
+        return addToList(link, key, command);
+    constexpr int timeRoom = 24; // "_", digits and sign of a 64-bit time
+    char timedKey[SCHEDULER_KEY_SIZE];
+    std::snprintf(timedKey, sizeof(timedKey), "%.*s_%lld", SCHEDULER_KEY_SIZE - timeRoom, key,
+                  static_cast<long long>(std::time(nullptr)));
+    writeShared(link.owner->m_nSyncFlag, 1);
+    const int result = addToList(link, timedKey, command);
+    writeShared(link.owner->m_nSyncFlag, 0);
+    return result;
+}
+
+void zel::clearList(SchedulerLink &link) {
+    const std::lock_guard held(link.lock);
+    std::list<_CMD_SCHEDULER *> &list = link.owner->m_CmdList;
+    for (_CMD_SCHEDULER *command : list)
+        CommandFree{}(command);
+    list.clear();
+}
+
+bool zel::runCommandList(SchedulerLink &link, int &syncSteps) {
     if (const int count = pendingCount(link); count <= 0)
         return count == 0;
     waitForCallers(link, syncSteps);
@@ -177,7 +203,7 @@ bool zel::runCommandList(const SharedLink<CCmdScheduler> &link, int &syncSteps) 
         return false;
     ZEL_WORKER_LOG(errorLogOpen(), "CmdScheduler Thread Start[%d]", pending);
     startNewCommands(link);
-    withOwner(*link, forgetFinished);
+    withOwner(link, forgetFinished);
     const int left = pendingCount(link);
     if (left < 0)
         return false;
@@ -190,11 +216,5 @@ void zel::workOnList(const SharedLink<CCmdScheduler> &link) {
     int syncSteps = 0;
     do
         fgUSleep(LIST_WORKER_CYCLE);
-    while (runCommandList(link, syncSteps));
-}
-
-void *fCmdSchedulerTh(void *scheduler) {
-    const zel::SharedLink<CCmdScheduler> link = static_cast<CCmdScheduler *>(scheduler)->m_link;
-    zel::workOnList(link);
-    return nullptr;
+    while (runCommandList(*link, syncSteps));
 }

@@ -1,6 +1,8 @@
-// Mode 2 of the command scheduler: the queue of commands and its thread.
+// The queue of commands of the scheduler and its thread.
+#include "scheduler/NCmdSchedulerQueue.h"
+
 #include "NGFunctions.h"
-#include "scheduler/CmdWorkers.h"
+#include "host/Shell.h"
 #include "text/OwnedText.h"
 #include "threads/SharedValue.h"
 
@@ -12,7 +14,10 @@ using zel::readShared;
 namespace {
 
 struct CommandFree {
-    void operator()(MessageQData *command) const { zel::freeCommand(command); }
+    void operator()(MessageQData *command) const {
+        std::free(command->m_pstrCollectData);
+        std::free(command);
+    }
 };
 
 using QueuedCommand = std::unique_ptr<MessageQData, CommandFree>;
@@ -38,21 +43,20 @@ void run(const MessageQData *queued) {
         ZEL_WORKER_LOG(zel::loggerInstalled(), "l_pstrCollectData == NULL");
     } else {
         ZEL_WORKER_LOG(zel::loggerInstalled(), "CmdSchedulercmd[%s]", queued->m_pstrCollectData);
-        zel::runAndWait(queued->m_pstrCollectData);
+        static_cast<void>(zel::runShell(queued->m_pstrCollectData));
     }
 }
 
 } // namespace
 
-void zel::freeCommand(MessageQData *command) {
-    if (command == nullptr)
-        return;
-    std::free(command->m_pstrCollectData);
-    std::free(command);
+void zel::freeQueue(Queue<MessageQData *> *queue) {
+    while (queue != nullptr && queue->getCount() > 0)
+        QueuedCommand{queue->pop()}.reset();
+    delete queue;
 }
 
-int CCmdScheduler::fCmdQueuePush(const char *command) {
-    Queue<MessageQData *> *queue = readShared(m_pcQueue);
+int zel::addToQueue(SchedulerLink &link, const char *command) {
+    Queue<MessageQData *> *queue = readShared(link.owner->m_pcQueue);
     if (queue == nullptr)
         return -1;
     QueuedCommand queued = newQueuedCommand(command);
@@ -60,7 +64,7 @@ int CCmdScheduler::fCmdQueuePush(const char *command) {
         return -1;
     const int count = queue->getCount();
     if (count >= SCHEDULER_QUEUE_LIMIT || !queue->pushBelow(queued.get(), SCHEDULER_QUEUE_LIMIT)) {
-        ZEL_SCHEDULER_ERROR("cmdQueue count overflow-skip [%d]", count);
+        ZEL_SCHEDULER_ERROR(link, "cmdQueue count overflow-skip [%d]", count);
         return -1;
     }
     static_cast<void>(queued.release());
@@ -68,7 +72,7 @@ int CCmdScheduler::fCmdQueuePush(const char *command) {
 }
 
 // The scheduler is free while a command runs: it may go, and the command runs to its end.
-int zel::runQueuedCommands(const SharedLink<CCmdScheduler> &link) {
+int zel::runQueuedCommands(SchedulerLink &link) {
     for (int pause = QUEUE_WORKER_IDLE;; pause = QUEUE_WORKER_BUSY) {
         bool found = false;
         QueuedCommand queued;
@@ -77,7 +81,7 @@ int zel::runQueuedCommands(const SharedLink<CCmdScheduler> &link) {
             if (found)
                 queued.reset(scheduler.m_pcQueue->pop());
         };
-        if (!withOwner(*link, take))
+        if (!withOwner(link, take))
             return QUEUE_WORKER_ENDS;
         if (!found)
             return pause;
@@ -86,12 +90,6 @@ int zel::runQueuedCommands(const SharedLink<CCmdScheduler> &link) {
 }
 
 void zel::workOnQueue(const SharedLink<CCmdScheduler> &link) {
-    for (int pause = QUEUE_WORKER_BUSY; pause != QUEUE_WORKER_ENDS; pause = runQueuedCommands(link))
+    for (int pause = QUEUE_WORKER_BUSY; pause != QUEUE_WORKER_ENDS; pause = runQueuedCommands(*link))
         fgUSleep(pause);
-}
-
-void *fCmdQueueSchedulerTh(void *scheduler) {
-    const zel::SharedLink<CCmdScheduler> link = static_cast<CCmdScheduler *>(scheduler)->m_link;
-    zel::workOnQueue(link);
-    return nullptr;
 }

@@ -1,14 +1,12 @@
 // The tokenisers, tests and comparisons of NStringLib.h.
 #include "NStringLib.h"
 
+#include "text/AsciiText.h"
+
 #include <cstring>
 #include <string_view>
 
 namespace {
-
-bool isDecimalDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 bool isSign(char c) {
     return c == '+' || c == '-';
@@ -28,7 +26,7 @@ IdentifierPart readPart(const char *text) {
         ++text;
     text += std::strspn(text, "0");
     std::size_t length = 0;
-    while (isDecimalDigit(text[length]))
+    while (zel::isAsciiDigit(text[length]))
         ++length;
     return {minus && length > 0, {text, length}};
 }
@@ -46,7 +44,7 @@ int compareParts(const IdentifierPart &a, const IdentifierPart &b) {
     return a.negative ? compareMagnitudes(b.digits, a.digits) : compareMagnitudes(a.digits, b.digits);
 }
 
-// Behind the run of dots after `part`; null after the last part.
+// The text after the run of dots that ends `part`; null after the last part.
 const char *nextPart(const char *part) {
     const char *dot = std::strchr(part, '.');
     return dot == nullptr ? nullptr : dot + std::strspn(dot, ".");
@@ -89,7 +87,7 @@ int Nisdigit(const char *text) {
         return 0;
     if (isSign(*text))
         ++text;
-    while (isDecimalDigit(*text))
+    while (zel::isAsciiDigit(*text))
         ++text;
     return *text == '\0' ? 1 : 0;
 }

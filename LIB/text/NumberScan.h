@@ -190,7 +190,7 @@ inline bool scanFloat(const char *&cursor, float &value) {
     return scanReal(strtof_l, cursor, value);
 }
 
-/// As "%*d": false when no number stands at the cursor.
+/// As "%*d": false when there is no number at the cursor.
 inline bool skipNumber(const char *&cursor) {
     unsigned long long number = 0;
     return scanUnsigned(cursor, number);

@@ -1,7 +1,7 @@
 // The separators of the texts that agents ship, in one place: the performance text and the records of buffer files.
 //
 // Each is ETX, the unit separator and one printable character. Texts are split on the full three bytes, and neither of
-// the two control bytes ever stands inside a value.
+// the two control bytes is ever inside a value.
 #pragma once
 
 #include <string_view>

@@ -9,7 +9,7 @@ namespace zel {
 /// While it lives, `repair` is called with `object` in every child that the process forks, before fork() returns there;
 /// what was made first is repaired first.
 /// What other threads were changing at that moment may be half changed: a repair makes locks anew instead of taking
-/// them, and leaves behind, unfreed, what only a whole change keeps valid.
+/// them, and leaves alone, unfreed, what only a whole change keeps valid.
 ///
 /// fork() itself waits for no thread that is inside the library, so nothing that hangs there hangs the fork.
 class ForkRepair {

@@ -1,4 +1,4 @@
-// What the background threads of the logger and of the command scheduler have in common.
+// What the threads of the runtime have in common: signals, cancellation, start, and the link to their owner.
 //
 // A worker is a detached thread that works for an object. Either may end first: the two share a link, and the object
 // leaves it under its lock when it goes. A worker that wakes up after that finds no owner and ends.
@@ -8,6 +8,8 @@
 #pragma once
 
 #include <cerrno>
+#include <csignal>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -46,12 +48,31 @@ template<typename Owner, typename Use> bool withOwner(WorkerLink<Owner> &link, U
     return true;
 }
 
-/// Starts `routine` as a detached thread. Returns 0 or the error number.
-inline int startDetachedThread(void *(*routine)(void *), void *argument) {
+/// Blocks every signal of the calling thread, and so of the threads that it starts, while it lives.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_previous);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_previous, nullptr); }
+    SignalsBlocked(const SignalsBlocked &) = delete;
+    SignalsBlocked &operator=(const SignalsBlocked &) = delete;
+
+private:
+    sigset_t m_previous{};
+};
+
+/// Starts `routine` as a detached thread, with a stack of the usual size or of `stackSize` bytes. Returns 0 or the
+/// error number.
+inline int startDetachedThread(void *(*routine)(void *), void *argument, std::size_t stackSize = 0) {
     pthread_attr_t attributes;
     if (const int error = pthread_attr_init(&attributes); error != 0)
         return error;
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    if (stackSize > 0)
+        pthread_attr_setstacksize(&attributes, stackSize);
     pthread_t thread{};
     const int error = pthread_create(&thread, &attributes, routine, argument);
     pthread_attr_destroy(&attributes);

@@ -3,7 +3,7 @@
 //   TIME F HEAD F TEXT F M \n
 //
 // HEAD is the line of Record.h, whose BYTES say where the text ends. Whatever is no whole record, such as the torn end
-// that a power failure leaves, is passed over, also when further records were written behind it.
+// that a power failure leaves, is passed over, also when further records were written after it.
 #pragma once
 
 #include "Descriptor.h"
@@ -42,7 +42,7 @@ public:
 private:
     off_t size() const;
     std::string readAt(off_t offset, std::size_t length) const;
-    bool takeRecordAt(off_t headAt, std::string_view behindField);
+    bool takeRecordAt(off_t headAt, std::string_view afterField);
     bool endsAt(off_t offset) const;
     bool isTime(off_t from, off_t to) const;
 
@@ -53,7 +53,7 @@ private:
     bool m_damaged = false;
     RecordHead m_head;
     off_t m_textAt = 0; // of the record
-    off_t m_next = 0;   // behind the record
+    off_t m_next = 0;   // after the record
 };
 
 } // namespace agent

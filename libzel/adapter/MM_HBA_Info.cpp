@@ -1,7 +1,6 @@
 // Gathers the counters of the Fibre Channel ports, turns them into rates and writes the table.
 #include "MM_HBA_Info.h"
 
-#include "HostRoot.h"
 #include "LogGate.h"
 #include "NGFunctions.h"
 #include "functions/ElapsedTime.h"
@@ -23,6 +22,7 @@
 namespace {
 
 constexpr const char *fcHostDirectory = "/sys/class/fc_host";
+constexpr std::size_t namesRoom = 8192; // bytes of names that the kernel is asked for at a time
 constexpr const char *unknownState = "UNKNOWN";
 constexpr std::size_t longestFileName = 64; // below the directory of a port
 constexpr std::size_t portPathSize = 32 + NAME_MAX + longestFileName;
@@ -165,7 +165,8 @@ void gather(CMM_HBA_Info &collector) {
     collector.m_stringHBAZel = row.view();
     if (row.incomplete())
         return;
-    zel::DirectoryWalk directory(fgHostPath(fcHostDirectory));
+    zel::DirectoryRoom<namesRoom> names;
+    zel::DirectoryWalk directory(fcHostDirectory, names);
     if (!directory.isOpen())
         return;
     while (const char *name = directory.next()) {

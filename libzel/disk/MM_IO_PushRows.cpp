@@ -1,6 +1,8 @@
 // Storage of the rows of a push pass.
 #include "disk/MM_IO_PushRows.h"
 
+#include "rates/Growth.h"
+
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +20,12 @@ void addTo(ST_DISKALL_LIST &sums, const ST_DISKALL_LIST &row) {
     sums.l_dRead_N += row.l_dRead_N;
     sums.l_dWrite_N += row.l_dWrite_N;
     sums.l_dBusy += row.l_dBusy;
+}
+
+// A sum of rates and of refused ones, which count -1.0, may miss 0 by so little that a row would show it as -0.00.
+double shownSum(double sum) {
+    constexpr double firstShown = -0.005;
+    return sum > firstShown ? notBelowZero(sum) : sum;
 }
 
 } // namespace
@@ -57,7 +65,9 @@ void DiskPushRows::add(const _ST_DISKIO &disk) {
     m_rows.get()[m_count++] = &row;
 }
 
-void DiskPushRows::trim() {
+void DiskPushRows::finish() {
+    for (double *sum : {&m_sums.l_dRead_B, &m_sums.l_dWrite_B, &m_sums.l_dRead_N, &m_sums.l_dWrite_N, &m_sums.l_dBusy})
+        *sum = shownSum(*sum);
     const auto blocks = static_cast<std::size_t>(m_count + rowsPerBlock - 1) / rowsPerBlock;
     if (blocks < m_blocks.size())
         m_blocks.resize(blocks);

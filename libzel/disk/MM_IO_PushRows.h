@@ -18,8 +18,8 @@ public:
     void add(const _ST_DISKIO &disk);
     /// Forgets the rows.
     void clear() { m_count = 0; }
-    /// Gives back what more disks than in this pass have needed.
-    void trim();
+    /// After the last row: brings the sums into what a row shows, and gives back what more disks have needed.
+    void finish();
 
     int count() const { return m_count; }
     const ST_DISKALL_LIST &sums() const { return m_sums; }

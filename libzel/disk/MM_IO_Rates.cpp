@@ -61,7 +61,7 @@ double averageWait(const _ST_COMPUTE_IO &current, const _ST_COMPUTE_IO &previous
         current.l_uiRead_ticks - previous.l_uiRead_ticks + (current.l_uiWrite_ticks - previous.l_uiWrite_ticks);
     const unsigned requests =
         current.l_uiRead_ios - previous.l_uiRead_ios + (current.l_uiWrite_ios - previous.l_uiWrite_ios);
-    if (requests == 0)
+    if (ticks == 0 || requests == 0)
         return 0.0;
     return static_cast<double>(ticks) / static_cast<double>(static_cast<int>(requests)) * awaitScale;
 }

@@ -123,7 +123,7 @@ bool appendPushTable(CMM_IO_Info &disks, DiskPushRows &rows) {
             return compare_alldisk(&left, &right) < 0;
         });
     }
-    rows.trim();
+    rows.finish();
     if (!appendPushRow(disks, sumRowName, rows.sums()))
         return false;
     for (const ST_DISKALL_LIST *row : busiest) {

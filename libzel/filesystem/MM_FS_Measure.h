@@ -1,5 +1,8 @@
-// From the kernel's block and inode counts to kilobytes and percentages. Internal to the filesystem collector.
+// The sizes of a mount: asked for, and turned from block and inode counts into kilobytes and percentages. Internal to
+// the filesystem collector.
 #pragma once
+
+#include "threads/BoundedCall.h"
 
 #include <sys/statfs.h>
 
@@ -7,11 +10,19 @@ struct _ST_FS;
 
 namespace zel {
 
+/// What a mount says of itself, and whether it took longer than FS_SLOW_MILLISECONDS for it.
+struct MountAnswer {
+    struct statfs64 status {};
+    bool slow = false;
+};
+
 /// statfs64 of `path`: 0 or the error number.
-int statfsLocal(const char *path, struct statfs64 &status);
-/// The same for a mount that may hang: ETIMEDOUT after FS_REMOTE_SECONDS, and at once while an earlier call on the same
-/// path still hangs.
-int statfsRemote(const char *path, struct statfs64 &status);
+int askMount(const char *path, MountAnswer &answer);
+
+using MountCall = BoundedCall<MountAnswer>;
+
+/// The same for a mount that may hang, held to FS_REMOTE_SECONDS.
+MountCall startAskingMount(const std::string &path);
 
 /// Sets the sizes, inode counts and usages of `filesystem`. Whatever the filesystem claims, nothing wraps below zero
 /// and no percentage is undefined: more free than there is counts as nothing used, a percentage of nothing is 0.

@@ -52,7 +52,7 @@ int slashCount(const char *path);
 
 /// Copies the names of `entry`, cut to their fields.
 void copyNames(const MountEntry &entry, _ST_FS &filesystem);
-/// Copies a record without what stands behind its names.
+/// Copies a record, of its names only what is used.
 void copyFilesystem(const _ST_FS &from, _ST_FS &to);
 
 } // namespace zel

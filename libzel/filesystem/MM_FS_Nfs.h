@@ -1,12 +1,13 @@
-// What one pass over the mount table does about NFS: the list file, one probe per server, and which mounts may hang.
-// Internal to the filesystem collector.
+// What one pass over the mount table does about NFS: the list file, and one probe per server. Internal to the
+// filesystem collector.
 #pragma once
 
 #include "host/ScopedHandle.h"
+#include "threads/BoundedCall.h"
 
 #include <map>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace zel {
 
@@ -15,27 +16,46 @@ struct MountEntry;
 /// True when the type contains "nfs".
 bool isNfs(const char *type);
 
-class NfsWalk {
+/// The file that names the NFS mounts of the last pass.
+class NfsList {
 public:
-    /// Empties the list file.
-    NfsWalk();
+    /// Empties the file.
+    NfsList();
 
-    bool listOpen() const { return m_list.valid(); }
-    /// Remembers an NFS mount, reported or not: what is mounted below it may hang.
-    void meet(const MountEntry &entry);
-    /// Appends an NFS mount to the list file, when that is open: false when it cannot be written.
-    bool list(const MountEntry &entry);
-
-    /// By g_nNfsStatusCheckFlag: asks the server of the remote source, once per pass. Without the flag: true.
-    bool serverAnswers(const char *source);
-
-    /// True for the NFS mounts met so far and for everything mounted below one: the way to it leads through the server.
-    bool mayHang(const char *mountPoint) const;
+    bool isOpen() const { return m_file.valid(); }
+    /// Appends a mount, when the file is open: false when it cannot be written.
+    bool add(const MountEntry &entry);
 
 private:
-    ScopedDescriptor m_list;
-    std::map<std::string, bool, std::less<>> m_answers; // by host
-    std::vector<std::string> m_mountPoints;             // of NFS
+    ScopedDescriptor m_file;
+};
+
+/// A server that is being asked whether it answers.
+class NfsServer {
+public:
+    /// Starts to ask the server of the remote source, as g_nNfsStatusCheckFlag says.
+    explicit NfsServer(const std::string &source);
+
+    /// Waits at most `time`. True when answers() would return at once.
+    bool settledWithin(std::chrono::milliseconds time) const;
+    /// Waits for the answer.
+    bool answers();
+
+private:
+    struct Reached {};
+
+    BoundedCall<Reached> m_probe;
+    std::optional<bool> m_answers;
+};
+
+/// The servers of a pass. One that has several mounts is asked once.
+class NfsServers {
+public:
+    /// The server of the remote source, or null when servers are not asked.
+    NfsServer *ask(const char *source);
+
+private:
+    std::map<std::string, NfsServer, std::less<>> m_servers; // by host
 };
 
 } // namespace zel

@@ -1,5 +1,5 @@
-// Kernel files read whole into a buffer of a fixed size. KernelFile is one file that is sampled again and again; the
-// functions are for files whose path changes from read to read.
+// Kernel files read whole into a buffer of a fixed size. KernelFile is one file that is sampled again and again, and
+// stays open in between; the functions are for files whose path changes from read to read.
 //
 // A file of one record costs one read; the kernel hands out files of many records about a page at a time, so a first
 // result of CSSUtil::KERNEL_PAGE_RESULT bytes or more is read on to the end of the file or of the buffer. A longer file
@@ -7,6 +7,7 @@
 #pragma once
 
 #include "host/ScopedHandle.h"
+#include "kernel/KeptFile.h"
 
 #include <cstddef>
 #include <memory>
@@ -40,7 +41,7 @@ public:
     KernelFile(const char *path, std::size_t size);
 
     /// Reads the file anew. The text is valid until the next read.
-    FileText read() { return readKernelFile(m_path, m_buffer.get(), m_size); }
+    FileText read();
     /// Whether `text` of this file fills the buffer, so that the file may be longer.
     bool fills(std::string_view text) const { return text.size() == m_size - 1; }
 
@@ -48,6 +49,7 @@ private:
     const char *m_path;
     std::size_t m_size;
     std::unique_ptr<char[]> m_buffer;
+    KeptFile m_kept;
 };
 
 } // namespace zel

@@ -15,10 +15,11 @@ namespace {
 
 constexpr std::size_t firstSize = 16384;
 
-ssize_t readRestartable(int descriptor, char *buffer, std::size_t size) {
+// A file that was opened just now is at its start, and only that one may be no kernel file: a pipe has no offsets.
+ssize_t readRestartable(int descriptor, char *buffer, std::size_t size, off_t offset, bool kept) {
     ssize_t count = 0;
     do
-        count = ::read(descriptor, buffer, size);
+        count = kept ? pread(descriptor, buffer, size, offset) : ::read(descriptor, buffer, size);
     while (count < 0 && errno == EINTR);
     return count;
 }
@@ -70,22 +71,37 @@ bool WholeFile::makeRoom() {
 }
 
 // The kernel hands out a file of many records a page at a time: a short read is not its end.
-bool WholeFile::read(const char *path) {
+WholeFile::Outcome WholeFile::readAll(int file, bool kept) {
     m_length = 0;
-    const ScopedDescriptor file = openHostFile(path);
-    if (!file.valid())
-        return false;
     while (m_length < HOST_FILE_LIMIT) {
         if (!makeRoom()) {
             m_length = 0;
-            return false;
+            return Outcome::NoMemory;
         }
-        const ssize_t count = readRestartable(file.get(), m_buffer + m_length, m_size - m_length - 1);
+        const std::size_t room = m_size - m_length - 1;
+        const ssize_t count = readRestartable(file, m_buffer + m_length, room, static_cast<off_t>(m_length), kept);
+        if (count < 0 && kept)
+            return Outcome::Failed;
         if (count <= 0)
             break;
         m_length += static_cast<std::size_t>(count);
     }
     m_buffer[m_length] = '\0';
+    return Outcome::Read;
+}
+
+bool WholeFile::read(const char *path, KeptScope scope) {
+    if (const int kept = m_kept.descriptor(path); kept >= 0) {
+        const Outcome outcome = readAll(kept, true);
+        if (outcome == Outcome::NoMemory || (outcome == Outcome::Read && m_length > 0))
+            return outcome == Outcome::Read;
+        m_kept.drop();
+    }
+    m_length = 0;
+    ScopedDescriptor file = openHostFile(path);
+    if (!file.valid() || readAll(file.get(), false) == Outcome::NoMemory)
+        return false;
+    m_kept.keep(std::move(file), path, scope);
     return true;
 }
 

@@ -1,6 +1,8 @@
 // A kernel file read whole, so that all of its records come from one moment, into a buffer that is kept between
-// samples.
+// samples. The file itself stays open too.
 #pragma once
+
+#include "kernel/KeptFile.h"
 
 #include <cstddef>
 #include <string_view>
@@ -42,8 +44,8 @@ public:
 
     /// Reads the file `path` (below the host root). False, with an empty text, when it cannot be opened or there is no
     /// memory for it. An empty file is no failure. Without growth of the file no memory is allocated.
-    /// What is beyond HOST_FILE_LIMIT is left out.
-    bool read(const char *path);
+    /// What is beyond HOST_FILE_LIMIT is left out. `path` is a literal.
+    bool read(const char *path, KeptScope scope = KeptScope::Machine);
 
     /// The text of the last successful read, valid until the next one. After a read it is terminated.
     std::string_view text() const { return {m_buffer, m_length}; }
@@ -51,8 +53,12 @@ public:
     LineWalk lines(std::size_t limit) { return {m_buffer, m_length, limit}; }
 
 private:
-    bool makeRoom();
+    enum class Outcome { Read, Failed, NoMemory };
 
+    bool makeRoom();
+    Outcome readAll(int file, bool kept);
+
+    KeptFile m_kept;
     char *m_buffer = nullptr;
     std::size_t m_size = 0;
     std::size_t m_length = 0; // less than m_size, once there is a buffer

@@ -16,17 +16,17 @@ int LinkQuery::descriptor() {
     return m_socket->get();
 }
 
-int LinkQuery::alive(const char *name) {
+std::optional<bool> LinkQuery::ask(const char *name) {
     ifreq request{};
     const std::size_t length = std::strlen(name);
     if (length >= sizeof(request.ifr_name))
-        return 1;
+        return std::nullopt;
     std::memcpy(request.ifr_name, name, length);
 
     const int asked = descriptor();
     if (asked < 0 || ioctl(asked, SIOCGIFFLAGS, &request) < 0)
-        return 1;
-    return (request.ifr_flags & IFF_UP) != 0 ? 1 : 0;
+        return std::nullopt;
+    return (request.ifr_flags & IFF_UP) != 0;
 }
 
 } // namespace zel

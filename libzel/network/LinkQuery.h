@@ -13,9 +13,12 @@ public:
     /// of its own, opened when it is first needed.
     explicit LinkQuery(const int *socket = nullptr) : m_lent(socket) {}
 
-    /// 1 when the interface is up, 0 when it is down (IFF_UP of SIOCGIFFLAGS). Who cannot be asked counts as up: no
-    /// socket, no such interface, a name longer than a kernel name.
-    int alive(const char *name);
+    /// Whether the interface is up (IFF_UP of SIOCGIFFLAGS). Nothing when that cannot be asked: no socket, no such
+    /// interface, a name longer than a kernel name.
+    std::optional<bool> ask(const char *name);
+
+    /// 1 when the interface is up or cannot be asked, 0 when it is down.
+    int alive(const char *name) { return ask(name).value_or(true) ? 1 : 0; }
 
 private:
     int descriptor();

@@ -45,9 +45,9 @@ public:
     InterfacePass(CMM_NWT_Info &collector, zel::NetworkState &state, double elapsed, int push)
         : m_collector(collector), m_elapsed(elapsed), m_push(push), m_text(g_nInterfaceStrType == 1),
           m_gatherExtra(m_text && g_nNetworkExtGather == 1),
-          m_reader(push < 1 ? zel::ordinaryReader() : zel::pushReader()), m_links(&m_reader.socket()),
-          m_lastNode(collector.m_pclList_Old->fSlGetHeadNode()), m_lastKey(collector.m_NetworkMap.end()),
-          m_unseen(state.unseen) {}
+          m_reader(push < 1 ? zel::ordinaryReader() : zel::pushReader()), m_query(&m_reader.socket()),
+          m_links(state.links), m_lastNode(collector.m_pclList_Old->fSlGetHeadNode()),
+          m_lastKey(collector.m_NetworkMap.end()), m_unseen(state.unseen) {}
 
     CSSList *take();
 
@@ -67,7 +67,8 @@ private:
     const bool m_text;
     const bool m_gatherExtra;
     zel::InterfaceReader &m_reader;
-    zel::LinkQuery m_links;
+    zel::LinkQuery m_query;
+    zel::KnownLinks &m_links;
     SSListNode *m_lastNode;                                   // found last in m_pclList_Old
     decltype(CMM_NWT_Info::m_NetworkMap)::iterator m_lastKey; // found last in m_NetworkMap
     zel::UnseenInterfaces m_unseen;
@@ -85,7 +86,7 @@ CSSList *InterfacePass::take() {
     m_collector.m_nFirstFlag = 1;
     m_collector.m_nInsertFirst = 1;
     if (m_gatherExtra && m_push == 0)
-        zel::appendPlaceholderRows(m_collector, m_links);
+        zel::appendPlaceholderRows(m_collector, m_query);
     m_collector.m_nIfCnt = m_count;
     return finish();
 }
@@ -101,6 +102,8 @@ bool InterfacePass::open() {
                 "init_netinfo failed");
         return false;
     }
+    if (m_text)
+        m_links.startPass(m_reader.socket());
     if (m_text || g_nInterfaceStrType == 0)
         m_collector.m_pclList->fSlDeleteAll();
     m_collector.m_pstNextNode = m_collector.m_pclList->fSlGetHeadNode();
@@ -145,7 +148,7 @@ bool InterfacePass::takeTextReading(_ST_STATIC_NETWORK &reading) {
     else if (known != m_collector.m_NetworkMap.end()) {
         const _ST_NETWORK *result = zel::computeTextResult(m_collector, reading, *known->second, m_elapsed);
         zel::copyInterfaceCounters(reading, *known->second);
-        const int linkAlive = m_links.alive(reading.l_strIfName);
+        const int linkAlive = m_links.alive(reading.l_strIfName, m_query);
         if (!zel::appendInterfaceRow(m_collector, *result, linkAlive))
             return false;
         if (m_gatherExtra)

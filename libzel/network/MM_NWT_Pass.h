@@ -13,8 +13,7 @@ struct NetworkState;
 /// One pass, as fMGetNetworkStat. Throws std::bad_alloc.
 CSSList *takeInterfacePass(CMM_NWT_Info &collector, NetworkState &state, double elapsed, int push);
 
-/// Computes the values of `reading` in m_pstNetworkInfo, which it returns, and logs the counters behind them: text
-/// mode.
+/// Computes the values of `reading` in m_pstNetworkInfo, which it returns, and logs the counters: text mode.
 _ST_NETWORK *computeTextResult(CMM_NWT_Info &collector, const _ST_STATIC_NETWORK &reading,
                                const _ST_STATIC_NETWORK &previous, double elapsed);
 

@@ -3,12 +3,14 @@
 
 #include "LogGate.h"
 #include "NetworkExtList.h"
+#include "network/KnownLinks.h"
 
 #include <vector>
 
 namespace zel {
 
 struct NetworkState {
+    KnownLinks links;
     std::vector<_ST_NETWORKEXT_LIST *> unseen; // extra interfaces that the current pass may still find
 };
 

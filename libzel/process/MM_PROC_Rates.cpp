@@ -1,19 +1,13 @@
-// Rates between two samples of a process, the clocks that they are taken with, and the previous samples themselves.
-#include "functions/ElapsedTime.h"
-#include "kernel/KernelFile.h"
-#include "kernel/KernelText.h"
-#include "process/MM_PROC_Scan.h"
+// Rates between two samples of a process, and the previous samples themselves.
+#include "process/MM_PROC_Rates.h"
+
 #include "rates/Growth.h"
 
-#include <cstdlib>
-#include <cstring>
+#include <memory>
 
 namespace {
 
 constexpr double hundredthsPerSecond = 100.0;
-constexpr double secondsBeforeFirstSample = 1e9;
-constexpr double secondsPerMicrosecond = 0.000001;
-constexpr int memoryFileSize = 8192;
 
 // Growth of a tick counter that wraps like an int. One that fell belongs to another process: all of it counts.
 int tickGrowth(int current, int previous) {
@@ -56,9 +50,8 @@ void keepSample(_ST_PROC_OLD_LIST &old, const _ST_PROC &current, double curTime)
 } // namespace
 
 // The first scan only records: whatever an earlier call left for the pid is replaced, never compared with.
-void zel::takeRates(ProcessReader &reader, _ST_PROC &current, double curTime) {
-    CMM_PROC_Info &collector = reader.collector;
-    if (_ST_PROC_OLD_LIST *known = reader.samples.find(current.l_nPid)) {
+void zel::takeRates(CMM_PROC_Info &collector, SampleCursor &samples, _ST_PROC &current, double curTime) {
+    if (_ST_PROC_OLD_LIST *known = samples.find(current.l_nPid)) {
         if (collector.m_nInsertFirst != 0)
             collector.fMNewCompute(&current, known, curTime);
         keepSample(*known, current, curTime);
@@ -87,26 +80,6 @@ int CMM_PROC_Info::fMGetPCpu(_ST_PROC *cur, const _ST_PROC *prev, double elapsed
     const int previousTicks = prev == nullptr ? 0 : prev->l_nCTime;
     cur->l_dPCPU = static_cast<float>(zel::notBelowZero(cpuPercent(cur->l_nCTime, previousTicks, elapsed)));
     return 1;
-}
-
-double CMM_PROC_Info::fMGetCurTime() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return (static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) * secondsPerMicrosecond) *
-           hundredthsPerSecond;
-}
-
-double CMM_PROC_Info::fMGetTimeDiff() {
-    const bool first = m_stLastTime.tv_sec == 0 && m_stLastTime.tv_usec == 0;
-    const double elapsed = zel::elapsedSince(m_stLastTime);
-    return (first ? secondsBeforeFirstSample : elapsed) * hundredthsPerSecond;
-}
-
-unsigned long CMM_PROC_Info::fMGetSysTotMem() {
-    char text[memoryFileSize];
-    unsigned long long kilobytes = 0;
-    zel::parseTotalMemory(zel::readKernelFile("/proc/meminfo", text, sizeof(text)).text, kilobytes);
-    return kilobytes;
 }
 
 void CMM_PROC_Info::fProcMapUpdate() {

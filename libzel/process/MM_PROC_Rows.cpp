@@ -1,55 +1,72 @@
-// The tables of the process collector: column sets, headers and rows.
+// The columns of the process tables. To add one is one line here.
+#include "process/MM_PROC_Rows.h"
+
 #include "Settings.h"
-#include "process/MM_PROC_Scan.h"
+#include "perftext/ColumnTable.h"
 
 namespace {
 
-constexpr std::string_view commonColumns[] = {"INDEX", "PID",  "ARGS", "PCPU", "PMEM",  "VSZ",   "RSS",
-                                              "STAT",  "NICE", "PPID", "USER", "STIME", "CTIME", "THCNT"};
-constexpr std::string_view extendedColumns[] = {"APPID",  "PRI",        "PUSERCPU", "PSYSCPU", "IOBYTECOM",
-                                                "IOBYTE", "IOBYTERATE", "NAME",     "P100CPU"};
+using zel::Column;
 
-template<class Record> void writeCommonFields(CPerfText &text, const zel::ProcessRow<Record> &row) {
-    const Record &process = row.process;
-    text.field(row.index);
-    text.field(process.l_nPid);
-    text.field(row.name);
-    text.field(process.l_dPCPU);
-    text.field(process.l_dPMEM);
-    text.field(process.l_ulVSZ);
-    text.field(process.l_ulRSS);
-    text.field(process.l_chStatus);
-    text.field(process.l_nNice);
-    text.field(process.l_nPPid);
-    text.field(process.l_strUname);
-    text.field(process.l_nStart);
-    text.field(row.cpuTime);
-    text.field(process.l_nThreads);
-}
+// The rows of text and push report are of two record types with the same field names.
+constexpr zel::ColumnTable commonColumns{
+    Column{"INDEX", [](const auto &row) { return row.index; }},
+    Column{"PID", [](const auto &row) { return row.process.l_nPid; }},
+    Column{"ARGS", [](const auto &row) { return row.name; }},
+    Column{"PCPU", [](const auto &row) { return row.process.l_dPCPU; }},
+    Column{"PMEM", [](const auto &row) { return row.process.l_dPMEM; }},
+    Column{"VSZ", [](const auto &row) { return row.process.l_ulVSZ; }},
+    Column{"RSS", [](const auto &row) { return row.process.l_ulRSS; }},
+    Column{"STAT", [](const auto &row) { return row.process.l_chStatus; }},
+    Column{"NICE", [](const auto &row) { return row.process.l_nNice; }},
+    Column{"PPID", [](const auto &row) { return row.process.l_nPPid; }},
+    Column{"USER", [](const auto &row) { return row.process.l_strUname; }},
+    Column{"STIME", [](const auto &row) { return row.process.l_nStart; }},
+    Column{"CTIME", [](const auto &row) { return row.cpuTime; }},
+    Column{"THCNT", [](const auto &row) { return row.process.l_nThreads; }},
+};
 
-template<class Record> void writeExtendedFields(CPerfText &text, const zel::ProcessRow<Record> &row) {
-    const Record &process = row.process;
-    text.field(process.l_uPSid);
-    text.field(process.l_nPriority);
-    text.field(process.l_dPUserCpu);
-    text.field(process.l_dPSysCpu);
-    text.field(process.l_dIOByteCom);
-    text.field(process.l_dIOByte);
-    text.field(process.l_dIOByteRate);
-    text.field(process.l_strFName);
-    text.field(row.machinePercent);
+constexpr zel::ColumnTable fileNameColumns{
+    Column{"FNAME", [](const auto &row) { return row.process.l_strFName; }},
+};
+
+constexpr zel::ColumnTable extendedColumns{
+    Column{"APPID", [](const auto &row) { return row.process.l_uPSid; }},
+    Column{"PRI", [](const auto &row) { return row.process.l_nPriority; }},
+    Column{"PUSERCPU", [](const auto &row) { return row.process.l_dPUserCpu; }},
+    Column{"PSYSCPU", [](const auto &row) { return row.process.l_dPSysCpu; }},
+    Column{"IOBYTECOM", [](const auto &row) { return row.process.l_dIOByteCom; }},
+    Column{"IOBYTE", [](const auto &row) { return row.process.l_dIOByte; }},
+    Column{"IOBYTERATE", [](const auto &row) { return row.process.l_dIOByteRate; }},
+    Column{"NAME", [](const auto &row) { return row.process.l_strFName; }},
+    Column{"P100CPU", [](const auto &row) { return row.machinePercent; }},
+};
+
+constexpr zel::ColumnTable realTimeColumns{
+    Column{"INDEX", &zel::RealTimeRow::index},
+    Column{"PID", [](const zel::RealTimeRow &row) { return row.process.l_nPid; }},
+    Column{"ARGS", &zel::RealTimeRow::name},
+    Column{"USER", [](const zel::RealTimeRow &row) { return row.process.l_strUname; }},
+    Column{"NAME", [](const zel::RealTimeRow &row) { return row.process.l_strFName; }},
+    Column{"STIME", [](const zel::RealTimeRow &row) { return row.process.l_nStart; }},
+};
+
+// Hands the tables of a column set to `write`, in their order.
+template<class Write> void forTablesOf(zel::ProcessColumns columns, Write write) {
+    if (columns == zel::ProcessColumns::None)
+        return;
+    write(commonColumns);
+    if (columns == zel::ProcessColumns::FileName)
+        write(fileNameColumns);
+    else if (columns == zel::ProcessColumns::Extended)
+        write(extendedColumns);
 }
 
 template<class Record>
 void writeFields(CPerfText &text, zel::ProcessColumns columns, const zel::ProcessRow<Record> &row) {
-    if (columns == zel::ProcessColumns::None)
-        return;
-    text.beginRow();
-    writeCommonFields(text, row);
-    if (columns == zel::ProcessColumns::FileName)
-        text.field(row.process.l_strFName);
-    else if (columns == zel::ProcessColumns::Extended)
-        writeExtendedFields(text, row);
+    if (columns != zel::ProcessColumns::None)
+        text.beginRow();
+    forTablesOf(columns, [&](const auto &table) { table.writeFields(text, row); });
 }
 
 } // namespace
@@ -66,16 +83,7 @@ zel::ProcessColumns zel::chosenColumns() {
 }
 
 void zel::writeHeader(CPerfText &text, ProcessColumns columns) {
-    if (columns == ProcessColumns::None)
-        return;
-    for (const std::string_view name : commonColumns)
-        text.column(name);
-    if (columns == ProcessColumns::FileName)
-        text.column("FNAME");
-    if (columns == ProcessColumns::Extended) {
-        for (const std::string_view name : extendedColumns)
-            text.column(name);
-    }
+    forTablesOf(columns, [&](const auto &table) { table.writeHeader(text); });
 }
 
 void zel::writeRow(CPerfText &text, ProcessColumns columns, const ProcessRow<_ST_PROC> &row) {
@@ -84,4 +92,14 @@ void zel::writeRow(CPerfText &text, ProcessColumns columns, const ProcessRow<_ST
 
 void zel::writeRow(CPerfText &text, ProcessColumns columns, const ProcessRow<ST_PROCALL_LIST> &row) {
     writeFields(text, columns, row);
+}
+
+void zel::writeRealTimeHeader(CPerfText &text) {
+    realTimeColumns.writeHeader(text);
+}
+
+// The room is made before, by the rule of this list.
+void zel::writeRealTimeRow(CPerfText &text, const RealTimeRow &row) {
+    text.beginRow(0);
+    realTimeColumns.writeFields(text, row);
 }

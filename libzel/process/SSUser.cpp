@@ -1,3 +1,4 @@
+// The user names of the process collector.
 #include "SSUser.h"
 
 #include <cstdio>

@@ -1,11 +1,17 @@
 // Composes and starts the command lines of the home kit, and opens what its scripts wrote.
 #include "scripts/HomeScripts.h"
 
+#include "LogGate.h"
 #include "NCmdScheduler.h"
 #include "host/RegularFile.h"
+#include "host/TrustedWay.h"
 #include "threads/SharedValue.h"
 
+#include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
 
 namespace zel {
 
@@ -35,6 +41,42 @@ CommandLine commandLine(const HomeScript &script, const ScriptArgument &argument
     return line;
 }
 
+void say(const WayFinding &finding) {
+    if (!loggerInstalled()) {
+        std::fprintf(stderr, "%s %s\n", REFUSAL_TEXT, finding.reason);
+        return;
+    }
+    char message[512];
+    ZEL_LOG(true, LOG_LEVEL_ERROR, "HomeScripts", message, "%s %s", REFUSAL_TEXT, finding.reason);
+}
+
+WayFinding inspect(const char *path) {
+    const WayFinding finding = inspectWay(path);
+    if (isWorthSaying(finding))
+        say(finding);
+    return finding;
+}
+
+// Whether nobody else decides what runs when the script is started.
+bool isTrusted(const HomeScript &script) {
+    char program[64];
+    std::snprintf(program, sizeof(program), "%.*s", static_cast<int>(std::strcspn(script.program, " ")),
+                  script.program);
+    return inspect(COMMAND_RUNNER).trusted && inspect(program).trusted &&
+           (script.helper == nullptr || inspect(script.helper).trusted);
+}
+
+bool mayBeWritten(const char *path) {
+    return faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0;
+}
+
+// A shell that cannot write the result would say so on standard error, with every run.
+bool hasPlaceForResult(const HomeScript &script, const char *result) {
+    if (!inspect(RESULT_DIRECTORY).trusted)
+        return false;
+    return script.into == nullptr || mayBeWritten(result) || (errno == ENOENT && mayBeWritten(RESULT_DIRECTORY));
+}
+
 } // namespace
 
 ResultPath namedResultPath(Script script, const char *name) {
@@ -50,7 +92,9 @@ ResultPath namedResultPath(Script script, const char *name) {
 int runScript(Script script, const ScriptArgument &argument, const char *name) {
     const ResultPath result = namedResultPath(script, name);
     const CommandLine line = commandLine(homeScript(script), argument, result.text, "");
-    if (result.text[0] == '\0' || line.text[0] == '\0' || !clearForResult(result.text))
+    const bool composed = result.text[0] != '\0' && line.text[0] != '\0';
+    if (!composed || !isTrusted(homeScript(script)) || !hasPlaceForResult(homeScript(script), result.text) ||
+        !clearForResult(result.text))
         return 0;
     return runShell(line.text);
 }
@@ -59,11 +103,26 @@ int scheduleScript(const char *key, Script script, const ScriptArgument &argumen
     const HomeScript &entry = homeScript(script);
     const CommandLine line = commandLine(entry, argument, entry.result, entry.background);
     CCmdScheduler *scheduler = readShared(g_pclCCmdScheduler);
-    return scheduler == nullptr || line.text[0] == '\0' ? -1 : scheduler->fCmdSave(key, line.text);
+    if (scheduler == nullptr || line.text[0] == '\0')
+        return -1;
+    return isTrusted(entry) && inspect(RESULT_DIRECTORY).trusted ? scheduler->fCmdSave(key, line.text) : 0;
 }
 
 ScopedFile openHomeFile(const char *path) {
-    return openRegularFile(path);
+    WayFinding finding;
+    ScopedDescriptor file = openOnTrustedWay(path, finding);
+    const int error = errno;
+    if (isWorthSaying(finding))
+        say(finding);
+    errno = error;
+    return asStream(std::move(file), "r");
+}
+
+ScopedDescriptor openHomeFileToWrite(const char *path) {
+    if (inspect(RESULT_DIRECTORY).trusted)
+        return openToWrite(path);
+    errno = ENOENT;
+    return ScopedDescriptor(-1);
 }
 
 ScopedFile openResult(Script script, const char *name) {

@@ -6,7 +6,11 @@
 //   ../../utils/ETC/ShCmd 5 ./shell/LINUX/cpu_info > ../aproc/shell/CpuCntPhysical.dat 2>&1
 //
 // that is the runner, the limit in seconds, the program, an argument where the script takes one, and where the result
-// goes. Consumers know these lines byte by byte. Safe to call from several threads.
+// goes. Consumers know these lines byte by byte.
+//
+// The trust rule (host/TrustedWay.h) is applied here, whenever something is to be run or read: what does not meet it
+// counts as missing. Why is said once, through the logger; on standard error when none is installed. Safe to call from
+// several threads.
 #pragma once
 
 #include "host/Shell.h"
@@ -39,6 +43,7 @@ struct HomeScript {
     Script script;
     int limit;              // seconds; 0: it runs without the command runner, which it calls by itself
     const char *program;    // with the arguments that never change
+    const char *helper;     // another file of the home that the program uses; null: none
     const char *into;       // between the argument and the result path; null: the script knows the path by itself
     const char *result;     // "*" is the place of a name
     const char *after;      // what follows the result path
@@ -48,22 +53,22 @@ struct HomeScript {
 /// In the order of Script.
 inline constexpr HomeScript HOME_SCRIPTS[] = {
     // clang-format off
-    {Script::PhysicalProcessors, 5, "./shell/LINUX/cpu_info", " > ", "../aproc/shell/CpuCntPhysical.dat", " 2>&1", ""},
-    {Script::Partitions, 5, "./shell/LINUX/partitions.sh", " > ", "../aproc/shell/partitions.dat", " 2>&1", ""},
-    {Script::MemoryModules, 5, "./shell/LINUX/MemCntInfoLIN.sh", nullptr, "../aproc/shell/MemCntInfo.dat", "", ""},
-    {Script::Datastores, 5, "./shell/LINUX/VMWare_FS.sh", " ", "../aproc/shell/vmware_fs_inv.dat", " 2> /dev/null", ""},
-    {Script::InterfaceNames, 10, "./shell/LINUX/IFName.sh", " > ", "../aproc/shell/IFName.dat", " 2> /dev/null", ""},
-    {Script::Bandwidth, 5, "./shell/LINUX/BandWidth.sh", " ", "../aproc/shell/BandWidth_*.dat", " 2> /dev/null", ""},
-    {Script::Bandwidths, 10, "./shell/LINUX/ifname_bandwidth.sh", " > ", "../aproc/shell/IFName_bandwidth.dat", " 2> /dev/null", ""},
-    {Script::BandwidthsAndDuplex, 30, "./shell/LINUX/ifname_bandwidth_duplex.sh", " > ", "../aproc/shell/IFName_bandwidth.dat", " 2> /dev/null", ""},
-    {Script::Duplex, 5, "./shell/LINUX/NICDuplexInfoLinux.sh", " ../aproc/shell/DuplexLinuxTmp.dat ", "../aproc/shell/DuplexLinux.dat", "", ""},
-    {Script::ProcessList, 5, "./shell/LINUX/PSInfoLIN.sh", " > ", "../aproc/shell/PSInfoLin.dat", "", ""},
-    {Script::TopOfAll, 5, "./shell/LINUX/top_info", " > ", "../aproc/shell/top_info.dat", "", ""},
-    {Script::ProcessCpu, 5, "./shell/LINUX/ProcCpuUseTop.sh", " > ", "../aproc/shell/ProcessPCPU.dat", " 2>&1", ""},
-    {Script::CpuInventory, 1200, "./libinvinfo 1", nullptr, "../aproc/shell/CpuINVStrInfo.dat", "", "&"},
-    {Script::DiskInventory, 0, "./shell/libinvdiskexe.sh 2", nullptr, "../aproc/shell/DiskINVStrInfo.dat", "", " &"},
-    {Script::InterfaceInventory, 1200, "./libinvinfo 3", nullptr, "../aproc/shell/InterfaceINVStrInfo.dat", "", " &"},
-    {Script::AdapterInventory, 600, "./libinvinfo 4", nullptr, "../aproc/shell/HBACardINVStrInfo.dat", "", "&"},
+    {Script::PhysicalProcessors, 5, "./shell/LINUX/cpu_info", nullptr, " > ", "../aproc/shell/CpuCntPhysical.dat", " 2>&1", ""},
+    {Script::Partitions, 5, "./shell/LINUX/partitions.sh", nullptr, " > ", "../aproc/shell/partitions.dat", " 2>&1", ""},
+    {Script::MemoryModules, 5, "./shell/LINUX/MemCntInfoLIN.sh", nullptr, nullptr, "../aproc/shell/MemCntInfo.dat", "", ""},
+    {Script::Datastores, 5, "./shell/LINUX/VMWare_FS.sh", nullptr, " ", "../aproc/shell/vmware_fs_inv.dat", " 2> /dev/null", ""},
+    {Script::InterfaceNames, 10, "./shell/LINUX/IFName.sh", "./shell/LINUX/net_lib.sh", " > ", "../aproc/shell/IFName.dat", " 2> /dev/null", ""},
+    {Script::Bandwidth, 5, "./shell/LINUX/BandWidth.sh", "./shell/LINUX/net_lib.sh", " ", "../aproc/shell/BandWidth_*.dat", " 2> /dev/null", ""},
+    {Script::Bandwidths, 10, "./shell/LINUX/ifname_bandwidth.sh", "./shell/LINUX/net_lib.sh", " > ", "../aproc/shell/IFName_bandwidth.dat", " 2> /dev/null", ""},
+    {Script::BandwidthsAndDuplex, 30, "./shell/LINUX/ifname_bandwidth_duplex.sh", "./shell/LINUX/net_lib.sh", " > ", "../aproc/shell/IFName_bandwidth.dat", " 2> /dev/null", ""},
+    {Script::Duplex, 5, "./shell/LINUX/NICDuplexInfoLinux.sh", "./shell/LINUX/net_lib.sh", " ../aproc/shell/DuplexLinuxTmp.dat ", "../aproc/shell/DuplexLinux.dat", "", ""},
+    {Script::ProcessList, 5, "./shell/LINUX/PSInfoLIN.sh", nullptr, " > ", "../aproc/shell/PSInfoLin.dat", "", ""},
+    {Script::TopOfAll, 5, "./shell/LINUX/top_info", nullptr, " > ", "../aproc/shell/top_info.dat", "", ""},
+    {Script::ProcessCpu, 5, "./shell/LINUX/ProcCpuUseTop.sh", "../aproc/shell/top_info.dat", " > ", "../aproc/shell/ProcessPCPU.dat", " 2>&1", ""},
+    {Script::CpuInventory, 1200, "./libinvinfo 1", nullptr, nullptr, "../aproc/shell/CpuINVStrInfo.dat", "", "&"},
+    {Script::DiskInventory, 0, "./shell/libinvdiskexe.sh 2", "./libinvinfo", nullptr, "../aproc/shell/DiskINVStrInfo.dat", "", " &"},
+    {Script::InterfaceInventory, 1200, "./libinvinfo 3", nullptr, nullptr, "../aproc/shell/InterfaceINVStrInfo.dat", "", " &"},
+    {Script::AdapterInventory, 600, "./libinvinfo 4", nullptr, nullptr, "../aproc/shell/HBACardINVStrInfo.dat", "", "&"},
     // clang-format on
 };
 
@@ -84,6 +89,9 @@ static_assert(scriptsInOrder());
 constexpr const char *resultPath(Script script) {
     return homeScript(script).result;
 }
+
+/// Where the results appear.
+inline constexpr const char *RESULT_DIRECTORY = "../aproc/shell";
 
 // Files of the home beside the first result of each script.
 inline constexpr const char *DUPLEX_SCRATCH = "../aproc/shell/DuplexLinuxTmp.dat";
@@ -120,18 +128,24 @@ template<std::size_t Size> struct ScriptText { char text[Size]; };
 /// The result path of a script, `name` in the place of its "*".
 ScriptText<RESULT_PATH_SIZE> namedResultPath(Script script, const char *name);
 
-/// Runs a script and waits for it. Its status, 0 when it was not run because something stands in the place of its
-/// result that the shell would wait for; -1 when no shell was started. What came of it shows in its result.
+/// Runs a script and waits for it. Its status; -1 when no shell was started. It is not run, with status 0, when the
+/// home is not trusted, when its result cannot be written there, or when something stands in the place of the result
+/// that the shell would wait for. What came of it shows in its result.
 int runScript(Script script, const ScriptArgument &argument = {}, const char *name = "");
 
 /// Hands a script to the command scheduler under `key`, to run in the background where the script is made for it. What
-/// fCmdSave returns; -1 without a scheduler.
+/// fCmdSave returns; -1 without a scheduler; 0, as for a missing script, when the home is not trusted.
 int scheduleScript(const char *key, Script script, const ScriptArgument &argument = {});
 
-/// Opens a file of the home that a script or an outside program wrote; null with errno set when there is none.
+/// Opens a file of the home that a script or an outside program wrote; null with errno set when there is none or when
+/// it is not trusted (ENOENT).
 ScopedFile openHomeFile(const char *path);
 
 /// The same for the result of a script.
 ScopedFile openResult(Script script, const char *name = "");
+
+/// Opens a file among the results for writing, emptied; made when there is none. Invalid with errno set when it cannot
+/// be, or when the directory of the results is not trusted (ENOENT).
+ScopedDescriptor openHomeFileToWrite(const char *path);
 
 } // namespace zel

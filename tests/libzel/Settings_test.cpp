@@ -80,10 +80,15 @@ Values currentValues() {
 
 // Taken while the program is loaded: no test has assigned anything yet.
 const Values valuesAtStart = currentValues();
+const int keptFileLimitAtStart = g_nKeptFileLimit;
 
 TEST(Settings, UntouchedSettingsAreZero) {
     for (const auto &[name, value] : valuesAtStart.integers)
         EXPECT_EQ(value, 0) << name;
+}
+
+TEST(Settings, UntouchedLimitOfKeptFilesIsAutomatic) {
+    EXPECT_EQ(keptFileLimitAtStart, -1);
 }
 
 TEST(Settings, UntouchedListsAndTextsAreEmpty) {

@@ -37,6 +37,20 @@ rm -rf "$scratch/kit/agent/aproc"
 mkdir -p "$scratch/kit/agent/aproc/shell"
 (cd "$scratch/kit/agent/bin" && ../../utils/ETC/ShCmd 30 ./libinvinfo 1 1 && grep -q TORVCPU ../aproc/shell/CpuINVStrInfo.dat)
 
+echo "the driver, outside a home and in one"
+# Its home is the one beside it. The directories that change may belong elsewhere, where nothing is installed here.
+rm -rf "$home/agent/aproc"
+mkdir -p "$home/agent/aproc/shell" "$scratch/somewhere/host/proc"
+echo "7.25 1.00 1.00 1/2 3" >"$scratch/somewhere/host/proc/loadavg"
+(cd "$scratch/somewhere" && ZEL_HOST_ROOT=host "$prefix/bin/libzelinfo" 2 0 1) >"$scratch/driver.out" 2>&1
+grep -q ' 1Min:  7.25' "$scratch/driver.out" || fail "a relative host root is not kept: $(cat "$scratch/driver.out")"
+[ -e "$home/agent/aproc/shell/IFName_bandwidth.dat" ] || fail "the driver does not use its home"
+[ "$(ls "$scratch/somewhere")" = host ] || fail "the driver writes where it is started"
+rm "$home/agent/aproc/shell/IFName_bandwidth.dat"
+(cd "$scratch/kit/agent/bin" && "$prefix/bin/libzelinfo" 2 0 1) >"$scratch/driver.out" 2>&1
+[ -e "$scratch/kit/agent/aproc/shell/IFName_bandwidth.dat" ] || fail "the driver leaves the home that it is started in"
+[ ! -e "$home/agent/aproc/shell/IFName_bandwidth.dat" ] || fail "the driver uses two homes"
+
 echo "find_package(zel)"
 cmake -S "$source/tests/outside" -B "$scratch/package" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$scratch/package" >/dev/null

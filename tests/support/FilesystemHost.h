@@ -14,6 +14,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -51,7 +52,7 @@ public:
 
     const HostFixture &fixture() const { return m_fixture; }
     const ScratchHome &home() const { return m_home; }
-    /// Mount points that statfs64 was asked for, in order.
+    /// Mount points that statfs64 was asked for, in order. Only when no call is made any more.
     const std::vector<std::string> &measured() const { return m_measured; }
     std::string nfsList() const { return m_home.read("agent/aproc/shell/NFSList.dat"); }
 
@@ -103,6 +104,7 @@ private:
             return -1;
         }
         const std::string mountPoint = absolute ? path.substr(std::strlen(g_strHostRoot)) : path;
+        const std::lock_guard<std::mutex> lock(m_mutex); // mounts that may hang are asked by threads of their own
         m_measured.push_back(mountPoint);
         const auto found = m_sizes.find(mountPoint);
         if (found == m_sizes.end()) {
@@ -116,5 +118,6 @@ private:
     HostFixture m_fixture;
     ScratchHome m_home;
     std::map<std::string, struct statfs64> m_sizes;
+    std::mutex m_mutex;
     std::vector<std::string> m_measured;
 };

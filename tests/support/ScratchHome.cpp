@@ -28,6 +28,9 @@ void ScratchHome::installKit() const {
     const auto options = fs::copy_options::recursive | fs::copy_options::overwrite_existing;
     for (const char *part : {"utils", "agent"})
         fs::copy(fs::path(paths::sourceRoot) / "runtime" / part, path() / part, options);
+    // The checkout may be one that a group writes.
+    for (const auto &entry : fs::recursive_directory_iterator(path()))
+        fs::permissions(entry, fs::perms::group_write | fs::perms::others_write, fs::perm_options::remove);
     fs::copy_file(paths::commandRunner, path() / "utils/ETC/ShCmd");
     fs::copy_file(paths::inventoryProgram, path() / "agent/bin/libinvinfo");
 }

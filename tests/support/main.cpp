@@ -1,8 +1,10 @@
-// Entry point of the test programs: every test starts with the real system functions, local time UTC and no host root.
+// Entry point of the test programs: every test starts with the real system functions, local time UTC, no host
+// root and a umask that lets nobody else write.
 #include "SystemHooks.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -15,6 +17,7 @@ class FreshSurroundings : public testing::EmptyTestEventListener {
 
 int main(int argc, char **argv) {
     setenv("TZ", "UTC", 1);
+    umask(022); // what others may write in a home is not trusted
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new FreshSurroundings);
     return RUN_ALL_TESTS();

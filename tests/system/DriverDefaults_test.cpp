@@ -30,6 +30,7 @@ std::vector<std::pair<const char *, int *>> assignedSettings() {
             {"g_nIncludeFilesystemCnt", &g_nIncludeFilesystemCnt},
             {"g_nFSTokenCount", &g_nFSTokenCount},
             {"g_nKernelRule", &g_nKernelRule},
+            {"g_nKeptFileLimit", &g_nKeptFileLimit},
             {"g_nExecedFileNameFlag", &g_nExecedFileNameFlag},
             {"g_nFsFreeUsedFlag", &g_nFsFreeUsedFlag},
             {"g_nLinuxBandwidthFlag", &g_nLinuxBandwidthFlag},
@@ -83,6 +84,7 @@ TEST(DriverDefaultsDeathTest, EverySettingHasItsDriverValue) {
                                "g_nIncludeFilesystemCnt=0\n"
                                "g_nFSTokenCount=0\n"
                                "g_nKernelRule=0\n"
+                               "g_nKeptFileLimit=-1\n"
                                "g_nExecedFileNameFlag=0\n"
                                "g_nFsFreeUsedFlag=0\n"
                                "g_nLinuxBandwidthFlag=1\n"

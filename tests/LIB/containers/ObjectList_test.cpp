@@ -151,7 +151,7 @@ TEST(ObjectList, FailedAllocationIsAnErrorWithTheSystemsText) {
 
 TEST(ObjectListPosition, DependsOnTheOrderOnly) {
     const ST_OBJECTLIST_LNKLST_ node{4, nullptr, nullptr, nullptr};
-    // 5 and 3 stand in the list: ascending 3, 5 and descending 5, 3.
+    // 5 and 3 are in the list: ascending 3, 5 and descending 5, 3.
     for (const auto &[order, expected] : std::vector<std::pair<int, int>>{
              {OBJECTLIST_PREPEND, 3}, {OBJECTLIST_ASCENDING, 5}, {OBJECTLIST_DESCENDING, 3}}) {
         const auto list = listOf({5, 3}, order);

@@ -1,6 +1,8 @@
+// The buffer files.
 #include "FrozenClock.h"
 #include "LogCapture.h"
 #include "NGFunctions.h"
+#include "OwnProcess.h"
 #include "PrivateMounts.h"
 #include "ScratchHome.h"
 
@@ -314,6 +316,17 @@ TEST_F(BufferFiles, TimesAfter2038AreWhole) {
     clock.set(4102444800L); // 2100-01-01
     fgBufFileWrite("", "a", "b");
     EXPECT_EQ(content("21000101-BUF_1.buf"), record("4102444800"));
+}
+
+// The signal of a full file ends the program unless it is kept away.
+TEST_F(BufferFiles, LimitOfFileSizesLeavesWholeRecordsAndEndsNoProgram) {
+    const auto body = [] {
+        EXPECT_EQ(fgBufFileWrite(nullptr, "a", "b"), 1);
+        limitFileSize(40); // a record has 25 bytes
+        EXPECT_EQ(fgBufFileWrite(nullptr, "a", "b"), -1);
+    };
+    EXPECT_SURVIVED(body);
+    EXPECT_EQ(content("20231114-BUF_1.buf"), record());
 }
 
 } // namespace

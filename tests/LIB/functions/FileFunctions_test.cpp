@@ -1,4 +1,6 @@
+// The file functions.
 #include "NGFunctions.h"
+#include "OwnProcess.h"
 #include "ScratchHome.h"
 #include "StreamCapture.h"
 #include "SystemHooks.h"
@@ -400,6 +402,18 @@ TEST(TouchFile, FailureGivesOneAsWell) {
     const ScratchHome home;
 
     EXPECT_EQ(fgTouchFile("missing/mark"), 1);
+}
+
+// The signal of a full file ends the program unless it is kept away.
+TEST(FileMove, LimitOfFileSizesKeepsTheSourceAndEndsNoProgram) {
+    const ScratchHome home;
+    home.write("agent/bin/from", "longer than the limit");
+    const auto body = [] {
+        limitFileSize(3);
+        EXPECT_EQ(fgFileMove("from", "to"), 0);
+    };
+    EXPECT_SURVIVED(body);
+    EXPECT_EQ(home.read("agent/bin/from"), "longer than the limit");
 }
 
 } // namespace

@@ -1,5 +1,7 @@
+// The inventory value files.
 #include "LogRecorder.h"
 #include "NGFunctions.h"
+#include "OwnProcess.h"
 #include "ScratchHome.h"
 
 #include <filesystem>
@@ -66,6 +68,19 @@ TEST(OidFile, FailureToWriteIsLogged) {
 
     const LogCall failure{3, "NGFunctions", "[../aproc/inv/name.inv] oid file fput failed : No space left on device"};
     EXPECT_THAT(log.calls(), ElementsAre(failure, failure));
+}
+
+// The signal of a full file ends the program unless it is kept away.
+TEST(OidFile, LimitOfFileSizesEndsNoProgram) {
+    const ValueHome home;
+    const auto body = [] {
+        const LogRecorder log;
+        limitFileSize(3);
+        EXPECT_EQ(fStrOidWrite("name", "value"), 1);
+        EXPECT_THAT(log.calls(), ElementsAre(LogCall{3, "NGFunctions",
+                                                     "[../aproc/inv/name.inv] oid file fput failed : File too large"}));
+    };
+    EXPECT_SURVIVED(body);
 }
 
 TEST(OidFile, NameThatIsTooLongForAPathWritesNothing) {

@@ -10,7 +10,8 @@ namespace {
 
 std::set<std::string> namesIn(const std::string &path) {
     std::set<std::string> names;
-    zel::DirectoryWalk directory(path.c_str());
+    zel::DirectoryRoom<32768> room;
+    zel::DirectoryWalk directory(path.c_str(), room);
     while (const char *name = directory.next())
         EXPECT_TRUE(names.insert(name).second) << name;
     return names;
@@ -32,7 +33,8 @@ TEST(DirectoryWalk, GivesEveryNameOnceAlsoBeyondOneBuffer) {
 TEST(DirectoryWalk, FilesAreOpenedRelativeToIt) {
     TempDirectory directory;
     directory.write("file", "text");
-    const zel::DirectoryWalk walk(directory.path().c_str());
+    zel::DirectoryRoom<512> room;
+    const zel::DirectoryWalk walk(directory.path().c_str(), room);
     ASSERT_TRUE(walk.isOpen());
     const zel::ScopedDescriptor file(openat(walk.descriptor(), "file", O_RDONLY | O_CLOEXEC));
     EXPECT_TRUE(file.valid());
@@ -42,7 +44,8 @@ TEST(DirectoryWalk, MissingDirectoryAndFileHaveNoNames) {
     TempDirectory directory;
     directory.write("file", "text");
     for (const char *name : {"absent", "file"}) {
-        zel::DirectoryWalk walk((directory.path() / name).c_str());
+        zel::DirectoryRoom<512> room;
+        zel::DirectoryWalk walk((directory.path() / name).c_str(), room);
         EXPECT_FALSE(walk.isOpen());
         EXPECT_EQ(walk.next(), nullptr);
     }

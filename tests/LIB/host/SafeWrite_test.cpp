@@ -1,4 +1,5 @@
 // Writes that end no program and leave no halves.
+#include "OwnProcess.h"
 #include "TempDirectory.h"
 #include "host/SafeWrite.h"
 
@@ -9,12 +10,9 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <pthread.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
-
-using testing::ExitedWithCode;
 
 // A descriptor whose every write raises SIGPIPE.
 int pipeWithoutReader() {
@@ -40,14 +38,6 @@ std::string content(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
-
-void limitFileSize(rlim_t bytes) {
-    const rlimit limit{bytes, RLIM_INFINITY};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-}
-
-// Each body runs in a process of its own, which a signal may end.
-#define EXPECT_SURVIVED(body) EXPECT_EXIT((body(), _exit(HasFailure() ? 1 : 0)), ExitedWithCode(0), "")
 
 TEST(SafeWrite, BrokenPipeOnlyFails) {
     const auto body = [] {

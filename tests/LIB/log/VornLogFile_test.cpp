@@ -15,7 +15,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// A logger in a staged home whose clock stands at 2023-11-14 22:13:20 and whose outside commands are only noted.
+// A logger in a staged home whose clock shows 2023-11-14 22:13:20 and whose outside commands are only noted.
 class LoggerFiles : public testing::Test {
 protected:
     LoggerFiles() {

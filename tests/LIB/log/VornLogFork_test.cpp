@@ -1,22 +1,19 @@
 // The logger in the child of a program that forks while its other threads log.
 #include "HeldThread.h"
+#include "OwnProcess.h"
 #include "ScratchHome.h"
 #include "ThreadWatch.h"
 #include "VornLog.h"
 
 #include <atomic>
-#include <csignal>
-#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 namespace {
 
 constexpr const char *logFile = "agent/bin/20231114_app.log";
-constexpr int childLimit = 20; // seconds, for a child that would wait for ever
 
 #ifdef __SANITIZE_THREAD__
 #define SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD()                                                                 \
@@ -24,20 +21,6 @@ constexpr int childLimit = 20; // seconds, for a child that would wait for ever
 #else
 #define SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD() static_cast<void>(0)
 #endif
-
-// Runs `body` in the child of a fork. True when it came to its end there.
-bool inChild(const std::function<void()> &body) {
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(childLimit);
-        body();
-        _exit(0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    return status == 0;
-}
 
 // A staged home at 2023-11-14 22:13:20.
 class LoggerFork : public testing::Test {
@@ -85,10 +68,11 @@ TEST_F(LoggerFork, ChildWritesWhileAThreadOfTheParentIsInsideTheLogger) {
     std::thread other([] { say("parent"); });
     while (!inside)
         usleep(1000);
-    EXPECT_TRUE(inChild([&] {
+    EXPECT_TRUE(trueInChild([] {
         systemHooks().opendir = nullptr;
         say("child");
         g_pclVornLog->fLogWrite(3, 7, "unit", "child, directly");
+        return true;
     }));
     EXPECT_EQ(home.read(logFile).substr(0, 20), "[221320][INFO][unit]");
     EXPECT_NE(home.read(logFile).find("]child\n[221320][INFO][unit][7]child, directly\n"), std::string::npos);
@@ -101,11 +85,11 @@ TEST_F(LoggerFork, ChildOfAThreadedLoggerWritesDirectlyAndLeavesTheQueueToThePar
     auto log = newLog(1);
     install(*log);
     log->fLogWrite(3, 1, "unit", "of the parent");
-    EXPECT_TRUE(inChild([&] {
-        if (log->m_nThreadMode != 0 || log->m_pcQueue != nullptr || log->m_nThreadChk != 1)
-            _exit(1);
+    EXPECT_TRUE(trueInChild([&] {
+        const bool direct = log->m_nThreadMode == 0 && log->m_pcQueue == nullptr && log->m_nThreadChk == 1;
         log->fLogWrite(3, 2, "unit", "of the child");
         log.reset();
+        return direct;
     }));
     EXPECT_EQ(home.read(logFile), "[221320][INFO][unit][2]of the child\n");
     EXPECT_EQ(log->m_nThreadMode, 1);
@@ -119,10 +103,11 @@ TEST_F(LoggerFork, ChildMakesAThreadedLoggerOfItsOwn) {
     auto log = newLog(1);
     log->fLogWrite(3, 1, "unit", "of the parent");
     log.reset();
-    EXPECT_TRUE(inChild([] {
+    EXPECT_TRUE(trueInChild([] {
         auto own = newLog(1);
         own->fLogWrite(3, 2, "unit", "of the child");
         own.reset();
+        return true;
     }));
     EXPECT_EQ(home.read(logFile), "[221320][INFO][unit][1]of the parent\n[221320][INFO][unit][2]of the child\n");
 }
@@ -144,7 +129,11 @@ TEST_F(LoggerFork, EveryChildWritesUnderLoad) {
             });
         for (int round = 0; round < 40; ++round) {
             const std::string text = "child " + std::to_string(threadMode) + "/" + std::to_string(round);
-            EXPECT_TRUE(inChild([&] { say(text.c_str()); })) << text;
+            const auto write = [&] {
+                say(text.c_str());
+                return true;
+            };
+            EXPECT_TRUE(trueInChild(write)) << text;
         }
         stop = true;
         for (std::thread &writer : writers)

@@ -158,7 +158,7 @@ TEST_F(LogMode, GroupWithoutColonIsPassedOver) {
 }
 
 TEST_F(LogMode, DetailsBeyondTheirCopyDoNotCount) {
-    // 254 characters of filling, then a comma: what follows stands behind the 255th character.
+    // 254 characters of filling, then a comma: what follows comes after the 255th character.
     const std::string filling(254, 'x');
     EXPECT_EQ(after(("ERROR:LAB:1," + filling + ",14").c_str()), (Words{{128, 0, 0x4}, {0, 0, 0}, {0, 0, 0}}));
     EXPECT_EQ(after(("ERROR:LAB:" + filling.substr(0, 200) + ",14").c_str()),

@@ -34,7 +34,7 @@ TEST(LoggerSettings, StartValues) {
     EXPECT_EQ(log.m_nLivInvLogFlag, 1);
 }
 
-// Embedding programs read the members: they stand in this order.
+// Embedding programs read the members: they come in this order.
 TEST(LoggerSettings, MembersStandInTheirOrder) {
     const CVornLog log(2, "app", 2);
     const void *members[] = {&log.m_pcQueue,   &log.m_nThreadMode,    &log.m_pstrLogFile,     &log.m_pstrLogPath,

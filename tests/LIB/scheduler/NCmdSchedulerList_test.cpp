@@ -6,10 +6,11 @@
 #include "ScratchHome.h"
 #include "StreamCapture.h"
 #include "ThreadWatch.h"
-#include "scheduler/CmdWorkers.h"
+#include "scheduler/NCmdSchedulerList.h"
 
 #include <atomic>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
@@ -37,7 +38,10 @@ protected:
         };
     }
 
-    bool wakeUp() { return zel::runCommandList(scheduler->m_link, syncSteps); }
+    bool wakeUp() {
+        zel::SchedulerLink link(scheduler.get());
+        return zel::runCommandList(link, syncSteps);
+    }
 
     std::vector<std::string> pending() const {
         std::vector<std::string> lines;
@@ -297,26 +301,27 @@ TEST_F(CommandList, StopWhileACommandIsStartedIsSafe) {
 
 TEST_F(CommandList, SchedulerThatGoesWhileACommandIsStartedEndsTheWorker) {
     scheduler->fCmdPush("a", "one");
-    const zel::SharedLink<CCmdScheduler> link = scheduler->m_link;
-    systemHooks().system = [this](const char *) {
+    systemHooks().select = [](int, fd_set *, fd_set *, fd_set *, timeval *) { return 0; };
+    systemHooks().system = [this](const char *command) {
+        commands.emplace_back(command);
         scheduler.reset();
         return 0;
     };
-    EXPECT_FALSE(zel::runCommandList(link, syncSteps));
-    EXPECT_FALSE(zel::runCommandList(link, syncSteps));
+    EXPECT_EQ(fCmdSchedulerTh(scheduler.get()), nullptr);
+    EXPECT_EQ(commands.size(), 1U);
 }
 
 TEST_F(CommandList, SchedulerThatGoesWhileTheWorkerWaitsIsNotReported) {
     const LogCapture log;
-    const zel::SharedLink<CCmdScheduler> link = scheduler->m_link;
     scheduler->fCmdPush("a", "one");
     scheduler->m_nSyncFlag = 1;
-    systemHooks().select = [this](int, fd_set *, fd_set *, fd_set *, timeval *) {
-        scheduler.reset();
+    systemHooks().select = [this](int, fd_set *, fd_set *, fd_set *, timeval *timeout) {
+        if (timeout->tv_sec == 0) // the wait for the callers, not the sleep before it
+            scheduler.reset();
         return 0;
     };
-    EXPECT_FALSE(zel::runCommandList(link, syncSteps));
-    EXPECT_THAT(log.messages(), ElementsAre("command_key[a]"));
+    EXPECT_EQ(fCmdSchedulerTh(scheduler.get()), nullptr);
+    EXPECT_THAT(log.messages(), ElementsAre("command_key[a]", "fCmdSchedulerTh init"));
     EXPECT_THAT(commands, IsEmpty());
 }
 
@@ -345,7 +350,6 @@ TEST_F(CommandList, ThreadThatCannotBeStartedIsAnnounced) {
 
 TEST_F(CommandList, ThreadAnnouncesItselfAndSleepsTenSeconds) {
     const LogCapture log;
-    const zel::SharedLink<CCmdScheduler> link = scheduler->m_link;
     std::vector<long> sleeps;
     systemHooks().select = [&](int, fd_set *, fd_set *, fd_set *, timeval *timeout) {
         sleeps.push_back(timeout->tv_sec * 1000000 + timeout->tv_usec);
@@ -363,6 +367,11 @@ TEST(CommandListThread, RunsCommandsOfManyCallers) {
     const ScratchHome home;
     fs::create_directory("cmd");
     systemHooks().select = [](int, fd_set *, fd_set *, fd_set *, timeval *) { return usleep(500); };
+    std::atomic<int> forgotten{0}; // a command is finished when its result file is removed
+    systemHooks().unlink = [&](const char *path) {
+        ++forgotten;
+        return unlinkat(AT_FDCWD, path, 0);
+    };
     const ThreadWatch threads;
     auto scheduler = std::make_unique<CCmdScheduler>();
     scheduler->m_nCmdSchedulerType = 1;
@@ -378,14 +387,9 @@ TEST(CommandListThread, RunsCommandsOfManyCallers) {
         });
     for (std::thread &caller : callers)
         caller.join();
-    const auto left = [&] {
-        std::size_t count = 0;
-        zel::withOwner(*scheduler->m_link, [&](const CCmdScheduler &owner) { count = owner.m_CmdList.size(); });
-        return count;
-    };
-    for (int waited = 0; waited < 10000 && left() > 0; ++waited)
+    for (int waited = 0; waited < 10000 && forgotten < 20; ++waited)
         usleep(1000);
-    EXPECT_EQ(left(), 0U);
+    EXPECT_EQ(forgotten, 20);
     for (int caller = 0; caller < 4; ++caller) {
         for (int i = 0; i < 5; ++i)
             EXPECT_EQ(home.read("agent/bin/done_" + std::to_string(caller) + "_" + std::to_string(i)), "x\n");
@@ -409,7 +413,7 @@ TEST(CommandListThread, StartsAndStopsInAnyOrder) {
         std::vector<std::thread> callers;
         for (int caller = 0; caller < 3; ++caller)
             callers.emplace_back([&, caller] {
-                for (int i = 0; !stop; ++i) {
+                for (int i = 0; i == 0 || !stop; ++i) { // each starts it at least once
                     scheduler->fCmdSave(std::to_string(caller * 1000 + i % 50).c_str(), "command");
                     scheduler->fCmdSchedulerStart();
                     if (i % 10 == 0)

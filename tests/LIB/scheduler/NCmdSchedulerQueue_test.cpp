@@ -6,7 +6,7 @@
 #include "NCmdScheduler.h"
 #include "ScratchHome.h"
 #include "ThreadWatch.h"
-#include "scheduler/CmdWorkers.h"
+#include "scheduler/NCmdSchedulerQueue.h"
 #include "threads/SharedValue.h"
 
 #include <atomic>
@@ -40,7 +40,10 @@ protected:
         EXPECT_EQ(scheduler->fCmdSchedulerStart(), 1);
     }
 
-    int wakeUp() { return zel::runQueuedCommands(scheduler->m_link); }
+    int wakeUp() {
+        zel::SchedulerLink link(scheduler.get());
+        return zel::runQueuedCommands(link);
+    }
 
     ScratchHome home;
     HeldThread thread;
@@ -147,13 +150,12 @@ TEST_F(CommandQueue, StopRunsTheDaemonsStopScript) {
 TEST_F(CommandQueue, SchedulerThatGoesWhileACommandRunsEndsTheWorker) {
     scheduler->fCmdSave("key", "one");
     scheduler->fCmdSave("key", "given up");
-    const zel::SharedLink<CCmdScheduler> link = scheduler->m_link;
     systemHooks().system = [this](const char *command) {
         commands.emplace_back(command);
         scheduler.reset();
         return 0;
     };
-    EXPECT_EQ(zel::runQueuedCommands(link), zel::QUEUE_WORKER_ENDS);
+    EXPECT_EQ(fCmdQueueSchedulerTh(scheduler.get()), nullptr);
     EXPECT_THAT(commands, ElementsAre("one"));
 }
 

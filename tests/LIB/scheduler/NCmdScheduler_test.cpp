@@ -3,6 +3,7 @@
 #include "HeldThread.h"
 #include "LogCapture.h"
 #include "NCmdScheduler.h"
+#include "OwnProcess.h"
 #include "PrivateMounts.h"
 #include "ScratchHome.h"
 
@@ -48,7 +49,7 @@ TEST_F(Scheduler, StartValues) {
     EXPECT_EQ(scheduler.m_pcQueue, nullptr);
 }
 
-// Embedding programs read the members: they stand in this order.
+// Embedding programs read the members: they come in this order.
 TEST_F(Scheduler, MembersStandInTheirOrder) {
     const void *members[] = {
         &scheduler.m_nCmdSaveFlag, &scheduler.m_nCmdRunFlag,          &scheduler.m_CmdList,
@@ -113,6 +114,17 @@ TEST_F(CommandFiles, EveryByteThatIsNoAsciiLetterOrDigitBecomesAnUnderscore) {
     scheduler.fSetCmdSchedulerHomePath("cmd");
     EXPECT_EQ(scheduler.fCmdSave("a.B-0 \xC3\xA9;..", "x"), 0); // two bytes of one letter
     EXPECT_TRUE(home.exists("agent/bin/cmd/shcmd_a_B_0______.cmd"));
+}
+
+// The signal of a full file ends the program unless it is kept away.
+TEST_F(CommandFiles, LimitOfFileSizesLeavesNoHalfCommandAndEndsNoProgram) {
+    scheduler.fSetCmdSchedulerHomePath("cmd");
+    const auto body = [this] {
+        limitFileSize(3);
+        EXPECT_EQ(scheduler.fCmdSave("key", "command"), -1);
+    };
+    EXPECT_SURVIVED(body);
+    EXPECT_FALSE(home.exists("agent/bin/cmd/shcmd_key.cmd"));
 }
 
 TEST_F(CommandFiles, PendingCommandIsSkipped) {

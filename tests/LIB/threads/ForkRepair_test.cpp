@@ -1,11 +1,12 @@
 // What is repaired in the child of a fork.
 #include "threads/ForkRepair.h"
 
+#include "OwnProcess.h"
+
 #include <atomic>
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -24,18 +25,6 @@ struct Numbered {
     zel::ForkRepair repair{[](void *object) { repaired().push_back(static_cast<Numbered *>(object)->number); }, this};
 };
 
-// Runs `check` in the child of a fork; true when it gives true there within ten seconds.
-template<typename Check> bool inChild(Check check) {
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(10);
-        _exit(check() ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status == 0;
-}
-
 TEST(ForkRepair, RunsInTheChildAloneInTheOrderOfMaking) {
     repaired().clear();
     const Numbered one(1);
@@ -45,16 +34,16 @@ TEST(ForkRepair, RunsInTheChildAloneInTheOrderOfMaking) {
     gone.reset();
     last.reset();
     const Numbered five(5);
-    EXPECT_TRUE(inChild([] { return repaired() == std::vector<int>{1, 3, 5}; }));
+    EXPECT_TRUE(trueInChild([] { return repaired() == std::vector<int>{1, 3, 5}; }));
     EXPECT_TRUE(repaired().empty()) << "nothing happens in the parent";
 }
 
 TEST(ForkRepair, ChildMakesAndRemovesRepairsAndForksItself) {
     repaired().clear();
     const Numbered one(1);
-    EXPECT_TRUE(inChild([] {
+    EXPECT_TRUE(trueInChild([] {
         const Numbered two(2);
-        return inChild([] { return repaired() == std::vector<int>{1, 1, 2}; });
+        return trueInChild([] { return repaired() == std::vector<int>{1, 1, 2}; });
     }));
 }
 
@@ -73,7 +62,7 @@ TEST(ForkRepair, LockThatAnotherThreadHoldsIsFreeInTheChild) {
     });
     while (!inside)
         usleep(1000);
-    EXPECT_TRUE(inChild([&] {
+    EXPECT_TRUE(trueInChild([&] {
         const std::lock_guard held(locked.lock);
         return true;
     }));

@@ -1,9 +1,10 @@
-// Disk discovery through the partitions script, the 2.2 reader that rests on it, and the rate file.
+// Disk discovery through the partitions script, the 2.2 reader that needs it, and the rate file.
 #include "DiskTest.h"
 
 #include "LogCapture.h"
 #include "LogGate.h"
 
+#include <cmath>
 #include <cstring>
 #include <gmock/gmock.h>
 
@@ -287,7 +288,7 @@ TEST_F(DiskRateFile, LastMatchingLineWins) {
     EXPECT_FLOAT_EQ(rateOf("sdb", "sda 1.5\nsdb 2.5 rest\n"), 2.5F);
 }
 
-// 127 characters are taken together: what stands behind them is a line of its own.
+// 127 characters are taken together: what follows them is a line of its own.
 TEST_F(DiskRateFile, LongLineIsTakenInPieces) {
     const std::string front = "sdb " + std::string(123, '1');
     EXPECT_FLOAT_EQ(rateOf("sda", (front + "sda 2.5\n").c_str()), 2.5F);
@@ -306,6 +307,7 @@ TEST_F(DiskRateFile, RateIsKeptWithinItsRange) {
     EXPECT_FLOAT_EQ(rateOf("sda", "sda 1e300\n"), 99.9F);
     EXPECT_EQ(rateOf("sda", "sda -0.5\n"), 0.0F);
     EXPECT_EQ(rateOf("sda", "sda nan\n"), 0.0F);
+    EXPECT_FALSE(std::signbit(rateOf("sda", "sda -0\n")));
 }
 
 TEST_F(DiskRateFile, MissingFileIsAFailure) {

@@ -1,3 +1,4 @@
+// The lines of the kernel's disk files: the scanners against sscanf, and which disks are reported.
 #include "Paths.h"
 #include "disk/MM_IO_Lines.h"
 

@@ -1,4 +1,4 @@
-// The push text of the disks: the busiest of them, behind their sums.
+// The push text of the disks: the busiest of them, after their sums.
 #include "DiskTest.h"
 
 #include <gmock/gmock.h>
@@ -65,6 +65,25 @@ TEST_F(DiskPush, WithoutRowsThereIsNoSum) {
     EXPECT_EQ(samplePush(""), disks.m_pclList);
     EXPECT_EQ(push(disks), pushHeader);
     EXPECT_EQ(disks.m_nDiskPushCnt, 0);
+}
+
+// -1.0 for the disk that fell and 0.2 for each of the five that read once: in binary the sum is a little below 0.
+TEST_F(DiskPush, SumsNeverShowAMinusZero) {
+    const auto sixDisks = [](unsigned long long fallen, unsigned long long reads) {
+        std::string text = line("sda", fallen, 0, 0, 0, 0);
+        for (const char *name : {"sdb", "sdc", "sdd", "sde", "sdf"})
+            text += line(name, reads, 0, 0, 0, 0);
+        return text;
+    };
+    samplePush(sixDisks(100, 0));
+    samplePush(sixDisks(0, 1));
+    EXPECT_THAT(push(disks), HasSubstr("|0~NULL~0.00~0.00~0.00~0.00~0.00~|1~/dev/sda~-1.00~"));
+}
+
+TEST_F(DiskPush, SumBelowZeroKeepsItsSign) {
+    samplePush(line("sda", 100, 0, 0, 0, 0) + line("sdb", 0, 0, 0, 0, 0));
+    samplePush(line("sda", 0, 0, 0, 0, 0) + line("sdb", 1, 0, 0, 0, 0));
+    EXPECT_THAT(push(disks), HasSubstr("|0~NULL~-0.80~0.00~"));
 }
 
 // 60 disks with 0, 50, 100 ... 2950 ms of 5000, so 0 % to 59 %: the sum of all is 59 * 60 / 2 = 1770; the rows end with

@@ -1,3 +1,4 @@
+// The arithmetic of the rates, the operations of the collector over it, and its comparators.
 #include "disk/MM_IO_Rates.h"
 
 #include "DiskTest.h"
@@ -82,6 +83,15 @@ TEST(DiskRates, AverageWaitIsInMillisecondsPerRequest) {
     EXPECT_EQ(zel::averageWait(now, old), 17.5); // (4 + 3) / (3 + 1) * 10
     EXPECT_EQ(zel::averageWait(now, now), 0.0);
     EXPECT_DOUBLE_EQ(zel::averageWait(old, now), (4294967296.0 - 7.0) / -4.0 * 10.0); // 32-bit ticks, signed requests
+}
+
+// The requests fell, the ticks stayed: 0 / -4.
+TEST(DiskRates, AverageWaitIsNeverMinusZero) {
+    _ST_COMPUTE_IO old{};
+    const _ST_COMPUTE_IO now{};
+    old.l_uiRead_ios = 4;
+    EXPECT_FALSE(std::signbit(zel::averageWait(now, old)));
+    EXPECT_EQ(zel::averageWait(now, old), 0.0);
 }
 
 // The computations of the collector, over an interval of 4 seconds.

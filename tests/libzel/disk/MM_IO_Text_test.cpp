@@ -189,7 +189,18 @@ TEST_F(DiskText, PassIsSpreadByWaits) {
     EXPECT_TRUE(clock.sleeps().empty());
     g_nDiskWaitFlag = 100;
     sampleText(disks, text);
-    EXPECT_THAT(clock.sleeps(), ElementsAre(500000, 500000, 500000)); // before the rows behind 0, 100 and 200
+    EXPECT_THAT(clock.sleeps(), ElementsAre(500000, 500000, 500000)); // before the rows after 0, 100 and 200
+}
+
+// What did not change is 0 whatever the interval; what grew in negative time is refused.
+TEST_F(DiskText, ClockSetBackGivesNoMinusZero) {
+    host.write("proc/diskstats", line("sda", 1, 1, 1, 1, 1) + line("sdb", 1, 1, 1, 1, 1));
+    sample(disks);
+    host.write("proc/diskstats", line("sda", 1, 1, 1, 1, 1) + line("sdb", 2, 3, 4, 5, 6));
+    clock.advance(-100);
+    disks.fMGetIoStat(0.0, 1, 0);
+    EXPECT_EQ(poll(disks), std::string(POLL_HEADER) + "|1~/dev/sda~0.00~0.00~0.00~0.00~0.00~" +
+                               "|2~/dev/sdb~-1.00~-1.00~-1.00~-1.00~-1.00~");
 }
 
 TEST_F(DiskText, MissingFileGivesNullInBothForms) {

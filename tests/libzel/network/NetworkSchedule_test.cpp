@@ -33,7 +33,7 @@ TEST_F(NetworkSchedule, InventoryRunIsRequestedAndNeverRunDirectly) {
 }
 
 TEST_F(NetworkSchedule, DuplexIsRequestedAndTheOldAnswerTaken) {
-    FrozenClock clock(4102444800); // 2100: whatever stands in the file is old
+    FrozenClock clock(4102444800); // 2100: whatever is in the file is old
     scene.home.write("agent/aproc/shell/DuplexLinux.dat", "Half\n");
     scene.commands.clear();
     char text[12] = "";

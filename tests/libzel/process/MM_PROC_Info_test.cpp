@@ -5,7 +5,7 @@
 #include "ProcessHost.h"
 #include "Settings.h"
 #include "SystemHooks.h"
-#include "process/MM_PROC_Scan.h"
+#include "process/ProcessText.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -530,20 +530,19 @@ TEST_F(ProcessScan, RowIsWholeAlsoWhenItsRoomIsHadOnlyAtTheSecondTry) {
 }
 
 TEST_F(ProcessScan, RowThatMemoryIsTooShortForIsLeftOutWhole) {
-    const auto records = std::make_unique<zel::ProcessScratch>();
-    zel::ProcessScan steps(collector, *records, -1);
+    zel::ProcessText steps(collector);
     steps.row.beginRow();
     systemHooks().failAllocationAfter = 0;
     steps.row.field(std::string(20000, 'a'));
     steps.row.field(1);
 
-    zel::appendRow(steps);
+    steps.appendRow();
     EXPECT_EQ(collector.g_stringPollProcess, "");
 
     steps.row.clear();
     steps.row.beginRow();
     steps.row.field(2);
-    zel::appendRow(steps);
+    steps.appendRow();
     EXPECT_EQ(collector.g_stringPollProcess, R + "2" + C);
 }
 

@@ -188,6 +188,24 @@ TEST(IoParser, LineIsReadUpToFiveHundredAndElevenCharacters) {
     EXPECT_EQ(readIo(std::string(600, ' ') + value + "write_bytes: 3\n"), std::pair(7ULL, 3ULL));
 }
 
+// Lines are limited, the file is not.
+TEST(IoParser, FileMayBeLongerThanAnyBuffer) {
+    std::string text;
+    while (text.size() < 50000)
+        text += "comment_" + std::to_string(text.size()) + ": 5\n";
+    EXPECT_EQ(readIo(text + "read_bytes: 12\nwrite_bytes: 34\n"), std::pair(12ULL, 34ULL));
+    EXPECT_EQ(readIo("read_bytes: 12\n" + text + "write_bytes: 34"), std::pair(12ULL, 34ULL));
+}
+
+TEST(IoParser, CounterMayStandAnywhereInALongFile) {
+    const std::string counters = "read_bytes: 12\nwrite_bytes: 34\n";
+    for (std::size_t before = 16300; before <= 16400; ++before) {
+        const std::string filler = std::string(before - 1, 'x') + "\n";
+        EXPECT_EQ(readIo(filler + counters), std::pair(12ULL, 34ULL)) << before;
+        EXPECT_EQ(readIo("a_b: 1\n" + filler + counters + filler), std::pair(12ULL, 34ULL)) << before;
+    }
+}
+
 TEST(IoParser, FileThatCannotBeOpenedGivesZeros) {
     CMM_PROC_Info collector;
     proc_s raw{};
@@ -374,6 +392,27 @@ public:
 private:
     zel::ScopedDescriptor m_descriptor;
 };
+
+TEST(Scanners, IoAgreesWithScanfOnLongFiles) {
+    const MemoryFile file;
+    CMM_PROC_Info collector;
+    std::mt19937 random(7103);
+    for (int round = 0; round < 2000; ++round) {
+        std::string text;
+        while (text.size() < 15000 + random() % 40000) {
+            text += std::string(random() % 400, "x_\t "[random() % 4]);
+            text += random() % 8 == 0 ? "read_bytes: " : random() % 8 == 0 ? "write_bytes: " : "other_bytes: ";
+            text += std::to_string(random()) + "\n";
+        }
+        ASSERT_TRUE(file.hold(text));
+        const auto actual = filled('\x2a');
+        const auto expected = filled('\x2a');
+
+        collector.fMIo2Proc(file.path().c_str(), actual.get());
+        scanIo(file.path().c_str(), *expected);
+        ASSERT_EQ(std::memcmp(actual.get(), expected.get(), sizeof(proc_s)), 0) << text;
+    }
+}
 
 TEST(Scanners, IoAgreesWithScanfOnRandomChanges) {
     const MemoryFile file;

@@ -1,3 +1,4 @@
+// The console reports of the disks, and option 5 of the driver.
 #include "ConsoleReport.h"
 
 #include "DiskTest.h"

@@ -43,7 +43,8 @@ TEST(ProcessReport, ControlBytesOfATitleArePrintedAsBlanks) {
     const std::string printed = streams.out();
     EXPECT_EQ(ProcessTable(printed.substr(0, printed.size() - 1).c_str()).value(7, "ARGS"), "title  [2J   end");
     EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1) << "the line end of the report";
-    EXPECT_EQ(ProcessTable(collector.fGetProcInfo()).value(7, "ARGS"), process.commandLine) << "the text stays as it is";
+    EXPECT_EQ(ProcessTable(collector.fGetProcInfo()).value(7, "ARGS"), process.commandLine)
+        << "the text stays as it is";
 }
 
 TEST(ProcessReport, LongTextIsPrintedWhole) {

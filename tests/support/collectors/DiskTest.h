@@ -1,6 +1,6 @@
-// What the tests of the disk collector share: a host, a clock that stands still, default settings, and results in a
-// readable form. The hosts linux-2.2.26, 2.4.21, 2.6.32 and 6.1.0 were written for these tests in the shape that those
-// kernels write; from t0 to t1 five seconds have passed.
+// What the tests of the disk collector share: a host, a clock that does not move by itself, default settings, and
+// results in a readable form. The hosts linux-2.2.26, 2.4.21, 2.6.32 and 6.1.0 were written for these tests in the
+// shape that those kernels write; from t0 to t1 five seconds have passed.
 #pragma once
 
 #include "FrozenClock.h"

@@ -1,0 +1,42 @@
+// Which mounts may not answer, and so are measured on a thread of their own. Internal to the filesystem collector.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace zel {
+
+struct MountEntry;
+
+/// True for the types whose statfs64 asks this kernel alone: filesystems of local disks and of memory, and those of the
+/// kernel itself.
+bool knownLocal(std::string_view type);
+
+/// The doubtful mounts of the table, kept from pass to pass.
+class DoubtfulMounts {
+public:
+    /// Takes note of an entry, reported or not: the way to what is mounted below it leads through it.
+    void meet(const MountEntry &entry);
+    /// True for the doubtful mounts of this pass and the one before, and for everything mounted below one.
+    bool mayHang(std::string_view mountPoint) const;
+    /// How the mount answered: a slow one is doubtful until it answers quickly.
+    void answered(const char *mountPoint, bool slow);
+
+    /// False before the first pass has ended.
+    bool knowsATable() const { return m_knowsATable; }
+    /// Forgets the mounts that are no longer in the table.
+    void endPass();
+
+private:
+    struct Doubt {
+        bool byType = false;
+        bool slow = false;
+        bool met = true; // in this pass
+    };
+
+    std::map<std::string, Doubt, std::less<>> m_mounts; // by mount point
+    bool m_knowsATable = false;
+};
+
+} // namespace zel

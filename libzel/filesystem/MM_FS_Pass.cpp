@@ -1,0 +1,199 @@
+// Walks the mount table, measures what is reported and hands it on in the order of the table.
+#include "filesystem/MM_FS_Pass.h"
+
+#include "HostRoot.h"
+#include "LogGate.h"
+#include "filesystem/MM_FS_VMware.h"
+#include "scripts/HomeScripts.h"
+
+#include <cstdio>
+#include <new>
+
+#define FS_LOG_ERROR(...)                                                                                              \
+    ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_FS_Info", m_collector.m_strLogMsg, __VA_ARGS__)
+
+namespace {
+
+// What a call gets before the next entry is looked at. Mounts that answer take less, so that their threads do not pile
+// up; two hundred dead ones delay a pass by a fifth of a second.
+constexpr std::chrono::milliseconds moment{1};
+constexpr std::chrono::milliseconds noTime{0};
+
+} // namespace
+
+namespace zel {
+
+MountPass::Row::Row(const MountEntry &entry)
+    : mountPoint(entry.mountPoint), source(entry.device), namesReported(zel::namesReported(entry)) {
+    copyNames(entry, filesystem);
+}
+
+MountPass::MountPass(FilesystemPass kind, CMM_FS_Info &collector, FilesystemState &state, const Taker &take)
+    : m_kind(kind), m_collector(collector), m_state(state), m_take(take) {}
+
+bool MountPass::run() {
+    try {
+        return takeMounts();
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+}
+
+bool MountPass::takeMounts() {
+    m_nfsList.emplace();
+    if (!m_nfsList->isOpen())
+        FS_LOG_ERROR("fopen failed(%s)", NFS_LIST);
+    if (!m_state.doubts.knowsATable() && !lookAhead())
+        return false;
+    MountTable table(m_state.mountFile);
+    if (!isOpen(table))
+        return false;
+    for (MountEntry entry{}; table.next(entry);)
+        visit(entry);
+    handOnRest();
+    m_state.doubts.endPass();
+    if (m_collector.m_nVMFlag == 1 && m_collector.m_nIsVMWare == 1)
+        addDatastores();
+    return true;
+}
+
+bool MountPass::isOpen(const MountTable &table) {
+    if (!table.isOpen())
+        FS_LOG_ERROR("setmntent failed(%d)", table.openError());
+    return table.isOpen();
+}
+
+// A mount may cover the way to one that comes before it in the table. Later passes know it from the pass before.
+bool MountPass::lookAhead() {
+    MountTable table(m_state.mountFile);
+    if (!isOpen(table))
+        return false;
+    for (MountEntry entry{}; table.next(entry);)
+        m_state.doubts.meet(entry);
+    return true;
+}
+
+void MountPass::visit(const MountEntry &entry) {
+    m_state.doubts.meet(entry);
+    if (!typeReported(entry.type))
+        return;
+    if (m_kind == FilesystemPass::Text && !mountPointReported(entry.mountPoint))
+        return;
+    const bool nfs = isNfs(entry.type);
+    if (nfs && !listNfs(entry))
+        return;
+    if (NfsServer *server = nfs ? m_servers.ask(entry.device) : nullptr;
+        server != nullptr || m_state.doubts.mayHang(entry.mountPoint))
+        measureInTime(entry, server);
+    else
+        measureNow(entry);
+}
+
+// Lists an NFS mount and says whether it is measured too.
+bool MountPass::listNfs(const MountEntry &entry) {
+    if (!m_nfsList->add(entry))
+        FS_LOG_ERROR("fputs failed(%s)", NFS_LIST);
+    return m_collector.m_nNFSFlag == 1;
+}
+
+// A local mount: no thread, and no copy as long as no entry before it is waited for.
+void MountPass::measureNow(const MountEntry &entry) {
+    MountAnswer answer;
+    const int error = askMount(fgHostPath(entry.mountPoint), answer);
+    m_state.doubts.answered(entry.mountPoint, answer.slow);
+    if (error != 0) {
+        FS_LOG_ERROR("statfs failed(%d)", error);
+        return;
+    }
+    if (!namesReported(entry))
+        return;
+    copyNames(entry, m_filesystem);
+    measure(answer.status, m_filesystem);
+    if (m_filesystem.l_ulTotDskSize <= FS_LARGEST_UNREPORTED)
+        return;
+    if (m_rows.empty())
+        m_take(m_filesystem);
+    else
+        copyFilesystem(m_filesystem, m_rows.emplace_back(entry).filesystem);
+}
+
+void MountPass::measureInTime(const MountEntry &entry, NfsServer *server) {
+    Row &row = m_rows.emplace_back(entry);
+    row.server = server;
+    if (server == nullptr || server->settledWithin(moment)) {
+        if (start(row))
+            row.call->settledWithin(moment);
+        else
+            m_rows.pop_back();
+    }
+    handOnSettled();
+}
+
+// Starts to ask the mount, after its server. False when the server does not answer.
+bool MountPass::start(Row &row) {
+    if (row.server != nullptr && !row.server->answers()) {
+        FS_LOG_ERROR("NFS Server connect failed(%s)", row.source.c_str());
+        return false;
+    }
+    row.server = nullptr;
+    row.call.emplace(startAskingMount(fgHostPath(row.mountPoint.c_str())));
+    return true;
+}
+
+void MountPass::handOnSettled() {
+    const auto settled = [](const Row &row) {
+        return row.server == nullptr && (!row.call.has_value() || row.call->settledWithin(noTime));
+    };
+    while (!m_rows.empty() && settled(m_rows.front())) {
+        handOn(m_rows.front());
+        m_rows.pop_front();
+    }
+}
+
+// Every call is started before the first is waited for: all limits run at the same time.
+void MountPass::handOnRest() {
+    m_rows.remove_if([this](Row &row) { return row.server != nullptr && !start(row); });
+    for (Row &row : m_rows)
+        handOn(row);
+    m_rows.clear();
+}
+
+void MountPass::handOn(Row &row) {
+    if (row.call.has_value()) {
+        const char *mountPoint = row.mountPoint.c_str();
+        if (!isAnswer(row.call->wait(), mountPoint))
+            return;
+        const MountAnswer &answer = row.call->answer();
+        m_state.doubts.answered(mountPoint, answer.slow);
+        measure(answer.status, row.filesystem);
+        if (!row.namesReported || row.filesystem.l_ulTotDskSize <= FS_LARGEST_UNREPORTED)
+            return;
+    }
+    m_take(row.filesystem);
+}
+
+// Logs what is new, and says whether there is an answer.
+bool MountPass::isAnswer(const CallEnd &end, const char *mountPoint) {
+    if (end.silence == Silence::Begins)
+        FS_LOG_ERROR("statfs failed(%d), mount does not answer(%s)", end.error, mountPoint);
+    if (end.silence == Silence::Ends)
+        FS_LOG_ERROR("mount answers again(%s)", mountPoint);
+    if (end.error != 0 && (end.silence == Silence::None || end.silence == Silence::Ends))
+        FS_LOG_ERROR("statfs failed(%d)", end.error);
+    return end.error == 0;
+}
+
+void MountPass::addDatastores() {
+    if (m_collector.m_nFirstFlag == 0) {
+        runDatastoreScript();
+        m_collector.m_nFirstFlag = 1;
+    }
+    if (readDatastores(m_take))
+        return;
+    if (m_kind == FilesystemPass::Records)
+        FS_LOG_ERROR("(FS) VMWare FS Gtr %s file not found", resultPath(Script::Datastores));
+    else
+        FS_LOG_ERROR("VMWare file not found(%s)", resultPath(Script::Datastores));
+}
+
+} // namespace zel

@@ -1,0 +1,84 @@
+// Listens to the kernel's reports about interfaces. What changed is not read: who asks looks at everything anew.
+#include "network/LinkEvents.h"
+
+#include <cerrno>
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+namespace {
+
+// A report that finds no room is lost, but the loss is reported: room for one or two is enough.
+constexpr int smallestBuffer = 0;
+constexpr int readLimit = 100;
+
+bool namespaceOf(int socket, std::uint64_t &networkNamespace) {
+    socklen_t size = sizeof(networkNamespace);
+    return getsockopt(socket, SOL_SOCKET, SO_NETNS_COOKIE, &networkNamespace, &size) == 0;
+}
+
+ino_t inodeOf(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode) ? status.st_ino : 0;
+}
+
+} // namespace
+
+namespace zel {
+
+bool LinkEvents::quietSinceLastQuestion(int socket) {
+    std::uint64_t networkNamespace = 0;
+    if (!namespaceOf(socket, networkNamespace))
+        return false;
+    if (isOurs(networkNamespace))
+        return drain();
+    open(networkNamespace);
+    return false;
+}
+
+// A child of fork shares the socket with its parent, and each report is delivered once. The inode shows whether the
+// descriptor is still this socket: programs that become daemons close what they did not open.
+bool LinkEvents::isOurs(std::uint64_t networkNamespace) const {
+    return m_socket && m_namespace == networkNamespace && m_process == getpid() && m_inode == inodeOf(m_socket->get());
+}
+
+void LinkEvents::open(std::uint64_t networkNamespace) {
+    if (m_socket && m_inode != inodeOf(m_socket->get()))
+        static_cast<void>(m_socket->release()); // somebody else's by now
+    m_socket.emplace(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
+    sockaddr_nl address{};
+    address.nl_family = AF_NETLINK;
+    address.nl_groups = RTMGRP_LINK;
+    std::uint64_t ownNamespace = 0;
+    if (!m_socket->valid() || !namespaceOf(m_socket->get(), ownNamespace) || ownNamespace != networkNamespace ||
+        bind(m_socket->get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0) {
+        m_socket.reset();
+        return;
+    }
+    setsockopt(m_socket->get(), SOL_SOCKET, SO_RCVBUF, &smallestBuffer, sizeof(smallestBuffer));
+    m_namespace = networkNamespace;
+    m_process = getpid();
+    m_inode = inodeOf(m_socket->get());
+}
+
+// Takes the reports that are waiting. True when there was none. A flood of them ends the drain: the rest are there for
+// the next question.
+bool LinkEvents::drain() {
+    bool quiet = true;
+    for (int reads = 0; reads < readLimit; ++reads) {
+        char start;
+        if (recv(m_socket->get(), &start, sizeof(start), 0) < 0) {
+            if (errno == EAGAIN)
+                return quiet;
+            if (errno != EINTR && errno != ENOBUFS) {
+                m_socket.reset();
+                return false;
+            }
+        }
+        quiet = false;
+    }
+    return false;
+}
+
+} // namespace zel
