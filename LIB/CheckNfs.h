@@ -21,8 +21,8 @@ inline constexpr int NFS_CALL_SECONDS = 5;
 inline constexpr int NFS_CONNECT_SECONDS = 5;
 
 /// Fills `addr` (port 0) with the IPv4 address of `host`, a dotted address or a name. Returns 1, or 0 when the name has
-/// no address or the look-up takes longer than NFS_NAME_SECONDS. A name service that did not answer in time is not waited
-/// for again until it does (threads/BoundedCall.h).
+/// no address or the look-up takes longer than NFS_NAME_SECONDS. A name service that did not answer in time is not
+/// waited for again until it does (threads/BoundedCall.h).
 int get_inaddr(sockaddr_in *addr, const char *host);
 
 /// 1 when NFS version 2 over UDP of the host of `source` answers, else 0. A source without ":" is the host as a whole.
