@@ -2,36 +2,8 @@
 # package, zel.pc) and driver (libzelinfo, its manual page; the home kit is installed by runtime/).
 include(CMakePackageConfigHelpers)
 
-# The public headers: Zel.h and everything that it includes.
-function(zel_public_headers OUT)
-  set(PENDING libzel/Zel.h)
-  set(HEADERS)
-  while(PENDING)
-    list(POP_FRONT PENDING HEADER)
-    if(HEADER IN_LIST HEADERS)
-      continue()
-    endif()
-    list(APPEND HEADERS ${HEADER})
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${HEADER})
-    file(STRINGS ${PROJECT_SOURCE_DIR}/${HEADER} INCLUDES REGEX "^#include \"")
-    foreach(LINE IN LISTS INCLUDES)
-      string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" NAME ${LINE})
-      foreach(PLACE libzel LIB)
-        if(EXISTS ${PROJECT_SOURCE_DIR}/${PLACE}/${NAME})
-          list(APPEND PENDING ${PLACE}/${NAME})
-        endif()
-      endforeach()
-    endforeach()
-  endwhile()
-  set(${OUT} ${HEADERS} PARENT_SCOPE)
-endfunction()
-
-zel_public_headers(ZEL_PUBLIC_HEADERS)
-foreach(HEADER IN LISTS ZEL_PUBLIC_HEADERS)
-  string(REGEX REPLACE "^(libzel|LIB)/" "" INSTALLED ${HEADER})
-  get_filename_component(FOLDER ${INSTALLED} DIRECTORY)
-  install(FILES ${HEADER} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel/${FOLDER} COMPONENT development)
-endforeach()
+include(cmake/PublicHeaders.cmake)
+install(FILES ${ZEL_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel COMPONENT development)
 get_property(ZEL_LIBRARIES GLOBAL PROPERTY ZEL_LIBRARIES)
 install(TARGETS ${ZEL_LIBRARIES} EXPORT zelTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development

@@ -1,33 +1,71 @@
 #!/usr/bin/env bash
-# The gate beside the tests: style, layering, kernel paths, stray tests, shell scripts, static analysis of what changed.
-#   scripts/check.sh [BUILD]      BUILD holds compile_commands.json (default build-test)
+# The gate beside the tests. Prints every finding with its place and exits 1 when there is one.
+#   scripts/check.sh [BUILD]           every check; BUILD holds compile_commands.json (default build-test)
+#   scripts/check.sh --fast            all but the static analysis: what a commit can wait for
+#   scripts/check.sh --only NAME...    the named checks
+# Checks: style edges circles kernel-paths raw-calls lengths stray-tests shell tidy
 # ZEL_TIDY_BASE names the revision since which changed sources are analysed (default: the previous commit).
-# Prints every finding with its place and exits 1 when there is one.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
-build=${1:-build-test}
+
+fast=(style edges circles kernel-paths raw-calls lengths stray-tests shell)
+wanted=("${fast[@]}" tidy)
+build="build-test"
+case ${1:-} in
+--fast) wanted=("${fast[@]}") ;;
+--only) wanted=("${@:2}") ;;
+*) build=${1:-$build} ;;
+esac
 failed=0
 
-# finding TITLE: fails with the lines of standard input, when there are any.
-finding() {
-  local lines
-  lines=$(cat)
-  [ -n "$lines" ] || return 0
-  printf 'check: %s\n%s\n' "$1" "$lines" >&2
-  failed=1
-}
-
 # The files of the project that match, whether committed yet or not; never what a build made.
-sources() { git ls-files --cached --others --exclude-standard -- "$@"; }
+sources() {
+  git ls-files --cached --others --exclude-standard -- "$@" | while read -r file; do [ ! -e "$file" ] || echo "$file"; done
+}
+# What is built from C++ for a host, in contrast to tests and benchmarks.
+product() {
+  sources 'LIB/*.h' 'LIB/*.cpp' 'libzel/*.h' 'libzel/*.cpp' 'host/*.h' 'host/*.cpp' 'export/*.h' 'export/*.cpp' \
+    'history/*.h' 'history/*.cpp' 'zel/*.h' 'zel/*.cpp' 'runtime/*.h' 'runtime/*.cpp' 'examples/*.h' 'examples/*.cpp'
+}
 
 check_style() {
   sources '*.h' '*.cpp' | xargs -r clang-format --dry-run 2>&1 | grep 'warning:'
 }
 
-check_layering() {
-  local headers
-  headers=$(cd libzel && printf '%s\n' *.h | paste -sd '|')
-  sources 'LIB/*.h' 'LIB/*.cpp' | xargs -r grep -nE "#include ([\"<](\.\./)?libzel/|[\"<]($headers)[\">])"
+# Which room may include which. Everything else is an edge that points up or sideways.
+allowed_edges='
+LIB/(log|scheduler|nfs) LIB/(functions|containers|host|threads|text)
+LIB/(functions|containers) LIB/(host|threads|text)
+LIB/(host|threads) LIB/text
+LIB/host LIB/threads
+libzel/[a-z]+ LIB/[a-z]+
+libzel/(kernel|perftext) libzel/(rates|records)
+libzel/scripts libzel/(perftext|records|rates|kernel)
+libzel/(cpu|memory|disk|filesystem|network|process|adapter|hardware) libzel/(scripts|perftext|records|rates|kernel)
+libzel/report libzel/(cpu|memory|disk|filesystem|network|process|adapter|hardware|scripts|perftext|records|rates|kernel)
+main (LIB|libzel)/[a-z]+
+host (LIB/[a-z]+|libzel/kernel)
+export host
+history host
+zel (host|export|history)
+'
+check_edges() {
+  scripts/edges.sh | awk -v allowed="$allowed_edges" '
+    BEGIN { count = split(allowed, rules, "\n") }
+    {
+      for (i = 1; i <= count; ++i)
+        if (rules[i] != "" && ($1 " " $2) ~ ("^" rules[i] "$"))
+          next
+      print $3 " includes " $4 ": " $1 " may not see " $2
+    }'
+}
+
+# Files that include one another, and rooms that do.
+check_circles() {
+  scripts/edges.sh --rooms | tsort 2>&1 >/dev/null | sed 's/^tsort: //'
+  sources 'LIB/*.h' 'libzel/*.h' 'host/*.h' 'export/*.h' 'history/*.h' 'zel/*.h' | xargs -r grep -H '^#include "' |
+    sed -E 's/^([^:]*):#include "([^"]*)".*/\1 \2/' |
+    awk '{ sub(/^(LIB|libzel)\//, "", $1); print $1, $2 }' | tsort 2>&1 >/dev/null | sed 's/^tsort: //'
 }
 
 check_kernel_paths() {
@@ -36,32 +74,61 @@ check_kernel_paths() {
     grep -E '"/(proc|sys|etc/mtab|etc/sysconfig)' | grep -v fgHostPath
 }
 
+# Files are opened in one place, which decides on flags, waiting and ownership.
+check_raw_calls() {
+  sources 'LIB/*.h' 'LIB/*.cpp' 'libzel/*.h' 'libzel/*.cpp' | grep -vE '^(LIB/host|libzel/kernel)/' |
+    xargs -r grep -nE "(^|[^A-Za-z0-9_.>:]|[^a-z]::|std::)(open|openat|openat2|fopen|freopen|opendir|statfs|statfs64|statvfs|statvfs64|creat|[io]?fstream [a-z]+)\(" |
+    sed 's| *//.*||' | grep -E '(open|openat2?|dir|statv?fs(64)?|creat|fstream [a-z]+)\(' | grep -vE '[^a-z]open\(\)'
+}
+
+check_lengths() {
+  product | xargs -r awk -f scripts/lengths.awk
+}
+
 check_stray_tests() {
-  sources 'tests/*.cpp' | grep -vE '^tests/(LIB/[a-z]+|libzel(/[a-z]+)?|system|docs)/[A-Za-z0-9_]+_test\.cpp$|^tests/(support|outside)/'
+  sources 'tests/*.cpp' |
+    grep -vE '^tests/(LIB/[a-z]+|libzel(/[a-z]+)?|host(/[a-z]+)?|export|history|zel|system|docs)/[A-Za-z0-9_]+_test\.cpp$|^tests/(support|outside)/'
 }
 
 check_shell() {
-  sources '*.sh' '.ci/run' 'runtime/*' | xargs -r grep -lE '^#!.*\b(ba)?sh\b' | xargs -r shellcheck -x 2>&1
+  sources '*.sh' '.ci/run' 'scripts/*' 'runtime/*' | xargs -r grep -lE '^#!.*\b(ba)?sh\b' | sort -u | xargs -r shellcheck -x 2>&1
 }
 
 check_tidy() {
   local base changed
   base=${ZEL_TIDY_BASE:-$(git rev-parse --verify -q HEAD~1)}
   changed=$({
-    git diff --name-only --diff-filter=d "${base:-HEAD}" -- 'LIB/*.cpp' 'libzel/*.cpp'
-    git ls-files --others --exclude-standard -- 'LIB/*.cpp' 'libzel/*.cpp'
+    git diff --name-only --diff-filter=d "${base:-HEAD}" -- 'LIB/*.cpp' 'libzel/*.cpp' 'host/*.cpp' 'export/*.cpp' \
+      'history/*.cpp' 'zel/*.cpp'
+    git ls-files --others --exclude-standard -- 'LIB/*.cpp' 'libzel/*.cpp' 'host/*.cpp' 'export/*.cpp' 'history/*.cpp' \
+      'zel/*.cpp'
   } | sort -u)
   [ -n "$changed" ] || return 0
   printf '%s\n' "$changed" | xargs -P "$(nproc)" -n 1 clang-tidy -p "$build" --quiet 2>/dev/null |
     grep -A3 -E '(warning|error):'
 }
 
-finding "not in the checked-in style (clang-format -i FILE)" < <(check_style)
-finding "LIB/ includes a header of libzel/" < <(check_layering)
-finding "a kernel path is opened without fgHostPath" < <(check_kernel_paths)
-finding "a test file that no test program builds" < <(check_stray_tests)
-finding "shellcheck" < <(check_shell)
-finding "clang-tidy" < <(check_tidy)
+# run NAME: the findings of one check, under its heading.
+run() {
+  case $1 in
+  style) heading="not in the checked-in style (clang-format -i FILE)" lines=$(check_style) ;;
+  edges) heading="an include that points up or sideways (docs/architecture.md)" lines=$(check_edges) ;;
+  circles) heading="files or rooms that include one another" lines=$(check_circles) ;;
+  kernel-paths) heading="a kernel path is opened without fgHostPath" lines=$(check_kernel_paths) ;;
+  raw-calls) heading="a file is opened outside LIB/host and libzel/kernel" lines=$(check_raw_calls) ;;
+  lengths) heading="too long" lines=$(check_lengths) ;;
+  stray-tests) heading="a test file that no test program builds" lines=$(check_stray_tests) ;;
+  shell) heading="shellcheck" lines=$(check_shell) ;;
+  tidy) heading="clang-tidy" lines=$(check_tidy) ;;
+  *) echo "check: there is no check '$1'" >&2 && exit 2 ;;
+  esac
+  [ -n "$lines" ] || return 0
+  printf 'check: %s\n%s\n' "$heading" "$lines" >&2
+  failed=1
+}
 
+for name in "${wanted[@]}"; do
+  run "$name"
+done
 [ $failed -eq 0 ] && echo "check: clean"
 exit $failed

@@ -4,6 +4,7 @@
 #include "HostRoot.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <new>
 #include <sys/types.h>
@@ -56,6 +57,10 @@ ScopedFile openHostStream(const char *path) {
     if (opened != nullptr)
         static_cast<void>(stream.release());
     return opened;
+}
+
+int measureFilesystem(const char *path, struct statfs64 &size) {
+    return statfs64(path, &size) == 0 ? 0 : errno;
 }
 
 } // namespace zel

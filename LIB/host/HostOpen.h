@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/vfs.h>
 
 namespace zel {
 
@@ -30,5 +31,9 @@ ScopedDescriptor openHostDirectory(const char *path);
 /// later would be taken for what is missing. Null leaves errno. It asks the system for nothing but the open, the reads
 /// and the close.
 ScopedFile openHostStream(const char *path);
+
+/// The size of the filesystem that holds `path`, which has the host root before it already: 0, or the error number of
+/// statfs64. The call may never return (threads/BoundedCall.h).
+int measureFilesystem(const char *path, struct statfs64 &size);
 
 } // namespace zel

@@ -3,9 +3,9 @@
 
 #include "MM_FS_Info.h"
 #include "Settings.h"
+#include "host/HostOpen.h"
 #include "rates/Saturate.h"
 
-#include <cerrno>
 #include <ctime>
 
 namespace {
@@ -37,7 +37,7 @@ namespace zel {
 
 int askMount(const char *path, MountAnswer &answer) {
     const long long before = coarseMilliseconds();
-    const int error = statfs64(path, &answer.status) == 0 ? 0 : errno;
+    const int error = measureFilesystem(path, answer.status);
     answer.slow = coarseMilliseconds() - before > FS_SLOW_MILLISECONDS;
     return error;
 }

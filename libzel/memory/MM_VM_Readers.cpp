@@ -1,6 +1,7 @@
 // The readers of the VM collector, one per kernel file.
 #include "HostRoot.h"
 #include "MM_VM_Info.h"
+#include "host/RegularFile.h"
 #include "host/ScopedHandle.h"
 #include "kernel/KernelText.h"
 #include "memory/VmFiles.h"
@@ -162,7 +163,7 @@ int CMM_VM_Info::fMGetStat_k2_6(long *counters) {
 }
 
 int CMM_VM_Info::fMGetPageFault(long *counters) {
-    const zel::ScopedDirectory processes(opendir(fgHostPath("/proc")));
+    const zel::ScopedDirectory processes = zel::openDirectory(fgHostPath("/proc"));
     if (processes == nullptr)
         return 0;
     while (const dirent *entry = readdir(processes.get())) {

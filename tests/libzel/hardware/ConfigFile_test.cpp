@@ -1,5 +1,5 @@
-#include "hardware/ConfigFile.h"
 #include "Paths.h"
+#include "hardware/ConfigFile.h"
 
 #include "Disk_Info.h"
 #include "HostFixture.h"
