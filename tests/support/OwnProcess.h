@@ -29,3 +29,10 @@ template<typename Check> bool trueInChild(Check check) {
     EXPECT_EQ(status, 0);
     return status == 0;
 }
+
+#ifdef __SANITIZE_THREAD__
+#define SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED()                                                                            \
+    GTEST_SKIP() << "ThreadSanitizer follows neither held locks nor new threads into the child of a fork"
+#else
+#define SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED() static_cast<void>(0)
+#endif

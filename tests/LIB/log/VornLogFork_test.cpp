@@ -15,13 +15,6 @@ namespace {
 
 constexpr const char *logFile = "agent/bin/20231114_app.log";
 
-#ifdef __SANITIZE_THREAD__
-#define SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD()                                                                 \
-    GTEST_SKIP() << "ThreadSanitizer takes a lock of the parent's other threads for held in the child"
-#else
-#define SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD() static_cast<void>(0)
-#endif
-
 // A staged home at 2023-11-14 22:13:20.
 class LoggerFork : public testing::Test {
 protected:
@@ -53,7 +46,7 @@ protected:
 
 // Another thread stays inside the logger, with every lock that a message takes.
 TEST_F(LoggerFork, ChildWritesWhileAThreadOfTheParentIsInsideTheLogger) {
-    SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD();
+    SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED();
     const auto log = newLog(0);
     log->fSetThreadChk(1);
     install(*log);
@@ -98,7 +91,7 @@ TEST_F(LoggerFork, ChildOfAThreadedLoggerWritesDirectlyAndLeavesTheQueueToThePar
 }
 
 TEST_F(LoggerFork, ChildMakesAThreadedLoggerOfItsOwn) {
-    SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD();
+    SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED();
     const ThreadWatch threads;
     auto log = newLog(1);
     log->fLogWrite(3, 1, "unit", "of the parent");
@@ -114,7 +107,7 @@ TEST_F(LoggerFork, ChildMakesAThreadedLoggerOfItsOwn) {
 
 // Forks at every moment of four threads that log.
 TEST_F(LoggerFork, EveryChildWritesUnderLoad) {
-    SKIP_WHERE_LOCKS_ARE_FOLLOWED_INTO_THE_CHILD();
+    SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED();
     for (const int threadMode : {0, 1}) {
         const ThreadWatch threads;
         auto log = newLog(threadMode);

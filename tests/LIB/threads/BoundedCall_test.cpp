@@ -363,6 +363,7 @@ TEST(BoundedCall, SilentSubjectsThatNobodyAsksForAreForgotten) {
 
 // The threads of the parent are not in the child: what hangs in them would be waited for again and again.
 TEST(BoundedCall, ChildOfAForkAsksAgainWhatHangsInTheParent) {
+    SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED();
     HangingWork hanging;
     ASSERT_EQ(endOf("hangs", 1ms, hanging.work()).error, ETIMEDOUT);
     EXPECT_TRUE(trueInChild([] {
