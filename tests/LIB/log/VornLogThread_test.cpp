@@ -1,5 +1,6 @@
 // The logger in thread mode.
 #include "Cancellation.h"
+#include "Faults.h"
 #include "HeldThread.h"
 #include "ScratchHome.h"
 #include "StreamCapture.h"
@@ -135,6 +136,16 @@ TEST_F(LoggerThread, QueueTakesItsLastMessageAtFiveHundred) {
     log->fLogWrite(3, 2, "unit", "one too many");
     EXPECT_EQ(log->m_pcQueue->getCount(), 501);
     EXPECT_STREQ(log->m_pcQueue->_list.back()->m_strCollectData, "the last one");
+}
+
+TEST_F(LoggerThread, MessageForAFullQueueTakesNoMemory) {
+    const HeldThread thread;
+    const auto log = newLog();
+    for (int i = 0; i < 501; ++i)
+        log->m_pcQueue->push(new MessageQWriteLog{});
+    const Fault counting(Call::Allocation, 0);
+    log->fLogWrite(3, 1, "unit", "one too many");
+    EXPECT_EQ(Fault::calls(), 0);
 }
 
 TEST_F(LoggerThread, MessageWithoutMemoryIsAccountedFor) {
