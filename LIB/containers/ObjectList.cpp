@@ -68,6 +68,7 @@ CObjectList::~CObjectList() {
         std::free(std::exchange(spare, spare->m_pstNext));
 }
 
+// The position is set whatever the result: it tells a caller where the duplicate's place would be.
 int CObjectList::fSearchInsertPosition(const Node *node, Node **position) const {
     if (node == nullptr || position == nullptr)
         return 0;
@@ -117,6 +118,8 @@ int CObjectList::fAddNode(const Node *node) {
     return 1;
 }
 
+// After the head was removed the walk goes on from the new head's successor: consumers of the list expect one removal
+// at the front.
 int CObjectList::fDeleteNode(int index) {
     int removed = 0;
     Node *node = m_pstHead;
@@ -137,6 +140,7 @@ Node *CObjectList::fGetNode(int index) const {
     return firstNode(m_pstHead, [index](int other) { return other == index; });
 }
 
+// Look-ups mostly come in the order of the list: the node after the last one found is tried first.
 Node *CObjectList::findUnique(int index) {
     Node *next = m_state->lastFound == nullptr ? nullptr : m_state->lastFound->m_pstNext;
     Node *node = next != nullptr && next->m_nIndex == index ? next : fGetNode(index);

@@ -8,6 +8,7 @@
 
 int g_nIPv6Flag;
 
+// A select without descriptors sleeps and leaves SIGALRM and its timers to the program.
 int fgUSleep(int usec) {
     constexpr int microsecondsPerSecond = 1000000;
     constexpr int shortestSleep = 1000;
@@ -18,6 +19,7 @@ int fgUSleep(int usec) {
     return 1;
 }
 
+// A double holds the seconds of today to less than a microsecond.
 double fGetCurVelmorTime() {
     timeval now{};
     gettimeofday(&now, nullptr);
@@ -28,6 +30,7 @@ int fGetPushCurVelmorTime() {
     return static_cast<int>(std::time(nullptr));
 }
 
+// Keys of stored readings: the formula must never change. Bytes above 127 count as negative, as they always did.
 int ELFHash(const char *text) {
     constexpr std::uint32_t multiplier = 131;
     constexpr std::uint32_t withoutTopBit = 0x7fffffff;

@@ -52,6 +52,7 @@ int slotOf(const void *block) {
     return noSlot;
 }
 
+// From the end: a table that has grown is filled from there.
 int lastFreeSlot() {
     for (int slot = g_stMemUse.m_nMemSize - 1; slot >= 0; --slot)
         if (g_stMemUse.m_ppvdMEM[slot] == nullptr)
@@ -59,6 +60,7 @@ int lastFreeSlot() {
     return noSlot;
 }
 
+// What one debug number holds.
 struct BlockSum {
     int count;
     long long bytes;
@@ -75,6 +77,7 @@ BlockSum blocksOf(int debugNumber) {
     return sum;
 }
 
+// The report names every debug number once, in the order of first appearance.
 bool firstOfItsNumber(int slot) {
     for (int earlier = 0; earlier < slot; ++earlier)
         if (g_stMemUse.m_ppvdMEM[earlier] != nullptr &&
@@ -107,6 +110,7 @@ void reportReuse(const char *call, int slot) {
                      blocksOf(oldNumber).count, g_stMemUse.m_pnMEMSize[slot]);
 }
 
+// To the log and to standard error, each on its own condition.
 void reportLine(const char *line) {
     char message[128];
     ZEL_LOG(zel::debugLogOpen(zel::LOG_MODULE_UNI, zel::LOG_DETAIL_UNI), zel::LOG_LEVEL_DEBUG, "LIB", message, "%s",

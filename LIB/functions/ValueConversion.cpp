@@ -64,6 +64,7 @@ char *printFloat(const void *value, char *text) {
     return text;
 }
 
+// The rest of the buffer is cleared: the bytes need not end in a zero.
 char *copyShortOctets(const void *value, char *text, std::size_t length) {
     trace(STEP_SHORT_OCTETS);
     std::memset(text, 0, VALUE_TEXT_SIZE);
@@ -72,6 +73,7 @@ char *copyShortOctets(const void *value, char *text, std::size_t length) {
     return text;
 }
 
+// The caller's buffer is too small: a larger one takes its place.
 char *copyLongOctets(const void *value, char **text, std::size_t length) {
     trace(STEP_LONG_OCTETS);
     std::free(*text);
@@ -87,6 +89,7 @@ char *copyLongOctets(const void *value, char **text, std::size_t length) {
     return copy;
 }
 
+// Types whose value is copied byte by byte.
 bool isOctetType(int type) {
     return type == VALUE_OCTETS || type == VALUE_IDENTIFIER || type == VALUE_ADDRESS || type == VALUE_OWN_OCTETS ||
            type == VALUE_OWN_TEXT;
@@ -99,6 +102,7 @@ template<typename Number> void *newNumber(Number number) {
     return value;
 }
 
+// A text that is shorter than asked for is filled with zeros.
 void *newOctets(const char *text, std::size_t length) {
     char *value = static_cast<char *>(std::calloc(length + 1, 1));
     if (value != nullptr)
@@ -138,6 +142,7 @@ void *newValue(const char *text, int type, std::size_t length) {
 
 } // namespace
 
+// The steps of the trace are contract: a debugger finds the last one reached.
 char *NValueVtoA(const void *value, char **text, int type, int len) {
     trace(STEP_ENTERED);
     if (value == nullptr)
@@ -171,6 +176,7 @@ char *NValueVtoA(const void *value, char **text, int type, int len) {
     }
 }
 
+// What cannot be converted leaves the caller's value alone; what can replaces it.
 void *NValueAtoV(const char *text, void **value, int type, int len) {
     if (len < 0 || text == nullptr || *text == '\0' || value == nullptr)
         return nullptr;

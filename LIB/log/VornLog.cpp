@@ -20,6 +20,7 @@ pthread_mutex_t l_gstLogMutexLock = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
 
+// In the order of preference.
 constexpr const char *compressors[] = {"/usr/sbin/compress", "/usr/bin/compress", "/bin/compress", "/sbin/compress",
                                        "/usr/sbin/gzip",     "/usr/bin/gzip",     "/bin/gzip",     "/sbin/gzip"};
 constexpr unsigned long bytesPerKilobyte = 1024;
@@ -65,6 +66,7 @@ MutexUsers &mutexUsers() {
     return *users;
 }
 
+// The mutex, for a logger that is set to take it. The setting may change while a thread is inside.
 class WriteLock {
 public:
     explicit WriteLock(CVornLog &log)
@@ -80,6 +82,7 @@ private:
     const bool m_taken;
 };
 
+// What the log gate calls: it knows no more of a logger than its address.
 void writeToLogger(CVornLog &logger, int level, int line, const char *sourceName, const char *message) {
     logger.fLogWrite(level, line, sourceName, message);
 }
@@ -124,6 +127,7 @@ CVornLog::CVornLog(int logMode, const char *name, int validDay, int threadMode) 
         zel::startThreadMode(*this, *m_state);
 }
 
+// First nobody enters the logger any more, then its writer leaves it: only then does the file go.
 CVornLog::~CVornLog() {
     zel::withdrawLogger(this);
     zel::stopThreadMode(*this, *m_state);
@@ -149,6 +153,7 @@ int CVornLog::fSetValidDay(int days) {
     return days < 0 ? 0 : 1;
 }
 
+// The path is used by whoever writes: a caller under the mutex, or the writer thread under its link.
 int CVornLog::fSetLogPath(const char *directory) {
     if (directory == nullptr)
         return 0;
@@ -165,6 +170,7 @@ int CVornLog::fSetLogPath(const char *directory) {
     return 1;
 }
 
+// An unknown unit gives 0, at which every write starts a new file: consumers of the setting expect it.
 int CVornLog::fSetLogSize(int size, int unit) {
     if (size < 0) {
         writeShared(m_ulLogSize, LOG_SIZE_DEFAULT);
@@ -191,6 +197,7 @@ int CVornLog::fSetLogCompress(int on) {
     return 1;
 }
 
+// Queued messages of this form carry "src" for their source: their argument was never queued.
 void CVornLog::fLogWrite(int level, const char *file, const char *message) {
     const WriteLock held(*this);
     if (m_nThreadMode == 1 && m_pcQueue != nullptr)

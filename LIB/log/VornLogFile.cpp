@@ -41,6 +41,7 @@ char *append(char *out, const char *text, std::size_t length) {
     return out + length;
 }
 
+// The three forms of fGetDayTime; another form gives an empty text.
 void formatTime(const std::tm &local, char *out, int form) {
     char text[64];
     out[0] = '\0';
@@ -68,11 +69,13 @@ const char *directoryOf(const CVornLog &log) {
     return log.m_pstrLogPath == nullptr ? "./" : log.m_pstrLogPath;
 }
 
+// "20240131_agent.log", also compressed.
 bool isLogName(std::string_view name) {
     return name.size() >= shortestLogName &&
            (name.ends_with(".log") || name.ends_with(".log.gz") || name.ends_with(".log.Z"));
 }
 
+// Without memory the old text stays.
 void replaceText(char *&text, const char *directory, const char *name) {
     const std::size_t size = std::strlen(directory) + std::strlen(name) + 1;
     char *joined = new (std::nothrow) char[size];
@@ -146,6 +149,7 @@ int CVornLog::fLogSizeChk() {
     return 0;
 }
 
+// The first file of the process is a change of date, too: from "EMPTY". What was never opened is not compressed.
 void CVornLog::fDateChangeChk() {
     char today[16];
     fGetThreadDayTime(0, today, 1);
@@ -160,6 +164,7 @@ void CVornLog::fDateChangeChk() {
     fOpenLogFile();
 }
 
+// After a restart the day's first file is continued, and its first rotation continues the file numbered 1.
 void CVornLog::fLogNameChange(int first) {
     char today[16];
     const std::time_t now = fGetThreadDayTime(0, today, 1);
@@ -201,6 +206,7 @@ int CVornLog::fGetRecentLogFile(const char *date) {
     return 1;
 }
 
+// The date in the name counts, not the age of the file: a file that was copied or touched goes in its time.
 void CVornLog::fOldLogFileCheck(std::time_t now) {
     constexpr std::time_t secondsPerDay = 86400;
     const std::time_t limit = now - static_cast<std::time_t>(readShared(m_nValidDay)) * secondsPerDay;
@@ -219,6 +225,7 @@ void CVornLog::fOldLogFileCheck(std::time_t now) {
     }
 }
 
+// The runner goes on in the background: the file is full, nothing waits for its end.
 void CVornLog::fLogCompress() {
     if (m_pstrLogFile == nullptr || m_nCompressChk != 1)
         return;

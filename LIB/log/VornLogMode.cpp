@@ -91,6 +91,7 @@ void applyDetails(Words &words, const Module &module, std::size_t opened, std::s
     });
 }
 
+// A module bit is never cleared but by NOLOG; a detail bit is cleared in every level that the group does not open.
 void applyModule(Words &words, std::string_view word, std::size_t opened, std::string_view details) {
     if (word == "ALL") {
         for (std::size_t level = 0; level < words.size(); ++level)
@@ -133,6 +134,7 @@ bool applyGroup(Words &words, std::string_view group) {
     return true;
 }
 
+// The short form is one word; whatever is not a level closes every gate.
 Words readKeywords(std::string_view text) {
     Words words;
     if (text.find(':') == std::string_view::npos) {
@@ -147,6 +149,7 @@ Words readKeywords(std::string_view text) {
     return words;
 }
 
+// Other threads test the words meanwhile: each changes once, to its final value.
 void publish(const Words &words) {
     const auto store = [](const LevelWords &level, int &module, int &detail1, int &detail2) {
         zel::writeShared(module, level.module);

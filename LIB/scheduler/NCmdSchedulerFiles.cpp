@@ -26,6 +26,7 @@ namespace {
 constexpr int daemonPollPause = 1000000; // microseconds
 constexpr mode_t commandFileMode = 0644;
 
+// "disk/usage" in the home "cmd/" gives "cmd/shcmd_disk_usage.cmd": no key leads out of the home.
 zel::Text commandFilePath(const char *home, const char *key) {
     char name[SCHEDULER_KEY_SIZE];
     std::size_t length = 0;
@@ -43,6 +44,7 @@ bool takeCmdSync() {
 
 } // namespace
 
+// A file that is there already is the same request, not yet picked up by the daemon.
 int zel::saveCommandFile(SchedulerLink &link, const char *key, const char *command) {
     if (readShared(link.owner->m_nCmdRunFlag) == 1) {
         ZEL_SCHEDULER_NOTICE(link, "command now running(mode=1) : %s", command == nullptr ? "" : command);
@@ -76,6 +78,7 @@ int zel::saveCommandFile(SchedulerLink &link, const char *key, const char *comma
     return 0;
 }
 
+// Both scripts are announced as a start: consumers of the log expect these words.
 int zel::runDaemonScript(SchedulerLink &link, const char *script) {
     const char *home = link.owner->m_pstrCmdSchedulerHome;
     if (home == nullptr) {

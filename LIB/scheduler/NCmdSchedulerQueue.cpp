@@ -36,6 +36,7 @@ QueuedCommand newQueuedCommand(const char *command) {
     return queued;
 }
 
+// Outside the link: a command may take long, and its scheduler may go meanwhile.
 void run(const MessageQData *queued) {
     if (queued == nullptr) {
         ZEL_WORKER_LOG(zel::loggerInstalled(), "l_pclMsgQData===NULL");
@@ -55,6 +56,7 @@ void zel::freeQueue(Queue<MessageQData *> *queue) {
     delete queue;
 }
 
+// The count in the message is the one that was seen: others may have pushed since.
 int zel::addToQueue(SchedulerLink &link, const char *command) {
     Queue<MessageQData *> *queue = readShared(link.owner->m_pcQueue);
     if (queue == nullptr)
