@@ -112,6 +112,7 @@ TEST_P(HbaInventory, MarkerOfTheOtherFileIsNotTaken) {
 }
 
 TEST(HbaInventoryRequest, ModeOneRunsTheProgramAtOnce) {
+    const ScratchHome home;
     std::vector<std::string> commands;
     systemHooks().system = [&](const char *command) {
         commands.emplace_back(command);
@@ -124,12 +125,14 @@ TEST(HbaInventoryRequest, ModeOneRunsTheProgramAtOnce) {
 }
 
 TEST(HbaInventoryRequest, ProgramThatCannotBeStartedGivesZero) {
+    const ScratchHome home;
     systemHooks().system = [](const char *) { return -1; };
     CMM_HBA_Info ports;
     EXPECT_EQ(ports.fCommandINV(1), 0);
 }
 
 TEST(HbaInventoryRequest, OtherModesAreHandedToTheSchedulerUnderTheProcessorKey) {
+    const ScratchHome home;
     bool ran = false;
     systemHooks().system = [&](const char *) {
         ran = true;
@@ -155,6 +158,7 @@ TEST(HbaInventoryRequest, OtherModesAreHandedToTheSchedulerUnderTheProcessorKey)
 }
 
 TEST(HbaInventoryRequest, WithoutSchedulerNothingIsRun) {
+    const ScratchHome home;
     bool ran = false;
     systemHooks().system = [&](const char *) {
         ran = true;
