@@ -1,3 +1,4 @@
+// The card and port inventories, and who asks for them.
 #include "LogCapture.h"
 #include "MM_HBA_Info.h"
 #include "NCmdScheduler.h"
