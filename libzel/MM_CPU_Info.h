@@ -57,7 +57,7 @@ public:
 
     /// The machine's used percentage of the last sample with text; -1 before it.
     float fGetUtilization() const { return m_fUsed; }
-    /// Processor lines met by the last sample of any kind, also by one that was swallowed.
+    /// Processor lines that the last sample of any kind found, also one that was swallowed.
     int fGetLogicalCpuCnt() const { return m_nLogicalCpuCnt; }
 
     /// Takes a sample like fMGetCpu, without swallowing a first one, and writes the push text: the code, then the CPU

@@ -1,6 +1,6 @@
 // CSSUtil: the toolkit of every collector. Reads kernel files into buffers, walks lines and tokens, turns tick counters
 // into percentages and deltas, converts pages and blocks to kilobytes, measures elapsed time and formats sizes and
-// times for display. Nothing here reports a failure by itself: results tell success. Not thread-safe: the size
+// times for display. Failures are results, nothing is logged. Not thread-safe: the size
 // formatters of all instances share one result buffer.
 #pragma once
 

@@ -2,7 +2,7 @@
 //
 // The embedding program assigns them directly, before it builds the first collector; collectors only read them. A
 // setting that is never assigned is 0 (an empty list, a null key). The settings of the runtime (g_nPrint, g_nIPv6Flag,
-// g_nDataBufferSaveMaxSize, the watchdog's) stand in the headers of their users, the host root in HostRoot.h.
+// g_nDataBufferSaveMaxSize, the watchdog's) are in the headers of their users, the host root is in HostRoot.h.
 #pragma once
 
 #include "HostRoot.h"
@@ -71,7 +71,7 @@ extern int g_nFSTokenCount;
 
 // --- Processes -----------------------------------------------------------------------------------------------------
 
-/// On 2.4 kernels, 1: take the process list, resp. the CPU percent of java processes, from a script.
+/// On 2.4 kernels, 1: take the process list from a script; take the CPU percent of java processes from one.
 extern int g_nGetProcessType;
 extern int g_nGetProcessJAVA;
 /// 1 (with g_nProcExtendFlag 0): the process text has the executable's file name as its last column.

@@ -2,7 +2,6 @@
 #include "disk/MM_IO_Pass.h"
 
 #include "NGFunctions.h"
-#include "SSUtil.h"
 #include "Settings.h"
 #include "disk/MM_IO_Rates.h"
 #include "disk/MM_IO_State.h"
@@ -14,8 +13,6 @@
 namespace zel {
 
 namespace {
-
-constexpr int statFileSize = 4096;
 
 constexpr int shortestWaitPeriod = 100;
 constexpr int waitMicroseconds = 500000;
@@ -175,9 +172,10 @@ bool DiskPass::computeByKey(int key) {
 
 bool DiskPass::takeBlockCounters() {
     m_disks.fMGetDevNames(1);
-    char statText[statFileSize];
-    if (CSSUtil::fFile2Buff("/proc/stat", statText, statFileSize) < 1)
+    const FileText stat = m_state.statFile.read();
+    if (!stat)
         return false;
+    const char *statText = stat.text.data();
     DiskValues writeBlocks(statText, "disk_wblk ");
     DiskValues readBlocks(statText, "disk_rblk ");
     DiskValues writes(statText, "disk_wio ");

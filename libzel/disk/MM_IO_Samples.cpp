@@ -69,7 +69,7 @@ bool NamedSamples::keep(const _ST_COMPUTE_IO &sample, _ST_COMPUTE_IO *old) {
 }
 
 _ST_DISK_OLD_LIST *KeyedSamples::find(int key) {
-    return findBehind(m_samples, m_last, key) == m_samples.end() ? nullptr : m_last->second;
+    return findNear(m_samples, m_last, key) == m_samples.end() ? nullptr : m_last->second;
 }
 
 void KeyedSamples::insert(int key, const _ST_COMPUTE_IO &sample) {

@@ -4,6 +4,7 @@
 #include "PerfText.h"
 #include "disk/MM_IO_LineMemory.h"
 #include "disk/MM_IO_PushRows.h"
+#include "kernel/KernelFile.h"
 #include "kernel/WholeFile.h"
 
 #include <cstddef>
@@ -13,6 +14,7 @@ namespace zel {
 struct DiskState {
     DiskLineMemory lines;
     WholeFile partitionFile;
+    KernelFile statFile{"/proc/stat", 4096}; // kernels of 2.2
     DiskPushRows pushRows;
     // Bytes of m_pStrDiskINV and m_pstrDiskName: their stated sizes may be wrong.
     std::size_t inventoryCapacity = PERF_TABLE_SIZE;

@@ -15,7 +15,7 @@
 
 namespace zel {
 
-/// What a read gave: a text, which is terminated behind its last character, or the reason why there is none.
+/// What a read gave: a text, which is terminated after its last character, or the reason why there is none.
 struct FileText {
     enum class Failure { None, NotOpened, NotRead };
 

@@ -142,7 +142,7 @@ bool InterfacePass::takeListReading(_ST_STATIC_NETWORK &reading) {
 // Takes one interface in text mode. True when it gave a row: it has a previous reading.
 bool InterfacePass::takeTextReading(_ST_STATIC_NETWORK &reading) {
     const int key = ELFHash(reading.l_strIfName);
-    const auto known = zel::findBehind(m_collector.m_NetworkMap, m_lastKey, key);
+    const auto known = zel::findNear(m_collector.m_NetworkMap, m_lastKey, key);
     if (m_collector.m_nInsertFirst == 0)
         attachBandwidth(reading);
     else if (known != m_collector.m_NetworkMap.end()) {

@@ -1,3 +1,4 @@
+// The ordered list: nodes, searches, insertion and sorting.
 #include "SSList.h"
 
 #include <cstdlib>
@@ -110,7 +111,7 @@ SSListNode *CSSList::fSlSearch(const void *key, int, SSListCompare cmp) const {
     return predecessor != nullptr ? predecessor->l_pstNext : nullptr;
 }
 
-// Moves the first node that stands behind a greater one directly before it; false when there is none.
+// Moves the first node that comes after a greater one to the place before it; false when there is none.
 bool CSSList::moveOneForward(SSListCompare cmp) {
     for (SSListNode *before = m_pstLlHead; before->l_pstNext != nullptr; before = before->l_pstNext) {
         SSListNode *current = before->l_pstNext;

@@ -1,3 +1,4 @@
+// Settings that nobody has assigned.
 #include "Settings.h"
 
 #include "LogGate.h"

@@ -15,7 +15,7 @@ inline constexpr std::size_t STACK_LIMIT = 16384;
 
 namespace stack_use_detail {
 
-inline constexpr std::size_t stackSize = std::size_t{1} << 20;
+inline constexpr std::size_t stackSize = std::size_t{1} << 18;
 inline constexpr unsigned char paint = 0xA5;
 
 struct Deep {

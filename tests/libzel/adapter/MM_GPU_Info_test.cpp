@@ -1,3 +1,4 @@
+// The frame of the GPU collector.
 #include "MM_GPU_Info.h"
 
 #include "HostFixture.h"
@@ -53,7 +54,7 @@ TEST(GpuProcesses, EmptyMapGivesTheHeaderAlone) {
     EXPECT_EQ(gpu.m_const_pstrGpuProcInfo, header);
 }
 
-TEST(GpuProcesses, RowsStandInKeyOrderWithTheirOwnIndex) {
+TEST(GpuProcesses, RowsAreInKeyOrderWithTheirOwnIndex) {
     CMM_GPU_Info gpu;
     gpu.m_GpuProcMap[700] = process(700, 1, "trainer", 35, 80);
     gpu.m_GpuProcMap[-5] = process(41, 0, "a name", 5, 7);

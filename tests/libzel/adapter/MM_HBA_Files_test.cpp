@@ -1,3 +1,4 @@
+// The files of a Fibre Channel port: lines, numbers, port names.
 #include "HostFixture.h"
 #include "LogCapture.h"
 #include "MM_HBA_Info.h"
@@ -30,8 +31,8 @@ TEST(PortName, TextBeforeThePrefixIsDropped) {
     EXPECT_EQ(formatted("0x0xab"), "0X-AB-");
 }
 
-TEST(PortName, PairsBehindTheSeventhAreNotJoined) {
-    // Seven "-" behind the positions 2, 4 ... 14; none behind 16 and 18.
+TEST(PortName, PairsAfterTheSeventhAreNotJoined) {
+    // Seven "-" after the positions 2, 4 ... 14; none after 16 and 18.
     EXPECT_EQ(formatted("0x001122334455667788"), "00-11-22-33-44-55-66-7788");
     EXPECT_EQ(formatted("0xabc"), "AB-C");
     EXPECT_EQ(formatted("0x"), "");

@@ -1,3 +1,4 @@
+// Gathers of the Fibre Channel ports and their rates.
 #include "MM_HBA_Info.h"
 
 #include "FcHost.h"
@@ -227,7 +228,7 @@ TEST_F(HbaGather, EmptyDirectoryIsAFinishedGather) {
 
 class HbaBrokenWalk : public HbaGather, public testing::WithParamInterface<const char *> {};
 
-TEST_P(HbaBrokenWalk, ReportsThePortsBeforeTheMissingFileAndNoneBehind) {
+TEST_P(HbaBrokenWalk, ReportsThePortsBeforeTheMissingFileAndNoneAfterIt) {
     for (const char *name : {"host1", "host2", "host3"})
         writeFcPort(m_host, name, firstReading);
     const std::vector<std::string> order = fcPortsInOrder(m_host);
@@ -322,7 +323,7 @@ TEST_F(HbaGather, OnlyTheFirstLineOfAFileCounts) {
     writeFcPort(m_host, "host1", {.portName = "0x1234\nsecond", .portState = "Online\n", .inputRequests = "4\n9"});
     gather(1);
 
-    // A short name keeps the "-" behind its last pair.
+    // A short name keeps the "-" after its last pair.
     EXPECT_EQ(gather(1), header + portRow(1, "12-34-", "host1", "Online", std::vector<std::string>(6, "0.00")));
     EXPECT_EQ(m_ports.m_HBA_Map.at(ELFHash("host1"))->l_ulInputCnt, 4U);
 }

@@ -1,3 +1,4 @@
+// The card and port inventories, and who asks for them.
 #include "LogCapture.h"
 #include "MM_HBA_Info.h"
 #include "NCmdScheduler.h"
@@ -112,6 +113,7 @@ TEST_P(HbaInventory, MarkerOfTheOtherFileIsNotTaken) {
 }
 
 TEST(HbaInventoryRequest, ModeOneRunsTheProgramAtOnce) {
+    const ScratchHome home;
     std::vector<std::string> commands;
     systemHooks().system = [&](const char *command) {
         commands.emplace_back(command);
@@ -124,12 +126,14 @@ TEST(HbaInventoryRequest, ModeOneRunsTheProgramAtOnce) {
 }
 
 TEST(HbaInventoryRequest, ProgramThatCannotBeStartedGivesZero) {
+    const ScratchHome home;
     systemHooks().system = [](const char *) { return -1; };
     CMM_HBA_Info ports;
     EXPECT_EQ(ports.fCommandINV(1), 0);
 }
 
 TEST(HbaInventoryRequest, OtherModesAreHandedToTheSchedulerUnderTheProcessorKey) {
+    const ScratchHome home;
     bool ran = false;
     systemHooks().system = [&](const char *) {
         ran = true;
@@ -155,6 +159,7 @@ TEST(HbaInventoryRequest, OtherModesAreHandedToTheSchedulerUnderTheProcessorKey)
 }
 
 TEST(HbaInventoryRequest, WithoutSchedulerNothingIsRun) {
+    const ScratchHome home;
     bool ran = false;
     systemHooks().system = [&](const char *) {
         ran = true;

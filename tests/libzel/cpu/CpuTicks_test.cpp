@@ -1,3 +1,4 @@
+// The processor lines of /proc/stat in both layouts.
 #include "cpu/CpuTicks.h"
 
 #include <cctype>

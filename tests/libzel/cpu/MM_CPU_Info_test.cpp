@@ -1,3 +1,4 @@
+// CPU samples: shares, first samples, gatherings, interrupts, kernels.
 #include "MM_CPU_Info.h"
 
 #include "HostFixture.h"
@@ -110,7 +111,7 @@ TEST_F(CpuSample, WithoutTextTheFirstOneIsReturnedAndCoversTheTimeSinceBoot) {
 // Only the minor number of the release decides: 2.4, 4.4 and 5.4 kernels are read with four counters. Deltas 10 20 30
 // 120 with the nice ticks counted twice make 200: (20 * 1000 + 100) / 200 = 100 in the wait and the nice column. With
 // five, 10 20 30 80 60 are 200.
-TEST_F(CpuSample, FourFieldKernelsAreToldByTheMinorNumberAlone) {
+TEST_F(CpuSample, MinorNumberAloneDecidesOnFourFields) {
     for (const char *release : {"2.4.21-4.ELsmp", "4.4.0-210-generic", "5.4.0", "2.2.26", "3.0.101-default"}) {
         pretendKernelRelease(release);
         CMM_CPU_Info cpu;
@@ -170,7 +171,7 @@ TEST_F(CpuSample, KernelRuleLeavesOlderKernelsAsTheyAre) {
     }
 }
 
-TEST_F(CpuSample, CountersThatStandStillGiveZero) {
+TEST_F(CpuSample, CountersThatDoNotMoveGiveZero) {
     CMM_CPU_Info cpu;
     sample(cpu, before);
 
@@ -329,7 +330,7 @@ TEST_F(CpuSample, ConstructionWithoutTextMakesNone) {
     EXPECT_STREQ(cpu.m_strPushSplit[1], "\x03\x1F^");
 }
 
-TEST_F(CpuSample, MembersStandInTheirOrder) {
+TEST_F(CpuSample, MembersHaveTheirOrder) {
     CMM_CPU_Info cpu;
     const std::vector<const void *> members = {&cpu.m_plOldCPU,
                                                &cpu.m_pnCPU,
@@ -391,7 +392,7 @@ TEST_F(CpuGathering, HasItsOwnInterval) {
     EXPECT_EQ(cpu.m_nGatherCount, 2);
     EXPECT_EQ(cpu.m_tOldTime, 160);
     EXPECT_EQ(cpu.fGetLogicalCpuCnt(), 2);
-    // The sample in between still stands: one tick of user and one of idle.
+    // The sample in between still counts: one tick of user and one of idle.
     EXPECT_THAT(row(cpu.m_pnCPU[0]), ElementsAre(0, 500, 500, 0, 0));
 }
 
@@ -488,7 +489,7 @@ TEST_F(CpuInterrupts, TotalBeyondTheSignedRangeStillCounts) {
 }
 
 // What the fixed buffer does not hold is not there.
-TEST_F(CpuInterrupts, TotalBehindTheFirst65535BytesCountsAsMissing) {
+TEST_F(CpuInterrupts, TotalBeyondTheFirst65535BytesCountsAsMissing) {
     CMM_CPU_Info cpu;
     const std::size_t machine = std::string("cpu  1 2 3 4 5\n").size();
 

@@ -46,7 +46,7 @@ protected:
     }
 };
 
-TEST_F(PhysicalCpus, AreToldByTheScript) {
+TEST_F(PhysicalCpus, ComeFromTheScript) {
     m_home.plainCommandRunner();
     m_home.script("agent/bin/shell/LINUX/cpu_info", "echo 4\n");
     CMM_CPU_Info cpu;
@@ -101,7 +101,7 @@ protected:
     }
 };
 
-TEST_F(CpuInventory, IsTheTextBehindTheMarker) {
+TEST_F(CpuInventory, IsTheTextAfterTheMarker) {
     CMM_CPU_Info cpu;
 
     EXPECT_EQ(fetch(cpu, "TORVCPU|2|GenuineIntel|model 85\n"), 1);
@@ -153,7 +153,7 @@ TEST_F(CpuInventory, LineStillBeingWrittenIsNotUsed) {
     EXPECT_THAT(log.messages(), ElementsAre("fgets not contents"));
 }
 
-TEST_F(CpuInventory, MissingAndEmptyFilesAreTold) {
+TEST_F(CpuInventory, MissingAndEmptyFilesAreLogged) {
     CMM_CPU_Info cpu;
     LogCapture log;
 
@@ -214,7 +214,7 @@ TEST_F(CpuInventory, ModeOneRunsTheProgramAtOnce) {
     EXPECT_THAT(m_commands, ElementsAre("../../utils/ETC/ShCmd 1200 ./libinvinfo 1 1"));
 }
 
-TEST_F(CpuInventory, ProgramThatCannotBeStartedIsTold) {
+TEST_F(CpuInventory, ProgramThatCannotBeStartedGivesZero) {
     systemHooks().system = [](const char *) { return -1; };
     CMM_CPU_Info cpu;
 

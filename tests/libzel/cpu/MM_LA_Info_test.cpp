@@ -1,3 +1,4 @@
+// The load averages.
 #include "HostFixture.h"
 #include "MM_LA_Info.h"
 

@@ -1,3 +1,4 @@
+// The records of the hardware configuration file.
 #include "Paths.h"
 #include "hardware/ConfigFile.h"
 
@@ -63,7 +64,7 @@ TEST(ConfigLine, FirstColonSplits) {
     EXPECT_EQ(valueOf(""), "none");
 }
 
-TEST(DeviceRecords, NamesStandInOrderOfAppearance) {
+TEST(DeviceRecords, NamesComeInOrderOfAppearance) {
     EXPECT_THAT(
         namesOf("NETWORK", {"-\n", "class: NETWORK\n", "bus: PCI\n", "desc: \"first\"\n", "-\n", "class: CDROM\n",
                             "desc: \"drive\"\n", "-\n", "class: NETWORK\n", "desc: \"second\"\n"}),
@@ -73,11 +74,11 @@ TEST(DeviceRecords, NamesStandInOrderOfAppearance) {
 TEST(DeviceRecords, RecordWithoutNameUsesUpItsIndex) {
     EXPECT_THAT(namesOf("NETWORK", {"class: NETWORK\n", "bus: PCI\n", "-\n", "class: NETWORK\n", "desc: \"second\"\n"}),
                 ElementsAre(Pair(1, "second")));
-    // Also behind a record that has one.
+    // Also after a record that has one.
     EXPECT_THAT(namesOf("NETWORK", {"class: NETWORK\n", "desc: \"first\"\n", "class: NETWORK\n", "class: NETWORK\n",
                                     "desc: \"third\"\n"}),
                 ElementsAre(Pair(0, "first"), Pair(2, "third")));
-    // Also when records of other classes stand between.
+    // Also when records of other classes are between them.
     EXPECT_THAT(namesOf("NETWORK", {"class: NETWORK\n", "class: CDROM\n", "class: HD\n", "class: NETWORK\n",
                                     "desc: \"second\"\n"}),
                 ElementsAre(Pair(1, "second")));

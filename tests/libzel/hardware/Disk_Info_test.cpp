@@ -1,3 +1,4 @@
+// CD-ROM drives.
 #include "Disk_Info.h"
 #include "HostFixture.h"
 

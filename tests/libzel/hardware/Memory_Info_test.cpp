@@ -1,3 +1,4 @@
+// RAM ranges.
 #include "HostFixture.h"
 #include "LogCapture.h"
 #include "Memory_Info.h"

@@ -1,3 +1,4 @@
+// Network adapters.
 #include "HostFixture.h"
 #include "NIC_Info.h"
 
@@ -83,7 +84,7 @@ TEST(NicInventory, MoreDescriptionsThanAdaptersStayInsideTheArray) {
 
 TEST(NicInventory, RecordsThatAreSelectedButNotCountedStayInsideTheArray) {
     HostFixture host;
-    // Two blanks: the record is selected, yet the counted text does not stand in it.
+    // Two blanks: the record is selected, yet the counted text is not in it.
     host.write(configFile, "class: NETWORK\nclass:  NETWORK\ndesc: \"uncounted\"\n");
     CNIC_Info adapters;
 

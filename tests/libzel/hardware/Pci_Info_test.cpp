@@ -1,3 +1,4 @@
+// PCI devices.
 #include "HostFixture.h"
 #include "Pci_Info.h"
 

@@ -1,3 +1,4 @@
+// The field scanner against sscanf.
 #include "kernel/FieldScanner.h"
 
 #include <cstdio>

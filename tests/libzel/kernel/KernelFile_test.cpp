@@ -1,4 +1,4 @@
-// Kernel files read into buffers of a fixed size: what is told apart, what is cut, how often is read.
+// Kernel files read into buffers of a fixed size: which failures differ, what is cut.
 #include "kernel/KernelFile.h"
 
 #include "HostFixture.h"

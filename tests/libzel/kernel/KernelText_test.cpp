@@ -1,3 +1,4 @@
+// Keys and the numbers after them in kernel texts.
 #include "kernel/KernelText.h"
 
 #include "Mutation.h"
@@ -65,7 +66,7 @@ TEST(KernelText, SearchByAnyCharacterOfTheKeyFindsTheSame) {
     EXPECT_LT(found, 19000);
 }
 
-TEST(KernelText, KeysAreFoundWhereTheyFirstStand) {
+TEST(KernelText, KeysAreFoundAtTheirFirstPlace) {
     expectFirstOccurrences(sampleText);
     expectFirstOccurrences("");
     expectFirstOccurrences(" ");
@@ -73,7 +74,7 @@ TEST(KernelText, KeysAreFoundWhereTheyFirstStand) {
     expectFirstOccurrences("pgpgin");
 }
 
-TEST(KernelText, KeysAreFoundWhereTheyFirstStandInAnyText) {
+TEST(KernelText, KeysAreFoundAtTheirFirstPlaceInAnyText) {
     Mutation mutation(7);
     for (int round = 0; round < 500; ++round)
         expectFirstOccurrences(mutation.of(sampleText));

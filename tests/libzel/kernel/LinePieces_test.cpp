@@ -1,3 +1,4 @@
+// Lines that are taken in pieces.
 #include "kernel/LinePieces.h"
 
 #include "HostFixture.h"

@@ -1,3 +1,4 @@
+// The record of the kernel release, and which release the collectors follow.
 #include "MM_INIT_Info.h"
 #include "MM_LA_Info.h"
 #include "SettingGuard.h"
@@ -28,7 +29,7 @@ TEST(OsIdentity, ReleaseGivesItsFirstThreeNumbers) {
 }
 
 TEST(OsIdentity, ComponentWithoutDigitsIsZero) {
-    expectRelease("6.x.3", 6, 0, 0); // "x" is stepped over as the separator, the "." then stands for the third
+    expectRelease("6.x.3", 6, 0, 0); // "x" is stepped over as the separator, the "." is then the third one
     expectRelease("", 0, 0, 0);
     expectRelease("generic", 0, 0, 0);
 }

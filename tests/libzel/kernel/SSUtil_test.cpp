@@ -1,3 +1,4 @@
+// The toolkit of the collectors: files, lines, counters, units, times and sizes.
 #include "Faults.h"
 #include "FrozenClock.h"
 #include "HostFixture.h"
@@ -36,7 +37,7 @@ TEST(FileToBuffer, EmptyFileAndDirectoryGiveZero) {
     EXPECT_EQ(CSSUtil::fFile2Buff(scratch.path().c_str(), buffer, sizeof(buffer)), 0);
 }
 
-TEST(FileToBuffer, WholeBufferIsZeroedBehindTheText) {
+TEST(FileToBuffer, WholeBufferIsZeroAfterTheText) {
     TempDirectory scratch;
     std::vector<char> buffer(64, 'x');
     EXPECT_EQ(CSSUtil::fFile2Buff(scratch.write("file", "abc").c_str(), buffer.data(), 64), 3);

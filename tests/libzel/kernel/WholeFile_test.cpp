@@ -1,3 +1,4 @@
+// Kernel files read whole, and the walk over their lines.
 #include "kernel/WholeFile.h"
 
 #include "HostFixture.h"

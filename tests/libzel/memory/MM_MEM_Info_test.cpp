@@ -1,3 +1,4 @@
+// Memory, swap and memory modules.
 #include "MM_MEM_Info.h"
 
 #include "HostFixture.h"
@@ -117,7 +118,7 @@ TEST_F(MemoryReading, UnreadableFileFailsAndKeepsTheLastReading) {
     EXPECT_EQ(memory.fMGetTotMem(), 16000000U);
 }
 
-TEST_F(MemoryReading, KeyBehindTheFirst4095BytesCountsAsMissing) {
+TEST_F(MemoryReading, KeyBeyondTheFirst4095BytesCountsAsMissing) {
     CMM_MEM_Info memory;
     const std::string keys = line("MemTotal:", "100") + line("MemFree:", "40") + line("Buffers:", "10");
 
@@ -171,7 +172,7 @@ TEST_F(MemoryReading, EstimateTakesFreeMemoryOnlyWhenItCountsAsFree) {
     EXPECT_EQ(memory.m_pulMEM[6], 18446744073709546496ULL); // 2^64 - 5120
 }
 
-TEST_F(MemoryReading, EstimateThatCannotBeMadeIsToldByASentinel) {
+TEST_F(MemoryReading, EstimateThatCannotBeMadeGivesASentinel) {
     CMM_MEM_Info memory;
     const std::string meminfo = without(plainMeminfo, "MemAvailable:");
 
@@ -318,7 +319,7 @@ TEST_F(SwapReading, SummaryLineThatIsCutOffFails) {
 }
 
 // Every file of a swap reading is cut at 4095 bytes: the older layout without its page counts is the newer one.
-TEST_F(SwapReading, KeyBehindTheFirst4095BytesCountsAsMissing) {
+TEST_F(SwapReading, KeyBeyondTheFirst4095BytesCountsAsMissing) {
     CMM_MEM_Info memory;
     m_host.write("proc/meminfo", std::string("Swap: 1024 1024 1024\n") + plainMeminfo);
     m_host.write("proc/stat", "cpu  1 2 3 4\n" + std::string(4095, '\n') + "swap 10 20\n");
@@ -453,7 +454,7 @@ protected:
 };
 
 // used 5500000 / 16000000 = 34.375, rounded to even in the second place; cache 6000000 / 16000000 = 37.5
-TEST_F(MemoryPush, TextHoldsSevenMetricsBehindTheKey) {
+TEST_F(MemoryPush, TextHoldsSevenMetricsAfterTheKey) {
     CMM_MEM_Info memory;
     m_host.write("proc/meminfo", plainMeminfo);
 
@@ -510,7 +511,7 @@ TEST_F(MemoryPush, NeverExceedsItsBuffer) {
     EXPECT_EQ(memory.m_nMemZELSize, 512);
 }
 
-TEST_F(MemoryPush, MembersStandInTheirOrder) {
+TEST_F(MemoryPush, MembersHaveTheirOrder) {
     CMM_MEM_Info memory;
     const std::vector<const void *> members = {&memory.m_pulMEM,        &memory.m_pulSWP,
                                                &memory.m_pclUtil,       &memory.m_nMemCnt,

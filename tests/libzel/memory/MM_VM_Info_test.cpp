@@ -1,3 +1,4 @@
+// VM counters in both layouts, their rates and the push text.
 #include "MM_VM_Info.h"
 
 #include "FrozenClock.h"
@@ -110,7 +111,7 @@ TEST_F(VmSample, RunQueueIsNotARateAndLeavesOneTaskOut) {
     EXPECT_DOUBLE_EQ(sample(vm, {}, 10.0)[0], 0.0);
 }
 
-TEST_F(VmSample, CounterThatWentBackOrStoodStillGivesZero) {
+TEST_F(VmSample, CounterThatWentBackOrDidNotMoveGivesZero) {
     CMM_VM_Info vm;
     sample(vm, {100, 100, 100, 100, 100, 100, 100}, 1.0);
 
@@ -205,7 +206,7 @@ TEST_F(VmSample, EveryMissingKeyFails) {
     EXPECT_EQ(vm.fMGetStat_k2_6(counters), 0);
 }
 
-TEST_F(VmSample, VmstatKeysBehindTheFirst8191BytesCountAsMissing) {
+TEST_F(VmSample, VmstatKeysBeyondTheFirst8191BytesCountAsMissing) {
     CMM_VM_Info vm;
     long counters[14] = {};
     const std::string vmstat = vmstatText({1, 2, 3, 4, 5, 6, 7});
@@ -364,7 +365,7 @@ protected:
     FrozenClock m_clock;
 };
 
-TEST_F(VmPush, TextHoldsSixMetricsBehindTheKey) {
+TEST_F(VmPush, TextHoldsSixMetricsAfterTheKey) {
     CMM_VM_Info vm;
     const long page = getpagesize();
     m_clock.advance(2);
@@ -447,7 +448,7 @@ TEST_F(VmPush, NeverExceedsItsBuffer) {
     EXPECT_EQ(vm.m_nPageRealZELSize, 512);
 }
 
-TEST_F(VmPush, MembersStandInTheirOrder) {
+TEST_F(VmPush, MembersHaveTheirOrder) {
     CMM_VM_Info vm;
     const std::vector<const void *> members = {&vm.m_pclUtil,      &vm.m_nFirstFlag,       &vm.m_pdVM,
                                                &vm.m_pdPAGE_AVG,   &vm.m_plOldVM,          &vm.m_pStrRealTimePageZEL,

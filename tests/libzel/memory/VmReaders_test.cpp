@@ -1,3 +1,4 @@
+// The scanners of the VM collector against sscanf.
 #include "memory/VmReaders.h"
 
 #include <cstdio>
@@ -77,7 +78,7 @@ TEST(ProcessFaults, AgreeWithTheScanFormatOnMutatedLines) {
     EXPECT_LT(accepted, 29000);
 }
 
-TEST(RunningTasks, StandBehindTheThreeAverages) {
+TEST(RunningTasks, FollowTheThreeAverages) {
     int running = 0;
 
     EXPECT_TRUE(zel::parseRunningTasks("12.34 5.67 0.89 3/456 7890\n", running));

@@ -1,3 +1,4 @@
+// The capacity of push lists.
 #include "records/PushCapacity.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// The ordered list.
 #include "SSList.h"
 
 #include "SystemHooks.h"
@@ -111,7 +112,7 @@ TEST_F(OrderedList, PrependingReversesTheOrder) {
     EXPECT_EQ(list.fSlNList(), 3);
 }
 
-TEST_F(OrderedList, AppendingGoesOnBehindTheLastNodeHoweverItGotThere) {
+TEST_F(OrderedList, AppendingGoesOnAfterTheLastNodeHoweverItGotThere) {
     prepend(1);
     append(2);
     insertOrdered(9);
@@ -132,7 +133,7 @@ TEST_F(OrderedList, AppendingGoesOnBehindTheLastNodeHoweverItGotThere) {
     EXPECT_EQ(numbers(), (Numbers{7}));
 }
 
-TEST_F(OrderedList, OrderedInsertStandsBeforeTheFirstGreaterRecord) {
+TEST_F(OrderedList, OrderedInsertPrecedesTheFirstGreaterRecord) {
     insertOrdered(3);
     insertOrdered(1);
     insertOrdered(2);
@@ -257,7 +258,7 @@ TEST_F(OrderedList, SortAscends) {
 }
 
 // The order of equal records follows from the restarts. 3a 3b 1c 2d: 1c moves before 3a (1c 3a 3b 2d), then 2d before
-// 3a (1c 2d 3a 3b). 3a 2b 2c: 2b before 3a (2b 3a 2c), then 2c before 3a, which stands behind 2b.
+// 3a (1c 2d 3a 3b). 3a 2b 2c: 2b before 3a (2b 3a 2c), then 2c before 3a, which follows 2b.
 TEST_F(OrderedList, SortMovesARecordDirectlyBeforeTheFirstGreaterOne) {
     append(3, 'a');
     append(3, 'b');

@@ -1,3 +1,4 @@
+// The first few of many records.
 #include "records/TopList.h"
 
 #include <algorithm>
