@@ -13,7 +13,6 @@
 namespace {
 
 constexpr std::size_t headerLineSize = 512;
-constexpr std::size_t interfaceLineSize = 1024;
 constexpr std::size_t traceSize = 512;
 
 // Every interface that the table lists counts as up; who needs the state of the link asks for it.
@@ -71,11 +70,6 @@ void takeColumns(const Counter (&columns)[Count], const char *text, user_net_dev
         if (!Scan(text, stats.*column))
             return;
     }
-}
-
-// What is beyond the buffer is no interface.
-template<std::size_t Size> bool takeLine(std::FILE *stream, char (&line)[Size]) {
-    return zel::readLine(stream, line) != zel::Line::None;
 }
 
 } // namespace
@@ -163,8 +157,9 @@ int InterfaceReader::open() {
     std::setvbuf(m_stream, m_streamBuffer, _IOFBF, sizeof(m_streamBuffer));
 
     char header[headerLineSize];
-    const bool complete = takeLine(m_stream, header) && takeLine(m_stream, header);
+    const bool complete = readLine(m_stream, header) != Line::None && readLine(m_stream, header) != Line::None;
     m_layout = interfaceLayout(complete ? header : "");
+    m_lines.start(m_stream);
 
     m_socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
@@ -177,8 +172,8 @@ int InterfaceReader::open() {
 const interface *InterfaceReader::next() {
     if (!m_open || m_stream == nullptr)
         return nullptr;
-    char line[interfaceLineSize];
-    if (!takeLine(m_stream, line))
+    const char *line = m_lines.next();
+    if (line == nullptr)
         return nullptr;
     *m_record = {};
     parseInterfaceCounters(m_layout, takeInterfaceName(line, m_record->name), m_record->stats);

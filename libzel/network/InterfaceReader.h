@@ -7,6 +7,7 @@
 #pragma once
 
 #include "network.h"
+#include "network/TableLines.h"
 
 #include <cstddef>
 #include <cstdio>
@@ -51,8 +52,7 @@ public:
 private:
     void release();
 
-    // Few reads: the kernel hands out a page of lines at a time, whatever its size.
-    static constexpr std::size_t STREAM_BUFFER_SIZE = 65536;
+    static constexpr std::size_t STREAM_BUFFER_SIZE = 4096; // for the header lines
 
     std::FILE *&m_stream;
     interface *&m_record;
@@ -61,6 +61,7 @@ private:
     int (*m_trace)(const char *);
     bool m_open = false; // the published pointers are not reset when the walk ends
     char m_streamBuffer[STREAM_BUFFER_SIZE];
+    TableLines m_lines;
 };
 
 /// The readers of the two units; they publish their state under the names of network.h and push_network.h.
