@@ -2,6 +2,7 @@
 
 #include "FrozenClock.h"
 #include "HostFixture.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "SystemHooks.h"
 
@@ -20,9 +21,6 @@ namespace {
 
 using testing::Each;
 using testing::ElementsAre;
-
-const std::string M = "\x03\x1F]";
-const std::string F = "\x03\x1F^";
 
 struct NewCounters {
     long pgpgin = 0;
