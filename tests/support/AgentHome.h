@@ -3,6 +3,7 @@
 
 #include "NGFunctions.h"
 #include "ScratchHome.h"
+#include "Separators.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,9 +21,8 @@ public:
 
     /// A record as it lies in a buffer file.
     static std::string record(const std::string &series, int number, const std::string &text) {
-        const std::string field = "\x03\x1F^";
         const std::string head = "host " + series + ' ' + std::to_string(number) + " cpu 1700000000 ";
-        return "1700000000" + field + head + std::to_string(text.size()) + field + text + field + "\x03\x1F]\n";
+        return "1700000000" + F + head + std::to_string(text.size()) + F + text + F + M + "\n";
     }
 
     void keep(const std::string &name, const std::string &content) const {

@@ -3,6 +3,7 @@
 #include "../../examples/agent/KeptFiles.h"
 
 #include "AgentHome.h"
+#include "Separators.h"
 #include "StreamCapture.h"
 
 #include <gmock/gmock.h>
@@ -94,15 +95,13 @@ TEST_F(AgentKeptFiles, RecordBehindATornOneIsNotLost) {
 }
 
 TEST_F(AgentKeptFiles, JunkIsSetAside) {
-    const std::string field = "\x03\x1F^";
-    const std::vector<std::string> junk = {
-        std::string(100000, '\0'),
-        "garbage\n",
-        field + field + field,
-        "1" + field + "host now 1 cpu 5" + field + "x",
-        "1" + field + "host now 1 cpu 5 99999999999999999999" + field + "x" + field + "\x03\x1F]\n",
-        "1" + field + "host now 1 cpu 5 18446744073709551615" + field + "x" + field + "\x03\x1F]\n",
-        std::string(400000, '\x03')};
+    const std::vector<std::string> junk = {std::string(100000, '\0'),
+                                           "garbage\n",
+                                           F + F + F,
+                                           "1" + F + "host now 1 cpu 5" + F + "x",
+                                           "1" + F + "host now 1 cpu 5 99999999999999999999" + F + "x" + F + M + "\n",
+                                           "1" + F + "host now 1 cpu 5 18446744073709551615" + F + "x" + F + M + "\n",
+                                           std::string(400000, '\x03')};
     for (const std::string &content : junk) {
         home.keep("20260101-BUF_1.buf", content);
         home.keep("20260102-BUF_1.buf", record(3, "three"));

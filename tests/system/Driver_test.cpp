@@ -1,5 +1,6 @@
 #include "DriverRun.h"
 #include "Paths.h"
+#include "Separators.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -268,18 +269,16 @@ TEST_F(Driver, HbaPortsAreRatedFromTheSecondCycleOn) {
 
     // host3 over 10 seconds: requests 0x6590 - 0x5dc0 = 2000 and 0xa028 - 0x9c40 = 1000, megabytes 0x212 - 0x1f4 = 30
     // and 0x2be - 0x2a0 = 30. The ports stand in the order of their directory.
-    const std::string c = "\x03\x1F~";
-    const std::string host3 = c + "21-00-00-24-FF-4D-8F-9A" + c + "host3" + c + "Online" + c + "200.00" + c + "100.00" +
-                              c + "3.00" + c + "3.00" + c + "6.00" + c + "300.00" + c;
-    const std::string host4 = c + "21-00-00-24-FF-4D-8F-9B" + c + "host4" + c + "Linkdown" + c + "0.00" + c + "0.00" +
-                              c + "0.00" + c + "0.00" + c + "0.00" + c + "0.00" + c;
-    const std::string header = "HBAZEL= INDEX" + c + "PORT_WWN" + c + "NAME" + c + "PORT_STATUS" + c +
-                               "INPUT_REQUESTS" + c + "OUTPUT_REQUESTS" + c + "INPUT_MEGABYTES" + c +
-                               "OUTPUT_MEGABYTES" + c + "IO_MEGABYTES" + c + "IOPS" + c;
-    const std::string r = "\x03\x1F|";
+    const std::string host3 = C + "21-00-00-24-FF-4D-8F-9A" + C + "host3" + C + "Online" + C + "200.00" + C + "100.00" +
+                              C + "3.00" + C + "3.00" + C + "6.00" + C + "300.00" + C;
+    const std::string host4 = C + "21-00-00-24-FF-4D-8F-9B" + C + "host4" + C + "Linkdown" + C + "0.00" + C + "0.00" +
+                              C + "0.00" + C + "0.00" + C + "0.00" + C + "0.00" + C;
+    const std::string header = "HBAZEL= INDEX" + C + "PORT_WWN" + C + "NAME" + C + "PORT_STATUS" + C +
+                               "INPUT_REQUESTS" + C + "OUTPUT_REQUESTS" + C + "INPUT_MEGABYTES" + C +
+                               "OUTPUT_MEGABYTES" + C + "IO_MEGABYTES" + C + "IOPS" + C;
     EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.err, testing::AnyOf(banners(2) + header + r + "1" + host3 + r + "2" + host4 + "\n",
-                                           banners(2) + header + r + "1" + host4 + r + "2" + host3 + "\n"));
+    EXPECT_THAT(result.err, testing::AnyOf(banners(2) + header + R + "1" + host3 + R + "2" + host4 + "\n",
+                                           banners(2) + header + R + "1" + host4 + R + "2" + host3 + "\n"));
     EXPECT_EQ(result.out, "");
 }
 

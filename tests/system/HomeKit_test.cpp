@@ -1,5 +1,6 @@
 // The scripts and the inventory program of the home kit, run in a staged home against fixture hosts.
 #include "ScratchHome.h"
+#include "Separators.h"
 #include "ShellRun.h"
 #include "TempDirectory.h"
 
@@ -9,9 +10,6 @@
 #include <string>
 
 namespace {
-
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
 
 class HomeKit : public testing::Test {
 protected:

@@ -5,6 +5,7 @@
 #include "OwnProcess.h"
 #include "PrivateMounts.h"
 #include "ScratchHome.h"
+#include "Separators.h"
 
 #include <fcntl.h>
 #include <filesystem>
@@ -18,9 +19,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using testing::ElementsAre;
-
-const std::string F = "\x03\x1F^";
-const std::string M = "\x03\x1F]";
 
 // A fifth of ten megabytes: 10 * 1048576 / 5.
 constexpr off_t fifthOfTen = 2097152;

@@ -3,6 +3,7 @@
 
 #include "HostFixture.h"
 #include "LogCapture.h"
+#include "Separators.h"
 #include "SystemHooks.h"
 
 #include <cstring>
@@ -12,10 +13,7 @@ namespace {
 
 using testing::ElementsAre;
 
-const std::string row = "\x03\x1F|";
-const std::string column = "\x03\x1F~";
-const std::string header =
-    "INDEX" + column + "GPU" + column + "PID" + column + "PNAME" + column + "GPUUTIL" + column + "MEMUTIL" + column;
+const std::string header = "INDEX" + C + "GPU" + C + "PID" + C + "PNAME" + C + "GPUUTIL" + C + "MEMUTIL" + C;
 
 _ST_GPU_ALL_PROC_LIST *process(int pid, unsigned gpu, const char *name, unsigned utilisation, unsigned memory) {
     auto *record = new _ST_GPU_ALL_PROC_LIST{pid, gpu, utilisation, memory, 0, {}};
@@ -32,8 +30,8 @@ TEST(GpuFrame, StartsEmpty) {
     for (const char *text : {gpu.m_const_pstrGpuInvVerInfo, gpu.m_const_pstrGpuInvCardInfo, gpu.m_const_pstrGpuZelInfo,
                              gpu.m_const_pstrGpuProcInfo})
         EXPECT_STREQ(text, "");
-    EXPECT_STREQ(gpu.m_strSplit[0], row.c_str());
-    EXPECT_STREQ(gpu.m_strSplit[1], column.c_str());
+    EXPECT_STREQ(gpu.m_strSplit[0], R.c_str());
+    EXPECT_STREQ(gpu.m_strSplit[1], C.c_str());
     EXPECT_TRUE(gpu.m_GpuProcMap.empty());
     EXPECT_EQ(gpu.m_ulMemTotal, 0U);
 }
@@ -60,10 +58,9 @@ TEST(GpuProcesses, RowsAreInKeyOrderWithTheirOwnIndex) {
     gpu.m_GpuProcMap[-5] = process(41, 0, "a name", 5, 7);
 
     EXPECT_EQ(gpu.fProcPrintAll(), 0);
-    EXPECT_EQ(gpu.m_const_pstrGpuProcInfo, header + row + "1" + column + "0" + column + "41" + column + "a name" +
-                                               column + "5" + column + "7" + column + row + "2" + column + "1" +
-                                               column + "700" + column + "trainer" + column + "35" + column + "80" +
-                                               column);
+    EXPECT_EQ(gpu.m_const_pstrGpuProcInfo, header + R + "1" + C + "0" + C + "41" + C + "a name" + C + "5" + C + "7" +
+                                               C + R + "2" + C + "1" + C + "700" + C + "trainer" + C + "35" + C + "80" +
+                                               C);
     // A second rendering starts afresh.
     gpu.fProcErase();
     EXPECT_TRUE(gpu.m_GpuProcMap.empty());
@@ -77,8 +74,8 @@ TEST(GpuProcesses, NamesForgeNoRowAndMissingRecordsAreSkipped) {
     gpu.m_GpuProcMap[2] = process(2, 0, ("\x03\x1F|" + std::string(90, 'x')).c_str(), 0, 0);
 
     EXPECT_EQ(gpu.fProcPrintAll(), 0);
-    EXPECT_EQ(gpu.m_const_pstrGpuProcInfo, header + row + "1" + column + "0" + column + "2" + column + "  |" +
-                                               std::string(76, 'x') + column + "0" + column + "0" + column);
+    EXPECT_EQ(gpu.m_const_pstrGpuProcInfo,
+              header + R + "1" + C + "0" + C + "2" + C + "  |" + std::string(76, 'x') + C + "0" + C + "0" + C);
 }
 
 TEST(GpuProcesses, RecordsLeftInTheMapGoWithTheCollector) {

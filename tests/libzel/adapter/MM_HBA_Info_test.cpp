@@ -6,6 +6,7 @@
 #include "LogCapture.h"
 #include "Mutation.h"
 #include "NGFunctions.h"
+#include "Separators.h"
 
 #include <gtest/gtest.h>
 
@@ -14,13 +15,11 @@ namespace {
 using testing::ElementsAre;
 
 // Separators as consumers split on them.
-const std::string row = "\x03\x1F|";
-const std::string column = "\x03\x1F~";
 
 std::string fields(const std::vector<std::string> &values) {
     std::string text;
     for (const std::string &value : values)
-        text += value + column;
+        text += value + C;
     return text;
 }
 
@@ -36,7 +35,7 @@ const std::vector<std::string> ratesOfSecondReading = {"16.00", "16.00", "3.00",
 
 std::string portRow(int index, const std::string &wwn, const std::string &name, const std::string &state,
                     const std::vector<std::string> &rates) {
-    return row + fields({std::to_string(index), wwn, name, state}) + fields(rates);
+    return R + fields({std::to_string(index), wwn, name, state}) + fields(rates);
 }
 
 // A collector that has made its first gather over the ports of the host.
@@ -60,8 +59,8 @@ TEST_F(HbaGather, StartsWithoutTableAndInterval) {
     EXPECT_EQ(m_ports.m_dElapsedTime, 0);
     EXPECT_EQ(m_ports.m_stOldIoTime.tv_sec, 1700000000);
     EXPECT_EQ(m_ports.m_const_pstrHBAZelInfo, nullptr);
-    EXPECT_STREQ(m_ports.m_strSplit[0], row.c_str());
-    EXPECT_STREQ(m_ports.m_strSplit[1], column.c_str());
+    EXPECT_STREQ(m_ports.m_strSplit[0], R.c_str());
+    EXPECT_STREQ(m_ports.m_strSplit[1], C.c_str());
     EXPECT_EQ(m_ports.m_nZelLen, 512);
     EXPECT_EQ(m_ports.m_nHBACardINVSize, 10240);
     EXPECT_EQ(m_ports.m_nHBAPortINVSize, 10240);
@@ -306,7 +305,7 @@ TEST_F(HbaGather, RowLongerThanItsFirstBufferIsWhole) {
 
     EXPECT_GT(std::string(m_ports.m_const_pstrHBAZelInfo).size(), header.size() + 512);
     EXPECT_GT(m_ports.m_nZelLen, 512);
-    EXPECT_TRUE(std::string(m_ports.m_const_pstrHBAZelInfo).ends_with(column));
+    EXPECT_TRUE(std::string(m_ports.m_const_pstrHBAZelInfo).ends_with(C));
 }
 
 TEST_F(HbaGather, SeparatorBytesInNamesForgeNoRow) {
@@ -355,7 +354,7 @@ TEST_F(HbaGather, DamagedFilesGiveWholeRows) {
 
         // Only whole rows: as many column separators as ten per row and ten of the header.
         std::size_t columns = 0;
-        for (std::size_t at = table.find(column); at != std::string::npos; at = table.find(column, at + 1))
+        for (std::size_t at = table.find(C); at != std::string::npos; at = table.find(C, at + 1))
             ++columns;
         EXPECT_EQ(columns, 10U * static_cast<unsigned>(1 + m_ports.m_nHBACount));
     }

@@ -2,6 +2,7 @@
 #include "HostFixture.h"
 #include "LogCapture.h"
 #include "MM_CPU_Info.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "StatText.h"
 #include "SystemHooks.h"
@@ -16,9 +17,6 @@ namespace {
 
 using testing::ElementsAre;
 
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
-const std::string F = "\x03\x1F^";
 const std::string header = "NAME" + C + "USED" + C + "USER" + C + "SYSTEM" + C + "IOWAIT" + C + "IDLE" + C;
 
 std::string tableRow(const std::string &name, const std::vector<std::string> &values) {

@@ -1,5 +1,6 @@
 // The text form: poll table and push text, old samples by key.
 #include "DiskTest.h"
+#include "Separators.h"
 
 #include <cstring>
 #include <gmock/gmock.h>
@@ -73,12 +74,11 @@ TEST_F(DiskText, SeparatorsAreThreeBytesEach) {
     sampleText(disks, line("sda", 0, 0, 0, 0, 0));
     sampleText(disks, line("sda", 5, 0, 0, 0, 0));
 
-    const std::string c = "\x03\x1F~";
-    EXPECT_EQ(disks.m_pstrPollDiskInfo, "INDEX" + c + "DISKNAME" + c + "READCNT" + c + "WRITECNT" + c + "READKB" + c +
-                                            "WRITEKB" + c + "BUSY" + c + "\x03\x1F|1" + c + "/dev/sda" + c + "1.00" +
-                                            c + "0.00" + c + "0.00" + c + "0.00" + c + "0.00" + c);
+    EXPECT_EQ(disks.m_pstrPollDiskInfo, "INDEX" + C + "DISKNAME" + C + "READCNT" + C + "WRITECNT" + C + "READKB" + C +
+                                            "WRITEKB" + C + "BUSY" + C + R + "1" + C + "/dev/sda" + C + "1.00" + C +
+                                            "0.00" + C + "0.00" + C + "0.00" + C + "0.00" + C);
     EXPECT_STREQ(disks.m_strSplit[0], "\x03\x1F|");
-    EXPECT_STREQ(disks.m_strSplit[1], c.c_str());
+    EXPECT_STREQ(disks.m_strSplit[1], C.c_str());
     EXPECT_STREQ(disks.m_strPushSplit[0], "\x03\x1F]");
     EXPECT_STREQ(disks.m_strPushSplit[1], "\x03\x1F^");
 }

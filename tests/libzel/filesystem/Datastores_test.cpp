@@ -2,6 +2,7 @@
 #include "FilesystemHost.h"
 #include "LogCapture.h"
 #include "MM_FS_Info.h"
+#include "Separators.h"
 #include "filesystem/MM_FS_VMware.h"
 
 #include <gtest/gtest.h>
@@ -151,8 +152,6 @@ TEST(Datastores, FollowTheMountedFilesystemsInBothPasses) {
     EXPECT_STREQ(static_cast<_ST_FS *>(records->fGetObject("two"))->l_strDEVname, "vmfs2");
 
     EXPECT_EQ(host.collector().fGetFileSystem(), 3);
-    const std::string R = "\x03\x1F|";
-    const std::string C = "\x03\x1F~";
     const std::string text = host.collector().fGetFSInfo();
     std::string expected = R;
     for (const char *value :

@@ -2,13 +2,11 @@
 #include "FilesystemHost.h"
 #include "LogCapture.h"
 #include "MM_FS_Info.h"
+#include "Separators.h"
 
 #include <gtest/gtest.h>
 
 namespace {
-
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
 
 std::string joined(const std::vector<std::string> &fields) {
     std::string text;

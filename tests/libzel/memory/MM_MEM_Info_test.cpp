@@ -3,6 +3,7 @@
 
 #include "HostFixture.h"
 #include "ScratchHome.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "SystemHooks.h"
 
@@ -17,9 +18,6 @@
 namespace {
 
 using testing::ElementsAre;
-
-const std::string M = "\x03\x1F]";
-const std::string F = "\x03\x1F^";
 
 std::string line(const char *key, const std::string &value) {
     return std::string(key) + "  " + value + " kB\n";

@@ -3,6 +3,7 @@
 
 #include "FrozenClock.h"
 #include "HostFixture.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "SystemHooks.h"
 
@@ -21,9 +22,6 @@ namespace {
 
 using testing::Each;
 using testing::ElementsAre;
-
-const std::string M = "\x03\x1F]";
-const std::string F = "\x03\x1F^";
 
 struct NewCounters {
     long pgpgin = 0;

@@ -3,6 +3,7 @@
 #include "MM_NWT_Info.h"
 #include "NetworkScene.h"
 #include "PerfTextReader.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "StreamCapture.h"
 #include "SystemHooks.h"
@@ -16,9 +17,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-const std::string R = "\x03\x1f|";
-const std::string C = "\x03\x1f~";
 
 std::string inventoryRow(int index, const std::string &name) {
     return R + std::to_string(index) + C + name + C + "00:16:3e:00:00:01" + C;

@@ -3,6 +3,7 @@
 #include "MM_NWT_Info.h"
 #include "NCmdScheduler.h"
 #include "NetworkScene.h"
+#include "Separators.h"
 #include "Settings.h"
 
 #include <gtest/gtest.h>
@@ -11,9 +12,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-const std::string R = "\x03\x1f|";
-const std::string C = "\x03\x1f~";
 
 class NetworkInventory : public testing::Test {
 protected:

@@ -5,6 +5,7 @@
 #include "NGFunctions.h"
 #include "NetworkScene.h"
 #include "PerfTextReader.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "SystemHooks.h"
 
@@ -15,11 +16,6 @@
 #include <sys/ioctl.h>
 
 namespace {
-
-const std::string R = "\x03\x1f|";
-const std::string C = "\x03\x1f~";
-const std::string M = "\x03\x1f]";
-const std::string F = "\x03\x1f^";
 
 std::string joined(const std::vector<std::string> &fields) {
     std::string text;

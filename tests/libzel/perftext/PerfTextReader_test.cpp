@@ -1,4 +1,5 @@
 #include "PerfTextReader.h"
+#include "Separators.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,11 +8,6 @@
 namespace {
 
 using testing::ElementsAre;
-
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
-const std::string M = "\x03\x1F]";
-const std::string F = "\x03\x1F^";
 
 struct Table {
     explicit Table(std::string tableText) : text(std::move(tableText)), ok(fgReadPerfTable(text, table, error)) {}

@@ -1,5 +1,6 @@
 #include "PerfText.h"
 
+#include "Separators.h"
 #include "SystemHooks.h"
 
 #include <cfloat>
@@ -13,11 +14,6 @@
 #include <string>
 
 namespace {
-
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
-const std::string M = "\x03\x1F]";
-const std::string F = "\x03\x1F^";
 
 // A text buffer with its size, as collectors hold them.
 struct OwnedText {

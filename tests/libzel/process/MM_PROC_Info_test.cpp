@@ -3,6 +3,7 @@
 #include "LogCapture.h"
 #include "MM_PROC_Info.h"
 #include "ProcessHost.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "SystemHooks.h"
 #include "process/ProcessText.h"
@@ -15,9 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
 
 const std::vector<std::string> plainColumns = {"INDEX", "PID",  "ARGS", "PCPU", "PMEM",  "VSZ",   "RSS",
                                                "STAT",  "NICE", "PPID", "USER", "STIME", "CTIME", "THCNT"};

@@ -2,6 +2,7 @@
 #include "FrozenClock.h"
 #include "MM_PROC_Info.h"
 #include "ProcessHost.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "SystemHooks.h"
 
@@ -13,10 +14,6 @@
 #include <string>
 
 namespace {
-
-const std::string C = "\x03\x1F~";
-const std::string M = "\x03\x1F]";
-const std::string F = "\x03\x1F^";
 
 FakeProcess numbered(int pid) {
     FakeProcess process;

@@ -2,16 +2,13 @@
 #include "FrozenClock.h"
 #include "MM_PROC_Info.h"
 #include "ProcessHost.h"
+#include "Separators.h"
 #include "SystemHooks.h"
 
 #include <gtest/gtest.h>
 #include <string>
 
 namespace {
-
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
-const std::string M = "\x03\x1F]";
 
 FakeProcess numbered(int pid) {
     FakeProcess process;

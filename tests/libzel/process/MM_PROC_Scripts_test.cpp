@@ -5,6 +5,7 @@
 #include "MM_PROC_Info.h"
 #include "ProcessHost.h"
 #include "ScratchHome.h"
+#include "Separators.h"
 #include "SettingGuard.h"
 #include "Settings.h"
 #include "SystemHooks.h"
@@ -19,9 +20,6 @@
 namespace {
 
 using testing::ElementsAre;
-
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
 
 constexpr const char *listCommand = "../../utils/ETC/ShCmd 5 ./shell/LINUX/PSInfoLIN.sh > ../aproc/shell/PSInfoLin.dat";
 constexpr const char *topCommand = "../../utils/ETC/ShCmd 5 ./shell/LINUX/top_info > ../aproc/shell/top_info.dat";

@@ -4,6 +4,7 @@
 #include "HostFixture.h"
 #include "MM_CPU_Info.h"
 #include "ScratchHome.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "StatText.h"
 #include "StreamCapture.h"
@@ -15,8 +16,6 @@
 
 namespace {
 
-const std::string R = "\x03\x1F|";
-const std::string C = "\x03\x1F~";
 const std::string header = "NAME" + C + "USED" + C + "USER" + C + "SYSTEM" + C + "IOWAIT" + C + "IDLE" + C;
 
 class CpuReport : public testing::Test {

@@ -18,6 +18,7 @@
 #include "PerfTextReader.h"
 #include "ProcessHost.h"
 #include "ScratchHome.h"
+#include "Separators.h"
 #include "Settings.h"
 #include "ShellRun.h"
 #include "SystemHooks.h"
@@ -166,8 +167,6 @@ inline std::vector<WrittenText> filesystemTexts() {
 
 // eth0 with 100 Mb/s full duplex, docker0 without a known bandwidth; the inventory knows eth1 as well.
 inline std::vector<WrittenText> networkTexts() {
-    const std::string R = "\x03\x1F|";
-    const std::string C = "\x03\x1F~";
     const auto take = [&](bool push) {
         const NetworkScene scene(1);
         const TextSettings settings;
