@@ -11,11 +11,10 @@ bool DiskLineMemory::read(const DiskLineRules &rules) {
     m_known.resize(&rules == m_rules ? m_taken : 0);
     m_taken = m_previousAt = 0;
     m_rules = &rules;
-    WholeFile &previous = m_files[m_current];
-    m_current = 1 - m_current;
-    if (!m_files[m_current].read(rules.file))
+    m_before.swapText(m_file);
+    if (!m_file.read(rules.file))
         return false;
-    previous.growLike(m_files[m_current]);
+    m_before.growLike(m_file);
     return true;
 }
 
@@ -38,7 +37,7 @@ const DiskReading *DiskLineMemory::next(LineWalk &lines) {
 
 // Only a line with its line feed is sure to end where it ended before.
 bool DiskLineMemory::isAsBefore(Known &known, std::string_view text) {
-    const std::string_view before = m_files[1 - m_current].text().substr(m_previousAt, known.length);
+    const std::string_view before = m_before.text().substr(m_previousAt, known.length);
     m_previousAt += known.length;
     return before.ends_with('\n') && text.starts_with(before);
 }

@@ -36,7 +36,7 @@ public:
     bool read(const DiskLineRules &rules);
 
     /// A walk over its lines, for next().
-    LineWalk lines() { return m_files[m_current].lines(DISK_LINE_LIMIT); }
+    LineWalk lines() { return m_file.lines(DISK_LINE_LIMIT); }
     /// The next reading, or null after the last line. Valid until the next one.
     const DiskReading *next(LineWalk &lines);
 
@@ -51,8 +51,8 @@ private:
     void parse(const char *line, Known &known) const;
 
     const DiskLineRules *m_rules = nullptr;
-    WholeFile m_files[2]; // of this pass and of the one before
-    std::size_t m_current = 0;
+    WholeFile m_file;
+    WholeFile m_before;           // the text of the pass before
     std::vector<Known> m_known;   // by line: first m_taken of this pass, then of the one before
     std::size_t m_taken = 0;      // lines of this pass so far
     std::size_t m_previousAt = 0; // where the line of that number begins in the text before

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
+#include <utility>
 
 namespace zel {
 
@@ -72,6 +73,12 @@ bool WholeFile::makeRoom() {
     if (m_length + 1 < m_size)
         return true;
     return grow(m_size == 0 ? firstSize : 2 * m_size);
+}
+
+void WholeFile::swapText(WholeFile &other) {
+    std::swap(m_buffer, other.m_buffer);
+    std::swap(m_size, other.m_size);
+    std::swap(m_length, other.m_length);
 }
 
 void WholeFile::growLike(const WholeFile &other) {

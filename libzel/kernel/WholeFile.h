@@ -51,6 +51,9 @@ public:
     /// memory for it. An empty file is no failure. Without growth of the file no memory is allocated.
     /// What is beyond HOST_FILE_LIMIT is left out. `path` is a literal.
     bool read(const char *path, KeptScope scope = KeptScope::Machine);
+
+    /// Exchanges the texts, with their buffers: a text outlives the next read in the other.
+    void swapText(WholeFile &other);
     /// Makes the buffer as large as that of `other`, where there is memory for it. The text is kept.
     void growLike(const WholeFile &other);
 
