@@ -33,7 +33,7 @@ bool LinkEvents::quietSinceLastQuestion(int socket) {
         return false;
     if (isOurs(networkNamespace))
         return drain();
-    open(networkNamespace);
+    listenIn(networkNamespace);
     return false;
 }
 
@@ -43,7 +43,7 @@ bool LinkEvents::isOurs(std::uint64_t networkNamespace) const {
     return m_socket && m_namespace == networkNamespace && m_process == getpid() && m_inode == inodeOf(m_socket->get());
 }
 
-void LinkEvents::open(std::uint64_t networkNamespace) {
+void LinkEvents::listenIn(std::uint64_t networkNamespace) {
     if (m_socket && m_inode != inodeOf(m_socket->get()))
         static_cast<void>(m_socket->release()); // somebody else's by now
     m_socket.emplace(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));

@@ -21,7 +21,7 @@ public:
 
 private:
     bool isOurs(std::uint64_t networkNamespace) const;
-    void open(std::uint64_t networkNamespace);
+    void listenIn(std::uint64_t networkNamespace);
     bool drain();
 
     std::optional<ScopedDescriptor> m_socket;

@@ -179,8 +179,7 @@ TYPED_TEST(NamedLists, DeletingANameRemovesEveryNodeOfIt) {
     EXPECT_EQ(this->names(), "eth2");
     EXPECT_EQ(this->subject.fDeleteNode("eth0"), 0);
     EXPECT_EQ(this->subject.fDeleteNode(nullptr), 0);
-    EXPECT_EQ(this->subject.fDeleteNode(this->subject.fGetHeadNode()->m_strIFName), 1)
-        << "the name may be in the list";
+    EXPECT_EQ(this->subject.fDeleteNode(this->subject.fGetHeadNode()->m_strIFName), 1) << "the name may be in the list";
     EXPECT_EQ(this->names(), "");
     EXPECT_EQ(this->subject.fGetNodeCnt(), 0);
     this->fill({"eth3"});
