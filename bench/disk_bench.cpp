@@ -5,7 +5,8 @@
 // about 620 loop devices can be; of the 1000 lines the others are loop devices that it takes for partitions.
 //
 // "busy" disks have done I/O since the sample before: the old samples are moved back, so that every column is computed
-// and printed; "idle" ones print zeros.
+// and printed; "idle" ones print zeros. The lines of both are those of the sample before, which are not parsed again;
+// on the generated host "changing" disks are busy in lines that change from sample to sample.
 #include "Floor.h"
 #include "Harness.h"
 #include "LoopDisks.h"
@@ -27,18 +28,27 @@ constexpr int cycleSeconds = 5;
 constexpr std::size_t firstRoom = 16384;
 
 enum class Form { Text, Push, List };
-enum class Activity { Idle, Busy };
+enum class Activity { Idle, Busy, Changing };
 
-std::string diskstats(long disks) {
+// What every disk has done between the two moments of a generated host.
+struct Step {
+    unsigned long requests;
+    unsigned long sectors;
+    unsigned long busy;
+};
+constexpr Step none{0, 0, 0};
+constexpr Step some{7, 64, 3};
+
+std::string diskstats(long disks, const Step &step) {
     std::string text;
     char line[256];
     for (long i = 0; i < disks; ++i) {
         const unsigned long base = 1000003UL * static_cast<unsigned long>(i % 97 + 1);
-        std::snprintf(line, sizeof(line),
-                      " %3ld %7ld sd%c%c%c %lu %lu %lu %lu %lu %lu %lu %lu %ld %lu %lu 0 0 0 0 12 34\n", 8 + i % 8,
-                      i % 16 * 16, static_cast<char>('a' + i / 100), static_cast<char>('a' + i / 10 % 10),
-                      static_cast<char>('a' + i % 10), base, base / 7, base * 16, base / 3, base, base / 11, base * 8,
-                      base / 5, i % 3, base / 9, base / 2);
+        std::snprintf(
+            line, sizeof(line), " %3ld %7ld sd%c%c%c %lu %lu %lu %lu %lu %lu %lu %lu %ld %lu %lu 0 0 0 0 12 34\n",
+            8 + i % 8, i % 16 * 16, static_cast<char>('a' + i / 100), static_cast<char>('a' + i / 10 % 10),
+            static_cast<char>('a' + i % 10), base + step.requests, base / 7, base * 16 + step.sectors, base / 3,
+            base + step.requests, base / 11, base * 8 + step.sectors, base / 5, i % 3, base / 9 + step.busy, base / 2);
         text += line;
     }
     return text;
@@ -56,10 +66,54 @@ void makeBusy(CMM_IO_Info &disks) {
     }
 }
 
+// As if every disk had made the step twice more since its old sample.
+void setBack(CMM_IO_Info &disks) {
+    for (auto &[key, old] : disks.m_DiskMap) {
+        old->l_ulRead_N -= 2 * some.requests;
+        old->l_ulWrite_N -= 2 * some.requests;
+        old->l_ulRead_B -= 2 * some.sectors;
+        old->l_ulWrite_B -= 2 * some.sectors;
+        old->l_lTick -= 2 * some.busy;
+    }
+}
+
+std::unique_ptr<bench::GeneratedTree> trees[2]; // the two moments
+long generatedDisks = 0;
+
+void haveGeneratedDisks(long count) {
+    if (generatedDisks != count) {
+        for (int moment = 0; moment < 2; ++moment) {
+            trees[moment] = std::make_unique<bench::GeneratedTree>();
+            trees[moment]->write("/proc/diskstats", diskstats(count, moment == 0 ? none : some));
+        }
+        generatedDisks = count;
+    }
+    trees[0]->show();
+}
+
 // Lines of /proc/diskstats.
 long diskLines() {
     std::ifstream file("/proc/diskstats");
     return std::count(std::istreambuf_iterator<char>(file), {}, '\n');
+}
+
+// Every sample finds the other moment. From the second back to the first every disk makes the same step again.
+void makeChanging(bench::Work &work, const std::shared_ptr<CMM_IO_Info> &disks) {
+    auto moment = std::make_shared<int>(0);
+    auto sampled = std::make_shared<bool>(false);
+    work.sample = [sample = work.sample, sampled] {
+        sample();
+        *sampled = true;
+    };
+    work.prepare = [disks, moment, sampled] {
+        if (!*sampled)
+            return;
+        *sampled = false;
+        *moment = 1 - *moment;
+        trees[*moment]->show();
+        if (*moment == 0)
+            setBack(*disks);
+    };
 }
 
 bench::Work diskWork(Form form, Activity activity) {
@@ -75,6 +129,8 @@ bench::Work diskWork(Form form, Activity activity) {
     work.floor = [room] { bench::readWhole("/proc/diskstats", *room); };
     if (activity == Activity::Busy)
         work.prepare = [disks] { makeBusy(*disks); };
+    if (activity == Activity::Changing)
+        makeChanging(work, disks);
     work.measured = [disks, form]() -> long { return form == Form::Text ? disks->m_nDiskZELCnt : disks->m_nNDev; };
     for (int i = 0; i < 3; ++i)
         work.sample();
@@ -92,18 +148,6 @@ bool haveKernelLines(long count, std::string &whyNot) {
         return true;
     whyNot = "needs root and /dev/loop-control (" + std::to_string(present) + " lines present)";
     return false;
-}
-
-std::unique_ptr<bench::GeneratedTree> tree;
-long generatedDisks = 0;
-
-void haveGeneratedDisks(long count) {
-    if (generatedDisks != count) {
-        tree = std::make_unique<bench::GeneratedTree>();
-        tree->write("/proc/diskstats", diskstats(count));
-        generatedDisks = count;
-    }
-    tree->show();
 }
 
 bench::Family kernelFamily(const std::string &name, Form form, Activity activity) {
@@ -130,9 +174,12 @@ int main(int argc, char **argv) {
                 kernelFamily("disk/list", Form::List, Activity::Idle),
                 generatedFamily("disk/text idle (generated)", Form::Text, Activity::Idle),
                 generatedFamily("disk/text busy (generated)", Form::Text, Activity::Busy),
+                generatedFamily("disk/text changing (generated)", Form::Text, Activity::Changing),
+                generatedFamily("disk/push changing (generated)", Form::Push, Activity::Changing),
                 generatedFamily("disk/list (generated)", Form::List, Activity::Idle)});
     const int result = bench::run(argc, argv);
-    tree.reset();
+    for (auto &tree : trees)
+        tree.reset();
     loops.reset();
     return result;
 }

@@ -159,4 +159,30 @@ TEST(LineWalk, PiecesAreThoseOfFgets) {
     EXPECT_EQ(linesOf(content, sizeof(piece) - 1), expected);
 }
 
+TEST(LineWalk, KnownLineIsPassedOver) {
+    std::string text = "first\nsecond\nthird\n";
+    zel::LineWalk walk(text.data(), text.size(), 100);
+    EXPECT_EQ(walk.rest(), "first\nsecond\nthird\n");
+    EXPECT_STREQ(walk.next(), "first\n");
+    EXPECT_EQ(walk.rest(), "second\nthird\n"); // whole again
+    walk.skip(7);
+    EXPECT_STREQ(walk.next(), "third\n");
+    EXPECT_EQ(walk.rest(), "");
+}
+
+TEST(WholeFile, TextOutlivesTheNextReadInAnother) {
+    const HostFixture host;
+    host.write("file", "first\n");
+    zel::WholeFile file;
+    zel::WholeFile before;
+    ASSERT_TRUE(file.read("/file"));
+    before.swapText(file);
+    before.growLike(file);
+    EXPECT_EQ(file.text(), "");
+    host.write("file", "second\n");
+    ASSERT_TRUE(file.read("/file"));
+    EXPECT_EQ(file.text(), "second\n");
+    EXPECT_EQ(before.text(), "first\n");
+}
+
 } // namespace
