@@ -1,15 +1,14 @@
 // NFS mounts: the list file, which are measured, how servers are asked, and mounts that hang.
 #include "FakeRpcClients.h"
 #include "FilesystemHost.h"
+#include "HangingMounts.h"
 #include "LogCapture.h"
 #include "MM_FS_Info.h"
 #include "NGFunctions.h"
-#include "threads/BoundedCall.h"
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <chrono>
-#include <future>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <thread>
@@ -261,35 +260,6 @@ TEST(NfsMounts, InIpv6ModeServersCountAsReachable) {
 }
 
 // --- Mounts that hang ----------------------------------------------------------------------------------------------
-
-// Mount points whose statfs64 does not return until the test ends.
-class HangingMounts {
-public:
-    HangingMounts(const FilesystemHost &host, const Names &mountPoints) {
-        const auto others = systemHooks().statfs64;
-        const std::string root = host.fixture().path().string();
-        systemHooks().statfs64 = [others, root, mountPoints, gate = m_gate](const char *path, struct statfs64 *status) {
-            for (const std::string &mountPoint : mountPoints) {
-                if (path == root + mountPoint) {
-                    gate.wait();
-                    return -1;
-                }
-            }
-            return others(path, status);
-        };
-    }
-    ~HangingMounts() {
-        m_release.set_value();
-        while (zel::boundedCallsRunning() != 0)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    HangingMounts(const HangingMounts &) = delete;
-    HangingMounts &operator=(const HangingMounts &) = delete;
-
-private:
-    std::promise<void> m_release;
-    std::shared_future<void> m_gate = m_release.get_future().share();
-};
 
 double secondsOf(const std::function<void()> &work) {
     const auto started = std::chrono::steady_clock::now();
