@@ -50,8 +50,8 @@ void DoubtfulMounts::meet(const MountEntry &entry) {
         return;
     }
     // One mount point may carry several mounts: the last one counts, but a doubtful one is not forgotten in its pass.
-    known->second.byType = doubtful || (known->second.met && known->second.byType);
-    known->second.met = true;
+    known->second.byType = doubtful || (known->second.present && known->second.byType);
+    known->second.present = true;
 }
 
 bool DoubtfulMounts::isOnTheWay(std::string_view mountPoint) const {
@@ -75,10 +75,10 @@ void DoubtfulMounts::note(const char *mountPoint, bool slow) {
 void DoubtfulMounts::endPass() {
     std::erase_if(m_mounts, [](const auto &entry) {
         const Doubt &doubt = entry.second;
-        return !doubt.met || (!doubt.byType && !doubt.slow);
+        return !doubt.present || (!doubt.byType && !doubt.slow);
     });
     for (auto &entry : m_mounts)
-        entry.second.met = false;
+        entry.second.present = false;
     m_knowsATable = true;
 }
 

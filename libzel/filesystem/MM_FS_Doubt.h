@@ -35,7 +35,7 @@ private:
     struct Doubt {
         bool byType = false;
         bool slow = false;
-        bool met = true; // in this pass
+        bool present = true; // in the table of this pass
     };
 
     bool isLocal(const char *type);

@@ -60,7 +60,7 @@ TEST(NfsList, IsWrittenThoughTheMountsAreNotMeasured) {
     EXPECT_EQ(host.measured(), Names{"/"});
 }
 
-TEST(NfsList, ComesBehindTheFiltersOfTypeMountPointAndDepth) {
+TEST(NfsList, ComesAfterTheFiltersOfTypeMountPointAndDepth) {
     FilesystemHost host;
     host.mounted("filer:/a", "/a", "nfs").mounted("filer:/b", "/b", "nfs4").mounted("filer:/c", "/c/d/e", "nfs");
     FilesystemHost::exclude({"nfs4"});
@@ -187,12 +187,12 @@ TEST(NfsMounts, AServerIsAskedOncePerPass) {
 
     EXPECT_EQ(recordsOf(collector), Names{});
     EXPECT_EQ(asked, 2);
-    EXPECT_EQ(log.messages().size(), 4U); // every mount is told
+    EXPECT_EQ(log.messages().size(), 4U); // every mount is logged
     EXPECT_EQ(recordsOf(collector), Names{});
     EXPECT_EQ(asked, 4);
 }
 
-// A loopback address that no other process of the machine uses: test runs may stand side by side.
+// A loopback address that no other process of the machine uses: several test runs may go on at once.
 std::string ownLoopbackAddress() {
     const int pid = getpid();
     return "127." + std::to_string(1 + (pid >> 16) % 200) + "." + std::to_string((pid >> 8) % 256) + "." +
@@ -212,7 +212,7 @@ int listenerAt(const std::string &dotted, in_port_t port) {
     return listener;
 }
 
-TEST(NfsMounts, TheConnectionProbeStandsInForThePortmapper) {
+TEST(NfsMounts, TheConnectionProbeReplacesThePortmapper) {
     FilesystemHost host;
     const std::string up = ownLoopbackAddress();
     host.mounted(up + ":/up", "/up", "nfs4").mounted("127.254.5.79:/down", "/down", "nfs4");
