@@ -60,9 +60,9 @@ extern char g_strIncludeFilesystem[FILESYSTEM_LIST_ENTRIES][FILESYSTEM_LIST_TEXT
 extern int g_nIncludeFilesystemCnt;
 /// Non-zero: usage is used / (used + free) instead of used / (used + available).
 extern int g_nFsFreeUsedFlag;
-/// What is asked of an NFS server before statfs64 touches a mount of it. 0: nothing; every mount of a dead server costs
-/// statfs64's limit once. 1: its portmapper and NFS version 2 over UDP, for servers that still offer it; all others
-/// count as dead. 2: a connection to its TCP port 2049, for servers of versions 3 and 4. See CheckNfs.h.
+/// What is asked of an NFS server before statfs64 touches a mount of it. 0: nothing; the mounts of dead servers
+/// cost statfs64's limit once, all together. 1: its portmapper and NFS version 2 over UDP, for servers that still offer
+/// it; all others count as dead. 2: a connection to its TCP port 2049, for servers of versions 3 and 4. See CheckNfs.h.
 extern int g_nNfsStatusCheckFlag;
 /// 1 or more: sum the totals, without the types of g_strTotExcludeFilesystem.
 extern int g_nVAGENT_type;

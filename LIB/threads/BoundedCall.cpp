@@ -1,4 +1,4 @@
-// The calls that run, the subjects that are silent, and the threads behind them.
+// The calls that run, their threads, and the subjects that are silent.
 #include "threads/BoundedCall.h"
 
 #include "threads/ForkRepair.h"
@@ -27,7 +27,7 @@ constexpr std::size_t rememberedSubjects = 2UL * zel::BOUNDED_CALLS_AT_MOST;
 struct Subject {
     std::shared_ptr<Running> running;
     bool silent = false;
-    bool silenceTold = false; // to a caller, and not yet its end
+    bool silenceReported = false; // to a caller, and its end not yet
 };
 
 using Subjects = std::map<AnyBoundedCall::Key, Subject>;
@@ -69,7 +69,7 @@ namespace {
 
 void forgetWhenUnremarkable(Subjects::iterator place) {
     const Subject &subject = place->second;
-    if (subject.running == nullptr && !subject.silent && !subject.silenceTold)
+    if (subject.running == nullptr && !subject.silent && !subject.silenceReported)
         registry().subjects.erase(place);
 }
 
@@ -141,19 +141,19 @@ Subjects::iterator subjectOf(const AnyBoundedCall::Key &key) {
     return subjects.try_emplace(key).first;
 }
 
-// Under the lock. The silence that a caller is given to know, which then counts as told.
-Silence tellSilence(const AnyBoundedCall::Key &key, bool missed) {
+// Under the lock. What a caller is to know of the silence; it counts as reported then.
+Silence reportSilence(const AnyBoundedCall::Key &key, bool missed) {
     const auto place = registry().subjects.find(key);
     if (place == registry().subjects.end())
         return Silence::None;
     Subject &subject = place->second;
     subject.silent = subject.silent || missed;
-    const bool toldBefore = std::exchange(subject.silenceTold, subject.silent);
+    const bool reportedBefore = std::exchange(subject.silenceReported, subject.silent);
     const bool silent = subject.silent;
     forgetWhenUnremarkable(place);
     if (silent)
-        return toldBefore ? Silence::Lasts : Silence::Begins;
-    return toldBefore ? Silence::Ends : Silence::None;
+        return reportedBefore ? Silence::Lasts : Silence::Begins;
+    return reportedBefore ? Silence::Ends : Silence::None;
 }
 
 } // namespace
@@ -200,10 +200,10 @@ bool AnyBoundedCall::settledWithin(std::chrono::milliseconds time) const {
 CallEnd AnyBoundedCall::wait() {
     std::unique_lock<std::mutex> lock(registry().mutex);
     if (m_call == nullptr)
-        return {EAGAIN, tellSilence(m_key, false)};
+        return {EAGAIN, reportSilence(m_key, false)};
     if (m_call->ended.wait_until(lock, m_until, [this] { return m_call->done; }))
-        return {m_call->error, tellSilence(m_key, false)};
-    return {ETIMEDOUT, tellSilence(m_key, true)};
+        return {m_call->error, reportSilence(m_key, false)};
+    return {ETIMEDOUT, reportSilence(m_key, true)};
 }
 
 const void *AnyBoundedCall::rawAnswer() const {

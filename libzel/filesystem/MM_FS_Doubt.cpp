@@ -4,6 +4,7 @@
 #include "filesystem/MM_FS_Mounts.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace {
@@ -29,8 +30,17 @@ bool knownLocal(std::string_view type) {
     return std::find(std::begin(localTypes), std::end(localTypes), type) != std::end(localTypes);
 }
 
+bool DoubtfulMounts::isLocal(const char *type) {
+    if (std::strcmp(type, m_lastLocalType.c_str()) == 0)
+        return !m_lastLocalType.empty();
+    const bool local = knownLocal(type);
+    if (local)
+        m_lastLocalType = type;
+    return local;
+}
+
 void DoubtfulMounts::meet(const MountEntry &entry) {
-    const bool doubtful = !knownLocal(entry.type);
+    const bool doubtful = !isLocal(entry.type);
     if (!doubtful && m_mounts.empty())
         return;
     const auto known = m_mounts.find(std::string_view(entry.mountPoint));
@@ -40,13 +50,11 @@ void DoubtfulMounts::meet(const MountEntry &entry) {
         return;
     }
     // One mount point may carry several mounts: the last one counts, but a doubtful one is not forgotten in its pass.
-    known->second.byType = doubtful || (known->second.met && known->second.byType);
-    known->second.met = true;
+    known->second.byType = doubtful || (known->second.present && known->second.byType);
+    known->second.present = true;
 }
 
-bool DoubtfulMounts::mayHang(std::string_view mountPoint) const {
-    if (m_mounts.empty())
-        return false;
+bool DoubtfulMounts::isOnTheWay(std::string_view mountPoint) const {
     if (m_mounts.contains("/") || m_mounts.contains(mountPoint))
         return true;
     for (std::size_t end = mountPoint.find('/', 1); end != std::string_view::npos;
@@ -57,22 +65,20 @@ bool DoubtfulMounts::mayHang(std::string_view mountPoint) const {
     return false;
 }
 
-void DoubtfulMounts::answered(const char *mountPoint, bool slow) {
+void DoubtfulMounts::note(const char *mountPoint, bool slow) {
     if (slow)
         m_mounts[mountPoint].slow = true;
-    else if (!m_mounts.empty()) {
-        if (const auto known = m_mounts.find(std::string_view(mountPoint)); known != m_mounts.end())
-            known->second.slow = false;
-    }
+    else if (const auto known = m_mounts.find(std::string_view(mountPoint)); known != m_mounts.end())
+        known->second.slow = false;
 }
 
 void DoubtfulMounts::endPass() {
     std::erase_if(m_mounts, [](const auto &entry) {
         const Doubt &doubt = entry.second;
-        return !doubt.met || (!doubt.byType && !doubt.slow);
+        return !doubt.present || (!doubt.byType && !doubt.slow);
     });
     for (auto &entry : m_mounts)
-        entry.second.met = false;
+        entry.second.present = false;
     m_knowsATable = true;
 }
 

@@ -1,3 +1,4 @@
+// Reads the mount table, and the rules by which its entries are reported.
 #include "filesystem/MM_FS_Mounts.h"
 
 #include "HostRoot.h"
@@ -49,7 +50,7 @@ bool readMountTable(zel::WholeFile &file) {
     return file.read("/etc/mtab");
 }
 
-// What a backslash and the characters behind it stand for, and how many they are; none when they stand for themselves.
+// A backslash with the characters that follow it, and the character that it means. Any other backslash means itself.
 struct Escape {
     std::string_view text;
     char meaning;

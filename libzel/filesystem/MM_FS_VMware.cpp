@@ -1,3 +1,4 @@
+// Runs the datastore script and reads its result.
 #include "filesystem/MM_FS_VMware.h"
 
 #include "MM_FS_Info.h"

@@ -1,3 +1,4 @@
+// Prints the filesystems of a pass, one line each.
 #include "ConsoleReport.h"
 
 #include "MM_FS_Info.h"

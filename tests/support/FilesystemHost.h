@@ -1,4 +1,4 @@
-// A host for the filesystem collector: a mount table and the sizes behind its mount points, in a staged home. Every
+// A host for the filesystem collector: a mount table and the sizes of its mount points, in a staged home. Every
 // setting of the collector is back at its start value afterwards. Only for programs that link the collectors.
 #pragma once
 

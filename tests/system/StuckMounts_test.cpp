@@ -83,7 +83,7 @@ void withStuckHost(int mounts, const std::function<void(StuckHost &)> &body) {
     if (!whyNot.empty())
         GTEST_SKIP() << whyNot;
     if (notes.exists("skipped"))
-        GTEST_SKIP() << "FUSE filesystems cannot be mounted here (the reason stands above)";
+        GTEST_SKIP() << "FUSE filesystems cannot be mounted here (the reason is above)";
 }
 
 void waitForTheThreads() {
@@ -209,7 +209,7 @@ TEST(StuckMounts, HoldNeitherOptionOfTheDriver) {
     if (!whyNot.empty())
         GTEST_SKIP() << whyNot;
     if (notes.exists("skipped"))
-        GTEST_SKIP() << "FUSE filesystems cannot be mounted here (the reason stands above)";
+        GTEST_SKIP() << "FUSE filesystems cannot be mounted here (the reason is above)";
 }
 
 } // namespace

@@ -12,7 +12,9 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <new>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -344,6 +346,19 @@ TEST(BoundedCall, HangingWorkThatFindsNoMemoryEndsItsThread) {
               ETIMEDOUT);
     *go = true;
     waitForTheThreads();
+}
+
+TEST(BoundedCall, AForkedChildMakesCallsOfItsOwn) {
+    HangingWork hanging;
+    endOf("forked", 1ms, hanging.work());
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(endOf("forked", 10s, answers42).error == 0 ? 0 : 1);
+    int status = -1;
+    waitpid(child, &status, 0);
+
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(zel::boundedCallsRunning(), 1);
 }
 
 // Mounts that come, hang and go for years: what is remembered of them has an end.

@@ -174,7 +174,7 @@ TEST(FilesystemNameFilter, CdDrivesAndRpcPseudoFilesystemsAreLeftOut) {
     EXPECT_EQ(rows(), Names{"/sunrpc"});
 }
 
-// An empty drive is told like every other failure: names are looked at behind the measure.
+// An empty drive is logged like every other failure: names are looked at after the measure.
 TEST(FilesystemNameFilter, ComesBehindTheMeasure) {
     FilesystemHost host;
     host.line("/dev/sr0", "/media/cdrom0", "iso9660");

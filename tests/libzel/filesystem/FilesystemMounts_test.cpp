@@ -39,7 +39,7 @@ bool tableIsOwn() {
 TEST(FilesystemMounts, AThousandAreAllReported) {
     ScratchHome home;
     if (!tableIsOwn() || !largeEnough(home.path()))
-        GTEST_SKIP() << "needs /etc/mtab to be the kernel's table and 2 GB behind the temporary directory";
+        GTEST_SKIP() << "needs /etc/mtab to be the kernel's table and a temporary directory on 2 GB";
     struct Result {
         int mounted;
         int records;
@@ -84,7 +84,7 @@ TEST(FilesystemMounts, AThousandAreAllReported) {
 TEST(FilesystemMounts, OddNamesSurviveTheKernelsEscapes) {
     ScratchHome home;
     if (!tableIsOwn() || !largeEnough(home.path()))
-        GTEST_SKIP() << "needs /etc/mtab to be the kernel's table and 2 GB behind the temporary directory";
+        GTEST_SKIP() << "needs /etc/mtab to be the kernel's table and a temporary directory on 2 GB";
     const std::vector<std::string> names = {"with blank",    "tab\tfeed\nback\\slash", "#hash",       "octal\\040",
                                             "\x01\x03\x1F|", "\xC3\xA4\xFF",           "quote\"'$(x)"};
     fs::path longName = home.path() / "m" / std::string(200, 'l') / std::string(200, 'l') / std::string(200, 'l');

@@ -1,15 +1,14 @@
 // NFS mounts: the list file, which are measured, how servers are asked, and mounts that hang.
 #include "FakeRpcClients.h"
 #include "FilesystemHost.h"
+#include "HangingMounts.h"
 #include "LogCapture.h"
 #include "MM_FS_Info.h"
 #include "NGFunctions.h"
-#include "threads/BoundedCall.h"
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <chrono>
-#include <future>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <thread>
@@ -61,7 +60,7 @@ TEST(NfsList, IsWrittenThoughTheMountsAreNotMeasured) {
     EXPECT_EQ(host.measured(), Names{"/"});
 }
 
-TEST(NfsList, ComesBehindTheFiltersOfTypeMountPointAndDepth) {
+TEST(NfsList, ComesAfterTheFiltersOfTypeMountPointAndDepth) {
     FilesystemHost host;
     host.mounted("filer:/a", "/a", "nfs").mounted("filer:/b", "/b", "nfs4").mounted("filer:/c", "/c/d/e", "nfs");
     FilesystemHost::exclude({"nfs4"});
@@ -188,12 +187,12 @@ TEST(NfsMounts, AServerIsAskedOncePerPass) {
 
     EXPECT_EQ(recordsOf(collector), Names{});
     EXPECT_EQ(asked, 2);
-    EXPECT_EQ(log.messages().size(), 4U); // every mount is told
+    EXPECT_EQ(log.messages().size(), 4U); // every mount is logged
     EXPECT_EQ(recordsOf(collector), Names{});
     EXPECT_EQ(asked, 4);
 }
 
-// A loopback address that no other process of the machine uses: test runs may stand side by side.
+// A loopback address that no other process of the machine uses: several test runs may go on at once.
 std::string ownLoopbackAddress() {
     const int pid = getpid();
     return "127." + std::to_string(1 + (pid >> 16) % 200) + "." + std::to_string((pid >> 8) % 256) + "." +
@@ -213,7 +212,7 @@ int listenerAt(const std::string &dotted, in_port_t port) {
     return listener;
 }
 
-TEST(NfsMounts, TheConnectionProbeStandsInForThePortmapper) {
+TEST(NfsMounts, TheConnectionProbeReplacesThePortmapper) {
     FilesystemHost host;
     const std::string up = ownLoopbackAddress();
     host.mounted(up + ":/up", "/up", "nfs4").mounted("127.254.5.79:/down", "/down", "nfs4");
@@ -261,35 +260,6 @@ TEST(NfsMounts, InIpv6ModeServersCountAsReachable) {
 }
 
 // --- Mounts that hang ----------------------------------------------------------------------------------------------
-
-// Mount points whose statfs64 does not return until the test ends.
-class HangingMounts {
-public:
-    HangingMounts(const FilesystemHost &host, const Names &mountPoints) {
-        const auto others = systemHooks().statfs64;
-        const std::string root = host.fixture().path().string();
-        systemHooks().statfs64 = [others, root, mountPoints, gate = m_gate](const char *path, struct statfs64 *status) {
-            for (const std::string &mountPoint : mountPoints) {
-                if (path == root + mountPoint) {
-                    gate.wait();
-                    return -1;
-                }
-            }
-            return others(path, status);
-        };
-    }
-    ~HangingMounts() {
-        m_release.set_value();
-        while (zel::boundedCallsRunning() != 0)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    HangingMounts(const HangingMounts &) = delete;
-    HangingMounts &operator=(const HangingMounts &) = delete;
-
-private:
-    std::promise<void> m_release;
-    std::shared_future<void> m_gate = m_release.get_future().share();
-};
 
 double secondsOf(const std::function<void()> &work) {
     const auto started = std::chrono::steady_clock::now();
