@@ -3,8 +3,11 @@
 #include "ShellRun.h"
 #include "TempDirectory.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -90,6 +93,101 @@ TEST(CommandRunner, EndsTheCommandWhenItIsEndedItself) {
     EXPECT_FALSE(stillRuns("98705"));
     runShell(runner + " 60 sleep 98706 & pid=$!; sleep 0.3; kill -9 $pid; sleep 0.3");
     EXPECT_FALSE(stillRuns("98706"));
+}
+
+// Both ways of keeping a command: in a namespace of its own, which the kernel ends as a whole, and among all others.
+class KeptCommand : public testing::TestWithParam<const char *> {
+protected:
+    KeptCommand() { setenv("ZEL_SHARED_PIDS", GetParam(), 1); }
+    ~KeptCommand() override { unsetenv("ZEL_SHARED_PIDS"); }
+    static bool endsSoon(const std::string &mark) {
+        for (int step = 0; step < 100 && stillRuns(mark); ++step)
+            usleep(20000);
+        return !stillRuns(mark);
+    }
+    // Runs no command for longer than this, whatever the runner does.
+    static ShellResult runWithin(int seconds, const std::string &line) {
+        return runShell("timeout -s KILL " + std::to_string(seconds) + " " + line);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(CommandRunner, KeptCommand, testing::Values("0", "1"));
+
+TEST_P(KeptCommand, IsEndedWithAllItStartedWhenTheRunnerIsKilled) {
+    runShell(
+        runner +
+        " 60 sh -c 'setsid sleep 98711 & trap \"\" TERM; sleep 98711 & sleep 98711' >/dev/null & pid=$!; sleep 0.3; " +
+        "kill -9 $pid");
+    EXPECT_TRUE(endsSoon("98711"));
+}
+
+TEST_P(KeptCommand, DoesNotEscapeTheLimitByStoppingItsParent) {
+    for (const char *stop : {"kill -STOP $PPID", "while sleep 0.01; do kill -STOP $PPID; done"}) {
+        const ShellResult result = runWithin(20, runner + " 1 sh -c '" + stop + "; sleep 98712' >/dev/null");
+        EXPECT_EQ(result.status, 124) << stop;
+        EXPECT_LT(result.seconds, 1 + 5.0) << stop;
+        EXPECT_TRUE(endsSoon("98712")) << stop;
+    }
+}
+
+TEST_P(KeptCommand, LeavesNothingWhenItKillsItsParent) {
+    const ShellResult result =
+        runWithin(20, runner + " 1 sh -c 'setsid sleep 98713 & kill -9 $PPID; sleep 98713' >/dev/null");
+    EXPECT_NE(result.status, 0);
+    EXPECT_LT(result.seconds, 1 + 5.0);
+    EXPECT_TRUE(endsSoon("98713"));
+}
+
+TEST_P(KeptCommand, HasAProcessNumberOfItsOwn) {
+    const std::string first = runShell(runner + " 5 sh -c 'echo $$'").out;
+    const std::string second = runShell(runner + " 5 sh -c 'echo $$'").out;
+    EXPECT_NE(first, second) << "temporary files are named by it";
+}
+
+// A storm: processes that start others for ever, most of them outside the command's group, and ignore TERM. It is kept
+// in a namespace of its own and to a hundred processes of a user that nobody else is.
+class Storm : public testing::TestWithParam<const char *> {
+protected:
+    Storm() {
+        m_scratch.write("storm.sh", "#!/bin/sh\ntrap '' TERM\nwhile :; do\n  " + std::string(GetParam()) + "\ndone\n");
+        // The storm user may not reach the build.
+        std::filesystem::copy_file(runner, m_scratch.path() / "ShCmd");
+        m_scratch.write("measure.sh", "#!/bin/sh\n./ShCmd 2 sh -c './storm.sh & exec sleep 60'\necho status $?\n"
+                                      "grep -l 'storm[.]sh' /proc/[0-9]*/cmdline | wc -l\n");
+        for (const char *file : {"", "storm.sh", "measure.sh", "ShCmd"})
+            std::filesystem::permissions(m_scratch.path() / file, std::filesystem::perms(0755));
+    }
+
+    ShellResult runContained(const std::string &within) const {
+        return runShell("cd " + m_scratch.path().string() +
+                        " && timeout -s KILL 30 unshare --pid --fork --kill-child --mount-proc"
+                        " setpriv --reuid=54321 --regid=54321 --clear-groups prlimit --nproc=100 " +
+                        within + " ./measure.sh 2>/dev/null");
+    }
+
+    static void expectEndedInTime(const ShellResult &result) {
+        EXPECT_EQ(result.out, "status 124\n0\n");
+        EXPECT_LT(result.seconds, 2 + 5.0);
+    }
+
+    TempDirectory m_scratch;
+};
+
+INSTANTIATE_TEST_SUITE_P(CommandRunner, Storm, testing::Values("setsid \"$0\" & \"$0\" &", "\"$0\" &"));
+
+TEST_P(Storm, OfAnOrdinaryUserIsEndedInTime) {
+    if (getuid() != 0)
+        GTEST_SKIP() << "only root contains a storm";
+    expectEndedInTime(runContained("env ZEL_SHARED_PIDS=1"));
+}
+
+TEST_P(Storm, InANamespaceIsEndedInTime) {
+    if (getuid() != 0)
+        GTEST_SKIP() << "only root contains a storm";
+    const std::string userNamespace = "unshare --user --map-root-user --pid --fork --kill-child --mount-proc";
+    if (runContained(userNamespace + " true").status != 0)
+        GTEST_SKIP() << "this system gives no user namespace";
+    expectEndedInTime(runContained(userNamespace));
 }
 
 TEST(CommandRunner, EndlessOutputIsEndedInTime) {
