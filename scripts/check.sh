@@ -64,8 +64,11 @@ check_edges() {
 check_circles() {
   scripts/edges.sh --rooms | tsort 2>&1 >/dev/null | sed 's/^tsort: //'
   sources 'LIB/*.h' 'libzel/*.h' 'host/*.h' 'export/*.h' 'history/*.h' 'zel/*.h' | xargs -r grep -H '^#include "' |
-    sed -E 's/^([^:]*):#include "([^"]*)".*/\1 \2/' |
-    awk '{ sub(/^(LIB|libzel)\//, "", $1); print $1, $2 }' | tsort 2>&1 >/dev/null | sed 's/^tsort: //'
+    sed -E 's/^([^:]*):#include "([^"]*)".*/\1 \2/' | while read -r file included; do
+    for place in LIB/ libzel/ ''; do
+      [ ! -e "$place$included" ] || { echo "$file $place$included" && break; }
+    done
+  done | tsort 2>&1 >/dev/null | sed 's/^tsort: //'
 }
 
 check_kernel_paths() {

@@ -43,9 +43,10 @@ passes() {
   git checkout -q .
   echo "passes: $1 in $2"
 }
-# A function of $1 lines in all; a table of $1 rows.
-long_function() { echo "int planted() {" && yes '    ;' | head -n "$(($1 - 2))" && echo "}"; }
-long_table() { echo "constexpr int planted[] = {" && yes '    1,' | head -n "$1" && echo "};"; }
+# lines COUNT LINE: the line so many times. A function of $1 lines in all; a table of $1 rows.
+lines() { awk -v count="$1" -v line="$2" 'BEGIN { while (count-- > 0) print line }'; }
+long_function() { echo "int planted() {" && lines "$(($1 - 2))" '    ;' && echo "}"; }
+long_table() { echo "constexpr int planted[] = {" && lines "$1" '    1,' && echo "};"; }
 
 finds style LIB/text/Planted.cpp <<<'int  planted( );'
 finds edges LIB/text/Planted.cpp "LIB/text may not see libzel/kernel" <<<'#include "SSUtil.h"'
@@ -69,8 +70,8 @@ passes raw-calls libzel/kernel/Planted.cpp <<<'int planted = open("a", 0);'
 
 finds lengths libzel/cpu/Planted.cpp "a function of 81 lines" < <(long_function 81)
 passes lengths libzel/cpu/Planted.cpp < <(long_function 80)
-finds lengths libzel/cpu/Planted.cpp "401 lines" < <(yes '//' | head -n 401)
-passes lengths libzel/cpu/Planted.cpp < <(yes '//' | head -n 400)
+finds lengths libzel/cpu/Planted.cpp "401 lines" < <(lines 401 //)
+passes lengths libzel/cpu/Planted.cpp < <(lines 400 //)
 passes lengths libzel/cpu/Planted.cpp < <(long_table 500)
 
 finds stray-tests tests/Planted_test.cpp <<<'// a test'

@@ -94,7 +94,7 @@ printf '#!/bin/sh\necho new\n' >runtime/agent/bin/shell/LINUX/new.sh
 touched_by "A script"
 
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBUILD_TESTING=OFF -DCMAKE_CXX_FLAGS_DEBUG=-O0 >/dev/null
-cmake --build build --target zel zelrt >/dev/null
+cmake --build build --target zel zelrt >build.log || { cat build.log >&2; fail "the copy does not build"; }
 cat >program.cpp <<'EOF'
 #include "Zel.h"
 #include "scripts/HomeScripts.h"
