@@ -17,6 +17,9 @@ std::mutex &conversionLock() {
     return *lock;
 }
 
+// Made before there are threads: the child of a fork that another thread was making it in would wait for it for ever.
+[[maybe_unused]] const std::mutex &conversionLockAtStart = conversionLock();
+
 } // namespace
 
 bool zel::localTime(std::time_t time, std::tm &local) {

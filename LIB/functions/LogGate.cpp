@@ -32,6 +32,9 @@ std::shared_mutex &loggerInUse() {
     return inUse->lock;
 }
 
+// Made before there are threads: the child of a fork that another thread was making it in would wait for it for ever.
+[[maybe_unused]] const std::shared_mutex &loggerInUseAtStart = loggerInUse();
+
 std::atomic<zel::LogSink> logSink{nullptr};
 
 // Messages carry names from outside, which may hold line feeds: a message that does is written with blanks in their

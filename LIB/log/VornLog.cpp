@@ -66,6 +66,9 @@ MutexUsers &mutexUsers() {
     return *users;
 }
 
+// Made before there are threads: the child of a fork that another thread was making it in would wait for it for ever.
+[[maybe_unused]] const MutexUsers &mutexUsersAtStart = mutexUsers();
+
 // The mutex, for a logger that is set to take it. The setting may change while a thread is inside.
 class WriteLock {
 public:

@@ -53,6 +53,9 @@ IdleQueues &idleQueues() {
     return *queues;
 }
 
+// Made before there are threads: the child of a fork that another thread was making it in would wait for it for ever.
+[[maybe_unused]] const IdleQueues &idleQueuesAtStart = idleQueues();
+
 // The level is not queued: every message is written as information.
 void writeMessage(CVornLog &log, MessageQWriteLog *message) {
     const std::unique_ptr<MessageQWriteLog> owned(message);

@@ -52,6 +52,9 @@ Registry &registry() {
     return *only;
 }
 
+// Made before there are threads: the child of a fork that another thread was making it in would wait for it for ever.
+[[maybe_unused]] const Registry &registryAtStart = registry();
+
 } // namespace
 
 struct AnyBoundedCall::Running {

@@ -88,7 +88,7 @@ insert libzel/main.cpp 'g_nKernelRule = 0' '    g_nScratch = 0;'
 touched_by "A setting"
 
 sed -i '/^enum class Script/,/^};/ s/^};/    , Scratch };/' libzel/scripts/HomeScripts.h
-sed -i '/^inline constexpr HomeScript HOME_SCRIPTS/,/^};/ s|^};|    {Script::Scratch, 5, "./shell/LINUX/new.sh", " > ", "../aproc/shell/new.dat", "", ""},\n};|' \
+sed -i '/^inline constexpr HomeScript HOME_SCRIPTS/,/^};/ s|^};|    {Script::Scratch, 5, "./shell/LINUX/new.sh", nullptr, " > ", "../aproc/shell/new.dat", "", ""},\n};|' \
   libzel/scripts/HomeScripts.h
 printf '#!/bin/sh\necho new\n' >runtime/agent/bin/shell/LINUX/new.sh
 touched_by "A script"
