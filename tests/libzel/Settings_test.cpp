@@ -4,12 +4,17 @@
 #include "LogGate.h"
 #include "NCmdScheduler.h"
 #include "NGFunctions.h"
+#include "Paths.h"
+#include "SavedSettings.h"
 #include "VornLog.h"
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
+#include <regex>
+#include <string>
 
 namespace {
 
@@ -82,6 +87,37 @@ Values currentValues() {
 // Taken while the program is loaded: no test has assigned anything yet.
 const Values valuesAtStart = currentValues();
 const int keptFileLimitAtStart = g_nKeptFileLimit;
+
+// The guard of the tests must know a setting that is added.
+TEST(SavedSettings, CoverEverySettingOfTheCollectors) {
+    std::ifstream header(paths::sourceRoot + std::string("/libzel/Settings.h"));
+    const std::regex declaration("extern [a-z]+ \\*?([A-Za-z0-9_]+).*;");
+    int declared = 0;
+    for (std::string line; std::getline(header, line);) {
+        std::smatch match;
+        if (!std::regex_match(line, match, declaration))
+            continue;
+        ++declared;
+        EXPECT_TRUE(std::ranges::any_of(knownSettings(), [&](const Setting &known) { return known.name == match[1]; }))
+            << match[1];
+    }
+    EXPECT_GE(declared, 29);
+}
+
+TEST(SavedSettings, AreGivenBack) {
+    static char key[] = "key";
+    {
+        const SavedSettings saved;
+        g_ptrAgentKey = key;
+        g_nProcSleepCnt = 7;
+        std::strcpy(g_strIncludeFilesystem[99], "xfs");
+        g_nPrint = 1;
+    }
+    EXPECT_EQ(g_ptrAgentKey, nullptr);
+    EXPECT_EQ(g_nProcSleepCnt, 0);
+    EXPECT_STREQ(g_strIncludeFilesystem[99], "");
+    EXPECT_EQ(g_nPrint, 0);
+}
 
 TEST(Settings, UntouchedSettingsAreZero) {
     for (const auto &[name, value] : valuesAtStart.integers)

@@ -15,7 +15,6 @@
 class AgentHome {
 public:
     AgentHome() { g_nDataBufferSaveMaxSize = 10; }
-    ~AgentHome() { g_nDataBufferSaveMaxSize = 0; }
     AgentHome(const AgentHome &) = delete;
     AgentHome &operator=(const AgentHome &) = delete;
 

@@ -21,13 +21,9 @@
 class FilesystemHost {
 public:
     FilesystemHost() {
-        resetSettings();
         systemHooks().statfs64 = [this](const char *path, struct statfs64 *status) { return answer(path, status); };
     }
-    ~FilesystemHost() {
-        systemHooks().statfs64 = nullptr;
-        resetSettings();
-    }
+    ~FilesystemHost() { systemHooks().statfs64 = nullptr; }
     FilesystemHost(const FilesystemHost &) = delete;
     FilesystemHost &operator=(const FilesystemHost &) = delete;
 
@@ -90,13 +86,6 @@ public:
     }
 
 private:
-    static void resetSettings() {
-        exclude({});
-        include({});
-        leaveOutOfTotals({});
-        g_nFsFreeUsedFlag = g_nNfsStatusCheckFlag = g_nVAGENT_type = g_nFSTokenCount = 0;
-    }
-
     int answer(const std::string &path, struct statfs64 *status) {
         const bool absolute = path.starts_with('/');
         if (absolute && !path.starts_with(g_strHostRoot)) {

@@ -50,13 +50,7 @@ public:
             return 0;
         };
     }
-    ~NetworkScene() {
-        g_nInterfaceStrType = 0;
-        g_nLinuxBandwidthFlag = 0;
-        g_nNetworkExtGather = 0;
-        g_ptrAgentKey = nullptr;
-        systemHooks().system = nullptr;
-    }
+    ~NetworkScene() { systemHooks().system = nullptr; }
     NetworkScene(const NetworkScene &) = delete;
     NetworkScene &operator=(const NetworkScene &) = delete;
 

@@ -87,7 +87,6 @@ public:
     }
     ~ChurningHost() {
         g_strHostRoot[0] = '\0';
-        g_nInterfaceStrType = g_nDiskStrType = g_nProcExtendFlag = g_nLinuxBandwidthFlag = 0;
         std::error_code ignored;
         fs::remove_all(m_root, ignored);
     }

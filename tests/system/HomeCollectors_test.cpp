@@ -167,10 +167,7 @@ protected:
         g_nCpuStrType = g_nDiskStrType = 1;
         m_home.installKit();
     }
-    ~HomeCollectors() override {
-        g_nCpuStrType = g_nDiskStrType = 0;
-        unsetenv("ZEL_HOST_ROOT");
-    }
+    ~HomeCollectors() override { unsetenv("ZEL_HOST_ROOT"); }
     // The directory that stands for "/" to the scripts and the inventory program.
     void hostRoot(const fs::path &root) const { setenv("ZEL_HOST_ROOT", root.c_str(), 1); }
 

@@ -65,7 +65,6 @@ protected:
         g_nInterfaceStrType = g_nLinuxBandwidthFlag = g_nNetworkExtGather = 1;
         m_home.installKit();
     }
-    ~HomeInterfaces() override { g_nInterfaceStrType = g_nLinuxBandwidthFlag = g_nNetworkExtGather = 0; }
 
     // Runs `body` where /sys shows the interfaces of its namespace. Returns why that could not be.
     static std::string amongOwnInterfaces(const std::function<void()> &body) {

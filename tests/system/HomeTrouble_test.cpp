@@ -105,10 +105,7 @@ protected:
         m_host.write("proc/" + std::to_string(getpid()) + "/stat", "x\n");
         setenv("ZEL_HOST_ROOT", m_host.path().c_str(), 1);
     }
-    ~HomeTrouble() override {
-        g_nLinuxBandwidthFlag = g_nGetProcessType = 0;
-        unsetenv("ZEL_HOST_ROOT");
-    }
+    ~HomeTrouble() override { unsetenv("ZEL_HOST_ROOT"); }
 
     void replaceScripts(const std::string &text) const {
         for (const char *script : scripts)

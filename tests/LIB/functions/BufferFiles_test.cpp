@@ -26,7 +26,6 @@ constexpr off_t fifthOfTen = 2097152;
 class BufferFiles : public testing::Test {
 protected:
     BufferFiles() { g_nDataBufferSaveMaxSize = 10; }
-    ~BufferFiles() override { g_nDataBufferSaveMaxSize = 0; }
 
     // A file of `size` bytes that was last written `age` seconds ago.
     static void file(const std::string &name, off_t size, int age) {

@@ -55,12 +55,6 @@ private:
     std::vector<std::string> m_asked;
 };
 
-class Ipv6Mode {
-public:
-    Ipv6Mode() { g_nIPv6Flag = 1; }
-    ~Ipv6Mode() { g_nIPv6Flag = 0; }
-};
-
 std::string addressOf(const sockaddr_in &address) {
     return inet_ntoa(address.sin_addr);
 }
@@ -259,7 +253,7 @@ TEST(NfsPortmapperProbe, ARefusedTimeoutIsToldAndTheProbeGoesOn) {
 }
 
 TEST(NfsPortmapperProbe, Ipv6ModeProbesNothing) {
-    const Ipv6Mode mode;
+    g_nIPv6Flag = 1;
     const NameService names("filer", "10.1.2.3");
     FakeRpcClients clients;
 
@@ -372,7 +366,7 @@ TEST(NfsConnectionProbe, LeavesNoAlarmAndTheProgramsOwnHandler) {
 }
 
 TEST(NfsConnectionProbe, Ipv6ModeProbesNothing) {
-    const Ipv6Mode mode;
+    g_nIPv6Flag = 1;
     systemHooks().socket = [](int, int, int) {
         ADD_FAILURE() << "a socket was made";
         return -1;

@@ -19,10 +19,7 @@ using testing::IsEmpty;
 class CpuPrograms : public testing::Test {
 protected:
     CpuPrograms() { g_nCpuStrType = 1; }
-    ~CpuPrograms() override {
-        g_nCpuStrType = 0;
-        g_pclCCmdScheduler = nullptr;
-    }
+    ~CpuPrograms() override { g_pclCCmdScheduler = nullptr; }
 
     // Commands that would run; they do nothing.
     void catchCommands() {

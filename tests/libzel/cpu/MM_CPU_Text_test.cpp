@@ -33,7 +33,6 @@ protected:
         g_nCpuUsedInWIO = 1;
         pretendKernelRelease("2.6.32-754.el6.x86_64");
     }
-    ~CpuText() override { g_nCpuStrType = g_nCpuUsedInWIO = 0; }
 
     zel::CpuRow *sample(CMM_CPU_Info &cpu, const std::vector<StatLine> &lines) const {
         m_host.write("proc/stat", statText(lines));

@@ -1,6 +1,7 @@
 // From statfs64's counts to kilobytes and percentages.
 #include "FilesystemHost.h"
 #include "MM_FS_Info.h"
+#include "SettingGuard.h"
 #include "filesystem/MM_FS_Measure.h"
 
 #include <climits>
@@ -14,12 +15,6 @@ _ST_FS measured(const struct statfs64 &status) {
     zel::measure(status, filesystem);
     return filesystem;
 }
-
-class FreeUsedFlag {
-public:
-    explicit FreeUsedFlag(int flag) { g_nFsFreeUsedFlag = flag; }
-    ~FreeUsedFlag() { g_nFsFreeUsedFlag = 0; }
-};
 
 constexpr unsigned long long largest = ULLONG_MAX;
 
@@ -35,7 +30,7 @@ TEST(FilesystemMeasure, ReservedBlocksCountAsUsedUnlessTheFlagIsSet) {
     EXPECT_DOUBLE_EQ(byAvailable.l_dDskUsage, 1600000.0 / 3600000.0 * 100.0); // 44.4
 
     for (const int flag : {1, 2, -1}) {
-        const FreeUsedFlag set(flag);
+        const SettingGuard set(g_nFsFreeUsedFlag, flag);
         EXPECT_DOUBLE_EQ(measured(status).l_dDskUsage, 1600000.0 / 4000000.0 * 100.0); // 40
     }
 }

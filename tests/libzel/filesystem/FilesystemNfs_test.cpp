@@ -256,7 +256,6 @@ TEST(NfsMounts, InIpv6ModeServersCountAsReachable) {
         g_nNfsStatusCheckFlag = flag;
         EXPECT_EQ(recordsOf(collector), Names{"/x"}) << flag;
     }
-    g_nIPv6Flag = 0;
 }
 
 // --- Mounts that hang ----------------------------------------------------------------------------------------------

@@ -446,7 +446,6 @@ TEST_F(MemoryModules, ListIsFreed) {
 class MemoryPush : public MemoryReading {
 protected:
     MemoryPush() { g_ptrAgentKey = m_key; }
-    ~MemoryPush() override { g_ptrAgentKey = nullptr; }
 
     char m_key[16] = "agent_key";
 };

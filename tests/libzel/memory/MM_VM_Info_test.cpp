@@ -351,7 +351,6 @@ TEST_F(VmSample, RunQueueAloneIsAnInteger) {
 class VmPush : public VmSample {
 protected:
     VmPush() { g_ptrAgentKey = m_key; }
-    ~VmPush() override { g_ptrAgentKey = nullptr; }
 
     double *push(CMM_VM_Info &vm, const NewCounters &counters, int flag) const {
         m_host.write("proc/vmstat", vmstatText(counters));

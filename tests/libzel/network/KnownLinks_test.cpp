@@ -86,8 +86,6 @@ private:
 
 class KnownLinks : public testing::Test {
 protected:
-    ~KnownLinks() override { g_nInterfaceStrType = g_nLinuxBandwidthFlag = 0; }
-
     static void inNamespaceOrSkip(const std::function<void()> &body) {
         const std::string reason = inNetworkNamespace(body);
         if (!reason.empty())

@@ -62,8 +62,6 @@ void expectRates(const _ST_NETWORK &result, const Counters &before, const Counte
 
 class RealInterfaces : public testing::Test {
 protected:
-    ~RealInterfaces() override { g_nInterfaceStrType = g_nLinuxBandwidthFlag = 0; }
-
     static void noScripts(int mode, std::vector<std::string> &commands) {
         g_nInterfaceStrType = mode;
         g_nLinuxBandwidthFlag = 1;

@@ -35,8 +35,6 @@ class ProcessScan : public testing::Test {
 protected:
     ProcessScan() {
         g_nProcExtendFlag = 1;
-        g_nExecedFileNameFlag = 0;
-        g_nProcSleepCnt = 0;
         static char name[] = "operator";
         static passwd entry;
         entry.pw_name = name;
@@ -44,11 +42,6 @@ protected:
             entry.pw_uid = uid;
             return &entry;
         };
-    }
-    ~ProcessScan() override {
-        g_nProcExtendFlag = 0;
-        g_nExecedFileNameFlag = 0;
-        g_nProcSleepCnt = 0;
     }
 
     ProcessTable scan() { return ProcessTable(collector.fMGetProc(0)); }

@@ -25,7 +25,6 @@ FakeProcess numbered(int pid) {
 class PushScan : public testing::Test {
 protected:
     PushScan() { g_ptrAgentKey = key; }
-    ~PushScan() override { g_ptrAgentKey = nullptr; }
 
     ProcessPush scan() { return ProcessPush(collector.fMGetProc(1)); }
 
@@ -277,7 +276,6 @@ TEST_F(PushScan, SettingsOfTheTextColumnsDoNotMatter) {
     g_nProcExtendFlag = 0;
     g_nExecedFileNameFlag = 2;
     EXPECT_EQ(scan().table.columns().size(), 23U);
-    g_nExecedFileNameFlag = 0;
 }
 
 TEST_F(PushScan, WithoutProcessesTheResultIsNull) {

@@ -48,7 +48,6 @@ protected:
             return 0;
         };
     }
-    ~ScriptedScan() override { g_nProcExtendFlag = g_nGetProcessType = g_nGetProcessJAVA = 0; }
 
     // Scripts run as the shell has them.
     void runScripts() {
@@ -234,7 +233,6 @@ TEST_F(ScriptedScan, ListIsNotReadInSlices) {
 
     EXPECT_EQ(scan().size(), 250U);
     EXPECT_TRUE(clock.sleeps().empty());
-    g_nProcSleepCnt = 0;
 }
 
 // In this list the machine percent has the limits that it lacks in the other.
@@ -377,7 +375,6 @@ protected:
         host.put(java(7));
         g_nProcExtendFlag = 0; // 14 columns
     }
-    ~VMwareRows() override { g_nProcExtendFlag = 0; }
 
     static std::string guest(int pid) {
         return "9" + C + std::to_string(pid) + C + "guest" + C + "1.00" + C + "2.00" + C + "3" + C + "4" + C + "R" + C +

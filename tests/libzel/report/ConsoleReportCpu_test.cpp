@@ -24,7 +24,6 @@ protected:
         pretendKernelRelease("2.6.32-754.el6.x86_64");
         systemHooks().system = [](const char *) { return 0; };
     }
-    ~CpuReport() override { g_nCpuStrType = g_nCpuUsedInWIO = g_nInterfaceStrType = 0; }
 
     void show(const std::vector<StatLine> &lines) const { m_host.write("proc/stat", statText(lines)); }
 

@@ -23,12 +23,6 @@ protected:
         pretendKernelRelease(kernelRelease);
         g_nDiskStrType = form;
     }
-    ~DiskTest() override {
-        g_nDiskStrType = 0;
-        g_nDiskMaxGatherCnt = 0;
-        g_nDiskWaitFlag = 0;
-        g_ptrAgentKey = nullptr;
-    }
 
     void SetUp() override {
         systemHooks().system = [this](const char *command) {

@@ -17,6 +17,7 @@
 #include "NetworkScene.h"
 #include "PerfTextReader.h"
 #include "ProcessHost.h"
+#include "SavedSettings.h"
 #include "ScratchHome.h"
 #include "Separators.h"
 #include "Settings.h"
@@ -42,22 +43,19 @@ namespace every_text {
 inline int secondsBetween = 5; // two samples; a test may let no time pass, or set the clock back
 inline constexpr const char *KERNEL = "6.1.0-18-amd64";
 
-/// The settings of the collectors for the length of a text, back at 0 afterwards.
+/// The settings of the collectors for the length of a text.
 class TextSettings {
 public:
     TextSettings() {
         g_nCpuStrType = g_nCpuUsedInWIO = g_nDiskStrType = g_nProcExtendFlag = 1;
         g_ptrAgentKey = m_key;
     }
-    ~TextSettings() {
-        g_nCpuStrType = g_nCpuUsedInWIO = g_nDiskStrType = g_nProcExtendFlag = g_nExecedFileNameFlag = 0;
-        g_ptrAgentKey = nullptr;
-        withdrawSystemHooks();
-    }
+    ~TextSettings() { withdrawSystemHooks(); }
     TextSettings(const TextSettings &) = delete;
     TextSettings &operator=(const TextSettings &) = delete;
 
 private:
+    SavedSettings m_saved;
     char m_key[10] = "agent_key";
 };
 
