@@ -13,8 +13,12 @@ namespace zel {
 
 namespace {
 
+constexpr off_t readOn = -1;
+
 struct HostStream {
-    ScopedDescriptor file;
+    ScopedDescriptor owned;
+    int descriptor;
+    off_t offset;     // of the next read, or readOn
     std::size_t rest; // bytes that may still be read; none after a read that failed
 };
 
@@ -22,14 +26,29 @@ ssize_t readSome(void *cookie, char *buffer, std::size_t size) {
     auto &stream = *static_cast<HostStream *>(cookie);
     if (stream.rest == 0)
         return 0;
-    const ssize_t count = read(stream.file.get(), buffer, std::min(size, stream.rest));
+    const std::size_t wanted = std::min(size, stream.rest);
+    const ssize_t count = stream.offset == readOn ? read(stream.descriptor, buffer, wanted)
+                                                  : pread(stream.descriptor, buffer, wanted, stream.offset);
     stream.rest = count < 0 ? 0 : stream.rest - static_cast<std::size_t>(count);
+    if (stream.offset != readOn)
+        stream.offset += std::max<ssize_t>(count, 0);
     return count;
 }
 
 int closeStream(void *cookie) {
     delete static_cast<HostStream *>(cookie);
     return 0;
+}
+
+ScopedFile openStream(ScopedDescriptor owned, int descriptor, off_t offset) {
+    std::unique_ptr<HostStream> stream(new (std::nothrow)
+                                           HostStream{std::move(owned), descriptor, offset, HOST_FILE_LIMIT});
+    if (stream == nullptr)
+        return nullptr;
+    ScopedFile opened(fopencookie(stream.get(), "r", {readSome, nullptr, nullptr, closeStream}));
+    if (opened != nullptr)
+        static_cast<void>(stream.release());
+    return opened;
 }
 
 } // namespace
@@ -50,13 +69,12 @@ ScopedFile openHostStream(const char *path) {
     ScopedDescriptor file = openHostFile(path);
     if (!file.valid())
         return nullptr;
-    std::unique_ptr<HostStream> stream(new (std::nothrow) HostStream{std::move(file), HOST_FILE_LIMIT});
-    if (stream == nullptr)
-        return nullptr;
-    ScopedFile opened(fopencookie(stream.get(), "r", {readSome, nullptr, nullptr, closeStream}));
-    if (opened != nullptr)
-        static_cast<void>(stream.release());
-    return opened;
+    const int descriptor = file.get();
+    return openStream(std::move(file), descriptor, readOn);
+}
+
+ScopedFile openStreamOver(int descriptor, StreamStart start) {
+    return openStream(ScopedDescriptor(-1), descriptor, start == StreamStart::Here ? readOn : 0);
 }
 
 int measureFilesystem(const char *path, struct statfs64 &size) {

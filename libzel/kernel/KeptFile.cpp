@@ -64,6 +64,11 @@ unsigned forksSinceFirstKept() {
     return forks.load(std::memory_order_relaxed);
 }
 
+bool KeptFile::isOurs() const {
+    struct stat now {};
+    return fstat(m_file.get(), &now) == 0 && now.st_dev == m_device && now.st_ino == m_inode;
+}
+
 bool KeptFile::isCurrent() const {
     if (g_strHostRoot[0] != '\0' || g_nKeptFileLimit == 0 || m_forks != forksSinceFirstKept())
         return false;
@@ -74,7 +79,7 @@ bool KeptFile::isCurrent() const {
 }
 
 int KeptFile::descriptor(const char *path) {
-    if (m_file.valid() && (path != m_path || !isCurrent()))
+    if (m_file.valid() && (path != m_path || !isOurs() || !isCurrent()))
         drop();
     return m_file.get();
 }
@@ -84,7 +89,7 @@ void KeptFile::keep(ScopedDescriptor file, const char *path, KeptScope scope) {
     if (g_strHostRoot[0] != '\0' || g_nKeptFileLimit == 0 || !file.valid() || !isOfProc(file.get()) || !takeKeptPlace())
         return;
     struct stat opened {};
-    if (scope == KeptScope::Namespace && fstat(file.get(), &opened) != 0) {
+    if (fstat(file.get(), &opened) != 0) {
         returnKeptPlace();
         return;
     }
@@ -99,6 +104,8 @@ void KeptFile::keep(ScopedDescriptor file, const char *path, KeptScope scope) {
 void KeptFile::drop() {
     if (!m_file.valid())
         return;
+    if (!isOurs())
+        static_cast<void>(m_file.release());
     m_file = ScopedDescriptor(-1);
     returnKeptPlace();
 }

@@ -5,6 +5,8 @@
 // process is g_nKeptFileLimit.
 //
 // A kept file gives what a fresh one gives. A read that fails is no failure yet: the caller opens the file anew, once.
+// Programs that become daemons close every descriptor that they know nothing of: a number that stands for another file
+// by now is neither read nor closed.
 #pragma once
 
 #include "host/ScopedHandle.h"
@@ -33,6 +35,7 @@ public:
     void drop();
 
 private:
+    bool isOurs() const;
     bool isCurrent() const;
 
     const char *m_path = nullptr;

@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr const char *tablePath = "/proc/net/dev";
 constexpr std::size_t headerLineSize = 512;
 constexpr std::size_t traceSize = 512;
 
@@ -142,23 +143,17 @@ int InterfaceReader::open() {
     m_trace("4.6(NWT) ZEL network init_netinfo start\n");
     m_trace("---------------networ info start-----------------\n");
     release();
-    m_stream = openHostStream("/proc/net/dev").release();
-    if (m_stream == nullptr) {
+    if (!openKeptTable() && !openFreshTable()) {
         traceInterfaceError(m_trace, "fopen failed ");
         return -1;
     }
     m_record = static_cast<interface *>(std::malloc(sizeof(interface)));
     if (m_record == nullptr) {
-        std::fclose(m_stream);
+        closeTable();
         m_stream = nullptr;
         return -1;
     }
     m_open = true;
-    std::setvbuf(m_stream, m_streamBuffer, _IOFBF, sizeof(m_streamBuffer));
-
-    char header[headerLineSize];
-    const bool complete = readLine(m_stream, header) != Line::None && readLine(m_stream, header) != Line::None;
-    m_layout = interfaceLayout(complete ? header : "");
     m_lines.start(m_stream);
 
     m_socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -167,6 +162,47 @@ int InterfaceReader::open() {
         return -1;
     }
     return 0;
+}
+
+// Reads from the table that stayed open. False when there is none, or when it does not begin as a table does.
+bool InterfaceReader::openKeptTable() {
+    const int kept = m_kept.descriptor(tablePath);
+    if (kept < 0)
+        return false;
+    m_stream = openStreamOver(kept, StreamStart::Beginning).release();
+    if (m_stream != nullptr && takeHeader())
+        return true;
+    closeTable();
+    m_kept.drop();
+    return false;
+}
+
+bool InterfaceReader::openFreshTable() {
+    m_file = openHostFile(tablePath);
+    m_stream = m_file.valid() ? openStreamOver(m_file.get(), StreamStart::Here).release() : nullptr;
+    if (m_stream == nullptr) {
+        closeTable();
+        return false;
+    }
+    takeHeader();
+    return true;
+}
+
+// Reads the two header lines, which tell the layout. False when they are missing.
+bool InterfaceReader::takeHeader() {
+    std::setvbuf(m_stream, m_streamBuffer, _IOFBF, sizeof(m_streamBuffer));
+    char header[headerLineSize];
+    const bool complete = readLine(m_stream, header) != Line::None && readLine(m_stream, header) != Line::None;
+    m_layout = interfaceLayout(complete ? header : "");
+    return complete;
+}
+
+// A fresh table stays open for the next walk, where it may.
+void InterfaceReader::closeTable() {
+    if (m_stream != nullptr)
+        std::fclose(m_stream);
+    if (m_file.valid())
+        m_kept.keep(std::move(m_file), tablePath, KeptScope::Namespace);
 }
 
 const interface *InterfaceReader::next() {
@@ -191,7 +227,7 @@ void InterfaceReader::release() {
         return;
     m_open = false;
     std::free(m_record);
-    std::fclose(m_stream);
+    closeTable();
     if (m_socket >= 0)
         ::close(m_socket);
     m_socket = -1;

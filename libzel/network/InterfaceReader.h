@@ -6,6 +6,8 @@
 // push pass may be open at the same time; one reader serves one walk at a time. Not thread-safe.
 #pragma once
 
+#include "host/ScopedHandle.h"
+#include "kernel/KeptFile.h"
 #include "network.h"
 #include "network/TableLines.h"
 
@@ -50,6 +52,10 @@ public:
     const int &socket() const { return m_socket; }
 
 private:
+    bool openKeptTable();
+    bool openFreshTable();
+    bool takeHeader();
+    void closeTable();
     void release();
 
     static constexpr std::size_t STREAM_BUFFER_SIZE = 4096; // for the header lines
@@ -59,7 +65,9 @@ private:
     int &m_layout;
     int &m_socket;
     int (*m_trace)(const char *);
-    bool m_open = false; // the published pointers are not reset when the walk ends
+    bool m_open = false;         // the published pointers are not reset when the walk ends
+    ScopedDescriptor m_file{-1}; // of the open walk, when it is not m_kept
+    KeptFile m_kept;
     char m_streamBuffer[STREAM_BUFFER_SIZE];
     TableLines m_lines;
 };

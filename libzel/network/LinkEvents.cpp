@@ -1,6 +1,9 @@
 // Listens to the kernel's reports about interfaces. What changed is not read: who asks looks at everything anew.
 #include "network/LinkEvents.h"
 
+#include "Settings.h"
+#include "kernel/KeptFile.h"
+
 #include <cerrno>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
@@ -29,37 +32,53 @@ namespace zel {
 
 bool LinkEvents::quietSinceLastQuestion(int socket) {
     std::uint64_t networkNamespace = 0;
-    if (!namespaceOf(socket, networkNamespace))
+    if (g_nKeptFileLimit == 0 || !namespaceOf(socket, networkNamespace)) {
+        drop();
         return false;
-    if (isOurs(networkNamespace))
+    }
+    if (serves(networkNamespace))
         return drain();
     listenIn(networkNamespace);
     return false;
 }
 
-// A child of fork shares the socket with its parent, and each report is delivered once. The inode shows whether the
-// descriptor is still this socket: programs that become daemons close what they did not open.
-bool LinkEvents::isOurs(std::uint64_t networkNamespace) const {
-    return m_socket && m_namespace == networkNamespace && m_process == getpid() && m_inode == inodeOf(m_socket->get());
+// Whether the descriptor still is this socket: programs that become daemons close what they did not open.
+bool LinkEvents::isOurs() const {
+    return m_inode == inodeOf(m_socket.get());
+}
+
+// A child of fork shares the socket with its parent, and each report is delivered once.
+bool LinkEvents::serves(std::uint64_t networkNamespace) const {
+    return m_socket.valid() && m_namespace == networkNamespace && m_process == getpid() && isOurs();
 }
 
 void LinkEvents::listenIn(std::uint64_t networkNamespace) {
-    if (m_socket && m_inode != inodeOf(m_socket->get()))
-        static_cast<void>(m_socket->release()); // somebody else's by now
-    m_socket.emplace(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
+    drop();
+    if (!takeKeptPlace())
+        return;
+    m_socket = ScopedDescriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
+    if (!m_socket.valid()) {
+        returnKeptPlace();
+        return;
+    }
+    m_process = getpid();
+    m_inode = inodeOf(m_socket.get());
+    setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVBUF, &smallestBuffer, sizeof(smallestBuffer));
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = RTMGRP_LINK;
-    std::uint64_t ownNamespace = 0;
-    if (!m_socket->valid() || !namespaceOf(m_socket->get(), ownNamespace) || ownNamespace != networkNamespace ||
-        bind(m_socket->get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0) {
-        m_socket.reset();
+    if (!namespaceOf(m_socket.get(), m_namespace) || m_namespace != networkNamespace ||
+        bind(m_socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0)
+        drop();
+}
+
+void LinkEvents::drop() {
+    if (!m_socket.valid())
         return;
-    }
-    setsockopt(m_socket->get(), SOL_SOCKET, SO_RCVBUF, &smallestBuffer, sizeof(smallestBuffer));
-    m_namespace = networkNamespace;
-    m_process = getpid();
-    m_inode = inodeOf(m_socket->get());
+    if (!isOurs())
+        static_cast<void>(m_socket.release());
+    m_socket = ScopedDescriptor(-1);
+    returnKeptPlace();
 }
 
 // Takes the reports that are waiting. True when there was none. A flood of them ends the drain: the rest are there for
@@ -68,11 +87,11 @@ bool LinkEvents::drain() {
     bool quiet = true;
     for (int reads = 0; reads < readLimit; ++reads) {
         char start;
-        if (recv(m_socket->get(), &start, sizeof(start), 0) < 0) {
+        if (recv(m_socket.get(), &start, sizeof(start), 0) < 0) {
             if (errno == EAGAIN)
                 return quiet;
             if (errno != EINTR && errno != ENOBUFS) {
-                m_socket.reset();
+                drop();
                 return false;
             }
         }

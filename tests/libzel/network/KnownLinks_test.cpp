@@ -6,6 +6,7 @@
 #include "ScratchHome.h"
 #include "Settings.h"
 #include "SystemHooks.h"
+#include "kernel/KeptFile.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -208,6 +209,29 @@ TEST_F(KnownLinks, DescriptorThatTheProgramClosedAndUsesItselfIsLeftAlone) {
             char byte = ' ';
             EXPECT_EQ(recv(socket, &byte, 1, MSG_DONTWAIT), 1) << socket;
         }
+    });
+}
+
+TEST_F(KnownLinks, WithoutKeptFilesEveryPassAsks) {
+    inNamespaceOrSkip([] {
+        makePairs();
+        LinkScene scene;
+        scene.settle();
+        const int taken = zel::keptPlacesTaken();
+        EXPECT_EQ(taken, 2) << "the table and the reports";
+        g_nKeptFileLimit = 0;
+        EXPECT_EQ(scene.pass(), 2 * PAIRS);
+        EXPECT_EQ(scene.pass(), 2 * PAIRS);
+        EXPECT_EQ(zel::keptPlacesTaken(), 0);
+
+        g_nKeptFileLimit = 1;
+        ASSERT_TRUE(zel::takeKeptPlace()); // the only one, by somebody else
+        EXPECT_EQ(scene.pass(), 2 * PAIRS);
+        EXPECT_EQ(scene.pass(), 2 * PAIRS);
+        zel::returnKeptPlace();
+        g_nKeptFileLimit = -1;
+        scene.settle();
+        EXPECT_EQ(zel::keptPlacesTaken(), taken);
     });
 }
 

@@ -6,12 +6,14 @@
 #include "ScratchHome.h"
 #include "Settings.h"
 #include "SystemHooks.h"
+#include "kernel/KeptFile.h"
 #include "network.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <map>
+#include <sched.h>
 
 namespace {
 
@@ -169,6 +171,55 @@ TEST_F(RealInterfaces, InterfacesComeAndGo) {
         ASSERT_EQ(runIp({"link", "del", "zv0"}), 0);
         EXPECT_TRUE(results(collector, 1.0).empty());
     });
+    if (!reason.empty())
+        GTEST_SKIP() << reason;
+}
+
+// Every interface of a walk with its counters.
+std::vector<std::string> walked() {
+    std::vector<std::string> found;
+    EXPECT_EQ(init_netinfo(), 0);
+    char name[256] = "";
+    char link[16] = "";
+    unsigned long long counters[8] = {};
+    while (get_next_netinfo(name, link, &counters[0], &counters[1], &counters[2], &counters[3], &counters[4],
+                            &counters[5], &counters[6], &counters[7]) == 0) {
+        std::string text = name;
+        for (const unsigned long long counter : counters)
+            text += " " + std::to_string(counter);
+        found.push_back(text);
+    }
+    fin_netinfo();
+    return found;
+}
+
+TEST_F(RealInterfaces, TableThatStaysOpenGivesWhatAFreshOneGives) {
+    const std::string reason = inNetworkNamespace([] {
+        const auto compare = [](std::size_t count) {
+            g_nKeptFileLimit = -1;
+            const std::vector<std::string> kept = walked();
+            EXPECT_EQ(zel::keptPlacesTaken(), 1);
+            g_nKeptFileLimit = 0;
+            EXPECT_EQ(walked(), kept);
+            EXPECT_EQ(zel::keptPlacesTaken(), 0);
+            EXPECT_EQ(kept.size(), count);
+            g_nKeptFileLimit = -1;
+            walked(); // kept again, for what comes next
+        };
+        compare(1);
+        constexpr int pairs = 60; // more than one page of the table
+        for (int pair = 0; pair < pairs; ++pair)
+            makePair("zv" + std::to_string(pair) + "a", "zv" + std::to_string(pair) + "b");
+        compare(1 + 2 * pairs);
+        for (int round = 0; round < 5; ++round) {
+            sendFrames("zv" + std::to_string(7 * round) + "a", 10 + round, 100);
+            compare(static_cast<std::size_t>(1 + 2 * pairs - 2 * round));
+            ASSERT_EQ(runIp({"link", "del", "zv" + std::to_string(10 * round) + "b"}), 0);
+        }
+        ASSERT_EQ(unshare(CLONE_NEWNET), 0);
+        compare(1);
+    });
+    g_nKeptFileLimit = -1;
     if (!reason.empty())
         GTEST_SKIP() << reason;
 }
