@@ -12,9 +12,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <new>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -348,28 +346,15 @@ TEST(BoundedCall, HangingWorkThatFindsNoMemoryEndsItsThread) {
     waitForTheThreads();
 }
 
-TEST(BoundedCall, AForkedChildMakesCallsOfItsOwn) {
-    HangingWork hanging;
-    endOf("forked", 1ms, hanging.work());
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(endOf("forked", 10s, answers42).error == 0 ? 0 : 1);
-    int status = -1;
-    waitpid(child, &status, 0);
-
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(zel::boundedCallsRunning(), 1);
-}
-
 // Mounts that come, hang and go for years: what is remembered of them has an end.
 TEST(BoundedCall, SilentSubjectsThatNobodyAsksForAreForgotten) {
-    const auto fail = [](int &) {
+    const auto tooLate = [](int &) {
         std::this_thread::sleep_for(2ms);
         return 0;
     };
     for (int round = 0; round < 6; ++round) {
         for (int i = 0; i < 500; ++i)
-            Call("gone " + std::to_string(round * 500 + i), 1ms, fail).wait();
+            Call("gone " + std::to_string(round * 500 + i), 1ms, tooLate).wait();
         waitForTheThreads();
     }
     // 3000 subjects fell silent; the first of them is asked as if for the first time.
