@@ -33,6 +33,7 @@ WORK = ROOT / "build-mutate"
 TREE = WORK / "tree"
 BUILD = WORK / "build"
 BUILD_LIMIT = 900  # seconds
+FIRST_BUILD_LIMIT = 7200
 SLACK = 20  # seconds; a mutant may take so much longer than three times what the tests take without it
 
 # Pattern of a piece of code, what it becomes, and the name of the mutation. The formatting of the sources keeps these
@@ -185,8 +186,8 @@ def filter_of(path):
     return ":".join(patterns) if patterns else "*"
 
 
-def build(program):
-    return run(["cmake", "--build", str(BUILD), "--target", program], BUILD_LIMIT)
+def build(program, limit=BUILD_LIMIT):
+    return run(["cmake", "--build", str(BUILD), "--target", program], limit)
 
 
 def namespace():
@@ -209,7 +210,7 @@ class Room:
     def __init__(self, path, selected):
         self.program = program_of(path)
         self.selected = selected or filter_of(path)
-        status, output = build(self.program)
+        status, output = build(self.program, FIRST_BUILD_LIMIT)
         if status == 0:
             before = os.times().elapsed
             status, output = test(self.program, self.selected, BUILD_LIMIT)

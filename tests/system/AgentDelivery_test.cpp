@@ -221,11 +221,11 @@ TEST_F(AgentDelivery, WrongAddressesAreRefused) {
 
 TEST_F(AgentDelivery, StandardOutputTakesARecordAsItIs) {
     FrozenClock clock(1700000000);
-    backlog.put("load", "a\x03\x1F~b");
+    backlog.put("load", ("a" + C + "b").c_str());
     delivery.emplace(backlog, std::make_unique<agent::StandardOutput>());
     EXPECT_TRUE(soon([&] { return !streams.out().empty(); }));
     delivery.reset();
-    EXPECT_EQ(streams.out(), "web1 " + numbering.series() + " 1 load 1700000000 5\na\x03\x1F~b");
+    EXPECT_EQ(streams.out(), "web1 " + numbering.series() + " 1 load 1700000000 5\na" + C + "b");
 }
 
 } // namespace

@@ -70,7 +70,7 @@ TEST_F(AgentKeptFiles, RecordsOfAnEarlierSeriesAreOlder) {
 }
 
 TEST_F(AgentKeptFiles, TextMayHoldEverySeparator) {
-    const std::string text = "key\x03\x1F]4.4.1.0\x03\x1F^5\x03\x1F^\x03\x1F]4.4.2.0\x03\x1F^6\x03\x1F^";
+    const std::string text = "key" + M + "4.4.1.0" + F + "5" + F + M + "4.4.2.0" + F + "6" + F;
     home.keep("20260101-BUF_1.buf", record(1, text) + record(2, "") + record(3, std::string(200000, 'x')));
     EXPECT_THAT(drain(), ElementsAre(text, "", std::string(200000, 'x')));
 }
