@@ -7,11 +7,12 @@ here=${0%/*}
 . "$here/cmd_scd_lib.sh"
 
 home=$(home_path "$home") || exit 1
+take_turn "$home" || exit 1
 if daemon_pid "$home" >/dev/null; then
   exit 0
 fi
 rm -f -- "$home/cmd_scd.pid"
-"$here/cmd_scd.sh" "$home" </dev/null >/dev/null 2>&1 &
+"$here/cmd_scd.sh" "$home" </dev/null >/dev/null 2>&1 9>&- &
 # Without its pid on record nobody could end it.
 echo $! >"$home/cmd_scd.pid" || {
   kill $!

@@ -6,6 +6,7 @@ home=${1:?usage: cmd_scd_stop.sh HOME}
 . "${0%/*}/cmd_scd_lib.sh"
 
 home=$(home_path "$home") || exit 1
+take_turn "$home" || exit 1
 if pid=$(daemon_pid "$home"); then
   kill "$pid"
 fi
