@@ -5,9 +5,11 @@
 # A command file is a shell line that is run with the daemon's rights, so only regular files that belong to the daemon's
 # user and that nobody else may write are run; others are left alone. So is an empty one: its command is being written.
 #
-# One daemon works for a home at a time: the one that holds the lock on its lock file. What the daemon starts does not
-# get the descriptor, so that the lock ends with the daemon.
+# One daemon works for a home at a time: the one that holds the lock. What the daemon starts does not get its
+# descriptor, so that the lock ends with the daemon.
 home=${1:?usage: cmd_scd.sh HOME}
+# shellcheck source=cmd_scd_lib.sh
+. "${0%/*}/cmd_scd_lib.sh"
 user=$(id -u)
 stop=0
 trap 'stop=1' TERM INT
@@ -20,13 +22,8 @@ trusted() {
   esac
 }
 
-exec 9>>"$home/cmd_scd.lock" || exit 1
 # A former daemon may still be at its last command.
-flock 9 &
-wait $! || {
-  kill $! 2>/dev/null
-  exit 1
-}
+take_lock "$home/cmd_scd.lock" || exit 1
 
 # What a daemon that was killed had begun is not begun again.
 rm -f -- "$home"/shcmd_*.cmd.run
@@ -42,3 +39,4 @@ while [ $stop -eq 0 ] && [ -d "$home" ]; do
   sleep 1 9>&- &
   wait $! || kill $!
 done
+rm -f -- "$home/cmd_scd.lock"

@@ -12,7 +12,7 @@ if daemon_pid "$home" >/dev/null; then
   exit 0
 fi
 rm -f -- "$home/cmd_scd.pid"
-"$here/cmd_scd.sh" "$home" </dev/null >/dev/null 2>&1 8<&- &
+"$here/cmd_scd.sh" "$home" </dev/null >/dev/null 2>&1 9>&- &
 # Without its pid on record nobody could end it.
 echo $! >"$home/cmd_scd.pid" || {
   kill $!
