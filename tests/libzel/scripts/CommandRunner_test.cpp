@@ -148,6 +148,8 @@ TEST_P(KeptCommand, HasAProcessNumberOfItsOwn) {
 // in a namespace of its own and to a hundred processes of a user that nobody else is.
 class Storm : public testing::TestWithParam<const char *> {
 protected:
+    static constexpr int firstStormUser = 100000;
+
     Storm() {
         m_scratch.write("storm.sh", "#!/bin/sh\ntrap '' TERM\nwhile :; do\n  " + std::string(GetParam()) + "\ndone\n");
         // The storm user may not reach the build.
@@ -158,11 +160,14 @@ protected:
             std::filesystem::permissions(m_scratch.path() / file, std::filesystem::perms(0755));
     }
 
+    // The limit counts all processes of a user: two of these tests that run side by side must not share one.
     ShellResult runContained(const std::string &within) const {
+        const std::string user = std::to_string(firstStormUser + getpid());
         return runShell("cd " + m_scratch.path().string() +
                         " && timeout -s KILL 30 unshare --pid --fork --kill-child --mount-proc"
-                        " setpriv --reuid=54321 --regid=54321 --clear-groups prlimit --nproc=100 " +
-                        within + " ./measure.sh 2>/dev/null");
+                        " setpriv --reuid=" +
+                        user + " --regid=" + user + " --clear-groups prlimit --nproc=100 " + within +
+                        " ./measure.sh 2>/dev/null");
     }
 
     static void expectEndedInTime(const ShellResult &result) {
