@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <memory>
 #include <pthread.h>
 #include <vector>
 
@@ -119,6 +120,14 @@ const PublicCall processCalls[] = {
          const SettingGuard list(g_nGetProcessType, 1);
          const SettingGuard java(g_nGetProcessJAVA, 1);
          all.processes.fMGetProc(0);
+     }},
+    {"fMReadProcTable",
+     [](AllCollectors &all) {
+         const auto raw = std::make_unique<proc_s>();
+         const auto record = std::make_unique<_ST_PROC>();
+         all.processes.fMReadProcTable(1, raw.get(), record.get(), 1000, 0, 0);
+         all.processes.fMRealReadProcTable(1, raw.get(), record.get());
+         all.processes.fMIo2Proc("/proc/1/io", raw.get());
      }},
     {"fGetCurrentCpuCnt", [](AllCollectors &all) { all.processes.fGetCurrentCpuCnt(); }},
     {"fMGetSysTotMem", [](AllCollectors &all) { all.processes.fMGetSysTotMem(); }},

@@ -2,13 +2,10 @@
 #include "MM_PROC_Info.h"
 #include "ProcessHost.h"
 #include "Settings.h"
-#include "StackUse.h"
 #include "SystemHooks.h"
 
 #include <csignal>
-#include <functional>
 #include <gtest/gtest.h>
-#include <memory>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -120,31 +117,6 @@ TEST(ProcessScanCost, KnownProcessesCostNoAllocation) {
     EXPECT_EQ(ofForty, ofTen);
     const char *text = collector.fMGetProc(0);
     EXPECT_EQ(collector.fMGetProc(0), text) << "the text stays where it is";
-}
-
-// With the real password database, and with a logger's message.
-TEST(ProcessScanCost, EveryPublicCallKeepsBelowTheStackLimit) {
-    ProcessHost host;
-    addProcesses(host, 1, 20);
-    CMM_PROC_Info collector;
-    const auto raw = std::make_unique<proc_s>();
-    const auto record = std::make_unique<_ST_PROC>();
-    const struct {
-        const char *name;
-        std::function<void()> call;
-    } calls[] = {
-        {"text scan", [&] { collector.fMGetProc(0); }},
-        {"push scan", [&] { collector.fMGetProc(1); }},
-        {"second push scan", [&] { collector.fMGetProc(1); }},
-        {"real-time list", [&] { collector.fMGetRealProc(); }},
-        {"one process", [&] { collector.fMReadProcTable(7, raw.get(), record.get(), 1000, 0, 0); }},
-        {"one process of the real-time list", [&] { collector.fMRealReadProcTable(7, raw.get(), record.get()); }},
-        {"io", [&] { collector.fMIo2Proc("/proc/7/io", raw.get()); }},
-        {"processors", [&] { collector.fGetCurrentCpuCnt(); }},
-        {"memory", [&] { collector.fMGetSysTotMem(); }},
-    };
-    for (const auto &[name, call] : calls)
-        EXPECT_LT(stackUseOf(call), STACK_LIMIT) << name;
 }
 
 } // namespace

@@ -109,7 +109,7 @@ TEST(StatParser, MalformedTextsFail) {
 
     EXPECT_EQ(parseStat(collector, "", raw), 0);
     EXPECT_EQ(parseStat(collector, "42 name S 1", raw), 0) << "no bracket";
-    EXPECT_EQ(parseStat(collector, "42 (name)", raw), 0) << "nothing behind the bracket";
+    EXPECT_EQ(parseStat(collector, "42 (name)", raw), 0) << "nothing after the bracket";
     EXPECT_EQ(parseStat(collector, "42 (name) ", raw), 0);
     EXPECT_EQ(parseStat(collector, "42 (" + tail, raw), 0) << "an empty name";
     EXPECT_EQ(parseStat(collector, "(name" + tail, raw), 0) << "no pid";
@@ -248,7 +248,7 @@ TEST(CommandLine, ArgumentsOfTheRecordAreBounded) {
     for (const std::size_t length : {63U, 64U, 65U, 5000U}) {
         EXPECT_EQ(collector.fMCmdline2Proc(std::string(length, 'a').c_str(), raw.get()), 1);
         EXPECT_EQ(std::string(raw->args), std::string(63, 'a')) << length;
-        EXPECT_EQ(raw->state, '\x55') << "the field behind args";
+        EXPECT_EQ(raw->state, '\x55') << "the field after args";
     }
 }
 

@@ -154,25 +154,6 @@ TEST(ProcessRates, CpuAloneComesFromTwoRecords) {
     EXPECT_FLOAT_EQ(rates.current->l_dPCPU, 300.0F) << "all 1200 ticks in 400";
 }
 
-TEST(ProcessClocks, TimeOfDayInHundredths) {
-    FrozenClock clock(1700000000, 250000);
-    CMM_PROC_Info collector;
-
-    EXPECT_DOUBLE_EQ(collector.fMGetCurTime(), 170000000025.0);
-}
-
-TEST(ProcessClocks, DifferenceSinceThePreviousCall) {
-    FrozenClock clock(1700000000, 900000);
-    CMM_PROC_Info collector;
-
-    EXPECT_DOUBLE_EQ(collector.fMGetTimeDiff(), 1e11) << "the first call";
-    EXPECT_EQ(collector.m_stLastTime.tv_sec, 1700000000);
-    EXPECT_EQ(collector.m_stLastTime.tv_usec, 900000);
-    clock.advance(2, 350000);
-    EXPECT_NEAR(collector.fMGetTimeDiff(), 235.0, 1e-9);
-    EXPECT_DOUBLE_EQ(collector.fMGetTimeDiff(), 0.0);
-}
-
 TEST(OldSamples, AreErasedWhenTheyWereNotSeenSince) {
     ProcessHost host;
     FakeProcess process;

@@ -44,7 +44,7 @@ TEST(UserNames, EachUidIsLookedUpOnce) {
     EXPECT_EQ(database.lookups, (std::vector<int>{0, 1000}));
 }
 
-// A fresh table holds uid 0 everywhere: only the name tells that a slot is taken.
+// A fresh table holds uid 0 everywhere: only the name shows that a slot is taken.
 TEST(UserNames, FreshTableIsEmptyAlsoForUidZero) {
     PasswordDatabase database({});
     CSSUser users;

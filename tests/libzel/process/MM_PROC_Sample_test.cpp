@@ -74,7 +74,7 @@ TEST(ProcessReader, FillsTheReportRecord) {
 
     const _ST_PROC &process = *reading.out;
     const auto kilobytesPerPage = static_cast<unsigned long>(getpagesize() / 1024);
-    EXPECT_STREQ(process.l_strPname, "ls -l ") << "one blank behind the last argument";
+    EXPECT_STREQ(process.l_strPname, "ls -l ") << "one blank after the last argument";
     EXPECT_STREQ(process.l_strUname, "operator");
     EXPECT_STREQ(process.l_strFName, "worker");
     EXPECT_STREQ(process.l_strCTime, "01:01:01") << "366100 ticks are 3661 seconds";
@@ -412,23 +412,6 @@ TEST(ProcessReader, WithoutProcNothingIsRead) {
 
     EXPECT_EQ(reading.read(1), 0);
     EXPECT_EQ(reading.readReal(1), 0);
-}
-
-TEST(MemoryTotal, IsTheFigureOfItsLine) {
-    HostFixture host;
-    CMM_PROC_Info collector;
-    EXPECT_EQ(collector.fMGetSysTotMem(), 0U) << "no file";
-
-    host.write("proc/meminfo", "        total:    used:\nMemTotal:      515552 kB\nMemFree: 7 kB\n");
-    EXPECT_EQ(collector.fMGetSysTotMem(), 515552U);
-    host.write("proc/meminfo", "MemFree: 7 kB\n");
-    EXPECT_EQ(collector.fMGetSysTotMem(), 0U) << "no key";
-    host.write("proc/meminfo", "MemTotal:");
-    EXPECT_EQ(collector.fMGetSysTotMem(), 0U) << "no figure";
-    host.write("proc/meminfo", "");
-    EXPECT_EQ(collector.fMGetSysTotMem(), 0U);
-    host.write("proc/meminfo", std::string(9000, '\n') + "MemTotal: 5 kB\n");
-    EXPECT_EQ(collector.fMGetSysTotMem(), 0U) << "beyond the 8192 bytes that are read";
 }
 
 } // namespace
