@@ -6,6 +6,7 @@
 #include "Pci_Info.h"
 #include "RootOnTmpfs.h"
 #include "Surroundings.h"
+#include "hardware/ConfigFile.h"
 
 FUZZ_TARGET(hardware_fuzz) {
     fuzz::freshSurroundings();
