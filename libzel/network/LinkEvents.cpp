@@ -87,7 +87,7 @@ bool LinkEvents::drain() {
     bool quiet = true;
     for (int reads = 0; reads < readLimit; ++reads) {
         char start;
-        if (recv(m_socket.get(), &start, sizeof(start), 0) < 0) {
+        if (recv(m_socket.get(), &start, sizeof(start), MSG_DONTWAIT) < 0) {
             if (errno == EAGAIN)
                 return quiet;
             if (errno != EINTR && errno != ENOBUFS) {

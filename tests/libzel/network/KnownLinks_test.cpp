@@ -8,12 +8,14 @@
 #include "SystemHooks.h"
 #include "kernel/KeptFile.h"
 
+#include <chrono>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -60,11 +62,19 @@ public:
         return asked;
     }
 
-    /// Passes until the links are known.
+    /// Passes until one asks nothing: the kernel reports the carrier of a pair up to a second after the change that
+    /// took it away.
+    bool comesToRest() {
+        for (int tries = 0; tries < 150; ++tries) {
+            if (pass() == 0)
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return false;
+    }
+
     void settle() {
-        pass();
-        pass();
-        EXPECT_EQ(pass(), 0) << "nothing has changed";
+        EXPECT_TRUE(comesToRest());
         EXPECT_EQ(rows, 2 * PAIRS);
     }
 
@@ -103,7 +113,7 @@ TEST_F(KnownLinks, EveryInterfaceThatGoesDownOrUpIsNoticed) {
             for (int pair = 0; pair < PAIRS; ++pair) {
                 setLink(end(pair, 'a'), state);
                 EXPECT_GT(scene.pass(), 0) << pair;
-                EXPECT_EQ(scene.pass(), 0) << pair;
+                EXPECT_TRUE(scene.comesToRest()) << pair;
             }
         }
     });
@@ -117,13 +127,13 @@ TEST_F(KnownLinks, InterfacesThatComeGoAndAreRenamedAreNoticed) {
         ASSERT_EQ(runIp({"link", "del", end(2, 'a')}), 0);
         EXPECT_GT(scene.pass(), 0);
         EXPECT_EQ(scene.rows, 2 * PAIRS - 2);
-        EXPECT_EQ(scene.pass(), 0);
+        EXPECT_TRUE(scene.comesToRest());
 
         makePair(end(2, 'b'), end(2, 'a')); // the same names, the other way round
         setLink(end(2, 'b'), "down");
         scene.pass();
         EXPECT_EQ(scene.rows, 2 * PAIRS);
-        EXPECT_EQ(scene.pass(), 0);
+        EXPECT_TRUE(scene.comesToRest());
 
         setLink(end(0, 'a'), "down"); // two interfaces exchange their names
         ASSERT_EQ(runIp({"link", "set", end(0, 'a'), "name", "spare"}), 0);
@@ -132,7 +142,7 @@ TEST_F(KnownLinks, InterfacesThatComeGoAndAreRenamedAreNoticed) {
         setLink(end(0, 'a'), "up");
         ASSERT_EQ(runIp({"link", "set", "spare", "name", end(1, 'a')}), 0);
         EXPECT_GT(scene.pass(), 0);
-        EXPECT_EQ(scene.pass(), 0);
+        EXPECT_TRUE(scene.comesToRest());
     });
 }
 
@@ -146,10 +156,10 @@ TEST_F(KnownLinks, MoreChangesThanTheKernelReportsAreNoticed) {
                 setLink(end(pair, 'a'), round % 2 == 0 ? "down" : "up");
         }
         EXPECT_GT(scene.pass(), 0);
-        EXPECT_EQ(scene.pass(), 0);
+        EXPECT_TRUE(scene.comesToRest());
         setLink(end(3, 'a'), "down");
         EXPECT_GT(scene.pass(), 0) << "reports go on after some were lost";
-        EXPECT_EQ(scene.pass(), 0);
+        EXPECT_TRUE(scene.comesToRest());
     });
 }
 
@@ -163,7 +173,7 @@ TEST_F(KnownLinks, AnotherNamespaceIsAskedAnew) {
         for (int pair = 0; pair < PAIRS; ++pair)
             setLink(end(pair, 'b'), "down");
         EXPECT_EQ(scene.pass(), 2 * PAIRS);
-        EXPECT_EQ(scene.pass(), 0);
+        EXPECT_TRUE(scene.comesToRest());
         setLink(end(0, 'b'), "up");
         EXPECT_GT(scene.pass(), 0);
     });
@@ -177,14 +187,14 @@ TEST_F(KnownLinks, ChildOfForkTakesNoReportFromItsParent) {
         setLink(end(4, 'b'), "down");
         const pid_t child = fork();
         if (child == 0) {
-            const bool asked = scene.pass() > 0 && scene.pass() == 0;
+            const bool asked = scene.pass() > 0 && scene.comesToRest();
             _exit(asked && !testing::Test::HasFailure() ? 0 : 1);
         }
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         EXPECT_EQ(status, 0);
         EXPECT_GT(scene.pass(), 0);
-        EXPECT_EQ(scene.pass(), 0);
+        EXPECT_TRUE(scene.comesToRest());
     });
 }
 
@@ -204,7 +214,7 @@ TEST_F(KnownLinks, DescriptorThatTheProgramClosedAndUsesItselfIsLeftAlone) {
         }
         setLink(end(5, 'a'), "down");
         EXPECT_GT(scene.pass(), 0);
-        EXPECT_EQ(scene.pass(), 0);
+        EXPECT_TRUE(scene.comesToRest());
         for (const int socket : own) {
             char byte = ' ';
             EXPECT_EQ(recv(socket, &byte, 1, MSG_DONTWAIT), 1) << socket;
