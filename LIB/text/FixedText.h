@@ -15,6 +15,10 @@ inline std::size_t copyText(char *area, std::size_t size, const char *text) {
     return length;
 }
 
+template<std::size_t SIZE> std::size_t copyText(char (&area)[SIZE], const char *text) {
+    return copyText(area, SIZE, text);
+}
+
 /// Puts `text` into the field of a record, cut to its size; the field is zero after the text.
 template<std::size_t SIZE> void setFixedText(char (&field)[SIZE], const char *text) {
     const std::size_t length = copyText(field, SIZE, text);

@@ -18,10 +18,6 @@ template<std::size_t Size> void setBracketed(char (&area)[Size], const char *tex
     std::memcpy(area + 1 + length, "]", 2);
 }
 
-template<std::size_t Size> void setText(char (&area)[Size], const char *text) {
-    zel::copyText(area, Size, text);
-}
-
 // Every byte is written, so that the compiler takes many at a time.
 void blankZeroBytes(char *text, std::size_t length) {
     for (std::size_t i = 0; i < length; ++i)
@@ -65,12 +61,13 @@ void fillTimes(const CMM_PROC_Info &collector, const proc_s &raw, _ST_PROC &reco
     record.l_nUTime = static_cast<int>(raw.utime);
     record.l_nSTime = static_cast<int>(raw.stime);
     record.l_nCTime = static_cast<int>(ticks);
-    setText(record.l_strCTime, collector.m_pclUtil->fFormatTime(static_cast<unsigned long>(ticks / ticksPerSecond)));
+    zel::copyText(record.l_strCTime,
+                  collector.m_pclUtil->fFormatTime(static_cast<unsigned long>(ticks / ticksPerSecond)));
 }
 
 void fillStartText(const CMM_PROC_Info &collector, zel::StartText &start, _ST_PROC &record) {
     if (start.text[0] == '\0' || start.seconds != record.l_nStart) {
-        setText(start.text, collector.m_pclUtil->fGetLocalTime(record.l_nStart));
+        zel::copyText(start.text, collector.m_pclUtil->fGetLocalTime(record.l_nStart));
         start.seconds = record.l_nStart;
     }
     std::memcpy(record.l_strStart, start.text, sizeof(record.l_strStart));
@@ -97,7 +94,7 @@ void zel::nameByCommandLine(_ST_PROC &record, std::size_t length) {
 }
 
 void zel::nameByCommand(_ST_PROC &record) {
-    setText(record.l_strPname, record.l_strFName);
+    zel::copyText(record.l_strPname, record.l_strFName);
 }
 
 void zel::fillRecord(CMM_PROC_Info &collector, const proc_s &raw, unsigned long totalMemory, StartText &start,
@@ -120,7 +117,7 @@ void zel::fillRecord(CMM_PROC_Info &collector, const proc_s &raw, unsigned long 
 
 void zel::fillOwnerAndStart(CMM_PROC_Info &collector, const proc_s &raw, _ST_PROC &record) {
     record.l_nStart = startSeconds(collector, raw.start_time);
-    setText(record.l_strUname, collector.m_pclUser->fUserName(raw.uid));
+    zel::copyText(record.l_strUname, collector.m_pclUser->fUserName(raw.uid));
 }
 
 bool zel::isNameless(const _ST_PROC &record) {
@@ -142,7 +139,7 @@ std::size_t zel::trimName(char *name) {
 
 int CMM_PROC_Info::fMCmdline2Proc(const char *buf, proc_s *raw) {
     if (buf[0] != '\0')
-        setText(raw->args, buf);
+        zel::copyText(raw->args, buf);
     else
         setBracketed(raw->args, raw->cmd);
     return 1;

@@ -2,13 +2,17 @@
 #include "ConsoleReport.h"
 #include "MM_GPU_Info.h"
 #include "MM_HBA_Info.h"
+#include "report/PrintableText.h"
 
 #include <cstdio>
 
 int print_hba_info(CMM_HBA_Info *ports) {
     const int result = ports->fGatherHBAZel();
-    if (ports->m_nHBACount != 0 && ports->m_const_pstrHBAZelInfo != nullptr)
-        std::fprintf(stderr, "HBAZEL= %s\n", ports->m_const_pstrHBAZelInfo);
+    if (ports->m_nHBACount != 0 && ports->m_const_pstrHBAZelInfo != nullptr) {
+        std::fputs("HBAZEL= ", stderr);
+        zel::printPerfText(stderr, ports->m_const_pstrHBAZelInfo);
+        std::fputc('\n', stderr);
+    }
     return result;
 }
 

@@ -129,7 +129,7 @@ template<std::size_t Size> struct ScriptText { char text[Size]; };
 ScriptText<RESULT_PATH_SIZE> namedResultPath(Script script, const char *name);
 
 /// Runs a script and waits for it. Its status; -1 when no shell was started. It is not run, with status 0, when the
-/// home is not trusted, when its result cannot be written there, or when something stands in the place of the result
+/// home is not trusted, when its result cannot be written there, or when something is in the place of the result
 /// that the shell would wait for. What came of it shows in its result.
 int runScript(Script script, const ScriptArgument &argument = {}, const char *name = "");
 

@@ -43,6 +43,21 @@ TEST(HbaReport, SecondGatherPrintsTheTableOnStandardError) {
     EXPECT_EQ(streams.out(), "");
 }
 
+// What the files of a device hold reaches the terminal as text only.
+TEST(HbaReport, ControlBytesArePrintedAsBlanks) {
+    FrozenClock clock;
+    const HostFixture host;
+    writeFcPort(host, "host0", {.portState = "On\x1b[2Jline\x07"});
+    CMM_HBA_Info ports;
+    const StreamCapture streams;
+
+    print_hba_info(&ports);
+    clock.advance(2);
+    print_hba_info(&ports);
+
+    EXPECT_NE(streams.err().find("~On [2Jline \x03"), std::string::npos) << streams.err();
+}
+
 TEST(GpuReport, FourEmptyTextsOfACollectorThatGathersNothing) {
     CMM_GPU_Info gpu;
     const StreamCapture streams;
