@@ -1,6 +1,8 @@
 // Walks to a file of the home, part by part, and checks who may change each of them.
 #include "host/TrustedWay.h"
 
+#include "threads/ForkRepair.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -245,18 +247,42 @@ ScopedDescriptor openOnTrustedWay(const char *path, WayFinding &finding) {
     return ScopedDescriptor(-1);
 }
 
+namespace {
+
+// The reasons that were said, by their hashes.
+class SaidReasons {
+public:
+    // False for one that was said before, or when too many were.
+    bool add(std::size_t hash) {
+        const std::lock_guard held(m_lock);
+        if (m_count == mostReasons || std::find(m_said, m_said + m_count, hash) != m_said + m_count)
+            return false;
+        m_said[m_count++] = hash;
+        return true;
+    }
+
+private:
+    std::mutex m_lock;
+    std::size_t m_said[mostReasons] = {};
+    std::size_t m_count = 0;
+    // In the child of a fork that another thread held the lock in nobody would give it back.
+    ForkRepair m_forkRepair{[](void *reasons) { renew(static_cast<SaidReasons *>(reasons)->m_lock); }, this};
+};
+
+SaidReasons &saidReasons() {
+    static auto *reasons = new SaidReasons; // outlives every static logger
+    return *reasons;
+}
+
+// Made before there are threads, so that no fork finds it half made.
+[[maybe_unused]] const SaidReasons &saidReasonsAtStart = saidReasons();
+
+} // namespace
+
 bool isWorthSaying(const WayFinding &finding) {
     if (finding.trusted || !finding.exists)
         return false;
-    static std::mutex lock;
-    static std::size_t said[mostReasons];
-    static std::size_t count;
-    const std::size_t hash = std::hash<std::string_view>{}(finding.reason);
-    const std::lock_guard held(lock);
-    if (count == mostReasons || std::find(said, said + count, hash) != said + count)
-        return false;
-    said[count++] = hash;
-    return true;
+    return saidReasons().add(std::hash<std::string_view>{}(finding.reason));
 }
 
 } // namespace zel

@@ -32,7 +32,8 @@ constexpr mode_t logFileMode = 0644;
 constexpr int firstFreeDescriptor = 3;
 constexpr const char *recentFileScript = "../../utils/INSTALL/recentlogfile.sh";
 constexpr const char *recentFileResult = "../aproc/shell/recentlogfile.dat";
-constexpr int compressLimit = 60; // seconds
+constexpr const char *recentFileDirectory = "../aproc/shell"; // where the script writes it
+constexpr int compressLimit = 60;                             // seconds
 
 // Appends a text of exactly `length` characters: one that outgrows them (a year beyond 9999) is cut.
 char *append(char *out, const char *text, std::size_t length) {
@@ -184,7 +185,8 @@ void CVornLog::fLogNameChange(int first) {
 
 // The script's answer is a plain file name. One that leads out of the log directory is no answer.
 int CVornLog::fGetRecentLogFile(const char *date) {
-    if (date == nullptr || !zel::shellSafe(date) || !isTrusted(zel::inspectWay(recentFileScript)))
+    if (date == nullptr || !zel::shellSafe(date) || !isTrusted(zel::inspectWay(recentFileScript)) ||
+        !isTrusted(zel::inspectWay(recentFileDirectory)))
         return -1;
     char command[256];
     std::snprintf(command, sizeof(command), "%s %s", recentFileScript, date);

@@ -79,6 +79,26 @@ int zel::saveCommandFile(SchedulerLink &link, const char *key, const char *comma
 }
 
 // Both scripts are announced as a start: consumers of the log expect these words.
+namespace {
+
+// What a start or stop script sources and starts is run by it.
+constexpr const char *scriptsBehind[] = {"cmd_scd_lib.sh", "cmd_scd.sh"};
+
+// What is known of the script, or of the first of the others that is there and not trusted.
+zel::WayFinding inspectDaemonScripts(const char *home, const char *script) {
+    zel::WayFinding finding = zel::inspectWay(script);
+    for (const char *other : scriptsBehind) {
+        const zel::Text path = zel::joinText({home, other});
+        if (!finding.trusted || path == nullptr)
+            return finding;
+        if (const zel::WayFinding ofOther = zel::inspectWay(path.get()); ofOther.exists && !ofOther.trusted)
+            finding = ofOther;
+    }
+    return finding;
+}
+
+} // namespace
+
 int zel::runDaemonScript(SchedulerLink &link, const char *script) {
     const char *home = link.owner->m_pstrCmdSchedulerHome;
     if (home == nullptr) {
@@ -99,7 +119,7 @@ int zel::runDaemonScript(SchedulerLink &link, const char *script) {
     const char *command = commandText.get();
     if (command == nullptr || scriptPath == nullptr)
         return 0;
-    const WayFinding finding = inspectWay(scriptPath.get());
+    const WayFinding finding = inspectDaemonScripts(home, scriptPath.get());
     while (!takeCmdSync()) {
         ZEL_SCHEDULER_NOTICE(link, "system command(%s) execute waiting.....", command);
         fgUSleep(daemonPollPause);

@@ -79,7 +79,6 @@ void DoubtfulMounts::endPass() {
     });
     for (auto &entry : m_mounts)
         entry.second.present = false;
-    m_knowsATable = true;
 }
 
 } // namespace zel

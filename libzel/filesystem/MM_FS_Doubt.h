@@ -26,8 +26,6 @@ public:
             note(mountPoint, slow);
     }
 
-    /// False before the first pass has ended.
-    bool knowsATable() const { return m_knowsATable; }
     /// Forgets the mounts that are no longer in the table.
     void endPass();
 
@@ -44,7 +42,6 @@ private:
 
     std::map<std::string, Doubt, std::less<>> m_mounts; // by mount point
     std::string m_lastLocalType;                        // mostly also the next one's
-    bool m_knowsATable = false;
 };
 
 } // namespace zel

@@ -45,9 +45,9 @@ bool isListed(std::string_view text, const FilesystemList &list, int count) {
 bool readMountTable(zel::WholeFile &file) {
     char target[1];
     if (g_strHostRoot[0] != '\0' && readlink(fgHostPath("/etc/mtab"), target, sizeof(target)) >= 0 &&
-        file.read("/proc/1/mounts"))
+        file.read("/proc/1/mounts", zel::KeptScope::Never))
         return true;
-    return file.read("/etc/mtab");
+    return file.read("/etc/mtab", zel::KeptScope::Never);
 }
 
 // A backslash with the characters that follow it, and the character that it means. Any other backslash means itself.
@@ -107,6 +107,8 @@ namespace zel {
 
 MountTable::MountTable(WholeFile &file)
     : m_openError(readMountTable(file) ? 0 : errno), m_lines(file.lines(HOST_FILE_LIMIT)) {}
+
+MountTable::MountTable(std::string &text) : m_openError(0), m_lines(text.data(), text.size(), HOST_FILE_LIMIT) {}
 
 // Sample: /dev/sda1 /mnt/with\040blank ext4 rw,relatime 0 0
 bool MountTable::next(MountEntry &entry) {

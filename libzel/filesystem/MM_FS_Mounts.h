@@ -4,6 +4,8 @@
 
 #include "kernel/WholeFile.h"
 
+#include <string>
+
 struct _ST_FS;
 
 namespace zel {
@@ -25,6 +27,8 @@ class MountTable {
 public:
     /// Reads the table into `file`, which outlives it.
     explicit MountTable(WholeFile &file);
+    /// A table that was read before. The walk changes the text.
+    explicit MountTable(std::string &text);
 
     bool isOpen() const { return m_openError == 0; }
     /// The error number of an open that failed.

@@ -4,6 +4,7 @@
 #include "CheckNfs.h"
 #include "Settings.h"
 #include "filesystem/MM_FS_Mounts.h"
+#include "host/SafeWrite.h"
 #include "nfs/NfsConnection.h"
 #include "scripts/HomeScripts.h"
 
@@ -46,6 +47,7 @@ std::string onOneLine(std::string text) {
 }
 
 bool writeWhole(int file, std::string_view text) {
+    const zel::WriteSignalsHeld noSignal;
     while (!text.empty()) {
         const ssize_t count = write(file, text.data(), text.size());
         if (count < 0 && errno == EINTR)

@@ -6,8 +6,10 @@
 #include "filesystem/MM_FS_VMware.h"
 #include "scripts/HomeScripts.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <new>
+#include <utility>
 
 #define FS_LOG_ERROR(...)                                                                                              \
     ZEL_LOG(zel::errorLogOpen(), zel::LOG_LEVEL_ERROR, "MM_FS_Info", m_collector.m_strLogMsg, __VA_ARGS__)
@@ -43,11 +45,11 @@ bool MountPass::takeMounts() {
     m_nfsList.emplace();
     if (!m_nfsList->isOpen())
         FS_LOG_ERROR("fopen failed(%s)", NFS_LIST);
-    if (!m_state.doubts.knowsATable() && !lookAhead())
-        return false;
     MountTable table(m_state.mountFile);
     if (!isOpen(table))
         return false;
+    if (m_state.mountFile.text() != m_state.knownTable)
+        lookAhead();
     for (MountEntry entry{}; table.next(entry);)
         visit(entry);
     handOnRest();
@@ -63,14 +65,16 @@ bool MountPass::isOpen(const MountTable &table) {
     return table.isOpen();
 }
 
-// A mount may cover the way to one that comes before it in the table. Later passes know it from the pass before.
-bool MountPass::lookAhead() {
-    MountTable table(m_state.mountFile);
-    if (!isOpen(table))
-        return false;
+// A mount may cover the way to one that comes before it in the table: all entries of a table that changed are noted
+// before the first is measured.
+void MountPass::lookAhead() {
+    m_state.knownTable.clear(); // an unfinished look is taken again
+    std::string text(m_state.mountFile.text());
+    std::string known(text);
+    MountTable table(text);
     for (MountEntry entry{}; table.next(entry);)
         m_state.doubts.meet(entry);
-    return true;
+    m_state.knownTable = std::move(known);
 }
 
 void MountPass::visit(const MountEntry &entry) {
@@ -178,7 +182,9 @@ bool MountPass::isAnswer(const CallEnd &end, const char *mountPoint) {
         FS_LOG_ERROR("statfs failed(%d), mount does not answer(%s)", end.error, mountPoint);
     if (end.silence == Silence::Ends)
         FS_LOG_ERROR("mount answers again(%s)", mountPoint);
-    if (end.error != 0 && (end.silence == Silence::None || end.silence == Silence::Ends))
+    // Without a thread to spare no mount is asked: said once in a pass, not for each mount.
+    const bool askedInVain = end.error == EAGAIN && std::exchange(m_lacksThreads, true);
+    if (end.error != 0 && !askedInVain && (end.silence == Silence::None || end.silence == Silence::Ends))
         FS_LOG_ERROR("statfs failed(%d)", end.error);
     return end.error == 0;
 }

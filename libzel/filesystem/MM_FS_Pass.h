@@ -21,6 +21,7 @@ namespace zel {
 /// What a collector keeps between its passes.
 struct FilesystemState {
     WholeFile mountFile;
+    std::string knownTable; // the text of the last pass
     DoubtfulMounts doubts;
     std::vector<std::unique_ptr<_ST_FS>> spareRecords; // of the pass before, for this one
 };
@@ -51,7 +52,7 @@ private:
 
     bool takeMounts();
     bool isOpen(const MountTable &table);
-    bool lookAhead();
+    void lookAhead();
     void visit(const MountEntry &entry);
     bool listNfs(const MountEntry &entry);
     void measureNow(const MountEntry &entry);
@@ -70,6 +71,7 @@ private:
     NfsServers m_servers;
     std::optional<NfsList> m_nfsList;
     std::list<Row> m_rows;
+    bool m_lacksThreads = false; // and has said so
     _ST_FS m_filesystem{};
 };
 

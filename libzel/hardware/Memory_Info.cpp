@@ -4,6 +4,7 @@
 #include "HostRoot.h"
 #include "LogGate.h"
 #include "VornLog.h"
+#include "host/SafeWrite.h"
 #include "host/Shell.h"
 #include "host/ShellSafe.h"
 
@@ -47,7 +48,7 @@ unsigned int CMemory_Info::GetMemoryNum() {
     char command[commandSize];
     std::snprintf(command, sizeof(command), "cat %s | grep '%s' | wc -l", path, ramRange);
     if (g_nPrint == 1)
-        std::fprintf(stderr, "Memory popen command : %s\n", command);
+        zel::printErrorf("Memory popen command : %s\n", command);
 
     const zel::ScopedPipe pipe = zel::readShell(command);
     char output[outputSize];

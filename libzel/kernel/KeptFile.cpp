@@ -86,7 +86,8 @@ int KeptFile::descriptor(const char *path) {
 
 void KeptFile::keep(ScopedDescriptor file, const char *path, KeptScope scope) {
     drop();
-    if (g_strHostRoot[0] != '\0' || g_nKeptFileLimit == 0 || !file.valid() || !isOfProc(file.get()) || !takeKeptPlace())
+    const bool allowed = scope != KeptScope::Never && g_strHostRoot[0] == '\0' && g_nKeptFileLimit != 0;
+    if (!allowed || !file.valid() || !isOfProc(file.get()) || !takeKeptPlace())
         return;
     struct stat opened {};
     if (fstat(file.get(), &opened) != 0) {

@@ -36,6 +36,7 @@ bool runnerGone(const Watch &watch) {
     if (getppid() != keeper)
         _exit(STATUS_FAILURE);
     sigprocmask(SIG_SETMASK, &watch.originalMask, nullptr);
+    stayBelowKeeper();
     execvp(watch.command[0], watch.command);
     const int status = errno == ENOENT ? STATUS_NOT_FOUND : STATUS_NOT_RUNNABLE;
     std::fprintf(stderr, "ShCmd: %s: %s\n", watch.command[0], std::strerror(errno));

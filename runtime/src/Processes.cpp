@@ -1,6 +1,7 @@
 // Time, signals and children of the command runner.
 #include "Processes.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <initializer_list>
 #include <sched.h>
@@ -16,6 +17,7 @@ namespace {
 constexpr int mostAtOnce = 5000;
 constexpr int highestPriority = -20;
 constexpr int lowestPriority = 19;
+constexpr int belowKeeper = 5; // of a command whose keeper may not rise
 
 struct ProcessList {
     pid_t processes[mostAtOnce];
@@ -63,6 +65,12 @@ void raiseOwnPriority(bool aboveEverything) {
     if (aboveEverything && sched_setscheduler(0, SCHED_RR, &lowestOfReal) == 0)
         return;
     setpriority(PRIO_PROCESS, 0, highestPriority);
+}
+
+void stayBelowKeeper() {
+    const int own = getpriority(PRIO_PROCESS, 0);
+    const bool keeperRises = setpriority(PRIO_PROCESS, 0, own - 1) == 0;
+    setpriority(PRIO_PROCESS, 0, keeperRises ? own : std::min(own + belowKeeper, lowestPriority));
 }
 
 bool hasChildren() {

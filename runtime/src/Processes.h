@@ -28,6 +28,8 @@ sigset_t waitedSignals();
 
 /// Processes that eat up the processor must not keep the runner from ending them. Does what the user may do.
 void raiseOwnPriority(bool aboveEverything);
+/// For a command: its keeper runs before it, also where an ordinary user's keeper cannot raise itself.
+void stayBelowKeeper();
 
 /// True when this process has a child, if only one that has ended and was not reaped. What a command leaves behind
 /// becomes a child (subreaper).

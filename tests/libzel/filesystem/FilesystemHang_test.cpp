@@ -124,6 +124,32 @@ TEST(FilesystemHang, AMountCoveredByALaterOneIsHeldToTheLimitFromTheFirstPassOn)
     EXPECT_TRUE(watch.onOwnThread("/data/inside"));
 }
 
+TEST(FilesystemHang, AMountThatIsCoveredBetweenTwoPassesIsHeldToTheLimitAtOnce) {
+    FilesystemHost host;
+    host.mounted("/dev/sda1", "/data/inside", "ext4");
+    const MeasureWatch watch;
+    CMM_FS_Info collector;
+    recordsOf(collector);
+    ASSERT_FALSE(watch.onOwnThread("/data/inside"));
+
+    host.mounted("sshfs", "/data", "fuse.sshfs");
+    EXPECT_EQ(recordsOf(collector), (Names{"/data/inside", "/data"}));
+    EXPECT_TRUE(watch.onOwnThread("/data/inside"));
+}
+
+TEST(FilesystemHang, AMountPointThatIsMountedOverIsHeldToTheLimitAtOnce) {
+    FilesystemHost host;
+    host.mounted("/dev/sda1", "/data", "ext4");
+    const MeasureWatch watch;
+    CMM_FS_Info collector;
+    recordsOf(collector);
+    ASSERT_FALSE(watch.onOwnThread("/data"));
+
+    host.mounted("sshfs", "/data", "fuse.sshfs");
+    recordsOf(collector);
+    EXPECT_TRUE(watch.onOwnThread("/data"));
+}
+
 TEST(FilesystemHang, AMountThatIsGoneHoldsNothingBelowItsPlace) {
     FilesystemHost host;
     host.mounted("sshfs", "/data", "fuse.sshfs").mounted("/dev/sda1", "/data/inside", "ext4");

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -142,6 +143,26 @@ TEST_P(KeptCommand, HasAProcessNumberOfItsOwn) {
     const std::string first = runShell(runner + " 5 sh -c 'echo $$'").out;
     const std::string second = runShell(runner + " 5 sh -c 'echo $$'").out;
     EXPECT_NE(first, second) << "temporary files are named by it";
+}
+
+// The nice values of the command and of its keeper.
+std::pair<int, int> priorities(const std::string &before) {
+    const ShellResult result = runShell(before + runner + " 5 sh -c 'cut -d\" \" -f19 /proc/$$/stat /proc/$PPID/stat'");
+    std::istringstream numbers(result.out);
+    int command = 0, keeper = 0;
+    EXPECT_TRUE(numbers >> command >> keeper) << result.out;
+    return {command, keeper};
+}
+
+TEST(CommandRunner, RunsItsCommandBelowItsOwnPriority) {
+    const auto [command, keeper] = priorities("ZEL_SHARED_PIDS=1 ");
+    EXPECT_GT(command, keeper);
+    if (getuid() != 0)
+        return;
+    const auto [rootCommand, rootKeeper] =
+        priorities("ZEL_SHARED_PIDS=1 prlimit --nice=0 setpriv --bounding-set=-sys_nice "
+                   "--inh-caps=-sys_nice ");
+    EXPECT_GT(rootCommand, rootKeeper) << "where nothing can be raised";
 }
 
 // A storm: processes that start others for ever, most of them outside the command's group, and ignore TERM. It is kept

@@ -207,4 +207,19 @@ TEST_F(HomeTrust, SchedulersScriptsFollowTheRule) {
     EXPECT_TRUE(somethingRan());
 }
 
+// The start script sources the one and starts the other.
+TEST_F(HomeTrust, SchedulersOtherScriptsFollowTheRuleToo) {
+    for (const char *other : {"cmd_scd_lib.sh", "cmd_scd.sh"}) {
+        m_home.script("scheduler/cmd_scd_start.sh", planted);
+        m_home.script(std::string("scheduler/") + other, "");
+        const std::string path = at(std::string("scheduler/") + other);
+        ASSERT_EQ(chmod(path.c_str(), 0766), 0);
+        CCmdScheduler scheduler;
+        scheduler.fSetCmdSchedulerHomePath(at("scheduler").c_str());
+        EXPECT_EQ(scheduler.fCmdSchedulerStart(), 1) << "as when the script is missing";
+        EXPECT_FALSE(somethingRan()) << other;
+        ASSERT_EQ(chmod(path.c_str(), 0755), 0);
+    }
+}
+
 } // namespace
