@@ -2,7 +2,7 @@
 #include "VornLog.h"
 
 #include "functions/LogSink.h"
-#include "log/LogWriter.h"
+#include "log/VornLogThread.h"
 #include "text/FixedText.h"
 #include "threads/SharedValue.h"
 
@@ -99,6 +99,19 @@ std::unique_ptr<zel::LogState> newState(CVornLog &log) {
     return std::make_unique<zel::LogState>(log);
 }
 
+// The child of a fork has no writer. Its logger writes directly, under the mutex; what is queued is the parent's to
+// write. The queue is not touched: the writer may have been in the middle of it.
+void repairLogger(zel::LogState &state) {
+    CVornLog &log = state.logger;
+    state.forked = true;
+    if (log.m_nThreadMode != 1)
+        return;
+    state.link.reset();
+    log.m_pcQueue = nullptr;
+    log.m_nThreadMode = 0;
+    log.fSetThreadChk(1);
+}
+
 } // namespace
 
 zel::LogState::LogState(CVornLog &log)
@@ -126,8 +139,8 @@ CVornLog::CVornLog(int logMode, const char *name, int validDay)
 }
 
 CVornLog::CVornLog(int logMode, const char *name, int validDay, int threadMode) : CVornLog(logMode, name, validDay) {
-    if (threadMode == 1)
-        zel::startThreadMode(*this, *m_state);
+    if (threadMode == 1 && !zel::startThreadMode(*this, *m_state))
+        fSetThreadChk(1);
 }
 
 // First nobody enters the logger any more, then its writer leaves it: only then does the file go.

@@ -1,7 +1,8 @@
 // Thread mode of the logger: callers queue, one detached thread writes.
+#include "log/VornLogThread.h"
+
 #include "NGFunctions.h"
 #include "host/SafeWrite.h"
-#include "log/LogWriter.h"
 #include "text/FixedText.h"
 
 #include <memory>
@@ -100,18 +101,18 @@ int zel::writeQueuedMessages(WorkerLink<CVornLog> &link) {
     return pause;
 }
 
-void zel::startThreadMode(CVornLog &log, LogState &state) {
+bool zel::startThreadMode(CVornLog &log, LogState &state) {
     state.link = std::make_shared<WorkerLink<CVornLog>>(&log);
     log.m_pcQueue = idleQueues().take();
     log.m_nThreadMode = 1;
     if (startWorker<writeWhileLoggerLives>(state.link) == 0)
-        return;
+        return true;
 
     idleQueues().put(log.m_pcQueue);
     log.m_pcQueue = nullptr;
     log.m_nThreadMode = 0;
     state.link.reset();
-    log.fSetThreadChk(1);
+    return false;
 }
 
 void zel::stopThreadMode(CVornLog &log, LogState &state) {
@@ -142,19 +143,6 @@ void zel::queueMessage(CVornLog &log, LogState &state, int line, const char *fil
         static_cast<void>(queued.release());
     else
         ++state.lost;
-}
-
-// The child of a fork has no writer. Its logger writes directly, under the mutex; what is queued is the parent's to
-// write. The queue is not touched: the writer may have been in the middle of it.
-void zel::repairLogger(LogState &state) {
-    CVornLog &log = state.logger;
-    state.forked = true;
-    if (log.m_nThreadMode != 1)
-        return;
-    state.link.reset();
-    log.m_pcQueue = nullptr;
-    log.m_nThreadMode = 0;
-    log.fSetThreadChk(1);
 }
 
 void *fLogThreadQ(void *logger) {

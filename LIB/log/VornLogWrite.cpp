@@ -52,7 +52,7 @@ private:
 const char *levelWord(CVornLog &log, int level) {
     if (level == zel::LOG_LEVEL_NORMAL || level == zel::LOG_LEVEL_ERROR)
         return "INFO";
-    return level == zel::LOG_LEVEL_DEBUG && log.fGetLogMode() == 1 ? "DEBUG" : nullptr;
+    return level == zel::LOG_LEVEL_DEBUG && zel::readShared(log.m_nLogMode) == 1 ? "DEBUG" : nullptr;
 }
 
 // "[134501][INFO][VornLog]169 messages lost\n" and what follows it, in one piece: the account never takes the room of

@@ -22,7 +22,6 @@ constexpr const char *inventoryPath = zel::resultPath(zel::Script::DiskInventory
 constexpr int rateLineSize = 128;
 constexpr float largestRate = 100.0F;
 constexpr float cappedRate = 99.9F;
-constexpr std::size_t comparedNameLength = DISK_NAME_SIZE - 1;
 
 // 0 for a text that is no number.
 float numberIn(const char *text) {
@@ -176,10 +175,4 @@ _ST_COMPUTE_IO *CMM_IO_Info::fMGetOldCompIo(const char *name) {
 int CMM_IO_Info::fMSetOldCompIo(const _ST_COMPUTE_IO *sample) {
     zel::NamedSamples samples(*m_pclList_Old);
     return samples.keep(*sample, samples.find(sample->l_strDEVname)) ? 1 : 0;
-}
-
-int CMM_IO_Info::fCMPDeviceName(const void *stored, const void *name) {
-    return std::strncmp(static_cast<const char *>(stored), static_cast<const char *>(name), comparedNameLength) == 0
-               ? 1
-               : 0;
 }

@@ -1,9 +1,10 @@
 // Disk discovery through the partitions script, and the inventory file of CMM_IO_Info.
+#include "disk/MM_IO_Inventory.h"
+
 #include "LogGate.h"
 #include "MM_IO_Info.h"
 #include "Settings.h"
 #include "disk/MM_IO_Lines.h"
-#include "disk/MM_IO_Pass.h"
 #include "disk/MM_IO_Samples.h"
 #include "disk/MM_IO_State.h"
 #include "host/RegularFile.h"
@@ -63,6 +64,10 @@ bool rememberDevice(CMM_IO_Info &disks, const zel::DiscoveredDisk &found) {
 }
 
 } // namespace
+
+bool zel::countedBeyondLimit(int count) {
+    return g_nDiskStrType == 0 && g_nDiskMaxGatherCnt >= 1 && count > g_nDiskMaxGatherCnt;
+}
 
 int CMM_IO_Info::fMGetDevNames(int nWithNames) {
     zel::runScript(zel::Script::Partitions);

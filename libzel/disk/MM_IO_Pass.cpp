@@ -3,6 +3,7 @@
 
 #include "NGFunctions.h"
 #include "Settings.h"
+#include "disk/MM_IO_Inventory.h"
 #include "disk/MM_IO_Rates.h"
 #include "disk/MM_IO_State.h"
 #include "disk/MM_IO_Text.h"
@@ -36,10 +37,6 @@ DiskForm diskForm(int performance, int push) {
     if (g_nDiskStrType == 1)
         return push < 1 ? DiskForm::Poll : DiskForm::Push;
     return performance == 0 ? DiskForm::Inventory : DiskForm::List;
-}
-
-bool countedBeyondLimit(int count) {
-    return g_nDiskStrType == 0 && g_nDiskMaxGatherCnt >= 1 && count > g_nDiskMaxGatherCnt;
 }
 
 DiskPass::DiskPass(CMM_IO_Info &disks, DiskState &state, DiskForm form)

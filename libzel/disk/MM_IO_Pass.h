@@ -16,9 +16,6 @@ enum class DiskForm { Inventory, List, Poll, Push };
 /// The form that the settings and the arguments of fMGetIoStat ask for.
 DiskForm diskForm(int performance, int push);
 
-/// Whether a pass ends after the disk that made `count`: consumers of the list get one disk more than the limit.
-bool countedBeyondLimit(int count);
-
 class DiskPass {
 public:
     DiskPass(CMM_IO_Info &disks, DiskState &state, DiskForm form);

@@ -91,3 +91,8 @@ void KeyedSamples::keep(const _ST_COMPUTE_IO &sample, _ST_DISK_OLD_LIST &old) {
 }
 
 } // namespace zel
+
+int CMM_IO_Info::fCMPDeviceName(const void *stored, const void *name) {
+    constexpr std::size_t length = DISK_NAME_SIZE - 1;
+    return std::strncmp(static_cast<const char *>(stored), static_cast<const char *>(name), length) == 0 ? 1 : 0;
+}

@@ -1,8 +1,5 @@
-// The record of the kernel release, and which release the collectors follow.
+// The record of the kernel release.
 #include "MM_INIT_Info.h"
-
-#include "Settings.h"
-#include "kernel/KernelRelease.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -75,12 +72,4 @@ int CMM_INIT_Info::fMLinux_Major() const {
 
 int CMM_INIT_Info::fMLinux_Minor() const {
     return m_pstOsVersion == nullptr ? 0 : m_pstOsVersion->l_nMinorNum;
-}
-
-zel::KernelRelease zel::rulingRelease(const CMM_INIT_Info &collector) {
-    constexpr KernelRelease modern{2, 6};
-    const KernelRelease release{collector.fMLinux_Major(), collector.fMLinux_Minor()};
-    const bool fromModernOn =
-        release.major > modern.major || (release.major == modern.major && release.minor >= modern.minor);
-    return g_nKernelRule == 1 && fromModernOn ? modern : release;
 }

@@ -72,10 +72,6 @@ private:
     TableLines m_lines;
 };
 
-/// The readers of the two units; they publish their state under the names of network.h and push_network.h.
-InterfaceReader &ordinaryReader();
-InterfaceReader &pushReader();
-
 /// What one step of either unit gives: copies of the name (at least INTERFACE_NAME_SIZE bytes), the link word
 /// (6 characters, no terminator) and seven counters. Returns 0, or -1 without touching anything at the end.
 int deliverInterface(const interface *record, char *name, char *link, unsigned long long *rxPackets,

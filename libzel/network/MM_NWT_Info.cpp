@@ -120,10 +120,6 @@ int CMM_NWT_Info::fMSetOldCompNetwork(const _ST_STATIC_NETWORK *reading) {
     return 1;
 }
 
-int CMM_NWT_Info::fCMPInterfaceName(const void *a, const void *b) {
-    return std::strcmp(static_cast<const char *>(a), static_cast<const char *>(b)) == 0 ? 1 : 0;
-}
-
 int CMM_NWT_Info::fGetLinkAlive(const char *name) {
     return zel::LinkQuery().alive(name);
 }

@@ -10,6 +10,7 @@
 #include "network/MM_NWT_Rates.h"
 #include "network/MM_NWT_State.h"
 #include "network/MM_NWT_Text.h"
+#include "network/Readers.h"
 #include "records/KeyOrder.h"
 
 #include <cstring>
@@ -241,3 +242,7 @@ void keepListReading(CMM_NWT_Info &collector, const _ST_STATIC_NETWORK &reading,
 }
 
 } // namespace zel
+
+int CMM_NWT_Info::fCMPInterfaceName(const void *a, const void *b) {
+    return std::strcmp(static_cast<const char *>(a), static_cast<const char *>(b)) == 0 ? 1 : 0;
+}

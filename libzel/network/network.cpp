@@ -3,6 +3,7 @@
 
 #include "host/ScopedHandle.h"
 #include "network/InterfaceReader.h"
+#include "network/Readers.h"
 
 #include <cstdint>
 #include <cstring>

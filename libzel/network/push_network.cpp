@@ -2,6 +2,7 @@
 #include "push_network.h"
 
 #include "network/InterfaceReader.h"
+#include "network/Readers.h"
 
 std::FILE *push_fh;
 interface *push_ife;

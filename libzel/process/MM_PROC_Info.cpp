@@ -1,31 +1,12 @@
 // The process collector: what it owns, and its two samples.
 #include "MM_PROC_Info.h"
 
+#include "process/MM_PROC_RealTime.h"
 #include "process/MM_PROC_Scan.h"
 #include "process/ProcessText.h"
-#include "process/PushList.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <new>
-
-zel::ProcessState::ProcessState() = default;
-zel::ProcessState::~ProcessState() = default;
-
-zel::ProcessScratch *zel::ProcessState::scratch() {
-    if (m_scratch == nullptr)
-        m_scratch.reset(static_cast<ProcessScratch *>(std::calloc(1, sizeof(ProcessScratch))));
-    return m_scratch.get();
-}
-
-zel::ProcessScratch *zel::ProcessState::clearedScratch() {
-    ProcessScratch *records = scratch();
-    if (records != nullptr) {
-        records->raw = {};
-        std::memset(&records->record, 0, sizeof(records->record));
-    }
-    return records;
-}
 
 CMM_PROC_Info::CMM_PROC_Info()
     : m_pclUser(new CSSUser), m_pclUtil(new CSSUtil), m_pstrProcessInfo(fgNewTextBuffer(PERF_TABLE_SIZE)),

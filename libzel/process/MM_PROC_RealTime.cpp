@@ -1,4 +1,6 @@
 // The real-time list: who runs what since when, without figures and without touching the previous samples.
+#include "process/MM_PROC_RealTime.h"
+
 #include "process/MM_PROC_Host.h"
 #include "process/MM_PROC_Rows.h"
 #include "process/MM_PROC_Sample.h"

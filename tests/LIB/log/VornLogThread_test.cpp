@@ -6,7 +6,7 @@
 #include "StreamCapture.h"
 #include "ThreadWatch.h"
 #include "VornLog.h"
-#include "log/LogWriter.h"
+#include "log/VornLogThread.h"
 #include "threads/SharedValue.h"
 
 #include <atomic>

@@ -1,11 +1,12 @@
 // The readers of the VM collector, one per kernel file.
+#include "memory/VmReaders.h"
+
 #include "HostRoot.h"
 #include "MM_VM_Info.h"
 #include "host/RegularFile.h"
 #include "host/ScopedHandle.h"
 #include "kernel/KernelText.h"
 #include "memory/VmFiles.h"
-#include "memory/VmReaders.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
@@ -21,11 +22,6 @@ namespace {
 constexpr std::size_t processStatSize = 4096;
 constexpr int processPathSize = 300;
 constexpr long bytesPerKilobyte = 1024;
-
-bool holdsSwitches(std::string_view stat) {
-    const std::size_t key = stat.find("ctxt ");
-    return key != std::string_view::npos && stat.find('\n', key) != std::string_view::npos;
-}
 
 long wrappingSum(long long left, long long right) {
     return static_cast<long>(static_cast<unsigned long long>(left) + static_cast<unsigned long long>(right));
@@ -104,13 +100,6 @@ int readNewLayout(zel::VmFiles &files, std::string_view stat, long *counters) {
 }
 
 } // namespace
-
-std::string_view zel::VmFiles::stat() {
-    const std::string_view text = m_stat.read().text;
-    if (!m_stat.fills(text) || holdsSwitches(text))
-        return text;
-    return m_wholeStat.read("/proc/stat") ? m_wholeStat.text() : std::string_view();
-}
 
 // Sample: 26231 (vim) R 5392 7446 5392 34835 7446 4218880 32533 309516 26 82 1677 44 158 99
 bool zel::parseProcessFaults(const char *text, unsigned long long &minorFaults, unsigned long long &majorFaults) {

@@ -13,16 +13,13 @@ inline constexpr int LOG_WRITER_ENDS = 0;      // the logger has gone
 /// Writes everything that is queued. Returns the pause until the next wake-up.
 int writeQueuedMessages(WorkerLink<CVornLog> &link);
 
-/// Gives the logger its queue and starts its thread. Without a thread it stays in direct mode, under the mutex.
-void startThreadMode(CVornLog &log, LogState &state);
+/// Gives the logger its queue and starts its thread. False without a thread: it stays in direct mode.
+bool startThreadMode(CVornLog &log, LogState &state);
 
 /// Writes what is queued and leaves the thread without its logger.
 void stopThreadMode(CVornLog &log, LogState &state);
 
 /// Queues a message, or counts it as lost when the queue is full.
 void queueMessage(CVornLog &log, LogState &state, int line, const char *file, const char *message);
-
-/// Puts a logger right in the child of a fork.
-void repairLogger(LogState &state);
 
 } // namespace zel
