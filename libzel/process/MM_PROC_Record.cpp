@@ -1,6 +1,7 @@
 // The report record of one process: names, sizes, times.
 #include "process/MM_PROC_Record.h"
 
+#include "rates/Units.h"
 #include "text/FixedText.h"
 #include "text/NumberScan.h"
 
@@ -9,17 +10,10 @@
 
 namespace {
 
-constexpr long ticksPerSecond = 100; // of the kernel's counters, on every machine
-constexpr double kilobytesPerByte = 0.0009765625;
-
 template<std::size_t Size> void setBracketed(char (&area)[Size], const char *text) {
     area[0] = '[';
     const std::size_t length = zel::copyText(area + 1, Size - 2, text);
     std::memcpy(area + 1 + length, "]", 2);
-}
-
-template<std::size_t Size> void setText(char (&area)[Size], const char *text) {
-    zel::copyText(area, Size, text);
 }
 
 // Every byte is written, so that the compiler takes many at a time.
@@ -47,11 +41,11 @@ int startSeconds(const CMM_PROC_Info &collector, long startTicks) {
     const char *text = collector.m_strUpTime;
     const auto uptime = static_cast<int>(zel::takeSigned(text));
     return static_cast<int>(static_cast<unsigned long>(collector.m_tTime) - static_cast<unsigned long>(uptime) +
-                            static_cast<unsigned long>(startTicks / ticksPerSecond));
+                            static_cast<unsigned long>(startTicks / zel::TICKS_PER_SECOND));
 }
 
 void fillSizes(const CMM_PROC_Info &collector, const proc_s &raw, unsigned long totalMemory, _ST_PROC &record) {
-    record.l_dIOByteCom = static_cast<double>(raw.io_read + raw.io_write) * kilobytesPerByte;
+    record.l_dIOByteCom = static_cast<double>(raw.io_read + raw.io_write) * zel::KILOBYTES_PER_BYTE;
     record.l_ulVSZ = (raw.vsize + 512) >> 10;
     record.l_ulRSS = static_cast<unsigned long>(collector.m_pclUtil->fPage2k(static_cast<long>(raw.rss)));
     record.l_dPMEM = 0;
@@ -65,12 +59,13 @@ void fillTimes(const CMM_PROC_Info &collector, const proc_s &raw, _ST_PROC &reco
     record.l_nUTime = static_cast<int>(raw.utime);
     record.l_nSTime = static_cast<int>(raw.stime);
     record.l_nCTime = static_cast<int>(ticks);
-    setText(record.l_strCTime, collector.m_pclUtil->fFormatTime(static_cast<unsigned long>(ticks / ticksPerSecond)));
+    zel::copyText(record.l_strCTime,
+                  collector.m_pclUtil->fFormatTime(static_cast<unsigned long>(ticks / zel::TICKS_PER_SECOND)));
 }
 
 void fillStartText(const CMM_PROC_Info &collector, zel::StartText &start, _ST_PROC &record) {
     if (start.text[0] == '\0' || start.seconds != record.l_nStart) {
-        setText(start.text, collector.m_pclUtil->fGetLocalTime(record.l_nStart));
+        zel::copyText(start.text, collector.m_pclUtil->fGetLocalTime(record.l_nStart));
         start.seconds = record.l_nStart;
     }
     std::memcpy(record.l_strStart, start.text, sizeof(record.l_strStart));
@@ -97,7 +92,7 @@ void zel::nameByCommandLine(_ST_PROC &record, std::size_t length) {
 }
 
 void zel::nameByCommand(_ST_PROC &record) {
-    setText(record.l_strPname, record.l_strFName);
+    zel::copyText(record.l_strPname, record.l_strFName);
 }
 
 void zel::fillRecord(CMM_PROC_Info &collector, const proc_s &raw, unsigned long totalMemory, StartText &start,
@@ -120,7 +115,7 @@ void zel::fillRecord(CMM_PROC_Info &collector, const proc_s &raw, unsigned long 
 
 void zel::fillOwnerAndStart(CMM_PROC_Info &collector, const proc_s &raw, _ST_PROC &record) {
     record.l_nStart = startSeconds(collector, raw.start_time);
-    setText(record.l_strUname, collector.m_pclUser->fUserName(raw.uid));
+    zel::copyText(record.l_strUname, collector.m_pclUser->fUserName(raw.uid));
 }
 
 bool zel::isNameless(const _ST_PROC &record) {
@@ -142,7 +137,7 @@ std::size_t zel::trimName(char *name) {
 
 int CMM_PROC_Info::fMCmdline2Proc(const char *buf, proc_s *raw) {
     if (buf[0] != '\0')
-        setText(raw->args, buf);
+        zel::copyText(raw->args, buf);
     else
         setBracketed(raw->args, raw->cmd);
     return 1;

@@ -18,7 +18,7 @@ bool takeIdentity(zel::ProcessFiles &files, proc_s &raw, _ST_PROC &record) {
     char *stat = files.stat();
     if (stat == nullptr || !zel::parseStat(stat, raw))
         return false;
-    zel::copyText(record.l_strFName, sizeof(record.l_strFName), zel::commandName(stat));
+    zel::copyText(record.l_strFName, zel::commandName(stat));
     return true;
 }
 

@@ -16,14 +16,10 @@ using Compare = int (*)(const void *, const void *);
 constexpr Compare orders[] = {CMM_PROC_Info::compare_allcpu, CMM_PROC_Info::compare_allmem,
                               CMM_PROC_Info::compare_allio};
 
-template<std::size_t Size> void setText(char (&area)[Size], const char *text) {
-    zel::copyText(area, Size, text);
-}
-
 void copyProcess(ST_PROCALL_LIST &entry, const _ST_PROC &process) {
-    setText(entry.l_strPname, process.l_strPname);
-    setText(entry.l_strUname, process.l_strUname);
-    setText(entry.l_strFName, process.l_strFName);
+    zel::copyText(entry.l_strPname, process.l_strPname);
+    zel::copyText(entry.l_strUname, process.l_strUname);
+    zel::copyText(entry.l_strFName, process.l_strFName);
     entry.l_nPid = process.l_nPid;
     entry.l_nPPid = process.l_nPPid;
     entry.l_nNice = process.l_nNice;
