@@ -26,6 +26,7 @@
 #include "NStringLib.h"
 #include "Pci_Info.h"
 #include "Settings.h"
+#include "host/Shell.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -55,7 +56,6 @@ constexpr unsigned microsecondsPerSecond = 1000000;
 #define ZEL_PACKAGED_HOME ""
 #endif
 constexpr const char *packagedHome = ZEL_PACKAGED_HOME;
-constexpr const char *commandRunner = "../../utils/ETC/ShCmd";
 
 constexpr const char *defaultExcludedTypes =
     "cdrfs,vxodm,procfs,cdfs,ignore,odm,usbdevfs,proc,devpts,none,sysfs,tmpfs,autofs,rpc_piperfs,iso9660,lustre_lite,"
@@ -141,8 +141,8 @@ void keepHostRoot() {
 void enterHome() {
     const std::string own = ownDirectory();
     const std::string packaged = own + packagedHome;
-    if (own.empty() || packagedHome[0] == '\0' || access(commandRunner, F_OK) == 0 ||
-        access((packaged + commandRunner).c_str(), F_OK) != 0)
+    if (own.empty() || packagedHome[0] == '\0' || access(zel::COMMAND_RUNNER, F_OK) == 0 ||
+        access((packaged + zel::COMMAND_RUNNER).c_str(), F_OK) != 0)
         return;
     keepHostRoot();
     if (chdir(packaged.c_str()) != 0)

@@ -16,17 +16,6 @@ constexpr mode_t directoryMode = 0770;
 constexpr mode_t emptyFileMode = 0444;
 constexpr mode_t permissionBits = 0777;
 
-bool writePiece(int file, const char *piece, std::size_t length) {
-    while (length > 0) {
-        const ssize_t count = write(file, piece, length);
-        if (count < 0)
-            return false;
-        piece += count;
-        length -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
 // True when exactly `size` bytes were there and have been copied. A source that goes on after them ends the copy.
 bool copyExactly(int source, int target, off_t size) {
     char piece[pieceSize];
@@ -35,7 +24,7 @@ bool copyExactly(int source, int target, off_t size) {
         const ssize_t count = read(source, piece, pieceSize);
         if (count == 0)
             return copied == size;
-        if (count < 0 || !writePiece(target, piece, static_cast<std::size_t>(count)))
+        if (count < 0 || !zel::writeAll(target, {piece, static_cast<std::size_t>(count)}, zel::OnSignal::FAILS))
             return false;
         copied += count;
     }

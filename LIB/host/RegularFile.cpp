@@ -1,6 +1,8 @@
 // Opening the files that collectors, scripts and the inventory program exchange.
 #include "host/RegularFile.h"
 
+#include "host/FileIdentity.h"
+
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
@@ -52,10 +54,6 @@ ScopedDescriptor openRegular(const char *path, int flags, mode_t mode) {
     return openOfKind(path, flags, mode, [](mode_t kind) { return S_ISREG(kind); });
 }
 
-ScopedFile openRegularFile(const char *path) {
-    return asStream(openRegular(path, O_RDONLY), "r");
-}
-
 ScopedDescriptor openToWrite(const char *path) {
     return openOfKind(path, O_WRONLY | O_CREAT | O_TRUNC, newFileMode,
                       [](mode_t kind) { return S_ISREG(kind) || S_ISCHR(kind); });
@@ -83,7 +81,7 @@ std::FILE *openAnyFile(const char *path, const char *mode) {
 
 bool leadsTo(const char *path, const struct stat &status) {
     struct stat other {};
-    return stat(path, &other) == 0 && other.st_dev == status.st_dev && other.st_ino == status.st_ino;
+    return stat(path, &other) == 0 && identityOf(other) == identityOf(status);
 }
 
 bool clearForResult(const char *path) {

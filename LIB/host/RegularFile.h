@@ -9,11 +9,9 @@
 
 namespace zel {
 
-/// Opens a regular file for reading. Null with errno set when it cannot be opened; EISDIR or EINVAL when it is none.
-ScopedFile openRegularFile(const char *path);
-
-/// The same for writing: made when it does not exist, emptied when it does. A character device is taken too: whoever
-/// does not want a file links it to /dev/null.
+/// Opens a regular file for writing: made when it does not exist, emptied when it does. A character device is taken
+/// too: whoever does not want a file links it to /dev/null. Null with errno set when it cannot be opened; EISDIR or
+/// EINVAL when it is neither.
 ScopedFile openFileToWrite(const char *path);
 /// The descriptor of such a file; invalid where the other gives null.
 ScopedDescriptor openToWrite(const char *path);
@@ -21,7 +19,7 @@ ScopedDescriptor openToWrite(const char *path);
 /// A descriptor as a stream, which owns it; null for an invalid one. `mode` as for fopen.
 ScopedFile asStream(ScopedDescriptor &&descriptor, const char *mode);
 
-/// The descriptor of a regular file. `flags` and `mode` as for open.
+/// The descriptor of a regular file, under the same rule for anything else. `flags` and `mode` as for open.
 ScopedDescriptor openRegular(const char *path, int flags, mode_t mode = 0);
 
 /// Opens a file for appending; it is made with `mode` when it does not exist. A pipe is taken when somebody reads it:

@@ -68,6 +68,18 @@ Appended appendWhole(int file, std::string_view text) {
     return cut ? Appended::NOTHING : Appended::PART;
 }
 
+bool writeAll(int file, std::string_view text, OnSignal onSignal) {
+    while (!text.empty()) {
+        const ssize_t count = write(file, text.data(), text.size());
+        if (count < 0 && errno == EINTR && onSignal == OnSignal::GOES_ON)
+            continue;
+        if (count <= 0)
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
 void printError(std::string_view text) {
     const WriteSignalsHeld held;
     std::fwrite(text.data(), 1, text.size(), stderr);

@@ -32,6 +32,13 @@ enum class Appended {
 /// is not whole; ENOSPC when the file took a part without an error.
 Appended appendWhole(int file, std::string_view text);
 
+/// What a write does that a signal interrupted before it took a byte.
+enum class OnSignal { GOES_ON, FAILS };
+
+/// Writes all of `text`, however many writes that takes. False with errno set when one fails; what was written before
+/// it is in the file.
+bool writeAll(int file, std::string_view text, OnSignal onSignal);
+
 /// Writes `text` to standard error, which need not be there.
 void printError(std::string_view text);
 /// The same with a format.

@@ -1,6 +1,8 @@
 // Walks to a file of the home, part by part, and checks who may change each of them.
 #include "host/TrustedWay.h"
 
+#include "host/FileIdentity.h"
+#include "text/AsciiText.h"
 #include "threads/ForkRepair.h"
 
 #include <algorithm>
@@ -26,10 +28,6 @@ constexpr const char *ownUserMap = "/proc/self/uid_map"; // of this process, not
 constexpr std::size_t mostReasons = 64;
 constexpr int partFlags = O_PATH | O_CLOEXEC | O_NOFOLLOW;
 constexpr int readFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | O_NOFOLLOW;
-
-bool sameFile(const struct stat &one, const struct stat &other) {
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
 
 // True for the owner whom the kernel shows when this user namespace does not map the real one.
 bool isUnmapped(uid_t owner) {
@@ -80,8 +78,7 @@ bool Walk::refuse(int part, const char *why) {
     const ssize_t length = readlink(link, path, sizeof(path) - 1);
     if (length > 0)
         path[length] = '\0';
-    const auto control = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; };
-    std::replace_if(path, path + std::strlen(path), control, ' ');
+    std::replace_if(path, path + std::strlen(path), isControl, ' ');
     std::snprintf(m_finding.reason, sizeof(m_finding.reason), "%s %s", path, why);
     return false;
 }
@@ -131,7 +128,7 @@ bool Walk::lookAbove(bool withinHome) {
         struct stat status {};
         if (!above.valid() || fstat(above.get(), &status) != 0)
             return cannotLook("..");
-        if (sameFile(here, status))
+        if (identityOf(here) == identityOf(status))
             return true;
         here = status;
         place = above.release();
@@ -217,7 +214,7 @@ ScopedDescriptor Walk::openFile() const {
     ScopedDescriptor file(openat(m_directory.get(), m_name, readFlags));
     if (!file.valid() || fstat(file.get(), &opened) != 0)
         return ScopedDescriptor(-1);
-    if (sameFile(seen, opened))
+    if (identityOf(seen) == identityOf(opened))
         return file;
     errno = ENOENT; // it was replaced meanwhile
     return ScopedDescriptor(-1);

@@ -90,10 +90,6 @@ void writeToLogger(CVornLog &logger, int level, int line, const char *sourceName
     logger.fLogWrite(level, line, sourceName, message);
 }
 
-const char *orEmpty(const char *text) {
-    return text == nullptr ? "" : text;
-}
-
 std::unique_ptr<zel::LogState> newState(CVornLog &log) {
     mutexUsers(); // after a fork it is repaired before a logger that uses it
     return std::make_unique<zel::LogState>(log);
@@ -126,8 +122,9 @@ CVornLog::CVornLog(int logMode, const char *name, int validDay)
     fSetLogMode(logMode);
     fSetValidDay(validDay);
     fSetLogPath("./");
-    std::snprintf(m_strMCName, sizeof(m_strMCName), "%s", orEmpty(name));
-    const bool agent = std::strstr(orEmpty(name), "AGENT") != nullptr || std::strstr(orEmpty(name), "agent") != nullptr;
+    std::snprintf(m_strMCName, sizeof(m_strMCName), "%s", zel::orEmpty(name));
+    const bool agent =
+        std::strstr(zel::orEmpty(name), "AGENT") != nullptr || std::strstr(zel::orEmpty(name), "agent") != nullptr;
     m_nLivInvLogFlag = agent ? 0 : 1;
     for (const char *compressor : compressors) {
         if (access(compressor, F_OK) == 0) {

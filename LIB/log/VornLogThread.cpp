@@ -136,9 +136,9 @@ void zel::queueMessage(CVornLog &log, LogState &state, int line, const char *fil
         ++state.lost;
         return;
     }
-    copyText(queued->m_strCollectData, sizeof(queued->m_strCollectData), message == nullptr ? "" : message);
+    copyText(queued->m_strCollectData, orEmpty(message));
     queued->m_nLine = line;
-    copyText(queued->m_strFileName, sizeof(queued->m_strFileName), file == nullptr ? "" : file);
+    copyText(queued->m_strFileName, orEmpty(file));
     if (log.m_pcQueue->pushBelow(queued.get(), LOG_QUEUE_LIMIT))
         static_cast<void>(queued.release());
     else

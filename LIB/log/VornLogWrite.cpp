@@ -110,17 +110,13 @@ void writeLine(CVornLog &log, zel::LogState &state, const LogLine &line) {
         appendLine(log, state, text);
 }
 
-const char *orEmpty(const char *text) {
-    return text == nullptr ? "" : text;
-}
-
 } // namespace
 
 void CVornLog::fWrite(int level, const char *file, const char *message) {
     char time[timeSize];
     fGetThreadDayTime(0, time, formOfTime);
     if (const char *word = levelWord(*this, level); word != nullptr)
-        writeLine(*this, *m_state, {"[", time, "][", word, "][", orEmpty(file), "]", orEmpty(message), "\n"});
+        writeLine(*this, *m_state, {"[", time, "][", word, "][", zel::orEmpty(file), "]", zel::orEmpty(message), "\n"});
     else
         writeLine(*this, *m_state, {});
 }
@@ -132,7 +128,7 @@ void CVornLog::fWrite(int level, int line, const char *file, const char *message
     std::snprintf(number, sizeof(number), "%d", line);
     if (const char *word = levelWord(*this, level); word != nullptr)
         writeLine(*this, *m_state,
-                  {"[", time, "][", word, "][", orEmpty(file), "][", number, "]", orEmpty(message), "\n"});
+                  {"[", time, "][", word, "][", zel::orEmpty(file), "][", number, "]", zel::orEmpty(message), "\n"});
     else
         writeLine(*this, *m_state, {});
 }

@@ -1,7 +1,11 @@
 // Kinds of ASCII characters, whatever the locale.
 #pragma once
 
+#include <string_view>
+
 namespace zel {
+
+inline constexpr std::string_view LOWER_CASE_LETTERS = "abcdefghijklmnopqrstuvwxyz";
 
 inline bool isAsciiLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');

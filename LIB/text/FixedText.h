@@ -6,6 +6,11 @@
 
 namespace zel {
 
+/// `text`, or an empty text for a null pointer.
+inline const char *orEmpty(const char *text) {
+    return text == nullptr ? "" : text;
+}
+
 /// Copies `text` into `area` of `size` bytes (at least 1), cut to it and always terminated. Nothing after the
 /// terminator is touched. Returns the length copied.
 inline std::size_t copyText(char *area, std::size_t size, const char *text) {
@@ -15,6 +20,7 @@ inline std::size_t copyText(char *area, std::size_t size, const char *text) {
     return length;
 }
 
+/// The same for an area whose size is that of its type.
 template<std::size_t SIZE> std::size_t copyText(char (&area)[SIZE], const char *text) {
     return copyText(area, SIZE, text);
 }

@@ -77,7 +77,7 @@ double interruptRate(unsigned long long total, long previousTotal, double elapse
     if (previousTotal == 0 || !(elapsed > 0))
         return 0;
     const auto growth = static_cast<long>(total - static_cast<unsigned long long>(previousTotal));
-    return zel::notBelowZero(static_cast<double>(growth) / elapsed);
+    return zel::risePerSecond(growth, elapsed);
 }
 
 // --- Render --------------------------------------------------------------------------------------------------------

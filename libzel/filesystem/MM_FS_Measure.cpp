@@ -5,12 +5,13 @@
 #include "Settings.h"
 #include "host/HostOpen.h"
 #include "rates/Saturate.h"
+#include "rates/Units.h"
 
 #include <ctime>
 
 namespace {
 
-constexpr float kilobytesPerByte = 0.0009765625F;
+constexpr auto kilobytesPerByte = static_cast<float>(zel::KILOBYTES_PER_BYTE);
 
 unsigned long long difference(unsigned long long whole, unsigned long long part) {
     return part > whole ? 0 : whole - part;

@@ -9,10 +9,8 @@
 #include "scripts/HomeScripts.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <string_view>
-#include <unistd.h>
 
 namespace {
 
@@ -46,19 +44,6 @@ std::string onOneLine(std::string text) {
     return text;
 }
 
-bool writeWhole(int file, std::string_view text) {
-    const zel::WriteSignalsHeld noSignal;
-    while (!text.empty()) {
-        const ssize_t count = write(file, text.data(), text.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return false;
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
 } // namespace
 
 namespace zel {
@@ -73,7 +58,7 @@ bool NfsList::add(const MountEntry &entry) {
     if (!m_file.valid())
         return true;
     const std::string line = onOneLine(std::string(entry.mountPoint) + "|" + entry.device) + "\n";
-    return writeWhole(m_file.get(), line);
+    return writeAll(m_file.get(), line, OnSignal::GOES_ON);
 }
 
 NfsServer::NfsServer(const std::string &source)

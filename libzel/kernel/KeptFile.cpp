@@ -66,7 +66,7 @@ unsigned forksSinceFirstKept() {
 
 bool KeptFile::isOurs() const {
     struct stat now {};
-    return fstat(m_file.get(), &now) == 0 && now.st_dev == m_device && now.st_ino == m_inode;
+    return fstat(m_file.get(), &now) == 0 && identityOf(now) == m_identity;
 }
 
 bool KeptFile::isCurrent() const {
@@ -75,7 +75,7 @@ bool KeptFile::isCurrent() const {
     if (m_scope == KeptScope::Machine)
         return true;
     struct stat now {};
-    return stat(m_path, &now) == 0 && now.st_dev == m_device && now.st_ino == m_inode;
+    return stat(m_path, &now) == 0 && identityOf(now) == m_identity;
 }
 
 int KeptFile::descriptor(const char *path) {
@@ -98,8 +98,7 @@ void KeptFile::keep(ScopedDescriptor file, const char *path, KeptScope scope) {
     m_path = path;
     m_scope = scope;
     m_forks = forksSinceFirstKept();
-    m_device = opened.st_dev;
-    m_inode = opened.st_ino;
+    m_identity = identityOf(opened);
 }
 
 void KeptFile::drop() {

@@ -9,9 +9,8 @@
 // by now is neither read nor closed.
 #pragma once
 
+#include "host/FileIdentity.h"
 #include "host/ScopedHandle.h"
-
-#include <sys/types.h>
 
 namespace zel {
 
@@ -43,8 +42,7 @@ private:
     KeptScope m_scope = KeptScope::Machine;
     ScopedDescriptor m_file{-1};
     unsigned m_forks = 0; // of the process, when the file was opened
-    dev_t m_device = 0;
-    ino_t m_inode = 0;
+    FileIdentity m_identity;
 };
 
 /// Takes one of the places that g_nKeptFileLimit gives to files that stay open; false when there is none left.

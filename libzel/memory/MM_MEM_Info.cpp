@@ -6,6 +6,7 @@
 #include "kernel/KernelText.h"
 #include "memory/MemoryFiles.h"
 #include "scripts/HomeScripts.h"
+#include "text/AsciiText.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
@@ -21,7 +22,6 @@ namespace {
 constexpr int moduleLineSize = 256;
 constexpr int defaultFreeFlag = MEM_FREE_FREE | MEM_FREE_BUFFERS | MEM_FREE_CACHED;
 constexpr int bytesToKilobytes = 10;
-constexpr std::string_view lowerCaseLetters = "abcdefghijklmnopqrstuvwxyz";
 
 // The values of /proc/meminfo that make a memory reading, kilobytes.
 struct MemoryValues {
@@ -160,7 +160,7 @@ unsigned long long *CMM_MEM_Info::fMGetMem() {
 int CMM_MEM_Info::fMGetMinFreePara(unsigned long long *out) {
     const std::string_view text = m_files->reserve.read().text;
     const std::string_view line = text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
-    if (line.empty() || line.find_first_of(lowerCaseLetters) != std::string_view::npos)
+    if (line.empty() || line.find_first_of(zel::LOWER_CASE_LETTERS) != std::string_view::npos)
         return -1;
     const char *cursor = line.data();
     const unsigned long long value = zel::takeUnsigned(cursor);

@@ -10,14 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace {
-
-double ratePerSecond(int growth, double elapsed) {
-    return growth > 0 ? zel::notBelowZero(growth / elapsed) : 0;
-}
-
-} // namespace
-
 CMM_VM_Info::CMM_VM_Info()
     : m_pclUtil(new CSSUtil), m_nFirstFlag(0), m_pdVM{}, m_pdPAGE_AVG{}, m_plOldVM{},
       m_pStrRealTimePageZEL(fgNewTextBuffer(PERF_PUSH_SIZE)), m_nGatherCount(0), m_nPageRealZELSize(PERF_PUSH_SIZE),
@@ -39,7 +31,7 @@ double *CMM_VM_Info::fMGetVmStat(double elapsed) {
     int growth[VM_SLOTS];
     CSSUtil::fGetAddition(VM_SLOTS, growth, counters, m_plOldVM);
     for (int slot = 0; slot < VM_SLOTS; ++slot)
-        m_pdVM[slot] = ratePerSecond(growth[slot], elapsed);
+        m_pdVM[slot] = zel::risePerSecond(growth[slot], elapsed);
     m_pdVM[VM_RUN_QUEUE] = static_cast<double>(counters[VM_RUN_QUEUE]);
 
     if (m_nFirstFlag == 0) {

@@ -3,14 +3,15 @@
 
 #include "HostRoot.h"
 #include "MM_VM_Info.h"
-#include "host/RegularFile.h"
-#include "host/ScopedHandle.h"
+#include "host/DirectoryWalk.h"
+#include "host/HostOpen.h"
 #include "kernel/KernelText.h"
 #include "memory/VmFiles.h"
+#include "memory/VmReaders.h"
+#include "text/AsciiText.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
@@ -20,6 +21,7 @@
 namespace {
 
 constexpr std::size_t processStatSize = 4096;
+constexpr std::size_t namesRoom = 32768; // bytes of names that the kernel is asked for at a time
 constexpr int processPathSize = 300;
 constexpr long bytesPerKilobyte = 1024;
 
@@ -152,16 +154,17 @@ int CMM_VM_Info::fMGetStat_k2_6(long *counters) {
 }
 
 int CMM_VM_Info::fMGetPageFault(long *counters) {
-    const zel::ScopedDirectory processes = zel::openDirectory(fgHostPath("/proc"));
-    if (processes == nullptr)
+    zel::DirectoryRoom<namesRoom> room;
+    zel::DirectoryWalk processes("/proc", room);
+    if (!processes.isOpen())
         return 0;
-    while (const dirent *entry = readdir(processes.get())) {
-        if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) == 0)
+    while (const char *name = processes.next()) {
+        if (!zel::isAsciiDigit(name[0]))
             continue;
         char path[processPathSize];
         char text[processStatSize];
-        std::snprintf(path, sizeof(path), "/proc/%s/stat", entry->d_name);
-        if (!zel::readKernelFile(path, text, processStatSize))
+        std::snprintf(path, sizeof(path), "%s/stat", name);
+        if (!zel::readKernelFile(zel::openHostFileAt(processes.descriptor(), path), text, processStatSize))
             continue;
         unsigned long long minorFaults = 0;
         unsigned long long majorFaults = 0;

@@ -5,6 +5,7 @@
 #include "Settings.h"
 #include "perftext/ColumnTable.h"
 #include "rates/Growth.h"
+#include "rates/Units.h"
 
 #include <limits>
 #include <string_view>
@@ -13,7 +14,6 @@ namespace {
 
 constexpr std::string_view metricCode = "4.6.7.0";
 constexpr std::string_view noValue = "-";
-constexpr double kilobytesPerByte = 0.0009765625;
 
 // Above its ceiling a value counts as nonsense and is written as -1.
 constexpr double packetCeiling = 1000000000;
@@ -34,7 +34,9 @@ constexpr auto clampedTo(double ceiling, Value value) {
 }
 
 constexpr auto kilobytes(Value value) {
-    return [value](const _ST_NETWORK &result) { return clamped(result.*value * kilobytesPerByte, kilobyteCeiling); };
+    return [value](const _ST_NETWORK &result) {
+        return clamped(result.*value * zel::KILOBYTES_PER_BYTE, kilobyteCeiling);
+    };
 }
 
 // What every row says about its interface.

@@ -1,6 +1,7 @@
 // What a scan takes of the host as a whole: clock, uptime, memory, processors.
 #include "process/MM_PROC_Host.h"
 
+#include "NGFunctions.h"
 #include "NStringLib.h"
 #include "functions/ElapsedTime.h"
 #include "host/HostOpen.h"
@@ -18,7 +19,6 @@ namespace {
 
 constexpr double hundredthsPerSecond = 100.0;
 constexpr double secondsBeforeFirstSample = 1e9;
-constexpr double secondsPerMicrosecond = 0.000001;
 constexpr std::size_t memoryFileSize = 8192;
 constexpr std::size_t uptimeLineSize = 128;
 
@@ -49,10 +49,7 @@ void zel::startClocks(CMM_PROC_Info &collector) {
 }
 
 double CMM_PROC_Info::fMGetCurTime() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return (static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) * secondsPerMicrosecond) *
-           hundredthsPerSecond;
+    return fGetCurVelmorTime() * hundredthsPerSecond;
 }
 
 double CMM_PROC_Info::fMGetTimeDiff() {

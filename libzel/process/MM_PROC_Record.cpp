@@ -1,6 +1,7 @@
 // The report record of one process: names, sizes, times.
 #include "process/MM_PROC_Record.h"
 
+#include "rates/Units.h"
 #include "text/FixedText.h"
 #include "text/NumberScan.h"
 
@@ -8,9 +9,6 @@
 #include <string_view>
 
 namespace {
-
-constexpr long ticksPerSecond = 100; // of the kernel's counters, on every machine
-constexpr double kilobytesPerByte = 0.0009765625;
 
 template<std::size_t Size> void setBracketed(char (&area)[Size], const char *text) {
     area[0] = '[';
@@ -43,11 +41,11 @@ int startSeconds(const CMM_PROC_Info &collector, long startTicks) {
     const char *text = collector.m_strUpTime;
     const auto uptime = static_cast<int>(zel::takeSigned(text));
     return static_cast<int>(static_cast<unsigned long>(collector.m_tTime) - static_cast<unsigned long>(uptime) +
-                            static_cast<unsigned long>(startTicks / ticksPerSecond));
+                            static_cast<unsigned long>(startTicks / zel::TICKS_PER_SECOND));
 }
 
 void fillSizes(const CMM_PROC_Info &collector, const proc_s &raw, unsigned long totalMemory, _ST_PROC &record) {
-    record.l_dIOByteCom = static_cast<double>(raw.io_read + raw.io_write) * kilobytesPerByte;
+    record.l_dIOByteCom = static_cast<double>(raw.io_read + raw.io_write) * zel::KILOBYTES_PER_BYTE;
     record.l_ulVSZ = (raw.vsize + 512) >> 10;
     record.l_ulRSS = static_cast<unsigned long>(collector.m_pclUtil->fPage2k(static_cast<long>(raw.rss)));
     record.l_dPMEM = 0;
@@ -62,7 +60,7 @@ void fillTimes(const CMM_PROC_Info &collector, const proc_s &raw, _ST_PROC &reco
     record.l_nSTime = static_cast<int>(raw.stime);
     record.l_nCTime = static_cast<int>(ticks);
     zel::copyText(record.l_strCTime,
-                  collector.m_pclUtil->fFormatTime(static_cast<unsigned long>(ticks / ticksPerSecond)));
+                  collector.m_pclUtil->fFormatTime(static_cast<unsigned long>(ticks / zel::TICKS_PER_SECOND)));
 }
 
 void fillStartText(const CMM_PROC_Info &collector, zel::StartText &start, _ST_PROC &record) {

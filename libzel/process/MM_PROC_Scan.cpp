@@ -9,6 +9,7 @@
 #include "process/MM_PROC_Rows.h"
 #include "process/MM_PROC_Sample.h"
 #include "process/MM_PROC_Scripts.h"
+#include "rates/Units.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
@@ -18,7 +19,6 @@
 namespace {
 
 constexpr const char *pushCode = "4.14.2.0";
-constexpr int ticksPerSecond = 100;
 constexpr float wholeMachine = 100.0F;
 constexpr int shortestSlice = 100; // directory entries
 constexpr int slicePause = 500000; // microseconds
@@ -62,7 +62,7 @@ void writeProcessRow(Scan &scan, std::size_t nameLength, float share) {
                   zel::ProcessRow<_ST_PROC>{process,
                                             {process.l_strPname, nameLength},
                                             scan.text.count + 1,
-                                            process.l_nCTime / ticksPerSecond,
+                                            process.l_nCTime / zel::TICKS_PER_SECOND,
                                             scan.scripted ? share : unlimited});
     scan.text.appendRow();
 }

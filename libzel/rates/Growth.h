@@ -14,4 +14,9 @@ inline double notBelowZero(double value) {
     return value > 0.0 ? value : 0.0;
 }
 
+/// Per second of `elapsed`, never below 0, for a difference that is negative when the counter fell: that gives 0.
+inline double risePerSecond(long difference, double elapsed) {
+    return difference > 0 ? notBelowZero(perSecond(static_cast<unsigned long long>(difference), elapsed)) : 0.0;
+}
+
 } // namespace zel

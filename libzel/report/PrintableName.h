@@ -2,7 +2,8 @@
 // terminal escapes) are printed as blanks, so that a name stays within its line.
 #pragma once
 
-#include <cctype>
+#include "text/AsciiText.h"
+
 #include <cstddef>
 #include <cstring>
 
@@ -13,7 +14,7 @@ public:
     explicit PrintableName(const char (&name)[Size]) {
         std::memcpy(m_text, name, Size);
         for (char *character = m_text; *character != '\0'; ++character) {
-            if (std::iscntrl(static_cast<unsigned char>(*character)) != 0)
+            if (isControl(*character))
                 *character = ' ';
         }
     }

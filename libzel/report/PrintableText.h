@@ -3,7 +3,8 @@
 // the separators stay; inside a value there is none of them.
 #pragma once
 
-#include <cctype>
+#include "text/AsciiText.h"
+
 #include <cstdio>
 #include <cstring>
 
@@ -11,8 +12,7 @@ namespace zel {
 
 inline bool isPrintedAsBlank(char character) {
     constexpr char separatorBytes[] = {'\x03', '\x1F'};
-    return std::iscntrl(static_cast<unsigned char>(character)) != 0 &&
-           std::memchr(separatorBytes, character, sizeof(separatorBytes)) == nullptr;
+    return isControl(character) && std::memchr(separatorBytes, character, sizeof(separatorBytes)) == nullptr;
 }
 
 /// Prints `text` without a line end.

@@ -4,11 +4,13 @@
 #include "NStringLib.h"
 #include "PerfText.h"
 #include "scripts/HomeScripts.h"
+#include "text/AsciiText.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
@@ -19,7 +21,6 @@ namespace zel {
 namespace {
 
 constexpr std::size_t firstLineSize = 512;
-constexpr std::string_view lowerCaseLetters = "abcdefghijklmnopqrstuvwxyz";
 constexpr const char *textSeparator = "|";
 constexpr std::size_t shortestKnownLine = 2; // a stored text below it means "no line yet"
 
@@ -55,7 +56,7 @@ bool readPiece(std::FILE *file, std::size_t pieceSize, std::string &piece) {
 }
 
 bool isUsable(std::string_view line) {
-    return line.find_first_of(lowerCaseLetters) != std::string_view::npos;
+    return line.find_first_of(LOWER_CASE_LETTERS) != std::string_view::npos;
 }
 
 // The first usable line; none at the end of the file.

@@ -20,9 +20,9 @@
 // (errno), "inv file size zero", "fgets not contents", "inv not contents". Not thread-safe over one buffer.
 #pragma once
 
+#include "text/OwnedText.h"
+
 #include <cstddef>
-#include <cstdlib>
-#include <memory>
 #include <span>
 #include <string_view>
 
@@ -82,11 +82,7 @@ public:
     void clear() { m_length = 0; }
 
 private:
-    struct Free {
-        void operator()(char *text) const { std::free(text); }
-    };
-
-    std::unique_ptr<char, Free> m_text;
+    Text m_text;
     std::size_t m_size = 0;
     std::size_t m_length = 0;
 };

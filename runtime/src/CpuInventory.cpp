@@ -1,6 +1,7 @@
 // CPU inventory: one row per socket, from /sys/devices/system/cpu and /proc/cpuinfo.
 #include "HostFile.h"
 #include "InventoryTable.h"
+#include "scripts/HomeScripts.h"
 
 #include <cctype>
 #include <map>
@@ -79,7 +80,7 @@ bool writeCpuInventory() {
                    clockMegahertz(socket.firstCpu), cacheSize(socket.firstCpu, "1", "Data"),
                    cacheSize(socket.firstCpu, "1", "Instruction"), cacheSize(socket.firstCpu, "2", "Unified"),
                    cacheSize(socket.firstCpu, "3", "Unified")});
-    return table.writeTo("../aproc/shell/CpuINVStrInfo.dat", "TORVCPU");
+    return table.writeTo(zel::resultPath(zel::Script::CpuInventory), "TORVCPU");
 }
 
 } // namespace inventory

@@ -1,6 +1,7 @@
 // Disk inventory: one row per block device with a size, from /sys/block.
 #include "HostFile.h"
 #include "InventoryTable.h"
+#include "scripts/HomeScripts.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -65,7 +66,7 @@ bool writeDiskInventory() {
                    readLine(device + "/device/vendor"), serialNumber(device), readLine(device + "/queue/rotational"),
                    activeScheduler(readLine(device + "/queue/scheduler")), readLine(device + "/removable")});
     }
-    return table.writeTo("../aproc/shell/DiskINVStrInfo.dat", "TORVDISK");
+    return table.writeTo(zel::resultPath(zel::Script::DiskInventory), "TORVDISK");
 }
 
 } // namespace inventory

@@ -1,6 +1,7 @@
 // Fibre Channel inventory: cards and ports, from /sys/class/fc_host and /sys/class/scsi_host.
 #include "HostFile.h"
 #include "InventoryTable.h"
+#include "scripts/HomeScripts.h"
 
 #include <initializer_list>
 
@@ -28,7 +29,7 @@ bool writeCards(const std::vector<std::string> &hosts) {
                    readLine(adapter + "/proc_name"), firstOf(adapter, {"driver_version", "lpfc_drvr_version"}),
                    readLine(port + "/node_name"), readLine(port + "/symbolic_name")});
     }
-    return table.writeTo("../aproc/shell/HBACardINVStrInfo.dat", "TORVHBACARD");
+    return table.writeTo(zel::resultPath(zel::Script::AdapterInventory), "TORVHBACARD");
 }
 
 bool writePorts(const std::vector<std::string> &hosts) {
@@ -39,7 +40,7 @@ bool writePorts(const std::vector<std::string> &hosts) {
                    readLine(port + "/port_type"), readLine(port + "/speed"), readLine(port + "/supported_speeds"),
                    readLine(port + "/fabric_name")});
     }
-    return table.writeTo("../aproc/shell/HBAPortINVStrInfo.dat", "TORVHBAPORT");
+    return table.writeTo(zel::PORT_INVENTORY, "TORVHBAPORT");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "HostFile.h"
 
 #include "HostRoot.h"
+#include "host/DirectoryWalk.h"
 #include "host/HostOpen.h"
 
 #include <algorithm>
@@ -14,6 +15,7 @@ namespace {
 
 constexpr std::size_t lineSize = 4096;
 constexpr std::size_t bytesSize = 255;
+constexpr std::size_t namesRoom = 32768; // bytes of names that the kernel is asked for at a time
 constexpr const char *blanks = " \t\r\n";
 
 bool naturalLess(const std::string &left, const std::string &right) {
@@ -38,7 +40,7 @@ std::string readLine(const std::string &path) {
 }
 
 std::string readBytes(const std::string &path) {
-    const zel::ScopedFile file(std::fopen(fgHostPath(path.c_str()), "re"));
+    const zel::ScopedFile file = zel::openHostStream(path.c_str());
     char bytes[bytesSize];
     return file ? std::string(bytes, std::fread(bytes, 1, sizeof(bytes), file.get())) : std::string();
 }
@@ -56,12 +58,13 @@ std::string readValue(const std::string &path, const std::string &key) {
 
 std::vector<std::string> listDirectory(const std::string &path) {
     std::vector<std::string> names;
-    const zel::ScopedDirectory directory(opendir(fgHostPath(path.c_str())));
-    if (!directory)
+    zel::DirectoryRoom<namesRoom> room;
+    zel::DirectoryWalk directory(path.c_str(), room);
+    if (!directory.isOpen())
         return names;
-    while (const dirent *entry = readdir(directory.get())) {
-        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-            names.emplace_back(entry->d_name);
+    while (const char *name = directory.next()) {
+        if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0)
+            names.emplace_back(name);
     }
     std::sort(names.begin(), names.end(), naturalLess);
     return names;

@@ -2,6 +2,7 @@
 // The name is the second field: the extra-interface list of the network collector reads it there.
 #include "HostFile.h"
 #include "InventoryTable.h"
+#include "scripts/HomeScripts.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -74,8 +75,8 @@ bool writeInterfaceInventory() {
                    readLine(directory + "/duplex"), readLine(directory + "/mtu"),
                    addressesOf(name, directory, addresses), bond(directory)});
     }
-    return table.writeTo("../aproc/shell/InterfaceINVStrInfo.dat", "TORVInterface") &&
-           table.writeTo("../aproc/shell/InterfaceINVNewStrInfo.dat", "TORVInterface");
+    return table.writeTo(zel::resultPath(zel::Script::InterfaceInventory), "TORVInterface") &&
+           table.writeTo(zel::NEW_INTERFACE_INVENTORY, "TORVInterface");
 }
 
 } // namespace inventory

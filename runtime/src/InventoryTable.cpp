@@ -1,6 +1,7 @@
 #include "InventoryTable.h"
 
 #include "HostFile.h"
+#include "host/SafeWrite.h"
 #include "host/ScopedHandle.h"
 
 #include <algorithm>
@@ -17,16 +18,6 @@ namespace inventory {
 namespace {
 
 constexpr mode_t fileMode = 0644;
-
-bool writeAll(int descriptor, const std::string &text) {
-    for (std::size_t written = 0; written < text.size();) {
-        const ssize_t count = write(descriptor, text.data() + written, text.size() - written);
-        if (count <= 0)
-            return false;
-        written += static_cast<std::size_t>(count);
-    }
-    return fsync(descriptor) == 0;
-}
 
 bool failed(const char *what, const std::string &path) {
     std::fprintf(stderr, "libinvinfo: %s %s: %s\n", what, path.c_str(), std::strerror(errno));
@@ -63,7 +54,7 @@ bool Table::writeTo(const char *path, const char *marker) const {
         const zel::ScopedDescriptor file(open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, fileMode));
         if (!file.valid())
             return failed("cannot create", beside);
-        if (!writeAll(file.get(), line)) {
+        if (!zel::writeAll(file.get(), line, zel::OnSignal::FAILS) || fsync(file.get()) != 0) {
             failed("cannot write", beside);
             unlink(beside.c_str());
             return false;

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <pthread.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
@@ -122,6 +123,46 @@ TEST(SafeWrite, ErrorOfAnyLengthIsPrintedWhole) {
     for (const std::size_t length : {0U, 1U, 510U, 511U, 512U, 5000U})
         expected += std::string(length, 'x') + "|";
     EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
+}
+
+int readEnd = -1;
+volatile std::sig_atomic_t alarmsUntilRead = 0;
+
+void readAfterSomeAlarms(int) {
+    char taken[4096];
+    if (alarmsUntilRead > 0 && --alarmsUntilRead == 0)
+        static_cast<void>(!read(readEnd, taken, sizeof(taken)));
+}
+
+// Writes into a full pipe while alarms interrupt it; one of them makes room, 0: none does.
+bool writeBetweenAlarms(int alarms, zel::OnSignal onSignal) {
+    int ends[2];
+    EXPECT_EQ(pipe2(ends, O_NONBLOCK), 0);
+    while (write(ends[1], "x", 1) == 1) {
+    }
+    EXPECT_EQ(fcntl(ends[1], F_SETFL, 0), 0);
+    readEnd = ends[0];
+    alarmsUntilRead = alarms;
+    struct sigaction action {};
+    action.sa_handler = readAfterSomeAlarms;
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval often{{0, 5000}, {0, 5000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    const bool written = zel::writeAll(ends[1], "text", onSignal);
+    const int error = errno;
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    errno = error;
+    return written;
+}
+
+TEST(SafeWrite, WriteThatASignalInterruptsGoesOnOrFails) {
+    const auto body = [] {
+        EXPECT_TRUE(writeBetweenAlarms(3, zel::OnSignal::GOES_ON));
+        EXPECT_FALSE(writeBetweenAlarms(0, zel::OnSignal::FAILS));
+        EXPECT_EQ(errno, EINTR);
+    };
+    EXPECT_SURVIVED(body);
 }
 
 } // namespace

@@ -21,6 +21,14 @@ TEST(Growth, NoneGivesZeroInNoTime) {
     EXPECT_EQ(zel::perSecond(1, 0.0), infinite);
 }
 
+TEST(Growth, CounterThatFellDidNotRise) {
+    EXPECT_DOUBLE_EQ(zel::risePerSecond(10, 4.0), 2.5);
+    EXPECT_EQ(zel::risePerSecond(-10, 4.0), 0.0);
+    EXPECT_EQ(zel::risePerSecond(0, 0.0), 0.0);
+    EXPECT_EQ(zel::risePerSecond(10, -4.0), 0.0) << "the clock was set back";
+    EXPECT_EQ(zel::risePerSecond(1, 0.0), infinite);
+}
+
 TEST(Growth, WhatIsNotAboveZeroIsZero) {
     for (const double value : {-0.0, 0.0, -1.0, -infinite, notANumber}) {
         EXPECT_EQ(zel::notBelowZero(value), 0.0) << value;
