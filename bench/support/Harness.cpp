@@ -1,3 +1,4 @@
+// Runs samples and floors in turn, and prints their times, allocations and slopes.
 #include "Harness.h"
 
 #include "Allocations.h"

@@ -1,3 +1,4 @@
+// Writes tables and push texts: separators, numbers and buffer growth.
 #include "PerfText.h"
 
 #include "text/DecimalText.h"

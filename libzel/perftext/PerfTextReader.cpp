@@ -1,3 +1,4 @@
+// Splits tables and push texts, and refuses malformed ones with the place of the fault.
 #include "PerfTextReader.h"
 
 #include "PerfText.h"

@@ -1,3 +1,4 @@
+// Reads the marked line of an inventory file and compares it with the previous one.
 #include "scripts/InventoryFile.h"
 
 #include "LogGate.h"

@@ -1,3 +1,4 @@
+// The driver as a program: its arguments, its cycles and what it prints.
 #include "DriverRun.h"
 #include "Paths.h"
 #include "Separators.h"

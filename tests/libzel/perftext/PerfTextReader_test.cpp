@@ -1,3 +1,4 @@
+// Tables and push texts read back, and malformed ones refused at their offset.
 #include "PerfTextReader.h"
 #include "Separators.h"
 

@@ -1,3 +1,4 @@
+// Samples every collector and turns what it gave into lines.
 #include "AllCollectors.h"
 
 #include "ConsoleReport.h"
