@@ -8,7 +8,7 @@
 // that is the runner, the limit in seconds, the program, an argument where the script takes one, and where the result
 // goes. Consumers know these lines byte by byte.
 //
-// The trust rule (host/TrustedWay.h) is applied here, whenever something is to be run or read: what does not meet it
+// The trust rule (host/TrustedWay.h) is applied here, whenever something is to be run or read: what does not follow it
 // counts as missing. Why is said once, through the logger; on standard error when none is installed. Safe to call from
 // several threads.
 #pragma once
@@ -129,7 +129,7 @@ template<std::size_t Size> struct ScriptText { char text[Size]; };
 ScriptText<RESULT_PATH_SIZE> namedResultPath(Script script, const char *name);
 
 /// Runs a script and waits for it. Its status; -1 when no shell was started. It is not run, with status 0, when the
-/// home is not trusted, when its result cannot be written there, or when something stands in the place of the result
+/// home is not trusted, when its result cannot be written there, or when something is in the place of the result
 /// that the shell would wait for. What came of it shows in its result.
 int runScript(Script script, const ScriptArgument &argument = {}, const char *name = "");
 

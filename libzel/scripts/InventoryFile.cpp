@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t firstLineSize = 512;
 constexpr std::string_view lowerCaseLetters = "abcdefghijklmnopqrstuvwxyz";
 constexpr const char *textSeparator = "|";
-constexpr std::size_t shortestKnownLine = 2; // a stored text below it stands for "no line yet"
+constexpr std::size_t shortestKnownLine = 2; // a stored text below it means "no line yet"
 
 void report(const InventoryLog &log, int line, const char *message) {
     if (!log.gateOpen)
@@ -85,7 +85,7 @@ std::size_t reallyAllocated(const InventoryBuffer &buffer) {
     return buffer.capacity != nullptr ? *buffer.capacity : static_cast<std::size_t>(std::max(buffer.size, 0));
 }
 
-// The size that a buffer is stated to have after a line of `length` characters met it.
+// The size that a buffer is stated to have after a line of `length` characters was read into it.
 int sizeForLine(int statedSize, std::size_t length) {
     const int lineLength = static_cast<int>(length);
     return statedSize < lineLength ? statedSize + lineLength + INVENTORY_TEXT_MARGIN : statedSize;

@@ -22,7 +22,7 @@ std::string activeScheduler(const std::string &line) {
 }
 
 // The serial number page that a SCSI or SATA disk answers: a header of four bytes whose last two are the length of the
-// text behind it.
+// text after it.
 std::string pageSerial(const std::string &page) {
     if (page.size() < pageHeaderSize)
         return {};

@@ -14,7 +14,7 @@ std::string readLine(const std::string &path);
 std::string readBytes(const std::string &path);
 /// The value of the first line "key : value" of a file; empty when there is none.
 std::string readValue(const std::string &path, const std::string &key);
-/// The names in a directory, sorted so that numbers stand in their order (host2 before host10); empty when it cannot be
+/// The names in a directory, sorted so that numbers are in their order (host2 before host10); empty when it cannot be
 /// read.
 std::vector<std::string> listDirectory(const std::string &path);
 /// The last component of what a link points to; empty when it is no link.

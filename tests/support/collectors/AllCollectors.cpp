@@ -39,7 +39,7 @@ std::string named(const char *name, const std::string &value) {
     return std::string(name) + "=" + value + "|";
 }
 
-// The running index tells where a row stands, not what it says.
+// The running index tells where a row is, not what it says.
 std::vector<std::string> rowsOf(const PerfTable &table) {
     std::vector<std::string> lines;
     for (const auto &row : table.rows) {

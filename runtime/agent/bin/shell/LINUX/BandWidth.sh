@@ -4,7 +4,7 @@
 # shellcheck source=net_lib.sh
 . "${0%/*}/net_lib.sh"
 
-# What stood there, if only a pipe, is not written into.
+# What was there, if only a pipe, is not written into.
 rm -f -- "$2"
 if speed=$(speed_of "$1"); then
   echo "$speed" >"$2"
