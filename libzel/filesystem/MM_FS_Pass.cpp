@@ -69,12 +69,12 @@ bool MountPass::lookAhead() {
     if (!isOpen(table))
         return false;
     for (MountEntry entry{}; table.next(entry);)
-        m_state.doubts.meet(entry);
+        m_state.doubts.note(entry);
     return true;
 }
 
 void MountPass::visit(const MountEntry &entry) {
-    m_state.doubts.meet(entry);
+    m_state.doubts.note(entry);
     if (!typeReported(entry.type))
         return;
     if (m_kind == FilesystemPass::Text && !mountPointReported(entry.mountPoint))
