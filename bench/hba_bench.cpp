@@ -1,4 +1,4 @@
-// The Fibre Channel collector. No kernel makes ports that are not there, so they stand in a generated tree: once with
+// The Fibre Channel collector. No kernel makes ports that are not there, so they are in a generated tree: once with
 // files in memory (the floor is a copy out of the page cache), and once with links to attributes of the loopback
 // interface in the real sysfs, so that every read is one of the kernel's attributes.
 #include "Floor.h"

@@ -29,7 +29,7 @@ FUZZ_TARGET(memory_fuzz) {
     collector->fMGetSwap();
     unsigned long long reserve = 0;
     collector->fMGetMinFreePara(&reserve);
-    // A key of hundreds of bytes leaves no room for all seven metrics; what stands there must be whole.
+    // A key of hundreds of bytes leaves no room for all seven metrics; what is there must be whole.
     collector->fPushGatherMem();
     if (collector->m_pStrRealTimeMemZEL[0] != '\0' && key.size() < 128)
         fuzz::ensurePushScalars(collector->m_pStrRealTimeMemZEL, 7);

@@ -12,7 +12,7 @@
 
 namespace {
 
-// The tail behind the last ")" as the required format reads it.
+// The tail after the last ")" as the required format reads it.
 int scanTail(const char *tail, proc_s &p) {
     return std::sscanf(
         tail,

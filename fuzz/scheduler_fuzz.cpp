@@ -1,4 +1,4 @@
-// Keys, commands and home paths of the command scheduler: a command file holds the command, stands in the home under a
+// Keys, commands and home paths of the command scheduler: a command file holds the command, is in the home under a
 // name of letters, digits and "_", and a composed command line holds nothing of key and home that a shell interprets.
 #include "Ensure.h"
 #include "FuzzTarget.h"

@@ -19,7 +19,7 @@ int print_cpu_v2(CMM_CPU_Info *cpu);
 /// Interrupts per second on standard output; nothing without a rate. Returns 1.
 int print_cpu_intr(CMM_CPU_Info *cpu, double elapsed);
 
-/// Memory, resp. swap, of CMM_MEM_Info::fMGetMem and fMGetSwap on standard output. Returns 0 for null, else 1.
+/// Memory of CMM_MEM_Info::fMGetMem, or swap of fMGetSwap, on standard output. Returns 0 for null, else 1.
 int print_mem(const unsigned long long *values);
 int print_swp(const unsigned long long *values);
 /// Sizes of the memory modules on standard output. Returns 0 when there is no list, else 1.

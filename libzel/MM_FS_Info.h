@@ -6,7 +6,7 @@
 //
 // There are two passes over the table: fMGetFileSys collects records, fGetFileSystem writes the performance text. Both
 // leave out the types of g_strExcludeFilesystem, CD drives, and filesystems of 1000000 KB or less; the text also obeys
-// g_strIncludeFilesystem and g_nFSTokenCount. Both write the NFS mounts they meet to ../aproc/shell/NFSList.dat, one
+// g_strIncludeFilesystem and g_nFSTokenCount. Both write the NFS mounts they find to ../aproc/shell/NFSList.dat, one
 // line "mount point|remote source" each (a line feed in a name is written as a blank).
 //
 // Sizes are computed in single precision, as consumers expect them: they agree with df to about seven digits.

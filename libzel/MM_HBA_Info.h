@@ -3,7 +3,7 @@
 //
 // Read per port, one read each: port_name, statistics/fcp_{input,output}_{megabytes,requests}, port_state. Rates are
 // per second over the time between two gathers; megabytes are counted in whole ones by the kernel, so their rates move
-// in steps. The first gather stores the counters and gives no row, and so does the first gather that meets a new port.
+// in steps. The first gather stores the counters and gives no row, and so does the first gather that finds a new port.
 // A counter that fell gives 0; a negative rate (the clock was set back) gives -1.
 //
 // The texts belong to the collector and stay valid until the next call that writes them. Not thread-safe.

@@ -5,7 +5,7 @@
 //            K M code F table                           (a table)
 //
 // with the separators R (row) 03 1F '|', C (column) 03 1F '~', M (metric) 03 1F ']', F (field) 03 1F '^' and the agent
-// key K. Texts are split on the full three bytes; the bytes 03, 1F and 00 never stand inside a value, they are written
+// key K. Texts are split on the full three bytes; the bytes 03, 1F and 00 are never inside a value, they are written
 // as blanks, so that no value can forge a row or end the text.
 //
 // CPerfText writes into a text buffer that its collector owns (a malloc'ed pointer and its size, two public members of
@@ -40,8 +40,8 @@ public:
         Fixed     // the buffer keeps its size: a metric that does not fit is left out with all that follow it
     };
 
-    /// Binds to the buffer behind `buffer` of `size` bytes. With Growth::Doubling both change when the buffer moves; a
-    /// null buffer is allocated when it is first needed. The text that stands in the buffer is kept.
+    /// Binds to the text buffer `buffer` of `size` bytes. With Growth::Doubling both change when the buffer moves; a
+    /// null buffer is allocated when it is first needed. The text that is in the buffer is kept.
     CPerfText(char *&buffer, int &size, Growth growth = Growth::Doubling);
 
     CPerfText(const CPerfText &) = delete;
@@ -50,7 +50,7 @@ public:
     /// Empties the text and zero-fills what it occupied.
     void clear();
 
-    /// Doubles the buffer until at least `room` bytes are free behind the text.
+    /// Doubles the buffer until at least `room` bytes are free after the text.
     void reserveRoom(std::size_t room);
     /// Enlarges the buffer to `size` bytes, keeping the text; a smaller or equal size changes nothing.
     void growTo(std::size_t size);
@@ -88,7 +88,7 @@ public:
     /// A scalar metric: M code F value F.
     void metric(std::string_view code, unsigned long long value);
     void metric(std::string_view code, double value);
-    /// Opens a table metric behind the agent key: M code F.
+    /// Opens a table metric after the agent key: M code F.
     void tableMetric(std::string_view code);
     /// Opens the CPU table, which has neither key nor leading separator: code F.
     void keylessTableMetric(std::string_view code);

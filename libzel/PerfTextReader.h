@@ -43,5 +43,5 @@ struct PerfPush {
 bool fgReadPerfTable(std::string_view text, PerfTable &table, PerfTextError &error);
 
 /// Reads a push text: scalar metrics, table metrics, the CPU text (a metric without key) and the real-time process list
-/// (a table without a code behind its time). True, or false with `error` set.
+/// (a table without a code after its time). True, or false with `error` set.
 bool fgReadPerfPush(std::string_view text, PerfPush &push, PerfTextError &error);

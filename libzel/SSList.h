@@ -77,7 +77,7 @@ public:
 
 private:
     SSListNode *predecessorOfMatch(const void *key, SSListCompare cmp) const;
-    SSListNode *insertBehind(SSListNode *predecessor, const void *record, int size);
+    SSListNode *insertAfter(SSListNode *predecessor, const void *record, int size);
     bool moveOneForward(SSListCompare cmp);
     SSListNode *newNode(int size);
     void freeSpares();

@@ -3,7 +3,7 @@
 //
 //   libzelinfo option [cycle seconds [count]]      count 0: until killed
 //
-// The environment variable ZEL_HOST_ROOT, when set, names the directory that stands for "/" of the sampled host.
+// The environment variable ZEL_HOST_ROOT, when set, names the directory that serves as "/" of the sampled host.
 //
 // Scripts of the home are found by paths relative to the working directory. An installed driver that is started outside
 // a home works in the one that is installed with it.
@@ -120,7 +120,7 @@ void publishAgentKey() {
         std::strcpy(g_ptrAgentKey, "agent_key");
 }
 
-// Where the driver lies, with a "/" at the end; empty when the system does not tell.
+// Where the driver is, with a "/" at the end; empty when the system does not say.
 std::string ownDirectory() {
     char path[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", path, sizeof(path));

@@ -3,12 +3,12 @@
 #   scripts/check.sh [BUILD]           every check; BUILD holds compile_commands.json (default build-test)
 #   scripts/check.sh --fast            all but the static analysis: what a commit can wait for
 #   scripts/check.sh --only NAME...    the named checks
-# Checks: style edges circles kernel-paths raw-calls lengths stray-tests shell tidy
+# Checks: style first-line edges circles kernel-paths raw-calls lengths stray-tests shell tidy
 # ZEL_TIDY_BASE names the revision since which changed sources are analysed (default: the previous commit).
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-fast=(style edges circles kernel-paths raw-calls lengths stray-tests shell)
+fast=(style first-line edges circles kernel-paths raw-calls lengths stray-tests shell)
 wanted=("${fast[@]}" tidy)
 build="build-test"
 case ${1:-} in
@@ -30,6 +30,13 @@ product() {
 
 check_style() {
   sources '*.h' '*.cpp' | xargs -r clang-format --dry-run 2>&1 | grep 'warning:'
+}
+
+# The first line of a source file says what the file is.
+check_first_line() {
+  sources '*.h' '*.cpp' | while read -r file; do
+    head -n 1 "$file" | grep -q '^// *[^ ]' || echo "$file:1: no comment that says what the file is"
+  done
 }
 
 # Which room may include which. Everything else is an edge that points up or sideways.
@@ -115,6 +122,7 @@ check_tidy() {
 run() {
   case $1 in
   style) heading="not in the checked-in style (clang-format -i FILE)" lines=$(check_style) ;;
+  first-line) heading="a source file does not begin with a comment" lines=$(check_first_line) ;;
   edges) heading="an include that points up or sideways (docs/architecture.md)" lines=$(check_edges) ;;
   circles) heading="files or rooms that include one another" lines=$(check_circles) ;;
   kernel-paths) heading="a kernel path is opened without fgHostPath" lines=$(check_kernel_paths) ;;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets and runs them for SECONDS in all, one per processor at a time; every target gets the same share.
 #   scripts/fuzz.sh SECONDS [TARGET...]        such as: scripts/fuzz.sh 600, scripts/fuzz.sh 60 cpu_fuzz
-# Prints the inputs that each target tried. Ends with 1 and the path of the input when a target has a finding; it stands
+# Prints the inputs that each target tried. Ends with 1 and the path of the input when a target has a finding; it is
 # under build-fuzz/findings and fails again with: build-fuzz/fuzz/TARGET PATH
 # What was learned stays in build-fuzz/corpus for the next run.
 set -euo pipefail

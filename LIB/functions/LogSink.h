@@ -1,4 +1,4 @@
-// How the logger sits on top of the log gate. What lies below the logger logs through the gate (LogGate.h), which knows
+// How the logger sits on top of the log gate. What is below the logger logs through the gate (LogGate.h), which knows
 // the installed logger by its address alone and hands messages on through a function that the logger leaves here.
 #pragma once
 

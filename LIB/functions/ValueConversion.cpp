@@ -39,7 +39,7 @@ void trace(TraceStep step, int line = __builtin_LINE()) {
                   "NStringLib", "NValueVtoA", line);
 }
 
-// Values of the protocol lie anywhere, also unaligned.
+// Values of the protocol may be anywhere, also unaligned.
 template<typename Number> Number readAs(const void *value) {
     Number number;
     std::memcpy(&number, value, sizeof(number));

@@ -4,7 +4,7 @@
 // home is used only when it, every directory on the way to it, the home itself ("../..") and everything above the home
 // belong to root or to the effective user and can be written by nobody else. A directory above the home may be written
 // by others when it is sticky (/tmp): what root or the user owns in there stays theirs. Links are followed when they
-// and what they lead to meet the rule. Once a way is found to be trusted nobody else can change it: what is looked at
+// and what they lead to follow the rule. Once a way is found to be trusted nobody else can change it: what is looked at
 // and what is used afterwards is the same.
 //
 // Every part of the way is looked at through its own descriptor; that takes some ten microseconds. Thread-safe.
@@ -19,7 +19,7 @@ namespace zel {
 /// What was found on the way to a file.
 struct WayFinding {
     bool exists = false;   // the file can be found by its path
-    bool trusted = false;  // the way to it, as far as it exists, meets the rule
+    bool trusted = false;  // the way to it, as far as it exists, follows the rule
     char reason[256] = ""; // why it does not; without control bytes
 };
 

@@ -38,7 +38,7 @@ using PendingCommand = std::unique_ptr<_CMD_SCHEDULER, CommandFree>;
 constexpr const char *statusIntoFile = ";echo $? > ";
 constexpr const char *inBackground = " &";
 
-// The result file of a key lies in the home itself, whatever paths the key is made of.
+// The result file of a key is in the home itself, whatever paths the key is made of.
 Text resultFile(const char *home, const char *key) {
     Text path = zel::joinText({home, key});
     if (path != nullptr)

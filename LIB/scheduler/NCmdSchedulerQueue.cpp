@@ -22,7 +22,7 @@ struct CommandFree {
 
 using QueuedCommand = std::unique_ptr<MessageQData, CommandFree>;
 
-// A message without a command is a message, too: the thread says so when it meets it.
+// A message without a command is a message, too: the thread says so when it takes it.
 QueuedCommand newQueuedCommand(const char *command) {
     QueuedCommand queued(static_cast<MessageQData *>(std::calloc(1, sizeof(MessageQData))));
     if (queued == nullptr)

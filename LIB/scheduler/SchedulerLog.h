@@ -1,6 +1,6 @@
 // The messages of the command scheduler, and the link through which its units and threads reach it.
 //
-// The units of the three modes lie below the class: they work on its public members and call none of its operations.
+// The units of the three modes are below the class: they work on its public members and call none of its operations.
 #pragma once
 
 #include "LogGate.h"

@@ -1,3 +1,4 @@
+// Replaces the allocation functions by ones that count.
 #include "Allocations.h"
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// Opens, reads and closes files as the collectors do, and does nothing with them.
 #include "Floor.h"
 
 #include "HostRoot.h"

@@ -1,3 +1,4 @@
+// Runs samples and floors in turn, and prints their times, allocations and slopes.
 #include "Harness.h"
 
 #include "Allocations.h"
@@ -73,7 +74,7 @@ long allocationsOf(const Work &work) {
     return bench::allocationCount() - before;
 }
 
-// What stands in one row, and from one size to the next in a slope.
+// What is in one row, and from one size to the next in a slope.
 struct Row {
     std::string family;
     long size = 0;

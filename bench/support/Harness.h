@@ -9,7 +9,7 @@
 //   paired                 median of the ratios of each round, which a busy neighbour disturbs less
 //   calls                  system calls of one sample and of one floor (counted, in a traced child)
 //   allocs                 heap allocations of one sample in steady state
-//   rss MiB                resident memory of the program behind the rounds
+//   rss MiB                resident memory of the program after the rounds
 //
 // and for each family of cases the slope: what one more unit costs between the smallest and the largest case, beside
 // the same of the floor, both from the fastest round of each case. A floor that is a copy out of the page cache is

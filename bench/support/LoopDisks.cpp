@@ -1,3 +1,4 @@
+// Adds loop devices, and a process that removes them however the benchmark ends.
 #include "LoopDisks.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Reads the machine, kernel, compiler and load that a figure depends on.
 #include "Machine.h"
 
 #include <fstream>

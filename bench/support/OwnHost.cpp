@@ -1,3 +1,4 @@
+// Makes the host parts of a benchmark in memory and in namespaces, and removes them.
 #include "OwnHost.h"
 
 #include "HostRoot.h"

@@ -1,3 +1,4 @@
+// Counts system calls by tracing a child.
 #include "SystemCalls.h"
 
 #include <csignal>

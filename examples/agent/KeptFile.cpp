@@ -110,7 +110,7 @@ bool KeptFile::endsAt(off_t offset) const {
     return readAt(offset, recordEnd.size()) == recordEnd;
 }
 
-// Whether nothing but the time of a record lies between the two places.
+// Whether nothing but the time of a record is between the two places.
 bool KeptFile::isTime(off_t from, off_t to) const {
     if (to - from > static_cast<off_t>(longestTime))
         return false;

@@ -2,7 +2,7 @@
 //   agent [--to HOST:PORT] [--cycle SECONDS] [--host NAME]       default: to standard output, a base cycle of 5 seconds
 // It runs in the directory agent/bin of a home, one agent to a home. SIGTERM and SIGINT end it.
 //
-// The main thread samples and never waits for a receiver; a second one delivers (Delivery.h). Between them lies the
+// The main thread samples and never waits for a receiver; a second one delivers (Delivery.h). Between them is the
 // backlog (Backlog.h). Beside them run the library's log writer, scheduler worker and watchdog (Runtime.h).
 #include "Backlog.h"
 #include "Delivery.h"

@@ -1,3 +1,4 @@
+// Checks the texts that a target writes by reading them back.
 #include "Ensure.h"
 
 #include <algorithm>

@@ -11,7 +11,7 @@ namespace fuzz {
 
 /// Ends a piece. No text of the readers uses it.
 inline constexpr char PIECE_END = '\x1C';
-/// A piece of this byte alone stands for a file that does not exist.
+/// A piece of this byte alone means a file that does not exist.
 inline constexpr std::string_view ABSENT = "\x1D";
 
 inline constexpr char REPEATED = '\x1E';
@@ -47,7 +47,7 @@ public:
         return part.starts_with(REPEATED) && part.size() > 2 ? repeated(part) : std::string(part);
     }
 
-    /// The same as a C text: without what stands behind a zero byte.
+    /// The same as a C text: without what comes after a zero byte.
     std::string text() { return piece().c_str(); } // NOLINT(readability-redundant-string-cstr): cuts at the zero byte
 
 private:

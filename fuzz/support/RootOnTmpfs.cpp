@@ -1,3 +1,4 @@
+// Makes the directory that a fuzz target reads as its host and its home.
 #include "RootOnTmpfs.h"
 
 #include "Ensure.h"

@@ -1,3 +1,4 @@
+// Answers what the library asks of the system with the values of the input.
 #include "Surroundings.h"
 
 #include "Ensure.h"

@@ -19,7 +19,7 @@ struct Surroundings {
     int commands = 0;                 // shell commands so far; each is checked
 };
 
-/// Of the input under way; a target begins with freshSurroundings().
+/// Of the input that runs now; a target begins with freshSurroundings().
 Surroundings &surroundings();
 Surroundings &freshSurroundings();
 

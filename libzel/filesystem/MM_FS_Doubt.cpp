@@ -39,7 +39,7 @@ bool DoubtfulMounts::isLocal(const char *type) {
     return local;
 }
 
-void DoubtfulMounts::meet(const MountEntry &entry) {
+void DoubtfulMounts::note(const MountEntry &entry) {
     const bool doubtful = !isLocal(entry.type);
     if (!doubtful && m_mounts.empty())
         return;
@@ -65,7 +65,7 @@ bool DoubtfulMounts::isOnTheWay(std::string_view mountPoint) const {
     return false;
 }
 
-void DoubtfulMounts::note(const char *mountPoint, bool slow) {
+void DoubtfulMounts::noteSpeed(const char *mountPoint, bool slow) {
     if (slow)
         m_mounts[mountPoint].slow = true;
     else if (const auto known = m_mounts.find(std::string_view(mountPoint)); known != m_mounts.end())

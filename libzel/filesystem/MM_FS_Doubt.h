@@ -17,13 +17,13 @@ bool knownLocal(std::string_view type);
 class DoubtfulMounts {
 public:
     /// Takes note of an entry, reported or not: the way to what is mounted below it leads through it.
-    void meet(const MountEntry &entry);
+    void note(const MountEntry &entry);
     /// True for the doubtful mounts of this pass and the one before, and for everything mounted below one.
     bool mayHang(const char *mountPoint) const { return !m_mounts.empty() && isOnTheWay(mountPoint); }
     /// How the mount answered: a slow one is doubtful until it answers quickly.
     void answered(const char *mountPoint, bool slow) {
         if (slow || !m_mounts.empty())
-            note(mountPoint, slow);
+            noteSpeed(mountPoint, slow);
     }
 
     /// Forgets the mounts that are no longer in the table.
@@ -38,7 +38,7 @@ private:
 
     bool isLocal(const char *type);
     bool isOnTheWay(std::string_view mountPoint) const;
-    void note(const char *mountPoint, bool slow);
+    void noteSpeed(const char *mountPoint, bool slow);
 
     std::map<std::string, Doubt, std::less<>> m_mounts; // by mount point
     std::string m_lastLocalType;                        // mostly also the next one's

@@ -58,6 +58,7 @@ bool NfsList::add(const MountEntry &entry) {
     if (!m_file.valid())
         return true;
     const std::string line = onOneLine(std::string(entry.mountPoint) + "|" + entry.device) + "\n";
+    const WriteSignalsHeld noSignal; // a full file ends no program
     return writeAll(m_file.get(), line, OnSignal::GOES_ON);
 }
 

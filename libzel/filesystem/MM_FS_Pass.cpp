@@ -73,12 +73,12 @@ void MountPass::lookAhead() {
     std::string known(text);
     MountTable table(text);
     for (MountEntry entry{}; table.next(entry);)
-        m_state.doubts.meet(entry);
+        m_state.doubts.note(entry);
     m_state.knownTable = std::move(known);
 }
 
 void MountPass::visit(const MountEntry &entry) {
-    m_state.doubts.meet(entry);
+    m_state.doubts.note(entry);
     if (!typeReported(entry.type))
         return;
     if (m_kind == FilesystemPass::Text && !mountPointReported(entry.mountPoint))

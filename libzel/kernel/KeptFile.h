@@ -5,7 +5,7 @@
 // process is g_nKeptFileLimit.
 //
 // A kept file gives what a fresh one gives. A read that fails is no failure yet: the caller opens the file anew, once.
-// Programs that become daemons close every descriptor that they know nothing of: a number that stands for another file
+// Programs that become daemons close every descriptor that they know nothing of: a number that means another file
 // by now is neither read nor closed.
 #pragma once
 

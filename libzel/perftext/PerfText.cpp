@@ -1,3 +1,4 @@
+// Writes tables and push texts: separators, numbers and buffer growth.
 #include "PerfText.h"
 
 #include "text/DecimalText.h"
@@ -59,7 +60,7 @@ char *copyNeutralised(char *out, std::string_view text) {
     return out;
 }
 
-// Most values are small and lie clearly between two roundings: their hundredths are an integer that is quickly written.
+// Most values are small and clearly between two roundings: their hundredths are an integer that is quickly written.
 // Gives false for the others (large, or so near to half a hundredth that the product's own rounding could decide).
 bool formatQuickly(double value, char *&out) {
     const double magnitude = std::fabs(value);

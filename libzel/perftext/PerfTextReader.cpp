@@ -1,3 +1,4 @@
+// Splits tables and push texts, and refuses malformed ones with the place of the fault.
 #include "PerfTextReader.h"
 
 #include "PerfText.h"
@@ -28,7 +29,7 @@ public:
         return false;
     }
 
-    // Takes the separator when it stands here.
+    // Takes the separator when it is here.
     bool take(std::string_view separator) {
         if (m_text.substr(0, separatorLength) != separator)
             return false;
@@ -78,7 +79,7 @@ bool readColumns(Cursor &cursor, std::vector<std::string_view> &columns) {
     return true;
 }
 
-// One row behind its separator: as many values as there are columns, or the end marker.
+// One row after its separator: as many values as there are columns, or the end marker.
 bool readRow(Cursor &cursor, PerfTable &table) {
     std::vector<std::string_view> row;
     row.reserve(table.columns.size());
@@ -135,7 +136,7 @@ bool readMetric(Cursor &cursor, PerfMetric &metric, PerfTextError &error) {
     return false;
 }
 
-// The real-time process list: its table stands directly behind the metric separator.
+// The real-time process list: its table comes directly after the metric separator.
 bool isBareTable(std::string_view text) {
     const std::size_t column = text.find(COLUMN_SEPARATOR);
     const std::size_t field = text.find(FIELD_SEPARATOR);

@@ -62,7 +62,7 @@ void CSSList::freeSpares() {
         std::free(std::exchange(m_spare, m_spare->l_pstNext));
 }
 
-SSListNode *CSSList::insertBehind(SSListNode *predecessor, const void *record, int size) {
+SSListNode *CSSList::insertAfter(SSListNode *predecessor, const void *record, int size) {
     if (predecessor == nullptr || size < 0)
         return nullptr;
     const auto length = static_cast<std::size_t>(size);
@@ -80,7 +80,7 @@ SSListNode *CSSList::insertBehind(SSListNode *predecessor, const void *record, i
 }
 
 SSListNode *CSSList::fSlInsertFifo(const void *record, int size, SSListCompare) {
-    return insertBehind(m_tail, record, size);
+    return insertAfter(m_tail, record, size);
 }
 
 SSListNode *CSSList::fSlInsert(const void *record, int size, SSListCompare cmp) {
@@ -88,12 +88,12 @@ SSListNode *CSSList::fSlInsert(const void *record, int size, SSListCompare cmp) 
 }
 
 SSListNode *CSSList::fSlInsertLifo(const void *record, int size, SSListCompare) {
-    return insertBehind(m_pstLlHead, record, size);
+    return insertAfter(m_pstLlHead, record, size);
 }
 
 SSListNode *CSSList::fSlInsertFcmp(const void *record, int size, SSListCompare cmp) {
     SSListNode *predecessor = predecessorOfMatch(record, cmp);
-    return insertBehind(predecessor != nullptr ? predecessor : m_tail, record, size);
+    return insertAfter(predecessor != nullptr ? predecessor : m_tail, record, size);
 }
 
 SSListNode *CSSList::predecessorOfMatch(const void *key, SSListCompare cmp) const {

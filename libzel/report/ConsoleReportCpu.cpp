@@ -1,3 +1,4 @@
+// Prints the CPU text, the CPU table and the interrupt rate.
 #include "ConsoleReport.h"
 #include "MM_CPU_Info.h"
 #include "Settings.h"

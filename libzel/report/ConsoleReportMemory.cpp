@@ -1,3 +1,4 @@
+// Prints memory, swap, memory modules and the VM counters.
 #include "ConsoleReport.h"
 #include "MM_MEM_Info.h"
 #include "MM_VM_Info.h"

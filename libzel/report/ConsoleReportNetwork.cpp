@@ -1,3 +1,4 @@
+// Prints the interfaces of a sample, one line each.
 #include "ConsoleReport.h"
 
 #include "MM_NWT_Info.h"

@@ -8,7 +8,7 @@
 // that is the runner, the limit in seconds, the program, an argument where the script takes one, and where the result
 // goes. Consumers know these lines byte by byte.
 //
-// The trust rule (host/TrustedWay.h) is applied here, whenever something is to be run or read: what does not meet it
+// The trust rule (host/TrustedWay.h) is applied here, whenever something is to be run or read: what does not follow it
 // counts as missing. Why is said once, through the logger; on standard error when none is installed. Safe to call from
 // several threads.
 #pragma once

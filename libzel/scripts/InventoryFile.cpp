@@ -1,3 +1,4 @@
+// Reads the marked line of an inventory file and compares it with the previous one.
 #include "scripts/InventoryFile.h"
 
 #include "LogGate.h"
@@ -85,7 +86,7 @@ std::size_t reallyAllocated(const InventoryBuffer &buffer) {
     return buffer.capacity != nullptr ? *buffer.capacity : static_cast<std::size_t>(std::max(buffer.size, 0));
 }
 
-// The size that a buffer is stated to have for a line of `length` characters.
+// The size that a buffer is stated to have after a line of `length` characters was read into it.
 int sizeForLine(int statedSize, std::size_t length) {
     const int lineLength = static_cast<int>(length);
     return statedSize < lineLength ? statedSize + lineLength + INVENTORY_TEXT_MARGIN : statedSize;

@@ -1,3 +1,4 @@
+// Reads small files and directories below the host root.
 #include "HostFile.h"
 
 #include "HostRoot.h"

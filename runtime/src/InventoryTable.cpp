@@ -1,3 +1,4 @@
+// Builds an inventory table and replaces its file as a whole.
 #include "InventoryTable.h"
 
 #include "HostFile.h"

@@ -3,7 +3,7 @@
 //
 //   libinvinfo KIND [NUMBER]        KIND 1 CPU, 2 disks, 3 interfaces, 4 Fibre Channel; NUMBER is not used
 //
-// ZEL_HOST_ROOT names the directory that stands for "/" of the host. Exit status 0, or 1 when a file cannot be written
+// ZEL_HOST_ROOT names the directory that serves as "/" of the host. Exit status 0, or 1 when a file cannot be written
 // or the directory's name is too long, 2 for wrong usage.
 #include "HostRoot.h"
 #include "InventoryTable.h"

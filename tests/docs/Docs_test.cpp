@@ -238,7 +238,7 @@ TEST(MetricsDocument, CodesExist) {
             EXPECT_TRUE(!std::regex_match(span, code) || codes.contains(span)) << path << " names " << span;
 }
 
-// The values of one column, resp. code, in texts whose samples are `seconds` apart.
+// The values of one column, or of one code, in texts whose samples are `seconds` apart.
 std::vector<std::string> valuesAfter(int seconds, const std::string &name, const std::string &column,
                                      std::vector<WrittenText> (*take)()) {
     every_text::secondsBetween = seconds;

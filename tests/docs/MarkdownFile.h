@@ -27,7 +27,7 @@ struct MarkdownTable {
 };
 
 struct MarkdownBlock {
-    std::string info; // what stands behind the opening fence: "cpp"
+    std::string info; // what follows the opening fence: "cpp"
     std::string text;
 };
 

@@ -31,7 +31,7 @@ diff -r "$source/runtime/utils/INSTALL" "$home/utils/INSTALL"
 diff -r "$source/runtime/agent/bin/shell" "$home/agent/bin/shell"
 diff -r "$source/runtime/agent/scheduler" "$home/agent/scheduler"
 diff "$source/runtime/README.md" "$home/README.md"
-# The directories that change may stand elsewhere on the installed system; this copy has one of its own.
+# The directories that change may be elsewhere on the installed system; this copy has one of its own.
 cp -r "$home" "$scratch/kit"
 rm -rf "$scratch/kit/agent/aproc"
 mkdir -p "$scratch/kit/agent/aproc/shell"

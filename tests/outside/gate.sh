@@ -49,6 +49,7 @@ long_function() { echo "int planted() {" && lines "$(($1 - 2))" '    ;' && echo 
 long_table() { echo "constexpr int planted[] = {" && lines "$1" '    1,' && echo "};"; }
 
 finds style LIB/text/Planted.cpp <<<'int  planted( );'
+finds first-line LIB/text/Planted.cpp <<<'int planted();'
 finds edges LIB/text/Planted.cpp "LIB/text may not see libzel/kernel" <<<'#include "SSUtil.h"'
 finds edges LIB/functions/Planted.cpp "LIB/functions may not see LIB/log" <<<'#include "VornLog.h"'
 finds edges libzel/disk/Planted.cpp "libzel/disk may not see libzel/network" <<<'#include "MM_NWT_Info.h"'

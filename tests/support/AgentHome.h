@@ -18,7 +18,7 @@ public:
     AgentHome(const AgentHome &) = delete;
     AgentHome &operator=(const AgentHome &) = delete;
 
-    /// A record as it lies in a buffer file.
+    /// A record as it is in a buffer file.
     static std::string record(const std::string &series, int number, const std::string &text) {
         const std::string head = "host " + series + ' ' + std::to_string(number) + " cpu 1700000000 ";
         return "1700000000" + F + head + std::to_string(text.size()) + F + text + F + M + "\n";

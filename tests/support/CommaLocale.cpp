@@ -1,3 +1,4 @@
+// Makes the locale with localedef and sets it for a scope.
 #include "CommaLocale.h"
 
 #include "ShellRun.h"

@@ -1,3 +1,4 @@
+// Starts the driver and collects its output, status and pauses.
 #include "DriverRun.h"
 #include "Paths.h"
 

@@ -28,7 +28,7 @@ struct RpcClientUse {
     bool destroyed = false;
 };
 
-/// While it lives, clntudp_create gives these clients. They are a portmapper's and, behind it, an NFS service's.
+/// While it lives, clntudp_create gives these clients. They are a portmapper's and, after it, an NFS service's.
 class FakeRpcClients {
 public:
     clnt_stat portmapperStatus = RPC_SUCCESS;

@@ -1,3 +1,4 @@
+// Counts the calls of each kind and fails the chosen one.
 #include "Faults.h"
 
 #include <atomic>

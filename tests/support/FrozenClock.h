@@ -1,4 +1,4 @@
-// A clock that stands still until the test moves it: gettimeofday and time read it, and a sleep (select without
+// A clock that stops until the test moves it: gettimeofday and time read it, and a sleep (select without
 // descriptors) moves it by its length instead of waiting.
 #pragma once
 

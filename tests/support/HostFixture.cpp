@@ -1,3 +1,4 @@
+// Sets the host root to a fixture, or to a directory of the test's own.
 #include "HostFixture.h"
 #include "Paths.h"
 

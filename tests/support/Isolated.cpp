@@ -1,3 +1,4 @@
+// Forks a child into namespaces of its own and hands its result to the test.
 #include "Isolated.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Opens the gates for a logger of the test's own and reads its log file.
 #include "LogCapture.h"
 
 #include <sstream>

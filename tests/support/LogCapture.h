@@ -1,5 +1,5 @@
 // Installs a logger and collects what is logged while it lives. All gates are open, or only those that the test names.
-// Its log file stands in a directory of its own and never fills, so that no outside command is started on its behalf.
+// Its log file is in a directory of its own and never fills, so that no outside command is started on its behalf.
 #pragma once
 
 #include "StreamCapture.h"

@@ -1,3 +1,4 @@
+// Replaces the allocation functions by ones that book what is held.
 #include "MemoryLedger.h"
 
 #include "Faults.h"

@@ -1,3 +1,4 @@
+// Forks a child into a network namespace and makes interfaces there.
 #include "NetworkNamespace.h"
 
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+// Runs a body in a child that has given up the rights of root.
 #include "OrdinaryUser.h"
 
 #include <grp.h>

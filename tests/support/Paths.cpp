@@ -1,3 +1,4 @@
+// The paths that the build gives.
 #include "Paths.h"
 
 namespace paths {

@@ -1,5 +1,5 @@
 // Where the tests find the tree and what was built of it. Values of one source file alone, so that the others compile
-// to the same whatever directory the tree lies in.
+// to the same whatever directory the tree is in.
 #pragma once
 
 namespace paths {

@@ -1,5 +1,5 @@
 // Loaded into the driver by tests (LD_PRELOAD). The environment says what it changes:
-//   ZEL_TEST_CLOCK=seconds     the clock stands still there; a sleep moves it by its length and returns at once
+//   ZEL_TEST_CLOCK=seconds     the clock stops there; a sleep moves it by its length and returns at once
 //   ZEL_TEST_RELEASE=text      uname answers with this release
 //   ZEL_TEST_STATFS=1          every filesystem has the same size, and every user is "operator"
 //   ZEL_TEST_HOSTS=a:b:...     at every sleep the link ZEL_HOST_ROOT moves to the next directory; the last one stays

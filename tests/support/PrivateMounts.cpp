@@ -1,3 +1,4 @@
+// Forks a child into a mount namespace of its own.
 #include "PrivateMounts.h"
 
 #include <cerrno>

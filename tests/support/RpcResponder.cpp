@@ -1,3 +1,4 @@
+// Parses ONC RPC calls and sends the answers of a test, on a thread of its own.
 #include "RpcResponder.h"
 
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+// Lists the settings, saves their start values and sets them again.
 #include "SavedSettings.h"
 
 #include "HostRoot.h"

@@ -1,3 +1,4 @@
+// Makes the directories of a home and works in it.
 #include "ScratchHome.h"
 #include "Paths.h"
 

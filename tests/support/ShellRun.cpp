@@ -1,3 +1,4 @@
+// Runs a shell line through popen.
 #include "ShellRun.h"
 
 #include <chrono>

@@ -1,3 +1,4 @@
+// Redirects the standard streams to temporary files.
 #include "StreamCapture.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// Replaces system functions by ones that answer as the hooks say.
 #include "SystemHooks.h"
 
 #include "Faults.h"

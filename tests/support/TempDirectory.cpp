@@ -1,3 +1,4 @@
+// Makes a directory with a fresh name and removes it.
 #include "TempDirectory.h"
 
 #include <cstdlib>

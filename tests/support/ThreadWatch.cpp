@@ -1,3 +1,4 @@
+// Counts the threads that start and end.
 #include "ThreadWatch.h"
 
 #include "SystemHooks.h"

@@ -1,7 +1,7 @@
 // Processes, interfaces, disks, mounts and ports that come and go, cycle after cycle without a pause. What a collector
-// remembers of each that it ever met is bounded by what it met; nothing else grows.
+// remembers of each that it ever saw is bounded by what it saw; nothing else grows.
 //
-// The pools turn over every `turn` cycles, so that from the second turn on everything has been met before. The
+// The pools turn over every `turn` cycles, so that from the second turn on everything has been seen before. The
 // environment variable ZEL_CHURN_CYCLES asks for a longer run, such as 10000.
 #include "FcHost.h"
 #include "FilesystemHost.h"
@@ -151,7 +151,7 @@ private:
     std::set<int> m_shown; // processes
 };
 
-// Everything that meets processes, interfaces, disks and mounts. One process collector is pruned as an agent prunes it.
+// All collectors of processes, interfaces, disks and mounts. One process collector is pruned as an agent prunes it.
 class ChurnedCollectors {
 public:
     void sample() {

@@ -47,7 +47,7 @@ void show(const FilesystemList &list, int count) {
 }
 
 // Starts the driver without arguments in a process of its own, over settings that all hold something else, and shows
-// what it has set behind the usage text.
+// what it has set after the usage text.
 [[noreturn]] void startAndShow() {
     for (const auto &[name, setting] : assignedSettings())
         *setting = 77;

@@ -23,7 +23,7 @@ std::string visible(const std::string &text) {
     return result;
 }
 
-// The volatile part: processes stand in the order of their directory. Sorts the rows of each process table and takes
+// The volatile part: processes are in the order of their directory. Sorts the rows of each process table and takes
 // their numbers out.
 std::string withoutProcessOrder(const std::string &text) {
     std::istringstream lines(text);

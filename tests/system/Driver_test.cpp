@@ -1,3 +1,4 @@
+// The driver as a program: its arguments, its cycles and what it prints.
 #include "DriverRun.h"
 #include "Paths.h"
 #include "Separators.h"
@@ -81,7 +82,7 @@ long longPauses(const DriverResult &result) {
     return std::count(result.pauses.begin(), result.pauses.end(), 60000000);
 }
 
-// The text contains the pieces one behind the other.
+// The text contains the pieces one after the other.
 MATCHER_P(containsInOrder, pieces, "contains the pieces in their order") {
     std::size_t position = 0;
     for (const std::string &piece : pieces) {
@@ -105,7 +106,7 @@ auto inOrder(const std::vector<std::string> &pieces) {
     return containsInOrder(pieces);
 }
 
-// A driver whose clock stands still, in a home whose command runner runs nothing but leaves a mark.
+// A driver whose clock is stopped, in a home whose command runner runs nothing but leaves a mark.
 class Driver : public testing::Test {
 protected:
     Driver() {
@@ -268,7 +269,7 @@ TEST_F(Driver, HbaPortsAreRatedFromTheSecondCycleOn) {
     const DriverResult result = m_driver.hosts({"linux-2.6.32/t0", "linux-2.6.32/t1"}).run({"11", "10", "2"});
 
     // host3 over 10 seconds: requests 0x6590 - 0x5dc0 = 2000 and 0xa028 - 0x9c40 = 1000, megabytes 0x212 - 0x1f4 = 30
-    // and 0x2be - 0x2a0 = 30. The ports stand in the order of their directory.
+    // and 0x2be - 0x2a0 = 30. The ports are in the order of their directory.
     const std::string host3 = C + "21-00-00-24-FF-4D-8F-9A" + C + "host3" + C + "Online" + C + "200.00" + C + "100.00" +
                               C + "3.00" + C + "3.00" + C + "6.00" + C + "300.00" + C;
     const std::string host4 = C + "21-00-00-24-FF-4D-8F-9B" + C + "host4" + C + "Linkdown" + C + "0.00" + C + "0.00" +

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int rowsOfEach = 3; // processes, mounts, disks, interfaces, ports
 
-// Written with a number behind it, so that the members of a kind differ.
+// Written with a number after it, so that the members of a kind differ.
 class Forgery : public testing::TestWithParam<const char *> {
 protected:
     Forgery() {

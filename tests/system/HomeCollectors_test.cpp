@@ -168,7 +168,7 @@ protected:
         m_home.installKit();
     }
     ~HomeCollectors() override { unsetenv("ZEL_HOST_ROOT"); }
-    // The directory that stands for "/" to the scripts and the inventory program.
+    // The directory that serves as "/" to the scripts and the inventory program.
     void hostRoot(const fs::path &root) const { setenv("ZEL_HOST_ROOT", root.c_str(), 1); }
 
     ScratchHome m_home;

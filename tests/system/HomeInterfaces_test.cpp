@@ -308,7 +308,7 @@ TEST_F(HomeInterfaces, DriverReportsTheUtilisationOfTheCounters) {
         driver.home().installKit();
         const Bytes before0 = countersOf("zv0");
         const Bytes before1 = countersOf("zv1");
-        // Three samples one second apart: what is sent in the middle of the first second lies between two of them.
+        // Three samples one second apart: what is sent in the middle of the first second is between two of them.
         std::thread sender([&driver] {
             const fs::path answer = driver.home().path() / "agent/aproc/shell/IFName_bandwidth.dat";
             EXPECT_TRUE(soon([&] { return fs::exists(answer) && fs::file_size(answer) > 0; }));

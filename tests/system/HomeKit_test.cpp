@@ -233,7 +233,7 @@ TEST_F(HomeKit, TopDividesByTheTimeThatPassed) {
 }
 
 TEST_F(HomeKit, TopSortsAsItJoinsInEveryLanguage) {
-    // With the rules of most languages "123 4" stands before "12 5", for blanks do not count.
+    // With the rules of most languages "123 4" comes before "12 5", for blanks do not count.
     for (const char *tool : {"sort", "join"})
         m_home.script(std::string("agent/tools/") + tool,
                       "echo $LC_ALL >>../languages\nexec /usr/bin/" + std::string(tool) + " \"$@\"\n");
@@ -425,7 +425,7 @@ TEST_F(HomeKit, DiskInventoryLeavesOutEmptyAndMemoryBackedDevices) {
                                              C + "1" + C + "mq-deadline" + C + "0" + C + "\n");
 }
 
-// The serial number page of a SCSI disk: its code and the length of the text behind it.
+// The serial number page of a SCSI disk: its code and the length of the text after it.
 std::string serialPage(const std::string &text) {
     return std::string("\0\x80\0", 3) + static_cast<char>(text.size()) + text;
 }

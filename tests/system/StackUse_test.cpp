@@ -19,7 +19,7 @@
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool instrumented = true; // the frames are larger than those that programs meet
+constexpr bool instrumented = true; // the frames are larger than those of real programs
 #else
 constexpr bool instrumented = false;
 #endif

@@ -1,3 +1,4 @@
+// The keyed objects: indexes, keys and failing allocations.
 #include "Faults.h"
 #include "ObjectBuffer.h"
 #include "SystemHooks.h"

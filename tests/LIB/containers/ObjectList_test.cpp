@@ -1,3 +1,4 @@
+// The ordered list: its orders, duplicates and links.
 #include "ObjectList.h"
 #include "SystemHooks.h"
 

@@ -1,3 +1,4 @@
+// The message queue: order, limit, waiting and cancelled readers.
 #include "Queue.h"
 
 #include "Cancellation.h"

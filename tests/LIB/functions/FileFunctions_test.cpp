@@ -202,7 +202,7 @@ TEST(MakeDirectory, EmptyPathFails) {
 TEST(MakeDirectory, ParentThatMustNotBeReadDoesNotStopTheCreation) {
     const ScratchHome home;
     fs::create_directory("closed");
-    // As an ordinary user meets it: a directory that may be entered but not listed.
+    // As an ordinary user finds it: a directory that may be entered but not listed.
     systemHooks().opendir = [](const char *path) -> DIR * {
         errno = std::string(path) == "closed/" ? EACCES : ENOENT;
         return nullptr;

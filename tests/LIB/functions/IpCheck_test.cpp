@@ -1,3 +1,4 @@
+// Which texts count as IP addresses.
 #include "NGFunctions.h"
 
 #include <gtest/gtest.h>

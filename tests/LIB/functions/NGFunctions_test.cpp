@@ -1,3 +1,4 @@
+// The general functions: sleep, clocks, settings, alarm handler and hash.
 #include "FrozenClock.h"
 #include "NGFunctions.h"
 

@@ -1,3 +1,4 @@
+// The tracked allocations: slots, records and failures.
 #include "LogRecorder.h"
 #include "NGFunctions.h"
 #include "StreamCapture.h"

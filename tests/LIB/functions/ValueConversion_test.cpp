@@ -1,3 +1,4 @@
+// The values of every type as text.
 #include "CommaLocale.h"
 #include "NGFunctions.h"
 #include "NStringLib.h"

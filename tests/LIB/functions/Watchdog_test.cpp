@@ -1,3 +1,4 @@
+// The watchdog thread: its block check, its signal and the alarm.
 #include "FrozenClock.h"
 #include "LogRecorder.h"
 #include "NGFunctions.h"

@@ -1,3 +1,4 @@
+// The names of a directory and the files in it.
 #include "host/DirectoryWalk.h"
 
 #include "TempDirectory.h"

@@ -1,3 +1,4 @@
+// Opening files of the host: pipes, devices, directories and errors.
 #include "host/HostOpen.h"
 
 #include "Faults.h"

@@ -1,3 +1,4 @@
+// Paths below the host root.
 #include "HostRoot.h"
 
 #include <climits>

@@ -1,3 +1,4 @@
+// Which names and paths may go into a command line.
 #include "host/ShellSafe.h"
 
 #include <gtest/gtest.h>

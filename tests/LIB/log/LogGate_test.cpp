@@ -1,3 +1,4 @@
+// The log gate: when it is open and what passes it.
 #include "LogCapture.h"
 
 #include <gtest/gtest.h>

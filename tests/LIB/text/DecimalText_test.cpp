@@ -1,3 +1,4 @@
+// Numbers as decimal text, against printf.
 #include "text/DecimalText.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// Reading lines into a buffer of a fixed size.
 #include "text/LineReader.h"
 
 #include "host/ScopedHandle.h"

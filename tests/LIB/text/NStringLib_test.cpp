@@ -1,3 +1,4 @@
+// The text functions: digits, identifiers and quotation marks.
 #include "NStringLib.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Numbers and words from text, against the functions of the C library.
 #include "text/NumberScan.h"
 
 #include "CommaLocale.h"

@@ -1,3 +1,4 @@
+// The tokenisers: delimiters of one character and of several, empty tokens.
 #include "NStringLib.h"
 
 #include <gmock/gmock.h>

@@ -275,7 +275,7 @@ TEST(BoundedCall, TheWorkGetsNoSignalsAndTheCallerKeepsItsMask) {
     EXPECT_EQ(sigismember(&after, SIGTERM), 0);
 }
 
-// Callers that meet share one thread and its answer.
+// Callers at the same time share one thread and its answer.
 TEST(BoundedCall, SeveralThreadsMayAskForOneSubject) {
     const auto atOnce = std::make_shared<std::atomic<int>>(0);
     const auto most = std::make_shared<std::atomic<int>>(0);

@@ -157,7 +157,7 @@ TEST(Datastores, FollowTheMountedFilesystemsInBothPasses) {
     for (const char *value :
          {"3", "two", "vmfs2", "200", "50", "150", "25.55", "150", "0", "0", "0", "0.00", "0", "ext3"})
         expected += value + C;
-    // 25.555 lies just below its decimal form in binary: 25.55.
+    // 25.555 is just below its decimal form in binary: 25.55.
     EXPECT_NE(text.find(expected + R + "torv_token_end"), std::string::npos) << text;
 }
 

@@ -21,7 +21,7 @@ struct Closer {
 };
 
 std::vector<std::string> linesOf(std::string text) {
-    // An empty memory stream cannot be opened: a byte that is read beforehand stands in front.
+    // An empty memory stream cannot be opened: a byte that is read beforehand is put in front.
     text.insert(text.begin(), '#');
     const std::unique_ptr<std::FILE, Closer> stream(fmemopen(text.data(), text.size(), "r"));
     EXPECT_EQ(std::fgetc(stream.get()), '#');

@@ -1,3 +1,4 @@
+// Tables and push texts read back, and malformed ones refused at their offset.
 #include "PerfTextReader.h"
 #include "Separators.h"
 
@@ -84,7 +85,7 @@ void expectRefused(const std::string &text, std::size_t offset) {
 
 TEST(PerfTableReader, MalformedTextIsRefusedWithItsOffset) {
     expectRefused("", 0);
-    expectRefused("A", 1);                              // no separator behind the name
+    expectRefused("A", 1);                              // no separator after the name
     expectRefused(R + "x" + C, 0);                      // no columns
     expectRefused("A" + C + R + "x", 8);                // value without separator
     expectRefused("A" + C + "B" + C + R + "x" + C, 15); // too few values
@@ -152,10 +153,10 @@ void expectPushRefused(const std::string &text, std::size_t offset) {
 TEST(PerfPushReader, MalformedTextIsRefusedWithItsOffset) {
     expectPushRefused("", 0);
     expectPushRefused("key", 3);                                           // no metric
-    expectPushRefused("key" + C + "x", 3);                                 // a table separator behind the key
+    expectPushRefused("key" + C + "x", 3);                                 // a table separator after the key
     expectPushRefused("key" + M + "4.4.1.0", 13);                          // a code without its separator
     expectPushRefused("key" + M + "4.4.1.0" + F + "1", 17);                // neither scalar nor table
-    expectPushRefused("key" + M + "4.4.1.0" + F + "1" + F + "2", 20);      // text behind the value
+    expectPushRefused("key" + M + "4.4.1.0" + F + "1" + F + "2", 20);      // text after the value
     expectPushRefused("key" + M + "4.4.1.0" + F + "1" + C + F, 17);        // a separator inside the value
     expectPushRefused("key" + M + "4.5.11.0" + F + "A" + C + R + "x", 25); // a broken table
 }

@@ -1,5 +1,5 @@
 // The reader on every text that the collectors write: each is understood whole, and each kind of damage is refused
-// where it stands.
+// where it is.
 #include "EveryText.h"
 #include "text/Separators.h"
 
@@ -77,7 +77,7 @@ TEST_P(PerfTextRoundTrip, ReadsBackWhatWasWritten) {
     }
 }
 
-// True for a separator behind a whole row or scalar, where nothing else may stand.
+// True for a separator after a whole row or scalar, where nothing else may be.
 bool standsAlone(const std::string &text, std::size_t at) {
     const std::string scalarEnd = std::string(zel::FIELD_SEPARATOR) + std::string(zel::METRIC_SEPARATOR);
     if (at >= SEPARATOR_LENGTH && text.compare(at - SEPARATOR_LENGTH, scalarEnd.size(), scalarEnd) == 0)
@@ -98,7 +98,7 @@ TEST_P(PerfTextRoundTrip, DamagedSeparatorIsRefusedWhereItStands) {
     }
 }
 
-// A text that was cut is refused at its end, unless whole rows, resp. metrics, are left.
+// A text that was cut is refused at its end, unless whole rows, or whole metrics, are left.
 TEST_P(PerfTextRoundTrip, CutTextIsRefusedAtItsEnd) {
     for (const WrittenText &text : m_texts) {
         const std::vector<std::size_t> separators = separatorsOf(text.text);

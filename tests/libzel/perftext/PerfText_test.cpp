@@ -1,3 +1,4 @@
+// The writer of the performance text, byte by byte.
 #include "PerfText.h"
 
 #include "Separators.h"

@@ -1,3 +1,4 @@
+// The table of user names by uid.
 #include "SSUser.h"
 
 #include "SystemHooks.h"

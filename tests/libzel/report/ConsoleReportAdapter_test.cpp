@@ -1,3 +1,4 @@
+// The reports on Fibre Channel and graphics adapters.
 #include "ConsoleReport.h"
 #include "FcHost.h"
 #include "FrozenClock.h"

@@ -1,3 +1,4 @@
+// The CPU reports, called directly and through the driver.
 #include "ConsoleReport.h"
 
 #include "DriverRun.h"

@@ -1,3 +1,4 @@
+// The memory and VM reports, called directly and through the driver.
 #include "ConsoleReport.h"
 
 #include "DriverRun.h"

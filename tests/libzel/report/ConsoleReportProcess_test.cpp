@@ -1,3 +1,4 @@
+// The process report, called directly and through the driver.
 #include "ConsoleReport.h"
 #include "DriverRun.h"
 #include "MM_PROC_Info.h"

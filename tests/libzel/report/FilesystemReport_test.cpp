@@ -66,7 +66,7 @@ TEST(FilesystemReport, TheSecondReportDoesNothing) {
     EXPECT_TRUE(host.measured().empty());
 }
 
-// The driver measures the filesystem that the fixture directory lies on.
+// The driver measures the filesystem that the fixture directory is on.
 TEST(FilesystemReport, OptionFourOfTheDriverReportsTheHost) {
     const TempDirectory host;
     host.write("etc/mtab", "/dev/disk / ext4 rw 0 0\nproc /proc proc rw 0 0\ntmpfs /run tmpfs rw 0 0\n"

@@ -1,3 +1,4 @@
+// The marked line of inventory files: which one counts, and the buffers it is kept in.
 #include "scripts/InventoryFile.h"
 
 #include "LogCapture.h"

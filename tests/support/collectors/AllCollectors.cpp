@@ -1,3 +1,4 @@
+// Samples every collector and turns what it gave into lines.
 #include "AllCollectors.h"
 
 #include "ConsoleReport.h"
@@ -38,7 +39,7 @@ std::string named(const char *name, const std::string &value) {
     return std::string(name) + "=" + value + "|";
 }
 
-// The running index tells where a row stands, not what it says.
+// The running index tells where a row is, not what it says.
 std::vector<std::string> rowsOf(const PerfTable &table) {
     std::vector<std::string> lines;
     for (const auto &row : table.rows) {

@@ -77,7 +77,7 @@ private:
             m_hosts.write(directory + "statistics/fcp_" + file, time == 0 ? "0x64\n" : "0x6e\n");
     }
 
-    // Two gigabytes everywhere, one user, no portmapper; outside commands do nothing, their answers stand ready.
+    // Two gigabytes everywhere, one user, no portmapper; outside commands do nothing, their answers are ready.
     static void answerForTheSystem() {
         systemHooks().statfs64 = [](const char *, struct statfs64 *status) {
             *status = {};
