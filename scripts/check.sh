@@ -3,12 +3,12 @@
 #   scripts/check.sh [BUILD]           every check; BUILD holds compile_commands.json (default build-test)
 #   scripts/check.sh --fast            all but the static analysis: what a commit can wait for
 #   scripts/check.sh --only NAME...    the named checks
-# Checks: style first-line edges circles kernel-paths raw-calls lengths stray-tests shell tidy
+# Checks: style first-line edges circles kernel-paths raw-calls shell-calls lengths stray-tests shell tidy
 # ZEL_TIDY_BASE names the revision since which changed sources are analysed (default: the previous commit).
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-fast=(style first-line edges circles kernel-paths raw-calls lengths stray-tests shell)
+fast=(style first-line edges circles kernel-paths raw-calls shell-calls lengths stray-tests shell)
 wanted=("${fast[@]}" tidy)
 build="build-test"
 case ${1:-} in
@@ -44,7 +44,6 @@ allowed_edges='
 LIB/(log|scheduler|nfs) LIB/(functions|containers|host|threads|text)
 LIB/(functions|containers) LIB/(host|threads|text)
 LIB/(host|threads) LIB/text
-LIB/host LIB/threads
 libzel/[a-z]+ LIB/[a-z]+
 libzel/(kernel|perftext) libzel/(rates|records)
 libzel/scripts libzel/(perftext|records|rates|kernel)
@@ -84,11 +83,31 @@ check_kernel_paths() {
     grep -E '"/(proc|sys|etc/mtab|etc/sysconfig)' | grep -v fgHostPath
 }
 
-# Files are opened in one place, which decides on flags, waiting and ownership.
+# code_lines PATTERN: of the files that standard input names, the lines whose code matches; comments and texts in quotes are
+# no code.
+code_lines() {
+  # shellcheck disable=SC2016 # the variables are those of awk
+  xargs -r awk -v pattern="$1" '{
+      code = $0
+      gsub(/"([^"\\]|\\.)*"/, "\"\"", code)
+      sub(/\/\/.*/, "", code)
+      gsub(/\/\*[^*]*\*\//, "", code)
+    }
+    code ~ pattern { print FILENAME ":" FNR ":" $0 }'
+}
+
+# Files are opened in one place, which decides on flags, waiting and ownership. A function of our own may be named open().
 check_raw_calls() {
+  local functions='((f|fre)?open(64)?|openat(2|64)?|creat(64)?|opendir|scandir(at)?(64)?|setmntent|statv?fs(64)?)[(]([^)]|$)'
+  local types='([io]?fstream|(recursive_)?directory_iterator)( +[A-Za-z_]+)?[({]'
   sources 'LIB/*.h' 'LIB/*.cpp' 'libzel/*.h' 'libzel/*.cpp' | grep -vE '^(LIB/host|libzel/kernel)/' |
-    xargs -r grep -nE "(^|[^A-Za-z0-9_.>:]|[^a-z]::|std::)(open|openat|openat2|fopen|freopen|opendir|statfs|statfs64|statvfs|statvfs64|creat|[io]?fstream [a-z]+)\(" |
-    sed 's| *//.*||' | grep -E '(open|openat2?|dir|statv?fs(64)?|creat|fstream [a-z]+)\(' | grep -vE '[^a-z]open\(\)'
+    code_lines "(^|[^A-Za-z0-9_.>:]|[^a-z]::|std::)$functions|(std|filesystem)::$types"
+}
+
+# Commands are started in one place, which decides on the shell and on what its pipe inherits.
+check_shell_calls() {
+  sources 'LIB/*.h' 'LIB/*.cpp' 'libzel/*.h' 'libzel/*.cpp' | grep -vxF LIB/host/Shell.cpp |
+    code_lines '(^|[^A-Za-z0-9_])(system|popen|posix_spawnp?|exec[lv][pe]*|v?fork)[(]'
 }
 
 check_lengths() {
@@ -127,6 +146,7 @@ run() {
   circles) heading="files or rooms that include one another" lines=$(check_circles) ;;
   kernel-paths) heading="a kernel path is opened without fgHostPath" lines=$(check_kernel_paths) ;;
   raw-calls) heading="a file is opened outside LIB/host and libzel/kernel" lines=$(check_raw_calls) ;;
+  shell-calls) heading="a command is started outside LIB/host/Shell.cpp" lines=$(check_shell_calls) ;;
   lengths) heading="too long" lines=$(check_lengths) ;;
   stray-tests) heading="a test file that no test program builds" lines=$(check_stray_tests) ;;
   shell) heading="shellcheck" lines=$(check_shell) ;;

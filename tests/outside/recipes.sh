@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The recipes of docs/architecture.md hold: in a copy of the tree, a scratch column, kernel field, collector, setting and script
-# are made by touching nothing but the sources that their recipes list, the copy builds, and a program finds all of them.
+# The recipes of docs/architecture.md hold: in a copy of the tree, a scratch column, kernel field, collector, setting, script and
+# unit of LIB are made by touching nothing but the sources that their recipes list, the copy builds, and a program finds all of them.
 #   recipes.sh SOURCE
 set -euo pipefail
 source=$1
@@ -28,13 +28,27 @@ listed() {
 }
 
 # Every file of a recipe is there, or is one that it says is new.
-for title in "A column" "A kernel field" "A collector" "A setting" "A script"; do
+for title in "A column" "A kernel field" "A collector" "A setting" "A script" "A unit of LIB that collectors use"; do
   files=$(listed "$title")
   [ -n "$files" ] || fail "there is no recipe '$title'"
   while read -r file; do
-    [ -e "$file" ] || [[ "$file" =~ (NEW|new) ]] || fail "'$title' names $file, which is not there"
+    [ -e "$file" ] || [[ "$file" =~ (NEW|New|new) ]] || fail "'$title' names $file, which is not there"
   done <<<"$files"
 done
+
+# mentions TITLE NAME PLACE...: every file of the places that mentions NAME, which the tree already has, is in the recipe for another
+# of its kind.
+mentions() {
+  local file files
+  files=$(git grep -l "$2" -- "${@:3}") || fail "nothing mentions $2"
+  while read -r file; do
+    listed "$1" | grep -qxF "${file/$2/new}" || fail "'$1' does not list $file, which mentions $2"
+  done <<<"$files"
+}
+mentions "A setting" g_nProcSleepCnt libzel/Settings.h libzel/Settings.cpp libzel/main.cpp docs tests/support \
+  tests/libzel/Settings_test.cpp tests/system/DriverDefaults_test.cpp
+mentions "A script" PSInfoLIN runtime docs libzel/scripts tests/libzel/scripts tests/system/HomeKit_test.cpp
+mentions "A unit of LIB that collectors use" TrustedWay libzel/CMakeLists.txt
 
 # insert FILE PATTERN LINE: puts LINE before the first line that matches.
 insert() {
@@ -92,6 +106,14 @@ sed -i '/^inline constexpr HomeScript HOME_SCRIPTS/,/^};/ s|^};|    {Script::Scr
   libzel/scripts/HomeScripts.h
 printf '#!/bin/sh\necho new\n' >runtime/agent/bin/shell/LINUX/new.sh
 touched_by "A script"
+
+printf '// A scratch unit.\n#pragma once\n\nint scratchUnit();\n' >LIB/host/NewUnit.h
+printf '// A scratch unit.\n#include "host/NewUnit.h"\n\nint scratchUnit() {\n    return 7;\n}\n' >LIB/host/NewUnit.cpp
+sed -i 's/|TrustedWay|/|TrustedWay|NewUnit|/' libzel/CMakeLists.txt
+sed -i -e 's/return 42;/return 35 + scratchUnit();/' -e 's/^#include "MM_NEW_Info.h"/&\n#include "host\/NewUnit.h"/' libzel/cpu/MM_NEW_Info.cpp
+git add libzel/cpu/MM_NEW_Info.cpp
+git -c user.name=recipes -c user.email=recipes@localhost commit -qm "a user of the unit" libzel/cpu/MM_NEW_Info.cpp
+touched_by "A unit of LIB that collectors use"
 
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBUILD_TESTING=OFF -DCMAKE_CXX_FLAGS_DEBUG=-O0 >/dev/null
 cmake --build build --target zel zelrt >build.log || { cat build.log >&2; fail "the copy does not build"; }

@@ -130,7 +130,11 @@ volatile std::sig_atomic_t alarmsUntilRead = 0;
 
 void readAfterSomeAlarms(int) {
     char taken[4096];
-    if (alarmsUntilRead > 0 && --alarmsUntilRead == 0)
+    if (alarmsUntilRead > 0)
+        alarmsUntilRead = alarmsUntilRead - 1;
+    else
+        return;
+    if (alarmsUntilRead == 0)
         static_cast<void>(!read(readEnd, taken, sizeof(taken)));
 }
 
