@@ -2,7 +2,8 @@
 // terminal escapes) are printed as blanks, so that a name stays within its line.
 #pragma once
 
-#include <cctype>
+#include "text/ControlBytes.h"
+
 #include <cstddef>
 #include <cstring>
 
@@ -12,10 +13,7 @@ template<std::size_t Size> class PrintableName {
 public:
     explicit PrintableName(const char (&name)[Size]) {
         std::memcpy(m_text, name, Size);
-        for (char *character = m_text; *character != '\0'; ++character) {
-            if (std::iscntrl(static_cast<unsigned char>(*character)) != 0)
-                *character = ' ';
-        }
+        blankControlBytes(m_text, strnlen(m_text, Size));
     }
     const char *text() const { return m_text; }
 
