@@ -27,6 +27,7 @@
 #include "Pci_Info.h"
 #include "Settings.h"
 #include "host/Shell.h"
+#include "report/PrintableText.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -239,24 +240,27 @@ bool reportLoadAverage(CMM_LA_Info &loadAverage) {
     return true;
 }
 
+// Devices choose these names: their control bytes are printed as blanks.
+void reportName(const char *label, unsigned number, const char *name) {
+    std::fprintf(stderr, " %s[%d]=[", label, static_cast<int>(number));
+    zel::printPlain(stderr, name);
+    std::fputs("]\n", stderr);
+}
+
 void reportInventory(Collectors &collectors) {
     std::fprintf(stderr, " nic number = [%d]\n", static_cast<int>(collectors.nics->GetNICNum()));
     collectors.nics->m_pclCNIC = collectors.nics->GetNICInfos();
     for (unsigned i = 0; i < collectors.nics->NICNum() && collectors.nics->m_pclCNIC != nullptr; ++i)
-        std::fprintf(stderr, " nic model name[%d]=[%s]\n", static_cast<int>(i),
-                     collectors.nics->m_pclCNIC[i].ModelName());
+        reportName("nic model name", i, collectors.nics->m_pclCNIC[i].ModelName());
 
     collectors.drives->m_pclCCdrom = collectors.drives->GetCdromInfo();
     for (unsigned i = 0; i < collectors.drives->CdromNum() && collectors.drives->m_pclCCdrom != nullptr; ++i)
-        std::fprintf(stderr, " cdrom model name[%d]=[%s]\n", static_cast<int>(i),
-                     collectors.drives->m_pclCCdrom[i].ModelName());
+        reportName("cdrom model name", i, collectors.drives->m_pclCCdrom[i].ModelName());
 
     collectors.pci->m_pclCPci = collectors.pci->GetPciInfo();
     for (unsigned i = 0; i < collectors.pci->PciNum() && collectors.pci->m_pclCPci != nullptr; ++i) {
-        std::fprintf(stderr, " pci module type [%d]=[%s]\n", static_cast<int>(i),
-                     collectors.pci->m_pclCPci[i].ModuleType());
-        std::fprintf(stderr, " pci module name [%d]=[%s]\n", static_cast<int>(i),
-                     collectors.pci->m_pclCPci[i].ModuleName());
+        reportName("pci module type ", i, collectors.pci->m_pclCPci[i].ModuleType());
+        reportName("pci module name ", i, collectors.pci->m_pclCPci[i].ModuleName());
     }
 }
 

@@ -1,11 +1,10 @@
 // The log gate: the installed logger, the words that open and close it, and the way of a message to the logger.
 #include "functions/LogSink.h"
-#include "text/AsciiText.h"
+#include "text/ControlBytes.h"
 #include "text/OwnedText.h"
 #include "threads/ForkRepair.h"
 #include "threads/SharedValue.h"
 
-#include <algorithm>
 #include <mutex>
 #include <shared_mutex>
 #include <string_view>
@@ -43,11 +42,11 @@ class OneLine {
 public:
     explicit OneLine(const char *message) : m_text(message) {
         const std::string_view text(message);
-        if (std::none_of(text.begin(), text.end(), zel::isControl))
+        if (zel::findControlBytes(text, 0).length == 0)
             return;
         m_copy = zel::joinText({message});
         m_text = m_copy == nullptr ? "" : m_copy.get();
-        std::replace_if(m_copy.get(), m_copy.get() + std::strlen(m_text), zel::isControl, ' ');
+        zel::blankControlBytes(m_copy.get(), std::strlen(m_text));
     }
     OneLine(const OneLine &) = delete;
     OneLine &operator=(const OneLine &) = delete;

@@ -43,7 +43,7 @@ public:
     std::string_view text() const { return {m_long == nullptr ? m_fixed : m_long.get(), m_length}; }
 
 private:
-    char m_fixed[4096];
+    char m_fixed[1024]; // small, because two lines may be on one stack
     zel::Text m_long;
     std::size_t m_length = 0;
 };

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <bit>
+#include <charconv>
 #include <cstddef>
 #include <cstring>
 
@@ -84,6 +85,15 @@ inline char *writeSignedDecimal(char *out, long long value) {
         return writeDecimal(out, static_cast<unsigned long long>(value));
     *out = '-';
     return writeDecimal(out + 1, 0ULL - static_cast<unsigned long long>(value));
+}
+
+/// What "%.*f" gives in the C locale, whatever locale the program has set; terminated, and empty when it does not fit
+/// the `size` bytes at `out` (at least 1). Returns the end.
+inline char *writeFixed(char *out, std::size_t size, double value, int decimals) {
+    const auto [end, error] = std::to_chars(out, out + size - 1, value, std::chars_format::fixed, decimals);
+    char *const textEnd = error == std::errc() ? end : out;
+    *textEnd = '\0';
+    return textEnd;
 }
 
 } // namespace zel

@@ -3,6 +3,7 @@
 
 #include "Signals.h"
 
+#include <charconv>
 #include <utility>
 
 namespace agent {
@@ -17,13 +18,20 @@ const char *sampleProcesses(CMM_PROC_Info &processes, int mode) {
     return text;
 }
 
+// Six decimals with a point, in every locale.
+std::string decimal(double value) {
+    char text[400]; // takes the largest double
+    const auto result = std::to_chars(text, text + sizeof(text), value, std::chars_format::fixed, 6);
+    return {text, result.ptr};
+}
+
 const char *sampleLoad(CMM_LA_Info &load, std::string &text) {
     const double *averages = load.fMGetLoadAvg();
     if (averages == nullptr)
         return nullptr;
     text.clear();
     for (int i = 0; i < 3; ++i)
-        text += std::to_string(averages[i]) + ' ';
+        text += decimal(averages[i]) + ' ';
     return text.c_str();
 }
 

@@ -2,6 +2,7 @@
 #include "StandardOutput.h"
 
 #include "Notice.h"
+#include "TerminalText.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,17 +11,6 @@
 #include <unistd.h>
 
 namespace agent {
-
-namespace {
-
-void blankControlBytes(std::string &text) {
-    for (char &character : text) {
-        if (static_cast<unsigned char>(character) < ' ' || character == '\x7F')
-            character = ' ';
-    }
-}
-
-} // namespace
 
 StandardOutput::StandardOutput() : m_terminal(isatty(STDOUT_FILENO) != 0) {}
 

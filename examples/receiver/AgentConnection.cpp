@@ -2,7 +2,6 @@
 #include "AgentConnection.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
@@ -67,20 +66,10 @@ void AgentConnection::answer(const ReceivedRecord &record) {
 }
 
 bool AgentConnection::readLine(const std::string &line) {
-    char host[65];
-    char series[65];
-    char name[65];
-    long long seconds = 0;
-    unsigned long bytes = 0;
-    int end = 0;
+    std::size_t bytes = 0;
     ReceivedRecord record;
-    const int fields = std::sscanf(line.c_str(), "%64s %64s %llu %64s %lld %lu%n", host, series, &record.number, name,
-                                   &seconds, &bytes, &end);
-    if (fields != 6 || static_cast<std::size_t>(end) != line.size() || bytes > longestText)
+    if (!readRecordLine(line, record, bytes) || bytes > longestText)
         return false;
-    record.host = host;
-    record.series = series;
-    record.line = line;
     m_record = std::move(record);
     m_textSize = bytes;
     return true;

@@ -1,33 +1,35 @@
 // Makes records readable, writes them, and lets them count only when they are safe.
 #include "RecordStore.h"
 
+#include "../agent/TerminalText.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-char blankForControl(char character) {
-    const bool isControl = static_cast<unsigned char>(character) < ' ' || character == '\x7F';
-    return isControl ? ' ' : character;
+void appendPlain(std::string &output, std::string text) {
+    blankControlBytes(text);
+    output += text;
 }
 
 // Every separator is 03 1F and one more byte: rows and metrics start a line, columns and fields follow a blank.
 void appendReadable(std::string &output, const ReceivedRecord &record) {
-    for (const char character : record.line)
-        output += blankForControl(character);
+    const std::string &text = record.text;
+    appendPlain(output, record.line);
     output += "\n  ";
-    for (std::size_t i = 0; i < record.text.size(); ++i) {
-        const bool isSeparator = record.text.compare(i, 2, "\x03\x1F") == 0 && i + 2 < record.text.size();
-        if (!isSeparator) {
-            output += blankForControl(record.text[i]);
-            continue;
-        }
-        i += 2;
-        const bool startsLine = record.text[i] == '|' || record.text[i] == ']';
+    std::size_t from = 0;
+    for (std::size_t end; (end = text.find("\x03\x1F", from)) != std::string::npos && end + 2 < text.size();) {
+        appendPlain(output, text.substr(from, end - from));
+        const bool startsLine = text[end + 2] == '|' || text[end + 2] == ']';
         output += startsLine ? "\n  " : " ";
+        from = end + 3;
     }
+    appendPlain(output, text.substr(from));
     output += '\n';
 }
 
@@ -62,6 +64,38 @@ void cutFile(off_t size) {
 }
 
 } // namespace
+
+RecordStore::RecordStore() {
+    if (fileSize() <= 0)
+        return;
+    // By its name in the process: the output itself is open for writing only.
+    std::ifstream file("/proc/self/fd/1", std::ios::binary);
+    off_t recordStart = 0;
+    off_t position = 0;
+    ReceivedRecord record; // the last one begun; it counts once it is whole: a line and at least one line of text
+    bool isWhole = false;
+    const auto count = [&] {
+        unsigned long long &last = m_lastNumbers[{record.host, record.series}];
+        last = isWhole ? std::max(last, record.number) : last;
+    };
+    for (std::string line; std::getline(file, line); position += static_cast<off_t>(line.size()) + 1) {
+        const bool isText = line.starts_with("  ");
+        if (!isText) {
+            count();
+            recordStart = position;
+            record = {};
+        }
+        if (file.eof()) {
+            cutFile(recordStart);
+            return;
+        }
+        std::size_t bytes = 0;
+        if (!isText)
+            readRecordLine(line, record, bytes);
+        isWhole = isText;
+    }
+    count();
+}
 
 unsigned long long RecordStore::lastNumber(const Numbering &numbering) const {
     const auto found = m_lastNumbers.find(numbering);

@@ -12,8 +12,13 @@
 #include <utility>
 #include <vector>
 
+// When the output is a file, the numbers of the records that it holds are read back at the start; a last record that
+// was cut in the middle of a line is taken out of the file, because its sender has no answer yet. On anything else,
+// such as a pipe, or a file that may not be read, a restarted receiver stores records again that come again.
 class RecordStore {
 public:
+    RecordStore();
+
     /// Writes and flushes the records that are new, to the disk where the output is a file. True: all of them, and
     /// those that came before, are stored for good. Otherwise none of the new ones counts as stored, and a file is cut
     /// back to what it held.

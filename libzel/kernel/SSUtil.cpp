@@ -4,6 +4,7 @@
 #include "functions/ElapsedTime.h"
 #include "kernel/KernelFile.h"
 #include "rates/Saturate.h"
+#include "text/DecimalText.h"
 
 #include <algorithm>
 #include <bit>
@@ -30,6 +31,14 @@ int log2Floor(unsigned long value) {
     return static_cast<int>(std::bit_width(value)) - 1;
 }
 
+// One decimal, a blank and the unit, such as "1.5 M", in every locale.
+void formatTenths(char *text, std::size_t size, float value, char unit) {
+    char *end = zel::writeFixed(text, size - 2, static_cast<double>(value), 1);
+    *end++ = ' ';
+    *end++ = unit;
+    *end = '\0';
+}
+
 // Below the step megabytes, then gigabytes, then terabytes.
 void formatMegabytes(char *text, std::size_t size, float megabytes, float step) {
     if (megabytes == 0.0F) {
@@ -37,14 +46,14 @@ void formatMegabytes(char *text, std::size_t size, float megabytes, float step) 
         return;
     }
     if (megabytes < step) {
-        std::snprintf(text, size, "%.1f M", static_cast<double>(megabytes));
+        formatTenths(text, size, megabytes, 'M');
         return;
     }
     const float gigabytes = megabytes / step;
     if (gigabytes < step)
-        std::snprintf(text, size, "%.1f G", static_cast<double>(gigabytes));
+        formatTenths(text, size, gigabytes, 'G');
     else
-        std::snprintf(text, size, "%.1f T", static_cast<double>(gigabytes / step));
+        formatTenths(text, size, gigabytes / step, 'T');
 }
 
 long wrappingAdd(long left, long right) {
@@ -251,7 +260,7 @@ char *CSSUtil::fKbyteToForm(float kilobytes) {
     if (kilobytes == 0.0F)
         std::snprintf(m_strNumData, sizeof(m_strNumData), "%d", 0);
     else if (kilobytes < step)
-        std::snprintf(m_strNumData, sizeof(m_strNumData), "%.1f K", static_cast<double>(kilobytes));
+        formatTenths(m_strNumData, sizeof(m_strNumData), kilobytes, 'K');
     else
         formatMegabytes(m_strNumData, sizeof(m_strNumData), kilobytes / step, step);
     return m_strNumData;

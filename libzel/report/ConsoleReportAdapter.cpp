@@ -6,13 +6,20 @@
 
 #include <cstdio>
 
+namespace {
+
+void printLine(const char *label, const char *text) {
+    std::fputs(label, stderr);
+    zel::printPerfText(stderr, text == nullptr ? "(null)" : text);
+    std::fputc('\n', stderr);
+}
+
+} // namespace
+
 int print_hba_info(CMM_HBA_Info *ports) {
     const int result = ports->fGatherHBAZel();
-    if (ports->m_nHBACount != 0 && ports->m_const_pstrHBAZelInfo != nullptr) {
-        std::fputs("HBAZEL= ", stderr);
-        zel::printPerfText(stderr, ports->m_const_pstrHBAZelInfo);
-        std::fputc('\n', stderr);
-    }
+    if (ports->m_nHBACount != 0 && ports->m_const_pstrHBAZelInfo != nullptr)
+        printLine("HBAZEL= ", ports->m_const_pstrHBAZelInfo);
     return result;
 }
 
@@ -21,9 +28,9 @@ int print_gpu_info(CMM_GPU_Info *gpu) {
     gpu->fGatherGPUCardInv();
     gpu->fGatherGPUZel();
     gpu->fShutdownGpu();
-    std::fprintf(stderr, "INV= %s\n", gpu->m_const_pstrGpuInvVerInfo);
-    std::fprintf(stderr, "INV= %s\n", gpu->m_const_pstrGpuInvCardInfo);
-    std::fprintf(stderr, "ZEL= %s\n", gpu->m_const_pstrGpuZelInfo);
-    std::fprintf(stderr, "PRO= %s\n", gpu->m_const_pstrGpuProcInfo);
+    printLine("INV= ", gpu->m_const_pstrGpuInvVerInfo);
+    printLine("INV= ", gpu->m_const_pstrGpuInvCardInfo);
+    printLine("ZEL= ", gpu->m_const_pstrGpuZelInfo);
+    printLine("PRO= ", gpu->m_const_pstrGpuProcInfo);
     return 1;
 }

@@ -2,7 +2,7 @@
 // terminal escapes) are printed as blanks, so that a name stays within its line.
 #pragma once
 
-#include "text/AsciiText.h"
+#include "text/ControlBytes.h"
 
 #include <cstddef>
 #include <cstring>
@@ -13,10 +13,7 @@ template<std::size_t Size> class PrintableName {
 public:
     explicit PrintableName(const char (&name)[Size]) {
         std::memcpy(m_text, name, Size);
-        for (char *character = m_text; *character != '\0'; ++character) {
-            if (isControl(*character))
-                *character = ' ';
-        }
+        blankControlBytes(m_text, strnlen(m_text, Size));
     }
     const char *text() const { return m_text; }
 

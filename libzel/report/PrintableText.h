@@ -1,31 +1,27 @@
-// A performance text for the console: names of processes and devices may hold any byte, and control bytes (line feeds,
-// terminal escapes) are printed as blanks, so that no name drives the terminal or makes a line of its own. The bytes of
-// the separators stay; inside a value there is none of them.
+// A text for the console: names of processes and devices may hold any byte, and control bytes (line feeds, terminal
+// escapes) are printed as blanks, so that no name drives the terminal or makes a line of its own.
 #pragma once
 
-#include "text/AsciiText.h"
+#include "text/ControlBytes.h"
 
 #include <cstdio>
-#include <cstring>
+#include <string_view>
 
 namespace zel {
 
-inline bool isPrintedAsBlank(char character) {
-    constexpr char separatorBytes[] = {'\x03', '\x1F'};
-    return isControl(character) && std::memchr(separatorBytes, character, sizeof(separatorBytes)) == nullptr;
+/// Prints `text` without a line end; the bytes in `kept` stay as they are.
+inline void printPlain(std::FILE *stream, std::string_view text, std::string_view kept = {}) {
+    for (std::size_t from = 0; from < text.size();) {
+        const ControlBytes found = findControlBytes(text, from, kept);
+        std::fwrite(text.data() + from, 1, found.at - from, stream);
+        std::fwrite("  ", 1, found.length, stream);
+        from = found.at + found.length;
+    }
 }
 
-/// Prints `text` without a line end.
+/// The same for a performance text. The bytes of the separators stay; inside a value there is none of them.
 inline void printPerfText(std::FILE *stream, const char *text) {
-    const char *run = text; // printed as it is, up to the next control byte
-    for (; *text != '\0'; ++text) {
-        if (!isPrintedAsBlank(*text))
-            continue;
-        std::fwrite(run, 1, static_cast<std::size_t>(text - run), stream);
-        std::putc(' ', stream);
-        run = text + 1;
-    }
-    std::fwrite(run, 1, static_cast<std::size_t>(text - run), stream);
+    printPlain(stream, text, "\x03\x1F");
 }
 
 } // namespace zel

@@ -95,10 +95,34 @@ records_in_one_piece() {
   exec 10>&-
 }
 
+# After a restart onto the same file.
+restarted() {
+  start_receiver restarted 0
+  exec 10<>"/dev/tcp/127.0.0.1/$port"
+  say 10 1 one
+  expect_answer 10 1
+  say 10 2 $'two\003\037|web1 00000000000000aa 9 cpu 1700000000 3'
+  expect_answer 10 2
+  say 10 7 other 00000000000000bb
+  read -r -t 5 -u 10 _ || fail "no answer for the other series"
+  exec 10>&-
+  kill_quietly "$receiver"
+  printf 'web1 00000000000000aa 3 cpu 1700000000 5\n  th' >>"$scratch/restarted.out" # cut by a crash
+  start_receiver restarted 0
+  exec 10<>"/dev/tcp/127.0.0.1/$port"
+  say 10 2 again
+  expect_answer 10 2
+  say 10 3 three
+  expect_answer 10 3
+  exec 10>&-
+  [ "$(stored_numbers restarted)" = "1 2 7 3" ] && [ "$(wc -l <"$scratch/restarted.out")" = 9 ] || fail "stored are $(stored_numbers restarted), not 1 2 7 3"
+}
+
 no_records() {
   start_receiver junk 0
   local line
-  for line in garbage 'web1 aa 1 cpu 1700000000' 'web1 aa 1 cpu 1700000000 99999999999' 'web1 aa x cpu 1 1' "$(printf '%0600d' 0)"; do
+  for line in garbage 'web1 aa 1 cpu 1700000000' 'web1 aa 1 cpu 1700000000 99999999999' 'web1 aa x cpu 1 1' 'web1 aa -1 cpu 1 1' \
+    'web1 aa +1 cpu 1 1' 'web1 aa 18446744073709551616 cpu 1 1' 'web1 aa 1 cpu -1 1' 'web1 aa 1 cpu 1 -1' 'web1 aa 1 cpu 1 1 ' "$(printf '%0600d' 0)"; do
     exec 10<>"/dev/tcp/127.0.0.1/$port"
     printf '%s\n' "$line" >&10
     expect_end 10 "'${line:0:40}'"
@@ -112,11 +136,16 @@ control_bytes() {
   exec 10<>"/dev/tcp/127.0.0.1/$port"
   say 10 1 $'a\nweb9 00000000000000cc 1 cpu 1700000000 3\n  \033[2J\x7f\003\037|row\003\037~value'
   expect_answer 10 1
+  LC_ALL=C say 10 2 $'\x9b2J\xc2\x9b2J \xe2\x82\xac\xe2\x82'
+  expect_answer 10 2
   exec 10>&-
   local expected='web1 00000000000000aa 1 cpu 1700000000 64
   a web9 00000000000000cc 1 cpu 1700000000 3    [2J 
   row value'
-  [ "$(cat "$scratch/control.out")" = "$expected" ] || fail "stored is: $(cat -v "$scratch/control.out")"
+  [ "$(head -n 3 "$scratch/control.out")" = "$expected" ] || fail "stored is: $(cat -v "$scratch/control.out")"
+  # The second record: a lone 9B, the same as UTF-8 writes it, a letter that stays, and one that is cut.
+  [ "$(tail -n 1 "$scratch/control.out")" = $'   2J  2J \xe2\x82\xac\xe2 ' ] ||
+    fail "stored is: $(cat -v "$scratch/control.out")"
 }
 
 loopback_only() {
@@ -128,7 +157,7 @@ loopback_only() {
 }
 
 for scenario in repeated_records output_is_full file_is_full agents_that_send_half_a_record records_in_one_piece \
-  no_records control_bytes loopback_only; do
+  no_records control_bytes restarted loopback_only; do
   $scenario
   echo "receiver: $scenario"
   kill_quietly "$receiver"

@@ -257,6 +257,15 @@ TEST_F(Driver, InventoryOfTheHostIsListed) {
     EXPECT_EQ(result.out, "");
 }
 
+TEST_F(Driver, InventoryNamesDoNotDriveTheTerminal) {
+    const OneFileHost host("etc/sysconfig/hwconf", "-\nclass: NETWORK\ndesc: \"a\x1b[2J\x9b\xc2\x9b\xc3\x9b\"\n-\n"
+                                                   "class: CDROM\ndesc: \"b\x1b\x7f\"\n-\n");
+    const DriverResult result = m_driver.hostDirectories({host.path()}).run({"10", "1", "1"});
+
+    EXPECT_EQ(result.err, banner(1) + " nic number = [1]\n nic model name[0]=[a [2J   \xc3\x9b]\n"
+                                      " cdrom model name[0]=[b  ]\n");
+}
+
 TEST_F(Driver, InventoryOfAHostWithoutTheFilesIsEmpty) {
     const OneFileHost host;
     const DriverResult result = m_driver.hostDirectories({host.path()}).run({"10", "1", "2"});

@@ -4,6 +4,7 @@
 #include "CommaLocale.h"
 #include "EveryText.h"
 #include "FaultHost.h"
+#include "SSUtil.h"
 #include "StreamCapture.h"
 
 #include <functional>
@@ -105,6 +106,21 @@ TEST(ReadUnderAComma, RateFileGivesTheSame) {
         EXPECT_EQ(disks.fGetDiskIoRate("sda", &rate), 1);
         EXPECT_FLOAT_EQ(rate, 45.3F);
         return Lines{std::to_string(static_cast<int>(rate * 100.0F))};
+    });
+}
+
+TEST(WrittenSizesUnderAComma, AreTheSame) {
+    expectSameUnderTheComma("sizes", [] {
+        CSSUtil util;
+        Lines lines;
+        for (const float size : {0.5F, 1536.0F, 1572864.0F, 1610612736.0F}) {
+            lines.emplace_back(util.fKbyteToForm(size));
+            lines.emplace_back(util.fMbyteToForm(size));
+            lines.emplace_back(util.fMbyteTo1000Form(size));
+        }
+        EXPECT_EQ(lines[0], "0.5 K");
+        EXPECT_EQ(lines[3], "1.5 M");
+        return lines;
     });
 }
 

@@ -68,16 +68,16 @@ TEST(GpuReport, FourEmptyTextsOfACollectorThatGathersNothing) {
     EXPECT_EQ(streams.out(), "");
 }
 
-TEST(GpuReport, TextsStandInTheirOrder) {
+TEST(GpuReport, TextsInTheirOrderDoNotDriveTheTerminal) {
     CMM_GPU_Info gpu;
     gpu.m_const_pstrGpuInvVerInfo = "version";
     gpu.m_const_pstrGpuInvCardInfo = "card";
     gpu.m_const_pstrGpuZelInfo = "performance";
-    gpu.m_const_pstrGpuProcInfo = "processes";
+    gpu.m_const_pstrGpuProcInfo = "processes \x1b[2J\x9b\xc2\x9b\xc3\x9b";
     const StreamCapture streams;
 
     EXPECT_EQ(print_gpu_info(&gpu), 1);
-    EXPECT_EQ(streams.err(), "INV= version\nINV= card\nZEL= performance\nPRO= processes\n");
+    EXPECT_EQ(streams.err(), "INV= version\nINV= card\nZEL= performance\nPRO= processes  [2J   \xc3\x9b\n");
 }
 
 } // namespace

@@ -51,19 +51,20 @@ TEST_F(DiskReport, SampleWithoutDisksPrintsNothing) {
 }
 
 // An escape that clears the screen, and one that sets the title of the window.
-constexpr const char *hostileLine = "   8       0 sda\x1b[2J\x1b]0;x\x07\x7f 10 0 20 0 30 0 40 0 0 50 0\n";
+constexpr const char *hostileLine =
+    "   8       0 sda\x1b[2J\x1b]0;x\x07\x7f\x9b\xc2\x9b\xc3\xa4 10 0 20 0 30 0 40 0 0 50 0\n";
 
 TEST_F(DiskReport, ControlBytesOfANameArePrintedAsBlanks) {
     host.write("proc/diskstats", hostileLine);
     EXPECT_EQ(reported(1), " Io  000:  0.00([R]cnt/s)  0.00([W]cnt/s)  0.00([R]kb/s)  0.00([W]kb/s)  0.00(Busy) "
-                           "/dev/sda [2J ]0;x  \n");
+                           "/dev/sda [2J ]0;x     \xc3\xa4\n");
 }
 
 TEST_F(DiskReport, PerformanceTextKeepsTheNameAsItIs) {
     g_nDiskStrType = 1;
     sampleText(disks, hostileLine);
     sampleText(disks, hostileLine);
-    EXPECT_THAT(poll(disks), HasSubstr("/dev/sda\x1b[2J\x1b]0;x\x07\x7f~"));
+    EXPECT_THAT(poll(disks), HasSubstr("/dev/sda\x1b[2J\x1b]0;x\x07\x7f\x9b\xc2\x9b\xc3\xa4~"));
 }
 
 TEST(OldDiskReport, VolumesOfEveryRecord) {
@@ -90,11 +91,11 @@ TEST(OldDiskReport, VolumesOfEveryRecord) {
 TEST(OldDiskReport, ControlBytesOfANameArePrintedAsBlanks) {
     CSSList list;
     _ST_DISKIO disk{};
-    std::strcpy(disk.l_strDEVname, "/dev/\x1b[31m\n");
+    std::strcpy(disk.l_strDEVname, "/dev/\x1b[31m\n\x9b+\xc2\x9bK\xe2\x82\xac");
     list.fSlInsertFifo(&disk, sizeof(disk), nullptr);
     const StreamCapture streams;
     EXPECT_EQ(print_io(&list), 1);
-    EXPECT_EQ(streams.err(), " Io  000:  0.00  0.00 /dev/ [31m     \n");
+    EXPECT_EQ(streams.err(), " Io  000:  0.00  0.00 /dev/ [31m  +  K\xe2\x82\xac\n");
     list.fSlDeleteAll();
 }
 
@@ -117,7 +118,7 @@ TEST(DiskDriver, OptionFiveSendsNoEscapeToTheTerminal) {
     const DriverResult result = driver.run({"5", "1", "1"});
 
     EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.err, HasSubstr("/dev/sda [2J ]0;x  \n"));
+    EXPECT_THAT(result.err, HasSubstr("/dev/sda [2J ]0;x     \xc3\xa4\n"));
     EXPECT_EQ(result.err.find('\x1b'), std::string::npos);
 }
 

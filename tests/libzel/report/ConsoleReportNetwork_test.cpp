@@ -50,11 +50,12 @@ TEST(NetworkReport, RowsGoToStandardError) {
 
 TEST(NetworkReport, NamesKeepWithinTheirLine) {
     NetworkScene scene(0);
-    scene.show({{"a\x1b[2Jb", 0, 0}});
+    scene.show({{"a\x1b[2J\x9b\xc2\x9b\xc3\x9b", 0, 0}});
     CMM_NWT_Info collector;
-    EXPECT_EQ(report(collector, 5.0).err,
-              std::string(HEADER) +
-                  "1|a [2Jb|LINKUP|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.000000|0.000000|0.000000\n");
+    EXPECT_EQ(
+        report(collector, 5.0).err,
+        std::string(HEADER) +
+            "1|a [2J   \xc3\x9b|LINKUP|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.00|0.000000|0.000000|0.000000\n");
 }
 
 TEST(NetworkReport, FailedPassPrintsNothing) {

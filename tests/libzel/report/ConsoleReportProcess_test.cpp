@@ -33,7 +33,7 @@ TEST(ProcessReport, ControlBytesOfATitleArePrintedAsBlanks) {
     ProcessHost host;
     FakeProcess process;
     process.pid = 7;
-    process.commandLine = "title\n\x1b[2J\x07\x7f\tend";
+    process.commandLine = "title\n\x1b[2J\x07\x7f\x9b\xc2\x9b\xc3\x9b\tend";
     host.put(process);
     CMM_PROC_Info collector;
     const StreamCapture streams;
@@ -42,7 +42,8 @@ TEST(ProcessReport, ControlBytesOfATitleArePrintedAsBlanks) {
 
     std::fflush(stdout);
     const std::string printed = streams.out();
-    EXPECT_EQ(ProcessTable(printed.substr(0, printed.size() - 1).c_str()).value(7, "ARGS"), "title  [2J   end");
+    EXPECT_EQ(ProcessTable(printed.substr(0, printed.size() - 1).c_str()).value(7, "ARGS"),
+              "title  [2J     \xc3\x9b end");
     EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1) << "the line end of the report";
     EXPECT_EQ(ProcessTable(collector.fGetProcInfo()).value(7, "ARGS"), process.commandLine)
         << "the text stays as it is";

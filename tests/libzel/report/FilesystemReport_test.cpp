@@ -43,14 +43,15 @@ TEST(FilesystemReport, PrintsNothingWithoutAFilesystem) {
 
 TEST(FilesystemReport, ControlBytesOfNamesArePrintedAsBlanks) {
     FilesystemHost host;
-    host.line("/dev/\x1b[2Jsda", "/a\\012\\011b", "e\x03\x1Ft").sized("/a\n\tb", FilesystemHost::twoGigabytes());
+    host.line("/dev/\x1b[2J\x9b\xc2\x9bsd\xc3\x9b", "/a\\012\\011b", "e\x03\x1Ft")
+        .sized("/a\n\tb", FilesystemHost::twoGigabytes());
     CMM_FS_Info collector;
     const StreamCapture streams;
 
     EXPECT_EQ(print_fs_v2(&collector), 1);
 
     const std::string line = streams.err();
-    EXPECT_TRUE(line.ends_with(" | /a  b e  t /dev/ [2Jsda\n")) << line;
+    EXPECT_TRUE(line.ends_with(" | /a  b e  t /dev/ [2J   sd\xc3\x9b\n")) << line;
     EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1);
 }
 
