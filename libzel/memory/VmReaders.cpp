@@ -21,7 +21,7 @@
 namespace {
 
 constexpr std::size_t processStatSize = 4096;
-constexpr std::size_t namesRoom = 32768; // bytes of names that the kernel is asked for at a time
+constexpr std::size_t namesRoom = 8192; // bytes of names that the kernel is asked for at a time
 constexpr int processPathSize = 300;
 constexpr long bytesPerKilobyte = 1024;
 

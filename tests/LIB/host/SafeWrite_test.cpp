@@ -129,11 +129,10 @@ int readEnd = -1;
 volatile std::sig_atomic_t alarmsUntilRead = 0;
 
 void readAfterSomeAlarms(int) {
-    char taken[4096];
-    if (alarmsUntilRead > 0)
-        alarmsUntilRead = alarmsUntilRead - 1;
-    else
+    if (alarmsUntilRead == 0)
         return;
+    alarmsUntilRead = alarmsUntilRead - 1;
+    char taken[4096];
     if (alarmsUntilRead == 0)
         static_cast<void>(!read(readEnd, taken, sizeof(taken)));
 }
