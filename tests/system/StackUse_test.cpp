@@ -5,15 +5,22 @@
 #include "AllCollectors.h"
 #include "ConsoleReport.h"
 #include "FaultHost.h"
+#include "LogCapture.h"
+#include "PerfTextReader.h"
 #include "SettingGuard.h"
 #include "Settings.h"
 #include "StreamCapture.h"
+#include "TempDirectory.h"
+#include "VornLog.h"
 #include "network.h"
 
 #include <algorithm>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <pthread.h>
+#include <string>
+#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -173,6 +180,8 @@ protected:
             for (int time = 0; time < 2; ++time) {
                 m_host.show(time);
                 EXPECT_LT(quietStackUse([&] { call.run(all); }), STACK_LIMIT) << call.name;
+                const LogCapture everythingLogged;
+                EXPECT_LT(stackUseOf([&] { call.run(all); }), STACK_LIMIT) << call.name << ", logging";
             }
         }
     }
@@ -207,6 +216,37 @@ TEST_P(StackUse, OfProcesses) {
 }
 TEST_P(StackUse, OfHardware) {
     expectSmallStacks(hardwareCalls);
+}
+
+// A limit on the size of files makes the logger lose messages; the next line brings the account of them.
+TEST(StackUseOfTheRuntime, LineAfterLostMessages) {
+    if (instrumented)
+        GTEST_SKIP() << "sanitizers enlarge every frame";
+    const StreamCapture streams;
+    const TempDirectory directory;
+    CVornLog log(2, "app", 2);
+    log.fSetLogPath((directory.path().string() + "/").c_str());
+    log.fSetLogSize(1, 1);
+    log.fLogWrite(2, 1, "file", "first");
+    log.fLogWrite(2, 1, "file", "second");
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit none{1, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &none);
+    log.fLogWrite(2, 1, "file", "lost");
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_LT(stackUseOf([&] { log.fLogWrite(2, 1, "file", "with the account"); }), STACK_LIMIT);
+    std::ifstream file(log.m_pstrLogFile);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_NE(text.find("1 messages lost"), std::string::npos) << text;
+}
+
+TEST(StackUseOfTheRuntime, TextsReadBack) {
+    if (instrumented)
+        GTEST_SKIP() << "sanitizers enlarge every frame";
+    PerfTable table;
+    PerfTextError error;
+    EXPECT_LT(stackUseOf([&] { fgReadPerfTable("A\x03\x1F~\x03\x1F|1\x03\x1F~", table, error); }), STACK_LIMIT);
 }
 
 // What the C library and its thread storage need is part of the stack here.
