@@ -44,6 +44,7 @@ allowed_edges='
 LIB/(log|scheduler|nfs) LIB/(functions|containers|host|threads|text)
 LIB/(functions|containers) LIB/(host|threads|text)
 LIB/(host|threads) LIB/text
+LIB/host LIB/threads
 libzel/[a-z]+ LIB/[a-z]+
 libzel/(kernel|perftext) libzel/(rates|records)
 libzel/scripts libzel/(perftext|records|rates|kernel)
