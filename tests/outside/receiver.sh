@@ -115,7 +115,9 @@ restarted() {
   say 10 3 three
   expect_answer 10 3
   exec 10>&-
-  [ "$(stored_numbers restarted)" = "1 2 7 3" ] && [ "$(wc -l <"$scratch/restarted.out")" = 9 ] || fail "stored are $(stored_numbers restarted), not 1 2 7 3"
+  if [ "$(stored_numbers restarted)" != "1 2 7 3" ] || [ "$(wc -l <"$scratch/restarted.out")" != 9 ]; then
+    fail "stored are $(stored_numbers restarted), not 1 2 7 3"
+  fi
 }
 
 no_records() {

@@ -1,3 +1,4 @@
+// Which bytes drive a terminal and become blanks, and which are part of UTF-8 and stay.
 #include "text/ControlBytes.h"
 
 #include <gtest/gtest.h>
