@@ -21,10 +21,10 @@ constexpr std::size_t timeSize = 16;
 
 // One line, put together from its pieces, in the fixed room or, when it is longer, on the heap; without memory it is
 // cut.
-class LogLine {
+template<std::size_t Room> class JoinedLine {
 public:
-    LogLine() = default;
-    LogLine(std::initializer_list<std::string_view> pieces) {
+    JoinedLine() = default;
+    JoinedLine(std::initializer_list<std::string_view> pieces) {
         std::size_t length = 0;
         for (const std::string_view piece : pieces)
             length += piece.size();
@@ -43,10 +43,13 @@ public:
     std::string_view text() const { return {m_long == nullptr ? m_fixed : m_long.get(), m_length}; }
 
 private:
-    char m_fixed[1024]; // small, because two lines may be on one stack
+    char m_fixed[Room];
     zel::Text m_long;
     std::size_t m_length = 0;
 };
+
+using LogLine = JoinedLine<4096>;
+using AccountedLine = JoinedLine<512>; // beside a line on the same stack
 
 // The word of a level, or null when nothing is written at this level.
 const char *levelWord(CVornLog &log, int level) {
@@ -65,7 +68,7 @@ zel::Appended appendWithAccount(const CVornLog &log, const zel::LogState &state,
         CVornLog::fGetThreadDayTime(0, time, formOfTime);
         std::snprintf(account, sizeof(account), "[%s][INFO][VornLog]%lu messages lost\n", time, lost);
     }
-    return zel::appendWhole(log.m_nFileFd, LogLine{state.cutLine ? "\n" : "", account, line}.text());
+    return zel::appendWhole(log.m_nFileFd, AccountedLine{state.cutLine ? "\n" : "", account, line}.text());
 }
 
 void appendLine(const CVornLog &log, zel::LogState &state, std::string_view line) {
