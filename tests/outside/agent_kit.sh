@@ -5,6 +5,8 @@ source=$1
 build=$2
 scratch=$(mktemp -d)
 started=()
+# A scenario puts a clock of its own before the libraries of a program, sanitized ones too.
+export ASAN_OPTIONS=verify_asan_link_order=0${ASAN_OPTIONS:+:$ASAN_OPTIONS}
 
 cleanup() {
   local process
