@@ -69,6 +69,11 @@ DriverRun &DriverRun::killAfter(int seconds) {
     return *this;
 }
 
+DriverRun &DriverRun::withoutLeakCheck() {
+    m_leakCheck = false;
+    return *this;
+}
+
 DriverRun &DriverRun::killAtPause(int pause) {
     m_environment.push_back("ZEL_TEST_KILL_AT_PAUSE=" + std::to_string(pause));
     return *this;
@@ -94,7 +99,7 @@ DriverResult DriverRun::run(const std::vector<std::string> &arguments) const {
             putenv(strdup(variable.c_str()));
         if (!m_environment.empty()) {
             setenv("LD_PRELOAD", paths::preload, 1);
-            setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+            setenv("ASAN_OPTIONS", ("verify_asan_link_order=0:detect_leaks=" + std::to_string(m_leakCheck)).c_str(), 1);
         }
         dup2(fileno(out), STDOUT_FILENO);
         dup2(fileno(err), STDERR_FILENO);

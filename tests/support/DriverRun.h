@@ -30,6 +30,10 @@ public:
     /// Kills the driver (status 128 + 9) when it is about to sleep for the n-th time. Needs the frozen clock.
     DriverRun &killAtPause(int pause);
 
+    /// For a driver that ends with a thread in a system call that hangs: the leak checker of the sanitizers would wait
+    /// for that thread.
+    DriverRun &withoutLeakCheck();
+
     /// Standard output goes to standard error, in the order in which the driver prints.
     DriverRun &oneStream();
 
@@ -43,4 +47,5 @@ private:
     ScratchHome m_home;
     std::vector<std::string> m_environment;
     int m_killAfter = 60;
+    bool m_leakCheck = true;
 };
