@@ -63,7 +63,7 @@ FUZZ_TARGET(filesystem_fuzz) {
     fuzz::root().home("aproc/shell/vmware_fs_inv.dat", input.piece());
 
     const auto collector = std::make_unique<CMM_FS_Info>();
-    // A table of many NFS mounts would start a thread for each.
+    // Every NFS mount is measured on a thread of its own, and each server is asked on one.
     collector->fSetNFSFlag((options & 32) != 0 ? 1 : 0);
     collector->fSetVMFlag(1, (options & 64) != 0 ? 1 : 0);
     if (collector->fMGetFileSys() != nullptr)

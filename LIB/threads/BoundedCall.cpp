@@ -13,7 +13,6 @@
 #include <utility>
 
 using zel::AnyBoundedCall;
-using zel::CallEnd;
 using zel::Silence;
 using Running = AnyBoundedCall::Running;
 using Clock = std::chrono::steady_clock;

@@ -53,7 +53,7 @@ public:
     struct Key {
         std::type_index answerType;
         std::string subject;
-        auto operator<=>(const Key &) const = default;
+        auto operator<=>(const Key &) const = default; // NOLINT(modernize-use-nullptr): of its own expansion
     };
     struct Running;
 

@@ -1,10 +1,7 @@
 // The types that are known to be local, and the mounts that are not.
 #include "filesystem/MM_FS_Doubt.h"
 
-#include "filesystem/MM_FS_Mounts.h"
-
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
 namespace {
@@ -30,19 +27,15 @@ bool knownLocal(std::string_view type) {
     return std::find(std::begin(localTypes), std::end(localTypes), type) != std::end(localTypes);
 }
 
-bool DoubtfulMounts::isLocal(const char *type) {
-    if (std::strcmp(type, m_lastLocalType.c_str()) == 0)
-        return !m_lastLocalType.empty();
+bool DoubtfulMounts::isOtherLocal(const char *type) {
     const bool local = knownLocal(type);
     if (local)
         m_lastLocalType = type;
     return local;
 }
 
-void DoubtfulMounts::note(const MountEntry &entry) {
+void DoubtfulMounts::noteType(const MountEntry &entry) {
     const bool doubtful = !isLocal(entry.type);
-    if (!doubtful && m_mounts.empty())
-        return;
     const auto known = m_mounts.find(std::string_view(entry.mountPoint));
     if (known == m_mounts.end()) {
         if (doubtful)

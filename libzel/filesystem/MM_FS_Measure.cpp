@@ -8,6 +8,7 @@
 #include "rates/Units.h"
 
 #include <ctime>
+#include <utility>
 
 namespace {
 
@@ -25,27 +26,28 @@ unsigned long long kilobytes(unsigned long blocks, float factor) {
     return zel::saturatedUnsigned(static_cast<double>(static_cast<float>(blocks) * factor));
 }
 
-// Of a clock that costs next to nothing; it moves in steps of a few milliseconds.
-long long coarseMilliseconds() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
-}
+constexpr long long nanosecondsPerSecond = 1000000000;
+constexpr long long slowNanoseconds = FS_SLOW_MILLISECONDS * 1000000LL;
 
 } // namespace
 
 namespace zel {
 
-int askMount(const char *path, MountAnswer &answer) {
-    const long long before = coarseMilliseconds();
-    const int error = measureFilesystem(path, answer.status);
-    answer.slow = coarseMilliseconds() - before > FS_SLOW_MILLISECONDS;
-    return error;
+// A clock that costs next to nothing; it moves in steps of a few milliseconds.
+bool SlowWatch::wasSlow() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    const long long reading = static_cast<long long>(now.tv_sec) * nanosecondsPerSecond + now.tv_nsec;
+    return reading - std::exchange(m_reading, reading) > slowNanoseconds;
 }
 
 MountCall startAskingMount(const std::string &path) {
-    return {"statfs " + path, std::chrono::seconds(FS_REMOTE_SECONDS),
-            [path](MountAnswer &answer) { return askMount(path.c_str(), answer); }};
+    return {"statfs " + path, std::chrono::seconds(FS_REMOTE_SECONDS), [path](MountAnswer &answer) {
+                SlowWatch watch;
+                const int error = measureFilesystem(path.c_str(), answer.status);
+                answer.slow = watch.wasSlow();
+                return error;
+            }};
 }
 
 void measure(const struct statfs64 &status, _ST_FS &filesystem) {

@@ -16,12 +16,20 @@ struct MountAnswer {
     bool slow = false;
 };
 
-/// statfs64 of `path`: 0 or the error number.
-int askMount(const char *path, MountAnswer &answer);
+/// Says whether something took longer than FS_SLOW_MILLISECONDS.
+class SlowWatch {
+public:
+    SlowWatch() { wasSlow(); }
+    /// True when the call before was longer ago.
+    bool wasSlow();
+
+private:
+    long long m_reading = 0;
+};
 
 using MountCall = BoundedCall<MountAnswer>;
 
-/// The same for a mount that may hang, held to FS_REMOTE_SECONDS.
+/// Starts statfs64 of `path` on a thread of its own, held to FS_REMOTE_SECONDS.
 MountCall startAskingMount(const std::string &path);
 
 /// Sets the sizes, inode counts and usages of `filesystem`. Whatever the filesystem claims, nothing wraps below zero

@@ -4,6 +4,7 @@
 #include "HostRoot.h"
 #include "LogGate.h"
 #include "filesystem/MM_FS_VMware.h"
+#include "host/HostOpen.h"
 #include "scripts/HomeScripts.h"
 
 #include <cerrno>
@@ -102,9 +103,9 @@ bool MountPass::listNfs(const MountEntry &entry) {
 
 // A local mount: no thread, and no copy as long as no entry before it is waited for.
 void MountPass::measureNow(const MountEntry &entry) {
-    MountAnswer answer;
-    const int error = askMount(fgHostPath(entry.mountPoint), answer);
-    m_state.doubts.answered(entry.mountPoint, answer.slow);
+    struct statfs64 status {};
+    const int error = measureFilesystem(fgHostPath(entry.mountPoint), status);
+    m_state.doubts.answered(entry.mountPoint, m_watch.wasSlow());
     if (error != 0) {
         FS_LOG_ERROR("statfs failed(%d)", error);
         return;
@@ -112,7 +113,7 @@ void MountPass::measureNow(const MountEntry &entry) {
     if (!namesReported(entry))
         return;
     copyNames(entry, m_filesystem);
-    measure(answer.status, m_filesystem);
+    measure(status, m_filesystem);
     if (m_filesystem.l_ulTotDskSize <= FS_LARGEST_UNREPORTED)
         return;
     if (m_rows.empty())
@@ -131,6 +132,7 @@ void MountPass::measureInTime(const MountEntry &entry, NfsServer *server) {
             m_rows.pop_back();
     }
     handOnSettled();
+    m_watch.wasSlow(); // this wait is not the next mount's
 }
 
 // Starts to ask the mount, after its server. False when the server does not answer.

@@ -72,6 +72,7 @@ private:
     std::optional<NfsList> m_nfsList;
     std::list<Row> m_rows;
     bool m_lacksThreads = false; // and has said so
+    SlowWatch m_watch;
     _ST_FS m_filesystem{};
 };
 
