@@ -113,7 +113,8 @@ TEST(StuckMounts, OneIsLeftOutUntilItAnswersAgain) {
         EXPECT_LT(first, 9.0);
         EXPECT_LT(second, 1.0);
         EXPECT_LT(others, 5.0);
-        EXPECT_EQ(threads(), threadsAtRest + 1);
+        EXPECT_EQ(zel::boundedCallsRunning(), 1);
+        EXPECT_LE(threads(), threadsAtRest + 1); // the thread of an answered call may still have been ending
 
         host.mounts().resume();
         waitForTheThreads();
