@@ -35,8 +35,11 @@ void excludePseudoFilesystems() {
 std::vector<std::string> measuredMountPoints() {
     std::vector<std::string> names;
     zel::WholeFile file;
-    zel::MountTable table(file);
-    for (zel::MountEntry entry{}; table.isOpen() && table.next(entry);) {
+    if (!zel::readMountTable(file, zel::KeptScope::Never))
+        return names;
+    std::string text(file.text());
+    zel::MountTable table(text);
+    for (zel::MountEntry entry{}; table.next(entry);) {
         if (zel::typeReported(entry.type))
             names.emplace_back(entry.mountPoint);
     }

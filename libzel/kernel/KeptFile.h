@@ -16,7 +16,7 @@ namespace zel {
 
 /// Whose numbers are in a file: those of the machine, or those of the namespace in which its path was looked up, such
 /// as /proc/net/dev. A file whose contents follow what no look at its path shows, such as the mounts of a process,
-/// never stays open.
+/// stays open only with a reader that looks at that as well.
 enum class KeptScope { Machine, Namespace, Never };
 
 class KeptFile {
