@@ -155,6 +155,7 @@ int InterfaceReader::open() {
     }
     m_open = true;
     m_lines.start(m_stream);
+    m_memory.start();
 
     m_socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
@@ -208,11 +209,14 @@ void InterfaceReader::closeTable() {
 const interface *InterfaceReader::next() {
     if (!m_open || m_stream == nullptr)
         return nullptr;
-    const char *line = m_lines.next();
+    std::size_t length = 0;
+    const char *line = m_lines.next(length);
     if (line == nullptr)
         return nullptr;
+    const LineMemory::Entry &entry = m_memory.next(m_layout, line, length);
     *m_record = {};
-    parseInterfaceCounters(m_layout, takeInterfaceName(line, m_record->name), m_record->stats);
+    std::memcpy(m_record->name, entry.name, sizeof(m_record->name));
+    m_record->stats = entry.stats;
     return m_record;
 }
 

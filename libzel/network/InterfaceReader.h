@@ -9,6 +9,7 @@
 #include "host/ScopedHandle.h"
 #include "kernel/KeptFile.h"
 #include "network.h"
+#include "network/LineMemory.h"
 #include "network/TableLines.h"
 
 #include <cstddef>
@@ -70,6 +71,7 @@ private:
     KeptFile m_kept;
     char m_streamBuffer[STREAM_BUFFER_SIZE];
     TableLines m_lines;
+    LineMemory m_memory;
 };
 
 /// What one step of either unit gives: copies of the name (at least INTERFACE_NAME_SIZE bytes), the link word
