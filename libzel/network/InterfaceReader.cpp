@@ -170,7 +170,7 @@ bool InterfaceReader::openKeptTable() {
     const int kept = m_kept.descriptor(tablePath);
     if (kept < 0)
         return false;
-    m_stream = openStreamOver(kept, StreamStart::Beginning).release();
+    m_stream = openStreamFromStart(kept, tablePath).release();
     if (m_stream != nullptr && takeHeader())
         return true;
     closeTable();
@@ -180,7 +180,7 @@ bool InterfaceReader::openKeptTable() {
 
 bool InterfaceReader::openFreshTable() {
     m_file = openHostFile(tablePath);
-    m_stream = m_file.valid() ? openStreamOver(m_file.get(), StreamStart::Here).release() : nullptr;
+    m_stream = m_file.valid() ? openStreamOver(m_file.get()).release() : nullptr;
     if (m_stream == nullptr) {
         closeTable();
         return false;
