@@ -5,6 +5,7 @@
 #include "Faults.h"
 #include "HostFixture.h"
 #include "MM_FS_Info.h"
+#include "PerfTextReader.h"
 #include "PrivateMounts.h"
 #include "ScratchHome.h"
 #include "SettingGuard.h"
@@ -151,6 +152,34 @@ TEST_F(KnownMounts, DirectoryAboveAMountThatIsRenamedIsSeenByTheMountThatIsGone)
         ASSERT_EQ(std::rename(scene.at("d/above").c_str(), scene.at("d/later").c_str()), 0);
         scene.compare("renamed");
         EXPECT_THAT(scene.names, Contains(HasSubstr(scene.at("d/later/point"))));
+    });
+}
+
+// The pass finds out in its middle, and begins anew.
+TEST_F(KnownMounts, TextOfAPassThatBeganAnewHoldsEveryRowOnce) {
+    inNamespaceOrSkip([] {
+        g_nVAGENT_type = 1;
+        Scene scene;
+        scene.mountAt("first");
+        scene.mountAt("d/above/point");
+        scene.mountAt("last");
+        scene.compare("mounted");
+        scene.expectKnown();
+        ASSERT_EQ(std::rename(scene.at("d/above").c_str(), scene.at("d/later").c_str()), 0);
+        const int rows = scene.collector.fGetFileSystem();
+        const SettingGuard none(g_nKeptFileLimit, 0);
+        CMM_FS_Info fresh;
+        EXPECT_EQ(rows, fresh.fGetFileSystem());
+        EXPECT_EQ(scene.collector.m_uFSTotalSizeTotal, fresh.m_uFSTotalSizeTotal);
+        PerfTable table, expected;
+        PerfTextError error;
+        ASSERT_TRUE(fgReadPerfTable(scene.collector.fGetFSInfo(), table, error));
+        ASSERT_TRUE(fgReadPerfTable(fresh.fGetFSInfo(), expected, error));
+        ASSERT_EQ(table.rows.size(), expected.rows.size());
+        for (std::size_t row = 0; row < table.rows.size(); ++row) {
+            for (const char *column : {"INDEX", "FSNAME", "DISKNAME", "FSTYPE", "TOTSIZE"})
+                EXPECT_EQ(table.value(row, column), expected.value(row, column)) << row;
+        }
     });
 }
 
