@@ -8,9 +8,13 @@
 #include "SystemHooks.h"
 #include "kernel/KeptFile.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <random>
+#include <sched.h>
 #include <string>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -84,6 +88,42 @@ TEST(KeptTable, RowsAreThoseOfATableThatIsOpenedAnew) {
         }
         EXPECT_GT(differentRows, rounds / 4);
         EXPECT_GE(zel::keptPlacesTaken(), 1);
+    });
+    if (!reason.empty())
+        GTEST_SKIP() << reason;
+}
+
+// The table is that of the first thread, whichever thread reads it.
+TEST(KeptTable, NamespacesOfThreadsAndOfTheProcessAreThoseOfATableThatIsOpenedAnew) {
+    const std::string reason = inNetworkNamespace([] {
+        Scene scene;
+        CMM_NWT_Info kept;
+        CMM_NWT_Info fresh;
+        const auto compare = [&kept, &fresh](const char *when) {
+            for (int pass = 0; pass < 3; ++pass) {
+                const std::string rows = rowsOf(kept, -1);
+                const SettingGuard none(g_nKeptFileLimit, 0);
+                EXPECT_EQ(rows, rowsOf(fresh, 1)) << when;
+            }
+        };
+        compare("at first");
+        const int first = open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC);
+        std::thread([&compare] {
+            compare("in a thread");
+            ASSERT_EQ(unshare(CLONE_NEWNET), 0);
+            makePair("thread0", "thread1");
+            compare("in a thread with a namespace");
+        }).join();
+        compare("in the first thread");
+        ASSERT_EQ(unshare(CLONE_NEWNET), 0);
+        makePair("other0", "other1");
+        std::thread([&compare] { compare("in a thread of a process in a new namespace"); }).join();
+        compare("in a new namespace");
+        EXPECT_NE(rowsOf(kept, -1).find("other0"), std::string::npos);
+        ASSERT_EQ(setns(first, CLONE_NEWNET), 0);
+        compare("back in the first");
+        EXPECT_NE(rowsOf(kept, -1).find("zt0"), std::string::npos);
+        close(first);
     });
     if (!reason.empty())
         GTEST_SKIP() << reason;
