@@ -322,6 +322,8 @@ TEST_F(KnownMounts, LinksToTheTablesOfOthersAreReadByEveryPass) {
             scene.compare(target);
             std::thread([&scene, target] {
                 ASSERT_EQ(unshare(CLONE_NEWNS), 0);
+                scene.compare(target);
+                ASSERT_EQ(unshare(CLONE_NEWNS), 0); // which the file of the thread does not show
                 scene.mountAt("d/other");
                 scene.compare(target);
             }).join();
