@@ -69,17 +69,17 @@ bool KeptFile::isOurs() const {
     return fstat(m_file.get(), &now) == 0 && identityOf(now) == m_identity;
 }
 
-bool KeptFile::isCurrent() const {
+bool KeptFile::isCurrent(Place place) const {
     if (g_strHostRoot[0] != '\0' || g_nKeptFileLimit == 0 || m_forks != forksSinceFirstKept())
         return false;
-    if (m_scope == KeptScope::Machine)
+    if (m_scope == KeptScope::Machine || place == Place::Known)
         return true;
     struct stat now {};
     return stat(m_path, &now) == 0 && identityOf(now) == m_identity;
 }
 
-int KeptFile::descriptor(const char *path) {
-    if (m_file.valid() && (path != m_path || !isOurs() || !isCurrent()))
+int KeptFile::descriptor(const char *path, Place place) {
+    if (m_file.valid() && (path != m_path || !isOurs() || !isCurrent(place)))
         drop();
     return m_file.get();
 }
