@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <memory>
 #include <sched.h>
 #include <sys/mount.h>
@@ -241,6 +242,27 @@ TEST_F(KeptProcessesTest, OtherRightsOpenAnew) {
         EXPECT_EQ(reading.scan(pids)[0].io, "");
         EXPECT_EQ(reading.kept.count(), 9) << "without io";
         return !testing::Test::HasFailure();
+    }));
+}
+
+// May look into every process, but opens only what its user may open.
+bool giveUpOpeningEverything() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    if (syscall(SYS_capget, &header, data) != 0 || (data[0].effective & 1U << CAP_SYS_PTRACE) == 0)
+        return false;
+    data[0].effective &= ~(1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH);
+    return syscall(SYS_capset, &header, data) == 0;
+}
+
+TEST_F(KeptProcessesTest, IoIsNotKeptByOneWhoReadsWhatHeCannotOpen) {
+    EXPECT_TRUE(trueInChild([this] {
+        if (!giveUpOpeningEverything())
+            return true; // no such rights here
+        KeptReading reading;
+        reading.keep(pids);
+        expectFresh(reading, "without the right to open everything");
+        return reading.kept.count() == 9 && descriptorOf(reading, pids[0], ProcessFile::Io) == -1;
     }));
 }
 
