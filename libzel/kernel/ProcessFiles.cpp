@@ -27,6 +27,10 @@ static_assert(std::size(names) == PROCESS_FILES);
 // its files: a /proc may hide processes that can still be seen (hidepid).
 constexpr std::string_view ownDirectory = "/.";
 
+bool isOfNumbers(char byte) {
+    return byte == ' ' || (byte >= '0' && byte <= '9');
+}
+
 bool isOutOfDescriptors(int error) {
     return error == EMFILE || error == ENFILE;
 }
@@ -67,7 +71,7 @@ bool ProcessFiles::isOfKind(ProcessFile file, std::string_view text) const {
     case ProcessFile::Stat:
         return text.starts_with(pid) && text.substr(pid.size()).starts_with(" (");
     case ProcessFile::Statm:
-        return text.find_first_not_of("0123456789 ") == text.size() - 1 && text.back() == '\n';
+        return text.back() == '\n' && std::all_of(text.begin(), text.end() - 1, isOfNumbers);
     case ProcessFile::Io:
         return text.starts_with("rchar: ");
     case ProcessFile::CommandLine:
