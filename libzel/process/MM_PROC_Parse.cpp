@@ -26,16 +26,13 @@ public:
         return true;
     }
 
-    template<class Integer> bool decimal(Integer &value) {
-        std::conditional_t<std::is_signed_v<Integer>, long long, unsigned long long> number = 0;
-        bool scanned = false;
-        if constexpr (std::is_signed_v<Integer>)
-            scanned = zel::scanSigned(m_cursor, number);
-        else
-            scanned = zel::scanUnsigned(m_cursor, number);
-        if (scanned)
-            value = static_cast<Integer>(number);
-        return scanned;
+    // The plain form here, so that the cursor stays in a register along a line.
+    template<class Integer> [[gnu::always_inline]] bool decimal(Integer &value) {
+        unsigned long long plain = 0;
+        if (!zel::scanPlain(m_cursor, plain))
+            return anyDecimal(value);
+        value = static_cast<Integer>(plain);
+        return true;
     }
 
     bool hexadecimal(long long &value) {
@@ -47,6 +44,21 @@ public:
     }
 
 private:
+    template<class Integer> bool anyDecimal(Integer &value) {
+        std::conditional_t<std::is_signed_v<Integer>, long long, unsigned long long> number = 0;
+        const char *cursor = m_cursor;
+        bool scanned = false;
+        if constexpr (std::is_signed_v<Integer>)
+            scanned = zel::scanSigned(cursor, number);
+        else
+            scanned = zel::scanUnsigned(cursor, number);
+        if (!scanned)
+            return false;
+        value = static_cast<Integer>(number);
+        m_cursor = cursor;
+        return true;
+    }
+
     const char *m_cursor;
 };
 
