@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <dirent.h>
+#include <utility>
 
 namespace zel {
 
@@ -15,8 +16,11 @@ class DirectoryWalk {
 public:
     /// Walks the directory `path` (below the host root). `room` outlives the walk.
     template<std::size_t Size>
-    DirectoryWalk(const char *path, DirectoryRoom<Size> &room)
-        : m_directory(openHostDirectory(path)), m_entries(room.bytes), m_size(Size) {}
+    DirectoryWalk(const char *path, DirectoryRoom<Size> &room) : DirectoryWalk(openHostDirectory(path), room) {}
+    /// Walks a directory that is open already.
+    template<std::size_t Size>
+    DirectoryWalk(ScopedDescriptor directory, DirectoryRoom<Size> &room)
+        : m_directory(std::move(directory)), m_entries(room.bytes), m_size(Size) {}
 
     /// False when there is no such directory or it cannot be opened.
     bool isOpen() const { return m_directory.valid(); }

@@ -1,0 +1,29 @@
+// Opens what is read below the root of a sampler.
+#include "host/source/HostDirectory.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace zel {
+
+HostDirectory::HostDirectory(const std::string &root)
+    : m_root(::open(root.empty() ? "/" : root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), m_own(root.empty()) {
+    m_error = m_root.valid() ? 0 : errno;
+}
+
+ScopedDescriptor HostDirectory::open(const char *path, int flags) const {
+    if (m_own)
+        return ScopedDescriptor(openat(m_root.get(), path, flags));
+    open_how how{};
+    how.flags = static_cast<unsigned long long>(flags);
+    how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS;
+    const long descriptor = syscall(SYS_openat2, m_root.get(), path, &how, sizeof(how));
+    if (descriptor < 0 && errno == ENOSYS) // before 5.6 there are no confined opens
+        return ScopedDescriptor(openat(m_root.get(), path, flags | O_NOFOLLOW));
+    return ScopedDescriptor(static_cast<int>(descriptor));
+}
+
+} // namespace zel
