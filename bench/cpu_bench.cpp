@@ -131,6 +131,19 @@ double kernelSurplus(long processors) {
     return std::max(own / ownSize * size - copy, 0.0);
 }
 
+// The kept floor of a case on the machine's own files, each with the room that its fresh floor has.
+std::function<void()> keptFloor(long processors, const std::vector<std::pair<const char *, std::size_t>> &files) {
+    if (processors != 0)
+        return nullptr;
+    auto open = std::make_shared<std::vector<std::pair<bench::OpenFile, std::size_t>>>();
+    for (const auto &[path, room] : files)
+        open->emplace_back(bench::OpenFile(path), room);
+    return [open] {
+        for (const auto &[file, room] : *open)
+            file.readKernelFile(room);
+    };
+}
+
 // --- Cases ---------------------------------------------------------------------------------------------------------
 
 // The counters of the sample before are moved back by a busy interval, so that every sample computes and prints shares.
@@ -176,6 +189,7 @@ template<class Sample> bench::Work cpuWork(long processors, int textSetting, Sam
         earlier->put();
         bench::readKernelFile("/proc/stat", statRoom);
     };
+    work.keptFloor = keptFloor(processors, {{"/proc/stat", statRoom}});
     work.kernelSurplus = kernelSurplus(processors);
     return work;
 }
@@ -186,6 +200,7 @@ bench::Work loadWork(long processors) {
     bench::Work work;
     work.sample = [load] { bench::keep(load->fMGetLoadAvg()); };
     work.floor = [] { bench::readKernelFile("/proc/loadavg", smallRoom - 1); };
+    work.keptFloor = keptFloor(processors, {{"/proc/loadavg", smallRoom - 1}});
     return work;
 }
 
@@ -201,6 +216,8 @@ template<class Sample> bench::Work vmWork(long processors, Sample sample) {
         bench::readKernelFile("/proc/vmstat", pageRoom - 1);
         bench::readKernelFile("/proc/loadavg", pageRoom - 1);
     };
+    work.keptFloor = keptFloor(
+        processors, {{"/proc/stat", statRoom}, {"/proc/vmstat", pageRoom - 1}, {"/proc/loadavg", pageRoom - 1}});
     work.kernelSurplus = kernelSurplus(processors);
     return work;
 }
@@ -211,6 +228,7 @@ template<class Sample> bench::Work memoryWork(long processors, Sample sample) {
     bench::Work work;
     work.sample = [memory, sample] { bench::keep(sample(*memory)); };
     work.floor = [] { bench::readKernelFile("/proc/meminfo", smallRoom - 1); };
+    work.keptFloor = keptFloor(processors, {{"/proc/meminfo", smallRoom - 1}});
     return work;
 }
 
@@ -224,6 +242,8 @@ bench::Work swapWork(long processors) {
         bench::readKernelFile("/proc/stat", smallRoom - 1);
         bench::readKernelFile("/proc/vmstat", smallRoom - 1);
     };
+    work.keptFloor = keptFloor(
+        processors, {{"/proc/meminfo", smallRoom - 1}, {"/proc/stat", smallRoom - 1}, {"/proc/vmstat", smallRoom - 1}});
     return work;
 }
 

@@ -116,7 +116,7 @@ void makeChanging(bench::Work &work, const std::shared_ptr<CMM_IO_Info> &disks) 
     };
 }
 
-bench::Work diskWork(Form form, Activity activity) {
+bench::Work diskWork(bench::Source source, Form form, Activity activity) {
     auto disks = std::make_shared<CMM_IO_Info>();
     auto room = std::make_shared<std::size_t>(firstRoom);
     g_nDiskMaxGatherCnt = 0;
@@ -127,6 +127,10 @@ bench::Work diskWork(Form form, Activity activity) {
         bench::keep(disks->fMGetIoStat(0.0, 1, form == Form::Push ? 1 : 0));
     };
     work.floor = [room] { bench::readWhole("/proc/diskstats", *room); };
+    if (source == bench::Source::Kernel)
+        work.keptFloor = [room, file = std::make_shared<bench::OpenFile>("/proc/diskstats")] {
+            file->readWhole(*room);
+        };
     if (activity == Activity::Busy)
         work.prepare = [disks] { makeBusy(*disks); };
     if (activity == Activity::Changing)
@@ -152,14 +156,14 @@ bool haveKernelLines(long count, std::string &whyNot) {
 
 bench::Family kernelFamily(const std::string &name, Form form, Activity activity) {
     return {name, bench::Source::Kernel, {10, 100, 600, 1000}, [form, activity](long size, std::string &whyNot) {
-                return haveKernelLines(size, whyNot) ? diskWork(form, activity) : bench::Work{};
+                return haveKernelLines(size, whyNot) ? diskWork(bench::Source::Kernel, form, activity) : bench::Work{};
             }};
 }
 
 bench::Family generatedFamily(const std::string &name, Form form, Activity activity) {
     return {name, bench::Source::PageCache, {10, 100, 1000}, [form, activity](long size, std::string &) {
                 haveGeneratedDisks(size);
-                return diskWork(form, activity);
+                return diskWork(bench::Source::PageCache, form, activity);
             }};
 }
 

@@ -1,7 +1,8 @@
 // CMM_FS_Info: size and use of the mounted filesystems.
 //
 // Source: the mount table /etc/mtab and statfs64 on every mount point. Sizes are kilobytes (1024 bytes), inodes are
-// counts, usages are percent. Every call reads the table anew; nothing is a rate, so the first call is like any other.
+// counts, usages are percent. Nothing is a rate, so the first call is like any other. Every call asks every mount anew;
+// the table is read when the kernel has reported a change of it, where it is the kernel's own, and else by every call.
 // Below a host root a table that is a link (to the reading process's own mounts) is read as the host's /proc/1/mounts.
 //
 // There are two passes over the table: fMGetFileSys collects records, fGetFileSystem writes the performance text. Both

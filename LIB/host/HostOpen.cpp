@@ -8,6 +8,8 @@
 #include <memory>
 #include <new>
 #include <sys/types.h>
+#include <unistd.h>
+#include <utility>
 
 namespace zel {
 
@@ -18,8 +20,18 @@ constexpr off_t readOn = -1;
 struct HostStream {
     ScopedDescriptor owned;
     int descriptor;
-    off_t offset;     // of the next read, or readOn
-    std::size_t rest; // bytes that may still be read; none after a read that failed
+    off_t offset;      // of the next read, or readOn
+    const char *again; // the path at which the file is opened anew when a read fails, or null
+    std::size_t rest;  // bytes that may still be read; none after a read that failed
+
+    ssize_t read(char *buffer, std::size_t size) const {
+        return offset == readOn ? ::read(descriptor, buffer, size) : pread(descriptor, buffer, size, offset);
+    }
+    bool openAgain() {
+        owned = openHostFile(std::exchange(again, nullptr));
+        descriptor = owned.get();
+        return owned.valid();
+    }
 };
 
 ssize_t readSome(void *cookie, char *buffer, std::size_t size) {
@@ -27,8 +39,9 @@ ssize_t readSome(void *cookie, char *buffer, std::size_t size) {
     if (stream.rest == 0)
         return 0;
     const std::size_t wanted = std::min(size, stream.rest);
-    const ssize_t count = stream.offset == readOn ? read(stream.descriptor, buffer, wanted)
-                                                  : pread(stream.descriptor, buffer, wanted, stream.offset);
+    ssize_t count = stream.read(buffer, wanted);
+    if (count < 0 && stream.again != nullptr && stream.openAgain())
+        count = stream.read(buffer, wanted);
     stream.rest = count < 0 ? 0 : stream.rest - static_cast<std::size_t>(count);
     if (stream.offset != readOn)
         stream.offset += std::max<ssize_t>(count, 0);
@@ -40,9 +53,9 @@ int closeStream(void *cookie) {
     return 0;
 }
 
-ScopedFile openStream(ScopedDescriptor owned, int descriptor, off_t offset) {
+ScopedFile openStream(ScopedDescriptor owned, int descriptor, off_t offset, const char *again) {
     std::unique_ptr<HostStream> stream(new (std::nothrow)
-                                           HostStream{std::move(owned), descriptor, offset, HOST_FILE_LIMIT});
+                                           HostStream{std::move(owned), descriptor, offset, again, HOST_FILE_LIMIT});
     if (stream == nullptr)
         return nullptr;
     ScopedFile opened(fopencookie(stream.get(), "r", {readSome, nullptr, nullptr, closeStream}));
@@ -70,11 +83,15 @@ ScopedFile openHostStream(const char *path) {
     if (!file.valid())
         return nullptr;
     const int descriptor = file.get();
-    return openStream(std::move(file), descriptor, readOn);
+    return openStream(std::move(file), descriptor, readOn, nullptr);
 }
 
-ScopedFile openStreamOver(int descriptor, StreamStart start) {
-    return openStream(ScopedDescriptor(-1), descriptor, start == StreamStart::Here ? readOn : 0);
+ScopedFile openStreamOver(int descriptor) {
+    return openStream(ScopedDescriptor(-1), descriptor, readOn, nullptr);
+}
+
+ScopedFile openStreamFromStart(int descriptor, const char *path) {
+    return openStream(ScopedDescriptor(-1), descriptor, 0, path);
 }
 
 int measureFilesystem(const char *path, struct statfs64 &size) {

@@ -32,11 +32,11 @@ ScopedDescriptor openHostDirectory(const char *path);
 /// and the close.
 ScopedFile openHostStream(const char *path);
 
-/// Where a stream over an open file starts: where the file was read last, or at its beginning, whatever was read.
-enum class StreamStart { Here, Beginning };
-
-/// Such a stream over a file that the caller has opened and that stays open.
-ScopedFile openStreamOver(int descriptor, StreamStart start);
+/// Such a stream over a file that the caller has opened and that stays open, from where it was read last.
+ScopedFile openStreamOver(int descriptor);
+/// The same from its beginning, whatever was read. When a read fails, the file is opened anew at `path`, a literal, and
+/// read on, once.
+ScopedFile openStreamFromStart(int descriptor, const char *path);
 
 /// The size of the filesystem that holds `path`, which has the host root before it already: 0, or the error number of
 /// statfs64. The call may never return (threads/BoundedCall.h).

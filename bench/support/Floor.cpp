@@ -15,41 +15,82 @@ namespace {
 
 std::vector<char> buffer(std::size_t{1} << 20);
 
+// A file that was opened for this reading, or one that is read from its beginning wherever it was read last.
+struct Fresh {
+    int descriptor;
+    ssize_t operator()(std::size_t room, std::size_t at) const { return read(descriptor, buffer.data() + at, room); }
+};
+struct Kept {
+    int descriptor;
+    ssize_t operator()(std::size_t room, std::size_t at) const {
+        return pread(descriptor, buffer.data() + at, room, static_cast<off_t>(at));
+    }
+};
+
+std::size_t lengthOf(ssize_t count) {
+    return static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+}
+
+template<class Read> void readRecords(const Read &readAt, std::size_t room) {
+    ssize_t count = readAt(room, 0);
+    std::size_t length = lengthOf(count);
+    const bool ofManyRecords = count >= CSSUtil::KERNEL_PAGE_RESULT;
+    while (ofManyRecords && count > 0 && length < room) {
+        count = readAt(room - length, length);
+        length += lengthOf(count);
+    }
+}
+
+template<class Read> void readGrowing(const Read &readAt, std::size_t &room) {
+    std::size_t length = 0;
+    for (ssize_t count = 1; count > 0; length += lengthOf(count)) {
+        while (length + 1 >= room)
+            room *= 2;
+        count = readAt(room - length - 1, length);
+    }
+}
+
+template<class Read> void readBlocks(const Read &readAt, std::size_t room) {
+    std::size_t length = 0;
+    for (ssize_t count = 1; count > 0; length += lengthOf(count))
+        count = readAt(room, length);
+}
+
+zel::ScopedDescriptor opened(const char *path) {
+    return zel::ScopedDescriptor(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
+}
+
 } // namespace
 
 namespace bench {
 
+OpenFile::OpenFile(const char *path) : m_file(opened(path)) {}
+
+void OpenFile::readKernelFile(std::size_t room) const {
+    readRecords(Kept{m_file.get()}, room);
+}
+
+void OpenFile::readWhole(std::size_t &room) const {
+    readGrowing(Kept{m_file.get()}, room);
+}
+
+void OpenFile::readToEnd(std::size_t room) const {
+    readBlocks(Kept{m_file.get()}, room);
+}
+
 void readKernelFile(const char *path, std::size_t room) {
-    const zel::ScopedDescriptor file(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
-    if (!file.valid())
-        return;
-    ssize_t count = read(file.get(), buffer.data(), room);
-    std::size_t length = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-    const bool ofManyRecords = count >= CSSUtil::KERNEL_PAGE_RESULT;
-    while (ofManyRecords && count > 0 && length < room) {
-        count = read(file.get(), buffer.data() + length, room - length);
-        length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-    }
+    const zel::ScopedDescriptor file = opened(path);
+    readRecords(Fresh{file.get()}, room);
 }
 
 void readWhole(const char *path, std::size_t &room) {
-    const zel::ScopedDescriptor file(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
-    if (!file.valid())
-        return;
-    std::size_t length = 0;
-    for (ssize_t count = 1; count > 0; length += static_cast<std::size_t>(std::max<ssize_t>(count, 0))) {
-        while (length + 1 >= room)
-            room *= 2;
-        count = read(file.get(), buffer.data() + length, room - length - 1);
-    }
+    const zel::ScopedDescriptor file = opened(path);
+    readGrowing(Fresh{file.get()}, room);
 }
 
 void readToEnd(const char *path, std::size_t room) {
-    const zel::ScopedDescriptor file(open(fgHostPath(path), O_RDONLY | O_CLOEXEC));
-    if (!file.valid())
-        return;
-    while (read(file.get(), buffer.data(), room) > 0) {
-    }
+    const zel::ScopedDescriptor file = opened(path);
+    readBlocks(Fresh{file.get()}, room);
 }
 
 void readOnceAt(int directory, const char *path, std::size_t room) {

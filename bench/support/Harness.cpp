@@ -82,6 +82,8 @@ struct Row {
     double sample = 0;
     double floor = 0;
     double paired = 0;
+    double keptFloor = 0; // 0: none
+    double pairedToKept = 0;
     double bestSample = 0; // of all rounds: what a slope is made of, as the machine's speed changes between cases
     double bestFloor = 0;
     long calls = 0;
@@ -96,9 +98,13 @@ struct Row {
 std::vector<Row> rows;
 
 void printRow(const Row &row) {
-    std::printf("%-28s %6ld %11.2f %11.2f %6.3f %6.3f %7ld %7ld %6ld %8.1f", row.family.c_str(), row.size, row.sample,
-                row.floor, row.sample / row.floor, row.paired, row.calls, row.floorCalls, row.allocations,
-                row.resident);
+    std::printf("%-28s %6ld %11.2f %11.2f %6.3f %6.3f ", row.family.c_str(), row.size, row.sample, row.floor,
+                row.sample / row.floor, row.paired);
+    if (row.keptFloor > 0)
+        std::printf("%11.2f %6.3f", row.keptFloor, row.pairedToKept);
+    else
+        std::printf("%11s %6s", "-", "-");
+    std::printf(" %7ld %7ld %6ld %8.1f", row.calls, row.floorCalls, row.allocations, row.resident);
     if (row.pageCache)
         std::printf("  copy");
     if (row.kernelSurplus > 0)
@@ -129,18 +135,25 @@ void measure(benchmark::State &state, const Family &family, long size) {
     std::vector<double> samples;
     std::vector<double> floors;
     std::vector<double> pairs;
+    std::vector<double> keptFloors;
+    std::vector<double> pairsToKept;
     for (auto _ : state) {
         const double floor = timedRound(work, work.floor, batch);
+        const double kept = work.keptFloor ? timedRound(work, work.keptFloor, batch) : 0;
         const double sample = timedRound(work, work.sample, batch);
         state.SetIterationTime(sample * 1e-6);
         floors.push_back(floor);
         samples.push_back(sample);
         pairs.push_back(sample / floor);
+        keptFloors.push_back(kept);
+        pairsToKept.push_back(kept > 0 ? sample / kept : 0);
     }
     row.reported = work.measured ? work.measured() : size;
     row.sample = median(samples);
     row.floor = median(floors);
     row.paired = median(pairs);
+    row.keptFloor = median(keptFloors);
+    row.pairedToKept = median(pairsToKept);
     row.bestSample = *std::min_element(samples.begin(), samples.end());
     row.bestFloor = *std::min_element(floors.begin(), floors.end());
     row.allocations = allocationsOf(work);
@@ -155,6 +168,7 @@ void measure(benchmark::State &state, const Family &family, long size) {
     state.counters["floor_us"] = row.floor;
     state.counters["ratio"] = row.sample / row.floor;
     state.counters["paired"] = row.paired;
+    state.counters["kept_floor_us"] = row.keptFloor;
     state.counters["calls"] = static_cast<double>(row.calls);
     state.counters["floor_calls"] = static_cast<double>(row.floorCalls);
     state.counters["allocs"] = static_cast<double>(row.allocations);
@@ -172,8 +186,8 @@ public:
 #ifndef __OPTIMIZE__
         std::printf("WARNING: built without optimisation, the figures mean nothing\n");
 #endif
-        std::printf("\n%-28s %6s %11s %11s %6s %6s %7s %7s %6s %8s\n", "case", "size", "sample us", "floor us", "ratio",
-                    "paired", "calls", "floor", "allocs", "rss MiB");
+        std::printf("\n%-28s %6s %11s %11s %6s %6s %11s %6s %7s %7s %6s %8s\n", "case", "size", "sample us", "floor us",
+                    "ratio", "paired", "kept us", "to it", "calls", "floor", "allocs", "rss MiB");
         return true;
     }
 

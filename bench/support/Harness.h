@@ -1,12 +1,14 @@
 // The frame of every benchmark here: a sample of a collector interleaved with its floor, in one process and one run.
 //
 // The floor makes the system calls that the sample has to make, with the same sizes and on the same files, and parses
-// nothing. Rounds take turns, floor first, then sample; a round is a batch that takes a millisecond or more. Times are
+// nothing. Rounds take turns, floors first, then sample; a round is a batch that takes a millisecond or more. Times are
 // CPU times of the process. What is printed for each case:
 //
 //   sample us, floor us    medians of the rounds
 //   ratio                  of the two medians
 //   paired                 median of the ratios of each round, which a busy neighbour disturbs less
+//   kept us, to it         the floor from files that stay open, and the paired ratio to it; "-" where nothing can stay
+//                          open
 //   calls                  system calls of one sample and of one floor (counted, in a traced child)
 //   allocs                 heap allocations of one sample in steady state
 //   rss MiB                resident memory of the program after the rounds
@@ -34,8 +36,9 @@ enum class Source {
 struct Work {
     std::function<void()> sample;
     std::function<void()> floor;
-    std::function<void()> prepare;  // before each sample and each floor, not timed; batches are then of one
-    std::function<long()> measured; // units that the last sample reported, printed when it is not the size; optional
+    std::function<void()> keptFloor; // the same from files that stay open; optional
+    std::function<void()> prepare;   // before each sample and each floor, not timed; batches are then of one
+    std::function<long()> measured;  // units that the last sample reported, printed when it is not the size; optional
     double kernelSurplus = 0; // microseconds that a kernel would need beyond a page-cache floor, by estimate; or 0
 };
 

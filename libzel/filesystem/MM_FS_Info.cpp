@@ -96,10 +96,9 @@ CMM_FS_Info::~CMM_FS_Info() {
 // --- Record pass ---------------------------------------------------------------------------------------------------
 
 CObjectBuffer *CMM_FS_Info::fMGetFileSys() {
-    recycleRecords(*this, m_state->spareRecords);
-    const zel::MountPass::Taker keep = [this](const _ST_FS &filesystem) {
-        keepRecord(*this, m_state->spareRecords, filesystem);
-    };
+    const zel::FilesystemTaker keep{
+        [this] { recycleRecords(*this, m_state->spareRecords); },
+        [this](const _ST_FS &filesystem) { keepRecord(*this, m_state->spareRecords, filesystem); }};
     const bool walked = zel::MountPass(FilesystemPass::Records, *this, *m_state, keep).run();
     m_nCurIndex = 1;
     return walked && m_nNFs > 0 ? m_pclObjectBuffer : nullptr;
@@ -124,17 +123,19 @@ void CMM_FS_Info::fFreeFSObject() {
 // --- Text pass -----------------------------------------------------------------------------------------------------
 
 int CMM_FS_Info::fGetFileSystem() {
-    clearTotals(*this);
     CPerfText text(m_pstrResultData, m_nResultDataSize);
-    text.clear();
-    zel::writeFilesystemHeader(text);
-
     int rows = 0;
+    const auto startText = [this, &text, &rows] {
+        clearTotals(*this);
+        text.clear();
+        zel::writeFilesystemHeader(text);
+        rows = 0;
+    };
     const auto addRow = [this, &text, &rows](const _ST_FS &filesystem) {
         zel::writeFilesystemRow(text, ++rows, filesystem);
         addToTotals(*this, filesystem);
     };
-    const zel::MountPass::Taker take = std::cref(addRow); // by reference: nothing is allocated
+    const zel::FilesystemTaker take{std::cref(startText), std::cref(addRow)}; // by reference: nothing is allocated
     const bool walked = zel::MountPass(FilesystemPass::Text, *this, *m_state, take).run();
     m_nNFs = rows;
     m_nCurIndex = 1;

@@ -8,7 +8,6 @@
 #include "text/FixedText.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <iterator>
 #include <string_view>
@@ -38,16 +37,6 @@ bool isListed(std::string_view text, const FilesystemList &list, int count) {
             return true;
     }
     return false;
-}
-
-// A host's /etc/mtab is mostly a link to /proc/self/mounts. Below a host root such a link would lead to the table of
-// the sampling process, so the table of the host's first process is read in its place.
-bool readMountTable(zel::WholeFile &file) {
-    char target[1];
-    if (g_strHostRoot[0] != '\0' && readlink(fgHostPath("/etc/mtab"), target, sizeof(target)) >= 0 &&
-        file.read("/proc/1/mounts", zel::KeptScope::Never))
-        return true;
-    return file.read("/etc/mtab", zel::KeptScope::Never);
 }
 
 // A backslash with the characters that follow it, and the character that it means. Any other backslash means itself.
@@ -105,10 +94,17 @@ bool isIgnored(std::string_view options) {
 
 namespace zel {
 
-MountTable::MountTable(WholeFile &file)
-    : m_openError(readMountTable(file) ? 0 : errno), m_lines(file.lines(HOST_FILE_LIMIT)) {}
+// A host's /etc/mtab is mostly a link to /proc/self/mounts. Below a host root such a link would lead to the table of
+// the sampling process, so the table of the host's first process is read in its place.
+bool readMountTable(WholeFile &file, KeptScope scope) {
+    char target[1];
+    if (g_strHostRoot[0] != '\0' && readlink(fgHostPath(MOUNT_TABLE_PATH), target, sizeof(target)) >= 0 &&
+        file.read("/proc/1/mounts", KeptScope::Never))
+        return true;
+    return file.read(MOUNT_TABLE_PATH, scope);
+}
 
-MountTable::MountTable(std::string &text) : m_openError(0), m_lines(text.data(), text.size(), HOST_FILE_LIMIT) {}
+MountTable::MountTable(std::string &text) : m_lines(text.data(), text.size(), HOST_FILE_LIMIT) {}
 
 // Sample: /dev/sda1 /mnt/with\040blank ext4 rw,relatime 0 0
 bool MountTable::next(MountEntry &entry) {

@@ -13,7 +13,13 @@ namespace zel {
 /// The record pass and the text pass; some rules and messages hold for one of them.
 enum class FilesystemPass { Records, Text };
 
-/// One line of the table, escapes resolved. The texts are the table's, valid until its next line is read.
+/// Where the table is.
+inline constexpr const char *MOUNT_TABLE_PATH = "/etc/mtab";
+
+/// Reads the table of the sampled host, whole. False leaves errno.
+bool readMountTable(WholeFile &file, KeptScope scope);
+
+/// One line of the table, escapes resolved. The texts are those of the table.
 struct MountEntry {
     const char *mountPoint;
     const char *device;
@@ -25,19 +31,13 @@ struct MountEntry {
 /// are entries of autofs with the option "ignore". Names come whole, however long the kernel made them.
 class MountTable {
 public:
-    /// Reads the table into `file`, which outlives it.
-    explicit MountTable(WholeFile &file);
-    /// A table that was read before. The walk changes the text.
+    /// Over the text of a table. The walk cuts it into the names, which stay as they are until the text goes.
     explicit MountTable(std::string &text);
 
-    bool isOpen() const { return m_openError == 0; }
-    /// The error number of an open that failed.
-    int openError() const { return m_openError; }
     /// Takes the next entry; false at the end.
     bool next(MountEntry &entry);
 
 private:
-    int m_openError;
     LineWalk m_lines;
 };
 

@@ -26,13 +26,13 @@ constexpr std::chrono::milliseconds noTime{0};
 
 namespace zel {
 
-MountPass::Row::Row(const MountEntry &entry)
-    : mountPoint(entry.mountPoint), source(entry.device), namesReported(zel::namesReported(entry)) {
-    copyNames(entry, filesystem);
+MountPass::Row::Row(const KnownMount &mount)
+    : mountPoint(mount.entry.mountPoint), source(mount.entry.device), namesReported(mount.namesReported) {
+    copyNames(mount.entry, filesystem);
 }
 
-MountPass::MountPass(FilesystemPass kind, CMM_FS_Info &collector, FilesystemState &state, const Taker &take)
-    : m_kind(kind), m_collector(collector), m_state(state), m_take(take) {}
+MountPass::MountPass(FilesystemPass kind, CMM_FS_Info &collector, FilesystemState &state, const FilesystemTaker &taker)
+    : m_kind(kind), m_collector(collector), m_state(state), m_taker(taker) {}
 
 bool MountPass::run() {
     try {
@@ -42,17 +42,16 @@ bool MountPass::run() {
     }
 }
 
+// A table that turns out to be another in the middle of the walk is walked from its start.
 bool MountPass::takeMounts() {
-    m_nfsList.emplace();
-    if (!m_nfsList->isOpen())
-        FS_LOG_ERROR("fopen failed(%s)", NFS_LIST);
-    MountTable table(m_state.mountFile);
-    if (!isOpen(table))
-        return false;
-    if (m_state.mountFile.text() != m_state.knownTable)
-        lookAhead();
-    for (MountEntry entry{}; table.next(entry);)
-        visit(entry);
+    start();
+    m_look = m_state.mounts.look();
+    while (!walk()) {
+        if (m_look == KnownMounts::Look::Failed)
+            return false;
+        m_rows.clear();
+        start();
+    }
     handOnRest();
     m_state.doubts.endPass();
     if (m_collector.m_nVMFlag == 1 && m_collector.m_nIsVMWare == 1)
@@ -60,38 +59,50 @@ bool MountPass::takeMounts() {
     return true;
 }
 
-bool MountPass::isOpen(const MountTable &table) {
-    if (!table.isOpen())
-        FS_LOG_ERROR("setmntent failed(%d)", table.openError());
-    return table.isOpen();
+void MountPass::start() {
+    m_taker.start();
+    m_nfsList.emplace();
+    if (!m_nfsList->isOpen())
+        FS_LOG_ERROR("fopen failed(%s)", NFS_LIST);
+}
+
+// False when the table cannot be read, or was found to be another.
+bool MountPass::walk() {
+    if (m_look == KnownMounts::Look::Failed) {
+        FS_LOG_ERROR("setmntent failed(%d)", m_state.mounts.error());
+        return false;
+    }
+    if (std::exchange(m_look, KnownMounts::Look::Same) == KnownMounts::Look::Changed)
+        lookAhead();
+    for (KnownMount &mount : m_state.mounts.entries()) {
+        visit(mount);
+        if (m_look != KnownMounts::Look::Same)
+            return false;
+    }
+    return true;
 }
 
 // A mount may cover the way to one that comes before it in the table: all entries of a table that changed are noted
 // before the first is measured.
 void MountPass::lookAhead() {
-    m_state.knownTable.clear(); // an unfinished look is taken again
-    std::string text(m_state.mountFile.text());
-    std::string known(text);
-    MountTable table(text);
-    for (MountEntry entry{}; table.next(entry);)
-        m_state.doubts.note(entry);
-    m_state.knownTable = std::move(known);
+    for (const KnownMount &mount : m_state.mounts.entries())
+        m_state.doubts.note(mount.entry);
 }
 
-void MountPass::visit(const MountEntry &entry) {
+void MountPass::visit(KnownMount &mount) {
+    const MountEntry &entry = mount.entry;
     m_state.doubts.note(entry);
     if (!typeReported(entry.type))
         return;
     if (m_kind == FilesystemPass::Text && !mountPointReported(entry.mountPoint))
         return;
-    const bool nfs = isNfs(entry.type);
-    if (nfs && !listNfs(entry))
+    if (mount.nfs && !listNfs(entry))
         return;
-    if (NfsServer *server = nfs ? m_servers.ask(entry.device) : nullptr;
+    if (NfsServer *server = mount.nfs ? m_servers.ask(entry.device) : nullptr;
         server != nullptr || m_state.doubts.mayHang(entry.mountPoint))
-        measureInTime(entry, server);
+        measureInTime(mount, server);
     else
-        measureNow(entry);
+        measureNow(mount);
 }
 
 // Lists an NFS mount and says whether it is measured too.
@@ -102,31 +113,37 @@ bool MountPass::listNfs(const MountEntry &entry) {
 }
 
 // A local mount: no thread, and no copy as long as no entry before it is waited for.
-void MountPass::measureNow(const MountEntry &entry) {
+void MountPass::measureNow(KnownMount &mount) {
+    const MountEntry &entry = mount.entry;
     struct statfs64 status {};
     const int error = measureFilesystem(fgHostPath(entry.mountPoint), status);
     m_state.doubts.answered(entry.mountPoint, m_watch.wasSlow());
+    if (m_state.mounts.contradicts(mount, error, status)) {
+        m_look = m_state.mounts.read();
+        if (m_look != KnownMounts::Look::Same)
+            return;
+    }
     if (error != 0) {
         FS_LOG_ERROR("statfs failed(%d)", error);
         return;
     }
-    if (!namesReported(entry))
+    if (!mount.namesReported)
         return;
     copyNames(entry, m_filesystem);
     measure(status, m_filesystem);
     if (m_filesystem.l_ulTotDskSize <= FS_LARGEST_UNREPORTED)
         return;
     if (m_rows.empty())
-        m_take(m_filesystem);
+        m_taker.take(m_filesystem);
     else
-        copyFilesystem(m_filesystem, m_rows.emplace_back(entry).filesystem);
+        copyFilesystem(m_filesystem, m_rows.emplace_back(mount).filesystem);
 }
 
-void MountPass::measureInTime(const MountEntry &entry, NfsServer *server) {
-    Row &row = m_rows.emplace_back(entry);
+void MountPass::measureInTime(const KnownMount &mount, NfsServer *server) {
+    Row &row = m_rows.emplace_back(mount);
     row.server = server;
     if (server == nullptr || server->settledWithin(moment)) {
-        if (start(row))
+        if (ask(row))
             row.call->settledWithin(moment);
         else
             m_rows.pop_back();
@@ -136,7 +153,7 @@ void MountPass::measureInTime(const MountEntry &entry, NfsServer *server) {
 }
 
 // Starts to ask the mount, after its server. False when the server does not answer.
-bool MountPass::start(Row &row) {
+bool MountPass::ask(Row &row) {
     if (row.server != nullptr && !row.server->answers()) {
         FS_LOG_ERROR("NFS Server connect failed(%s)", row.source.c_str());
         return false;
@@ -158,7 +175,7 @@ void MountPass::handOnSettled() {
 
 // Every call is started before the first is waited for: all limits run at the same time.
 void MountPass::handOnRest() {
-    m_rows.remove_if([this](Row &row) { return row.server != nullptr && !start(row); });
+    m_rows.remove_if([this](Row &row) { return row.server != nullptr && !ask(row); });
     for (Row &row : m_rows)
         handOn(row);
     m_rows.clear();
@@ -175,7 +192,7 @@ void MountPass::handOn(Row &row) {
         if (!row.namesReported || row.filesystem.l_ulTotDskSize <= FS_LARGEST_UNREPORTED)
             return;
     }
-    m_take(row.filesystem);
+    m_taker.take(row.filesystem);
 }
 
 // Logs what is new, and says whether there is an answer.
@@ -196,7 +213,7 @@ void MountPass::addDatastores() {
         runDatastoreScript();
         m_collector.m_nFirstFlag = 1;
     }
-    if (readDatastores(m_take))
+    if (readDatastores(m_taker.take))
         return;
     if (m_kind == FilesystemPass::Records)
         FS_LOG_ERROR("(FS) VMWare FS Gtr %s file not found", resultPath(Script::Datastores));

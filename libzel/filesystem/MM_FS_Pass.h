@@ -4,10 +4,9 @@
 
 #include "MM_FS_Info.h"
 #include "filesystem/MM_FS_Doubt.h"
+#include "filesystem/MM_FS_Known.h"
 #include "filesystem/MM_FS_Measure.h"
-#include "filesystem/MM_FS_Mounts.h"
 #include "filesystem/MM_FS_Nfs.h"
-#include "kernel/WholeFile.h"
 
 #include <functional>
 #include <list>
@@ -20,18 +19,21 @@ namespace zel {
 
 /// What a collector keeps between its passes.
 struct FilesystemState {
-    WholeFile mountFile;
-    std::string knownTable; // the text of the last pass
+    KnownMounts mounts;
     DoubtfulMounts doubts;
     std::vector<std::unique_ptr<_ST_FS>> spareRecords; // of the pass before, for this one
 };
 
+/// What becomes of the filesystems of a pass.
+struct FilesystemTaker {
+    std::function<void()> start; // anew, also in the middle of a pass: what was taken before is void
+    std::function<void(const _ST_FS &)> take;
+};
+
 class MountPass {
 public:
-    using Taker = std::function<void(const _ST_FS &)>;
-
     /// All of them outlive the pass. Of the collector it reads the flags and writes m_strLogMsg and m_nFirstFlag.
-    MountPass(FilesystemPass kind, CMM_FS_Info &collector, FilesystemState &state, const Taker &take);
+    MountPass(FilesystemPass kind, CMM_FS_Info &collector, FilesystemState &state, const FilesystemTaker &taker);
 
     /// Gives every filesystem that is reported to the taker. False when the mount table cannot be opened, or without
     /// memory.
@@ -40,7 +42,7 @@ public:
 private:
     // An entry that waits for its answer, or for its turn.
     struct Row {
-        explicit Row(const MountEntry &entry);
+        explicit Row(const KnownMount &mount);
 
         _ST_FS filesystem{}; // its names; complete without server and call
         std::string mountPoint;
@@ -51,13 +53,14 @@ private:
     };
 
     bool takeMounts();
-    bool isOpen(const MountTable &table);
+    void start();
+    bool walk();
     void lookAhead();
-    void visit(const MountEntry &entry);
+    void visit(KnownMount &mount);
     bool listNfs(const MountEntry &entry);
-    void measureNow(const MountEntry &entry);
-    void measureInTime(const MountEntry &entry, NfsServer *server);
-    bool start(Row &row);
+    void measureNow(KnownMount &mount);
+    void measureInTime(const KnownMount &mount, NfsServer *server);
+    bool ask(Row &row);
     void handOn(Row &row);
     void handOnSettled();
     void handOnRest();
@@ -67,7 +70,8 @@ private:
     FilesystemPass m_kind;
     CMM_FS_Info &m_collector;
     FilesystemState &m_state;
-    const Taker &m_take;
+    const FilesystemTaker &m_taker;
+    KnownMounts::Look m_look = KnownMounts::Look::Same;
     NfsServers m_servers;
     std::optional<NfsList> m_nfsList;
     std::list<Row> m_rows;

@@ -11,12 +11,13 @@
 
 #include "host/FileIdentity.h"
 #include "host/ScopedHandle.h"
+#include "kernel/KeptPlaces.h"
 
 namespace zel {
 
 /// Whose numbers are in a file: those of the machine, or those of the namespace in which its path was looked up, such
 /// as /proc/net/dev. A file whose contents follow what no look at its path shows, such as the mounts of a process,
-/// never stays open.
+/// stays open only with a reader that looks at that as well.
 enum class KeptScope { Machine, Namespace, Never };
 
 class KeptFile {
@@ -29,14 +30,19 @@ public:
 
     /// The file of `path`, to be read with pread; -1 when it is not open or the path means another file by now. A path
     /// is a literal.
-    int descriptor(const char *path);
+    int descriptor(const char *path) { return descriptor(path, Place::Looked); }
+    /// The same for a caller who knows that the path means this file as long as there is one.
+    int descriptorOfSamePlace(const char *path) { return descriptor(path, Place::Known); }
     /// Takes a file that was opened at `path`, where it may stay open; it is closed otherwise.
     void keep(ScopedDescriptor file, const char *path, KeptScope scope);
     void drop();
 
 private:
+    enum class Place { Looked, Known }; // whether the path is looked up
+
+    int descriptor(const char *path, Place place);
     bool isOurs() const;
-    bool isCurrent() const;
+    bool isCurrent(Place place) const;
 
     const char *m_path = nullptr;
     KeptScope m_scope = KeptScope::Machine;
@@ -46,11 +52,15 @@ private:
 };
 
 /// Takes one of the places that g_nKeptFileLimit gives to files that stay open; false when there is none left.
-bool takeKeptPlace();
-void returnKeptPlace();
+inline bool takeKeptPlace() {
+    return placesOfSettings().takeWithin(placesOfSettings().limit());
+}
+inline void returnKeptPlace() {
+    placesOfSettings().giveBack();
+}
 /// Places that are taken, in the whole process.
-int keptPlacesTaken();
-/// How often the process that runs now has been forked off while files were kept.
-unsigned forksSinceFirstKept();
+inline int keptPlacesTaken() {
+    return placesOfSettings().taken();
+}
 
 } // namespace zel

@@ -52,6 +52,11 @@ public:
     /// What is beyond HOST_FILE_LIMIT is left out. `path` is a literal.
     bool read(const char *path, KeptScope scope = KeptScope::Machine);
 
+    /// The descriptor of `path` where it stayed open and still is what the path means; else -1.
+    int keptDescriptor(const char *path) { return m_kept.descriptor(path); }
+    /// Lets the file go that stayed open. The text is kept.
+    void close() { m_kept.drop(); }
+
     /// Exchanges the texts, with their buffers: a text outlives the next read in the other.
     void swapText(WholeFile &other);
     /// Makes the buffer as large as that of `other`, where there is memory for it. The text is kept.

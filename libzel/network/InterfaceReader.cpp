@@ -2,6 +2,7 @@
 #include "network/InterfaceReader.h"
 
 #include "host/HostOpen.h"
+#include "network/LinkEvents.h"
 #include "text/LineReader.h"
 #include "text/NumberScan.h"
 
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -63,6 +65,13 @@ bool scanSignedCounter(const char *&cursor, unsigned long long &value) {
         return false;
     value = static_cast<unsigned long long>(number);
     return true;
+}
+
+// The path of the table leads to that of the first thread, whichever thread opens it: in this one its namespace is that
+// of a socket. 0 when it is not known. A look at the path costs several times as much.
+std::uint64_t namespaceOfTable(int socket) {
+    std::uint64_t number = 0;
+    return gettid() == getpid() && zel::namespaceOf(socket, number) ? number : 0;
 }
 
 template<bool (*Scan)(const char *&, unsigned long long &), std::size_t Count>
@@ -143,7 +152,9 @@ int InterfaceReader::open() {
     m_trace("4.6(NWT) ZEL network init_netinfo start\n");
     m_trace("---------------networ info start-----------------\n");
     release();
-    if (!openKeptTable() && !openFreshTable()) {
+    ScopedDescriptor ownSocket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)); // also tells the namespace
+    const int socketError = errno;
+    if (!openKeptTable(ownSocket.get()) && !openFreshTable()) {
         traceInterfaceError(m_trace, "fopen failed ");
         return -1;
     }
@@ -155,9 +166,11 @@ int InterfaceReader::open() {
     }
     m_open = true;
     m_lines.start(m_stream);
+    m_memory.start();
 
-    m_socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    m_socket = ownSocket.release();
     if (m_socket < 0) {
+        errno = socketError;
         traceInterfaceError(m_trace, "socket error");
         return -1;
     }
@@ -165,11 +178,13 @@ int InterfaceReader::open() {
 }
 
 // Reads from the table that stayed open. False when there is none, or when it does not begin as a table does.
-bool InterfaceReader::openKeptTable() {
-    const int kept = m_kept.descriptor(tablePath);
+bool InterfaceReader::openKeptTable(int socket) {
+    const std::uint64_t last = std::exchange(m_namespace, namespaceOfTable(socket));
+    const bool same = m_namespace != 0 && m_namespace == last;
+    const int kept = same ? m_kept.descriptorOfSamePlace(tablePath) : m_kept.descriptor(tablePath);
     if (kept < 0)
         return false;
-    m_stream = openStreamOver(kept, StreamStart::Beginning).release();
+    m_stream = openStreamFromStart(kept, tablePath).release();
     if (m_stream != nullptr && takeHeader())
         return true;
     closeTable();
@@ -179,7 +194,7 @@ bool InterfaceReader::openKeptTable() {
 
 bool InterfaceReader::openFreshTable() {
     m_file = openHostFile(tablePath);
-    m_stream = m_file.valid() ? openStreamOver(m_file.get(), StreamStart::Here).release() : nullptr;
+    m_stream = m_file.valid() ? openStreamOver(m_file.get()).release() : nullptr;
     if (m_stream == nullptr) {
         closeTable();
         return false;
@@ -208,11 +223,14 @@ void InterfaceReader::closeTable() {
 const interface *InterfaceReader::next() {
     if (!m_open || m_stream == nullptr)
         return nullptr;
-    const char *line = m_lines.next();
+    std::size_t length = 0;
+    const char *line = m_lines.next(length);
     if (line == nullptr)
         return nullptr;
+    const LineMemory::Entry &entry = m_memory.next(m_layout, line, length);
     *m_record = {};
-    parseInterfaceCounters(m_layout, takeInterfaceName(line, m_record->name), m_record->stats);
+    std::memcpy(m_record->name, entry.name, sizeof(m_record->name));
+    m_record->stats = entry.stats;
     return m_record;
 }
 

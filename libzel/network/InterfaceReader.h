@@ -9,9 +9,11 @@
 #include "host/ScopedHandle.h"
 #include "kernel/KeptFile.h"
 #include "network.h"
+#include "network/LineMemory.h"
 #include "network/TableLines.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 namespace zel {
@@ -52,7 +54,7 @@ public:
     const int &socket() const { return m_socket; }
 
 private:
-    bool openKeptTable();
+    bool openKeptTable(int socket);
     bool openFreshTable();
     bool takeHeader();
     void closeTable();
@@ -68,8 +70,10 @@ private:
     bool m_open = false;         // the published pointers are not reset when the walk ends
     ScopedDescriptor m_file{-1}; // of the open walk, when it is not m_kept
     KeptFile m_kept;
+    std::uint64_t m_namespace = 0; // whose table the walk before read, 0: not known
     char m_streamBuffer[STREAM_BUFFER_SIZE];
     TableLines m_lines;
+    LineMemory m_memory;
 };
 
 /// What one step of either unit gives: copies of the name (at least INTERFACE_NAME_SIZE bytes), the link word

@@ -16,11 +16,6 @@ namespace {
 constexpr int smallestBuffer = 0;
 constexpr int readLimit = 100;
 
-bool namespaceOf(int socket, std::uint64_t &networkNamespace) {
-    socklen_t size = sizeof(networkNamespace);
-    return getsockopt(socket, SOL_SOCKET, SO_NETNS_COOKIE, &networkNamespace, &size) == 0;
-}
-
 ino_t inodeOf(int descriptor) {
     struct stat status {};
     return fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode) ? status.st_ino : 0;
@@ -29,6 +24,11 @@ ino_t inodeOf(int descriptor) {
 } // namespace
 
 namespace zel {
+
+bool namespaceOf(int socket, std::uint64_t &networkNamespace) {
+    socklen_t size = sizeof(networkNamespace);
+    return getsockopt(socket, SOL_SOCKET, SO_NETNS_COOKIE, &networkNamespace, &size) == 0;
+}
 
 bool LinkEvents::quietSinceLastQuestion(int socket) {
     std::uint64_t networkNamespace = 0;

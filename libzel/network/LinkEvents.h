@@ -13,6 +13,10 @@
 
 namespace zel {
 
+/// The number of the network namespace of a socket, which is given once. False where the kernel (before 5.14) does not
+/// say.
+bool namespaceOf(int socket, std::uint64_t &networkNamespace);
+
 class LinkEvents {
 public:
     LinkEvents() = default;

@@ -11,7 +11,7 @@ void TableLines::start(std::FILE *stream) {
     m_ended = false;
 }
 
-const char *TableLines::next() {
+const char *TableLines::next(std::size_t &length) {
     char *feed = findLineFeed();
     while (feed == nullptr && readMore())
         feed = findLineFeed();
@@ -21,8 +21,11 @@ const char *TableLines::next() {
         return nullptr;
     *end = '\0';
     m_next = feed == nullptr ? m_end : feed + 1;
-    if (static_cast<std::size_t>(end - line) > LINE_LIMIT)
+    length = static_cast<std::size_t>(end - line);
+    if (length > LINE_LIMIT) {
+        length = LINE_LIMIT;
         line[LINE_LIMIT] = '\0';
+    }
     return line;
 }
 

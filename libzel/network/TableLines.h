@@ -15,9 +15,9 @@ public:
     /// Takes the lines from where `stream` is now. The stream stays the caller's, who takes nothing more from it.
     void start(std::FILE *stream);
 
-    /// The next line without its line feed, valid until the next call; null at the end. The last one needs no line
-    /// feed. A zero byte ends the text, not the line.
-    const char *next();
+    /// The next line without its line feed and its length, valid until the next call; null at the end. The last one
+    /// needs no line feed. A zero byte ends the text, not the line.
+    const char *next(std::size_t &length);
 
 private:
     char *findLineFeed() const;

@@ -8,6 +8,7 @@ enum class Call {
     Allocation, // malloc, calloc, realloc and operator new
     Open,       // open, openat
     Read,
+    Pread,
     Fopen, // fopen, fdopen, fopencookie
     Fgets,
     Getdents, // getdents64

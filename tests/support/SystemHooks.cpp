@@ -222,6 +222,11 @@ ssize_t __wrap_read(int descriptor, void *buffer, size_t size) {
     return faultIsDue(Call::Read) ? -1 : __real_read(descriptor, buffer, size);
 }
 
+ssize_t __real_pread(int, void *, size_t, off_t);
+ssize_t __wrap_pread(int descriptor, void *buffer, size_t size, off_t offset) {
+    return faultIsDue(Call::Pread) ? -1 : __real_pread(descriptor, buffer, size, offset);
+}
+
 FILE *__real_fopen(const char *, const char *);
 FILE *__wrap_fopen(const char *path, const char *mode) {
     return faultIsDue(Call::Fopen) ? nullptr : __real_fopen(path, mode);

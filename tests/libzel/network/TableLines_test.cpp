@@ -28,9 +28,12 @@ std::vector<std::string> linesOf(std::string text) {
     const auto lines = std::make_unique<zel::TableLines>();
     lines->start(stream.get());
     std::vector<std::string> found;
-    while (const char *line = lines->next())
+    std::size_t length = 0;
+    while (const char *line = lines->next(length)) {
+        EXPECT_EQ(line[length], '\0');
         found.emplace_back(line);
-    EXPECT_EQ(lines->next(), nullptr) << "the end stays the end";
+    }
+    EXPECT_EQ(lines->next(length), nullptr) << "the end stays the end";
     return found;
 }
 
