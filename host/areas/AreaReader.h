@@ -5,6 +5,7 @@
 #include "host/source/HostDirectory.h"
 #include "host/source/SourceFile.h"
 
+#include <cerrno>
 #include <chrono>
 #include <memory>
 
@@ -44,6 +45,9 @@ public:
     virtual ~AreaReader() = default;
     virtual void read(Take &take) = 0;
 };
+
+/// The error of a file whose text is not what its kernel writes: its values are malformed.
+inline constexpr int NOT_ITS_FORMAT = EBADMSG;
 
 /// Notes what failed first in an area.
 void noteFailure(AreaState &state, int error, std::string_view file);
