@@ -3,11 +3,23 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <linux/openat2.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace zel {
+
+namespace {
+
+bool isKernelFile(int descriptor) {
+    struct statfs filesystem {};
+    return fstatfs(descriptor, &filesystem) == 0 &&
+           (filesystem.f_type == PROC_SUPER_MAGIC || filesystem.f_type == SYSFS_MAGIC);
+}
+
+} // namespace
 
 HostDirectory::HostDirectory(const std::string &root, int keptFiles)
     : m_root(std::make_shared<const ScopedDescriptor>(
@@ -26,6 +38,11 @@ ScopedDescriptor HostDirectory::open(const char *path, int flags) const {
     if (descriptor < 0 && errno == ENOSYS) // before 5.6 there are no confined opens
         return ScopedDescriptor(openat(m_root->get(), path, flags | O_NOFOLLOW));
     return ScopedDescriptor(static_cast<int>(descriptor));
+}
+
+void HostDirectory::keep(ScopedDescriptor file, KeptDescriptor &kept) const {
+    if (!m_kept.full() && isKernelFile(file.get()))
+        kept.keep(std::move(file), m_kept);
 }
 
 } // namespace zel

@@ -30,6 +30,9 @@ public:
 
     /// Opens `path`, which is relative to the root, such as "proc/stat". An invalid one leaves errno.
     ScopedDescriptor open(const char *path, int flags) const;
+    /// Takes a file that was opened here into `kept` when it may stay open: a file of the host's own proc or sysfs,
+    /// while there is a place. It is closed otherwise.
+    void keep(ScopedDescriptor file, KeptDescriptor &kept) const;
 
 private:
     std::shared_ptr<const ScopedDescriptor> m_root;
