@@ -10,7 +10,7 @@ namespace zel {
 namespace {
 
 constexpr std::uint64_t bytesPerSector = 512; // of the kernel's counters, whatever the disk has
-constexpr double secondsPerMillisecond = 0.001;
+constexpr double millisecondsPerSecond = 1000;
 
 // Where a column goes: a count, which is that many units, or a time in milliseconds.
 struct Column {
@@ -80,7 +80,7 @@ Count takeColumn(const char *&cursor) {
 
 void store(const Column &column, const Count &raw, Disk &disk) {
     if (column.seconds != nullptr) {
-        disk.*column.seconds = raw ? Number(static_cast<double>(*raw) * secondsPerMillisecond) : Number(raw.absence());
+        disk.*column.seconds = raw ? Number(static_cast<double>(*raw) / millisecondsPerSecond) : Number(raw.absence());
         return;
     }
     std::uint64_t value = 0;
