@@ -33,7 +33,8 @@ std::array<MakeReader, AREA_COUNT> askedReaders(const Options &options) {
 // The areas of the host itself, whose kernel files do not hang.
 class OwnAreas {
 public:
-    explicit OwnAreas(const std::array<MakeReader, AREA_COUNT> &makeReader) : m_root("") {
+    OwnAreas(const Options &options, const std::array<MakeReader, AREA_COUNT> &makeReader)
+        : m_root("", options.keptFiles) {
         for (std::size_t index = 0; index < AREA_COUNT; ++index) {
             if (makeReader[index] != nullptr)
                 m_areas[index] = makeReader[index]();
@@ -78,7 +79,7 @@ struct Sampler::State {
 
     explicit State(Options wanted) : options(std::move(wanted)) {
         if (options.root.empty())
-            own.emplace(askedReaders(options));
+            own.emplace(options, askedReaders(options));
         else
             root.emplace(options, askedReaders(options));
     }

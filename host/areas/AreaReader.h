@@ -5,6 +5,7 @@
 #include "host/source/HostDirectory.h"
 #include "host/source/SourceFile.h"
 
+#include <cerrno>
 #include <chrono>
 #include <memory>
 
@@ -59,6 +60,9 @@ using MakeReader = std::unique_ptr<AreaReader> (*)();
 void beginArea(AreaState &state);
 /// Does one step, and adds the processor time that it took to the cost of the area.
 void doStep(AreaReader &reader, void (AreaReader::*step)(Take &), Take &take, AreaState &state);
+
+/// The error of a file whose text is not what its kernel writes: its values are malformed.
+inline constexpr int NOT_ITS_FORMAT = EBADMSG;
 
 /// Notes what failed first in an area.
 void noteFailure(AreaState &state, int error, std::string_view file);

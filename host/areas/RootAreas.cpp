@@ -75,7 +75,7 @@ bool RootAreas::openRoot(Sample &sample, BoundedPass::Time deadline) {
             return root->error();
         }));
     if (opening.answer != nullptr) {
-        m_root = *opening.answer;
+        m_root.emplace(**opening.answer);
         return true;
     }
     for (std::size_t index = 0; index < AREA_COUNT; ++index) {
