@@ -1,7 +1,7 @@
 // Parses the lines of /proc/diskstats.
 #include "host/areas/DiskLines.h"
 
-#include "text/NumberScan.h"
+#include "host/source/LineScan.h"
 
 #include <array>
 
@@ -54,50 +54,11 @@ constexpr Column columnsOfOldPartition[] = {counted(&Disk::reads), sectors(&Disk
 // The columns that every other line has: one that ends before is cut.
 constexpr std::size_t columnsOfEveryDisk = 11;
 
-bool endsLine(char character) {
-    return character == '\0' || character == '\n';
-}
-
-const char *skipSpaces(const char *cursor) {
-    while (isBlank(*cursor) && *cursor != '\n')
-        ++cursor;
-    return cursor;
-}
-
-// The next column. What is no number is malformed, and the cursor stays before it; so is the rest of the
-// line then.
-Count takeColumn(const char *&cursor) {
-    unsigned long long plain = 0;
-    if (scanPlain(cursor, plain))
-        return plain;
-    const char *text = skipSpaces(cursor);
-    ScannedNumber number{};
-    if (digitValue<10>(*text) > 9 || !scanNumber(text, number))
-        return Absence::Malformed;
-    cursor = text;
-    return number.overflow ? Count(Absence::Malformed) : Count(number.magnitude);
-}
-
 void store(const Column &column, const Count &raw, Disk &disk) {
-    if (column.seconds != nullptr) {
-        disk.*column.seconds = raw ? Number(static_cast<double>(*raw) / millisecondsPerSecond) : Number(raw.absence());
-        return;
-    }
-    std::uint64_t value = 0;
-    if (raw && __builtin_mul_overflow(*raw, column.unit, &value))
-        disk.*column.count = Absence::Malformed;
+    if (column.seconds == nullptr)
+        disk.*column.count = scaledCount(raw, column.unit);
     else
-        disk.*column.count = raw ? Count(value) : raw;
-}
-
-bool takeName(const char *&cursor, std::string &name) {
-    const char *first = skipSpaces(cursor);
-    const char *end = first;
-    while (*end != '\0' && !isBlank(*end))
-        ++end;
-    name.assign(first, end);
-    cursor = end;
-    return !name.empty();
+        disk.*column.seconds = raw ? Number(static_cast<double>(*raw) / millisecondsPerSecond) : Number(raw.absence());
 }
 
 } // namespace
@@ -107,17 +68,20 @@ bool takeName(const char *&cursor, std::string &name) {
 //             8       1 sda1 35486 38030 38030 38030
 bool parseDiskLine(const char *line, Disk &disk, std::uint64_t &sum) {
     const char *cursor = line;
-    unsigned long long major = 0, minor = 0;
-    if (!scanPlain(cursor, major) || !scanPlain(cursor, minor) || !takeName(cursor, disk.name))
+    const Count major = takeCount(cursor), minor = takeCount(cursor);
+    const std::string_view name = takeWord(cursor);
+    if (!major || !minor || name.empty())
         return false;
-    disk.major = major;
-    disk.minor = minor;
+    disk.major = *major;
+    disk.minor = *minor;
+    disk.name = name;
 
     std::array<Count, std::size(columns)> raw;
     std::size_t found = 0;
     sum = 0;
+    // What is no number is malformed, and the cursor stays before it; so is the rest of the line then.
     for (; found < raw.size() && !endsLine(*skipSpaces(cursor)); ++found) {
-        raw[found] = takeColumn(cursor);
+        raw[found] = takeCount(cursor);
         sum += raw[found].valueOr(0);
     }
     const bool oldPartition = found == std::size(columnsOfOldPartition);

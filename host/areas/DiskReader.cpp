@@ -68,9 +68,38 @@ public:
             if (m_now >= row.known->detailsDue)
                 m_due.push_back(row);
         }
-        describe(take);
+        if (!take.root.own()) {
+            for (const Row &row : m_due)
+                readDiskDetails(take.root, take.sample.disks[row.index].name, DetailScope::All, row.known->values);
+        }
         for (const Row &row : m_rows)
             fill(*row.known, sample.disks[row.index]);
+    }
+
+    // The details of the disks for which they are due, by a bounded call of each. Below a root directory the whole area
+    // is one.
+    void ask(Take &take) override {
+        if (!take.root.own())
+            return;
+        m_details.begin(take.deadline, m_due.size());
+        for (const Row &row : m_due) {
+            const std::string &name = take.sample.disks[row.index].name;
+            m_details.ask(name, [root = HostDirectory(take.root), name, scope = row.known->scope](DiskAnswer &answer) {
+                answer.scope = scope;
+                readDiskDetails(root, name, scope, answer.disk);
+                return 0;
+            });
+        }
+    }
+
+    void finish(Take &take) override {
+        if (!take.root.own() || m_due.empty())
+            return;
+        for (std::size_t place = 0; place < m_due.size(); ++place)
+            takeAnswer(take.sample.area(Area::Disks), m_details.wait(place), take.sample.disks[m_due[place].index].name,
+                       *m_due[place].known);
+        for (const Row &row : m_rows) // a partition has something of its disk
+            fill(*row.known, take.sample.disks[row.index]);
     }
 
 private:
@@ -95,7 +124,7 @@ private:
             std::uint64_t sum = 0;
             if (!parseDiskLine(line, disk, sum)) {
                 disks.dropLast();
-                noteFailure(state, EBADMSG, m_lines.path());
+                noteFailure(state, NOT_ITS_FORMAT, m_lines.path());
                 continue;
             }
             m_rows.push_back({disks.size() - 1, &m_known.of(disk.name), false});
@@ -149,38 +178,15 @@ private:
         return sectors.absence() != Absence::Vanished && sequence.absence() != Absence::Vanished;
     }
 
-    // Asks the disks whose details are due: on this host by a bounded call each, below a root directory at once.
-    void describe(Take &take) {
-        const auto nameOf = [&take](const Row &row) -> const std::string & {
-            return take.sample.disks[row.index].name;
-        };
-        if (!take.root.own()) {
-            for (const Row &row : m_due)
-                readDiskDetails(take.root, nameOf(row), DetailScope::All, row.known->values);
-            return;
-        }
-        m_details.begin(take.deadline, m_due.size());
-        for (const Row &row : m_due)
-            ask(take.root, nameOf(row), row.known->scope);
-        for (std::size_t place = 0; place < m_due.size(); ++place)
-            takeAnswer(take, place, nameOf(m_due[place]), *m_due[place].known);
-    }
-
-    void ask(const HostDirectory &root, const std::string &name, DetailScope scope) {
-        m_details.ask(name, [root, name, scope](DiskAnswer &answer) {
-            answer.scope = scope;
-            readDiskDetails(root, name, scope, answer.disk);
-            return 0;
-        });
-    }
-
-    void takeAnswer(Take &take, std::size_t place, std::string_view name, KnownDisk &known) {
-        const BoundedRead<DiskAnswer> read = m_details.wait(place);
+    void takeAnswer(AreaState &state, const BoundedRead<DiskAnswer> &read, const std::string &name,
+                    KnownDisk &known) const {
         if (read.answer == nullptr) {
             const Absence reason = absenceOf(read.error);
             forEachDiskDetail(known.scope, [&](auto member) { (known.values.*member).clear(reason); });
-            noteFailure(take.sample.area(Area::Disks), read.error,
-                        std::string(blockDirectory).append("/").append(name));
+            const std::string file = blockDirectory + ('/' + name);
+            noteFailure(state, read.error, file);
+            if (read.error == ETIMEDOUT)
+                noteSilence(state, read.silentSeconds, file);
             return; // it is asked again in the next sample
         }
         assignDetails(read.answer->disk, read.answer->scope, known.values);

@@ -1,7 +1,7 @@
 // Parses the lines of /proc/net/dev.
 #include "host/areas/InterfaceLines.h"
 
-#include "text/NumberScan.h"
+#include "host/source/LineScan.h"
 
 #include <cstring>
 
@@ -18,25 +18,6 @@ constexpr Count Interface::*columns[] = {
     &Interface::transmitFifoErrors, &Interface::transmitCollisions, &Interface::transmitCarrierErrors,
     &Interface::transmitCompressed};
 
-const char *skipSpaces(const char *cursor) {
-    while (*cursor == ' ' || *cursor == '\t')
-        ++cursor;
-    return cursor;
-}
-
-// What is no number is malformed, and the cursor stays before it; so is the rest of the line then.
-Count takeColumn(const char *&cursor) {
-    unsigned long long plain = 0;
-    if (scanPlain(cursor, plain))
-        return plain;
-    const char *text = skipSpaces(cursor);
-    ScannedNumber number{};
-    if (digitValue<10>(*text) > 9 || !scanNumber(text, number))
-        return Absence::Malformed;
-    cursor = text;
-    return number.overflow ? Count(Absence::Malformed) : Count(number.magnitude);
-}
-
 } // namespace
 
 // Samples: "  eth0: 1731610    7145    0    0    0     0          0         0   566394    7143 ..."
@@ -50,8 +31,9 @@ bool parseInterfaceLine(const char *line, Interface &interface) {
         return false;
     interface.name.assign(first, colon);
     const char *cursor = colon + 1;
+    // What is no number is malformed, and the cursor stays before it; so is the rest of the line then.
     for (Count Interface::*column : columns)
-        interface.*column = takeColumn(cursor);
+        interface.*column = takeCount(cursor);
     return true;
 }
 

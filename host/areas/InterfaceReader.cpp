@@ -54,9 +54,33 @@ public:
             if (m_now >= known.linkDue)
                 m_due.push_back(index);
         }
-        readLinks(take);
+        if (!take.root.own())
+            readLinks(take);
         for (std::size_t index = 0; index < m_rows.size(); ++index)
             fill(m_rows[index]->values, take.sample.interfaces[index]);
+    }
+
+    // Speed, duplex and carrier, by a bounded call of each interface.
+    void ask(Take &take) override {
+        if (!take.root.own())
+            return;
+        m_links.begin(take.deadline, m_due.size());
+        for (const std::size_t index : m_due) {
+            const std::string &name = take.sample.interfaces[index].name;
+            m_links.ask(name, [root = HostDirectory(take.root), name](LinkDetails &link) {
+                readLinkDetails(root, name, link);
+                return 0;
+            });
+        }
+    }
+
+    void finish(Take &take) override {
+        for (std::size_t place = 0; take.root.own() && place < m_due.size(); ++place) {
+            KnownInterface &known = *m_rows[m_due[place]];
+            Interface &interface = take.sample.interfaces[m_due[place]];
+            takeAnswer(take.sample.area(Area::Interfaces), m_links.wait(place), interface.name, known);
+            fillLink(known.values, interface);
+        }
     }
 
 private:
@@ -69,17 +93,18 @@ private:
         if (!file.valid())
             return errno;
         if (root.own())
-            noteNamespace(file.get());
+            noteNamespace(root, file.get());
         return m_lines.readOpen(file.get());
     }
 
-    void noteNamespace(int file) {
+    void noteNamespace(const HostDirectory &root, int file) {
         struct stat status {};
-        if (fstat(file, &status) != 0 || identityOf(status) == m_namespace)
-            return;
+        const bool same = fstat(file, &status) == 0 && identityOf(status) == m_namespace;
+        if (!same || !m_news.listens())
+            m_news.listen(root.kept());
+        if (!same)
+            m_known = {};
         m_namespace = identityOf(status);
-        m_news.listen();
-        m_known = {};
     }
 
     void takeLines(Take &take) {
@@ -101,7 +126,7 @@ private:
             }
             interfaces.dropLast();
             if (number >= linesOfHeading)
-                noteFailure(state, EBADMSG, netFile);
+                noteFailure(state, NOT_ITS_FORMAT, netFile);
         }
         m_known.endSample();
     }
@@ -143,34 +168,23 @@ private:
         values.carrier.clear(reason);
     }
 
-    // Speed, duplex and carrier: on this host by a bounded call each, below a root directory at once.
-    void readLinks(Take &take) {
-        const auto nameOf = [&take](std::size_t index) -> const std::string & {
-            return take.sample.interfaces[index].name;
-        };
-        if (!take.root.own()) {
-            LinkDetails link;
-            for (const std::size_t index : m_due) {
-                readLinkDetails(take.root, nameOf(index), link);
-                takeLink(link, m_rows[index]->values);
-            }
-            return;
+    // Below a root directory the whole area is a bounded call.
+    void readLinks(const Take &take) {
+        LinkDetails link;
+        for (const std::size_t index : m_due) {
+            readLinkDetails(take.root, take.sample.interfaces[index].name, link);
+            takeLink(link, m_rows[index]->values);
         }
-        m_links.begin(take.deadline, m_due.size());
-        for (const std::size_t index : m_due)
-            m_links.ask(nameOf(index), [root = HostDirectory(take.root), name = nameOf(index)](LinkDetails &link) {
-                readLinkDetails(root, name, link);
-                return 0;
-            });
-        for (std::size_t place = 0; place < m_due.size(); ++place)
-            takeAnswer(take, place, nameOf(m_due[place]), *m_rows[m_due[place]]);
     }
 
-    void takeAnswer(Take &take, std::size_t place, const std::string &name, KnownInterface &known) {
-        const BoundedRead<LinkDetails> read = m_links.wait(place);
+    void takeAnswer(AreaState &state, const BoundedRead<LinkDetails> &read, const std::string &name,
+                    KnownInterface &known) const {
         if (read.answer == nullptr) {
             clearLink(known.values, absenceOf(read.error));
-            noteFailure(take.sample.area(Area::Interfaces), read.error, "sys/class/net/" + name + "/speed");
+            const std::string file = "sys/class/net/" + name + "/speed";
+            noteFailure(state, read.error, file);
+            if (read.error == ETIMEDOUT)
+                noteSilence(state, read.silentSeconds, file);
             return; // it is asked again in the next sample
         }
         takeLink(*read.answer, known.values);
@@ -188,6 +202,10 @@ private:
             interface.*member = values.*member;
         for (const auto member : INTERFACE_TEXTS)
             (interface.*member).assign(values.*member);
+        fillLink(values, interface);
+    }
+
+    static void fillLink(const Interface &values, Interface &interface) {
         interface.speedBytesPerSecond = values.speedBytesPerSecond;
         interface.duplex.assign(values.duplex);
         interface.carrier = values.carrier;

@@ -3,24 +3,30 @@
 
 #include "host/source/AttributeText.h"
 
-#include <cerrno>
+#include <unistd.h>
 
 namespace zel {
 
-int Attribute::read(const HostDirectory &root) {
-    if (m_rest > 0) {
-        --m_rest;
-        return ENOENT;
-    }
-    const int error = m_file.read(root);
-    if (error == ENOENT)
-        m_rest = SAMPLES_BEFORE_NEXT_TRY;
-    return error;
+int Attribute::read(const HostDirectory &root, Room &room) {
+    m_error = m_source.read(root, [&room](int file) {
+        ssize_t count = 0;
+        do
+            count = pread(file, room.text, LIMIT + 1, 0);
+        while (count < 0 && errno == EINTR);
+        if (count < 0)
+            return errno;
+        room.length = static_cast<std::size_t>(count);
+        room.text[room.length] = '\0';
+        return room.length <= LIMIT ? 0 : EFBIG;
+    });
+    return m_error;
 }
 
 Count Attribute::number(const HostDirectory &root) {
-    const int error = read(root);
-    return error == 0 ? attributeNumber(m_file.text().data()) : Count(absenceOf(error));
+    Room room;
+    if (const int error = read(root, room); error != 0)
+        return absenceOf(error);
+    return attributeNumber(room.text);
 }
 
 Number Attribute::scaled(const HostDirectory &root, double factor) {
@@ -29,9 +35,10 @@ Number Attribute::scaled(const HostDirectory &root, double factor) {
 }
 
 void Attribute::text(const HostDirectory &root, Reading<std::string> &reading) {
-    if (const int error = read(root); error != 0)
+    Room room;
+    if (const int error = read(root, room); error != 0)
         return reading.clear(absenceOf(error));
-    takeAttributeText(m_file.text(), reading);
+    takeAttributeText({room.text, room.length}, reading);
 }
 
 } // namespace zel

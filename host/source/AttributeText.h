@@ -1,18 +1,17 @@
 // What stands in an attribute file of a device: a number or a word in a line of its own.
 #pragma once
 
-#include "host/Schema.h"
-#include "text/NumberScan.h"
+#include "host/source/LineScan.h"
 
 namespace zel {
 
 /// The number at the start of the terminated `text`. A negative one, such as the speed of an interface without a link,
 /// stands for none.
 inline Count attributeNumber(const char *text) {
-    unsigned long long value = 0;
-    if (*skipBlanks(text) == '-')
+    const char *cursor = skipSpaces(text);
+    if (cursor[0] == '-' && digitValue<10>(cursor[1]) <= 9)
         return Absence::Unsupported;
-    return scanUnsigned(text, value) ? Count(value) : Count(Absence::Malformed);
+    return takeCount(cursor);
 }
 
 /// `text` without the blanks around it.

@@ -70,8 +70,8 @@ Count DeviceAttributes::number(std::string_view attribute) {
 }
 
 Count DeviceAttributes::number(std::string_view attribute, KeptDescriptor &kept) {
-    if (kept.valid()) {
-        const int error = readOpen(kept.get());
+    if (const int open = kept.descriptor(); open >= 0) {
+        const int error = readOpen(open);
         return error == 0 ? attributeNumber(m_text.data()) : Count(absenceOf(error));
     }
     const char *path = pathOf(attribute);

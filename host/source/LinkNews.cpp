@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace zel {
 
@@ -27,27 +28,30 @@ bool isOfLink(const nlmsghdr &head) {
 
 } // namespace
 
-void LinkNews::listen() {
-    m_all = true;
-    m_socket = ScopedDescriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE));
-    if (!m_socket.valid())
+void LinkNews::listen(KeptBudget &budget) {
+    m_lost = true;
+    m_socket.drop();
+    if (budget.full())
         return;
+    ScopedDescriptor listener(socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE));
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = RTMGRP_LINK;
+    if (!listener.valid() || bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0)
+        return;
     // Only an administrator may; the others have the room that the system gives.
-    static_cast<void>(setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVBUFFORCE, &roomBytes, sizeof(roomBytes)));
-    if (bind(m_socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0)
-        m_socket = ScopedDescriptor(-1);
+    static_cast<void>(setsockopt(listener.get(), SOL_SOCKET, SO_RCVBUFFORCE, &roomBytes, sizeof(roomBytes)));
+    m_socket.keep(std::move(listener), budget);
 }
 
 void LinkNews::take() {
     m_indexes.clear();
-    m_all = !m_socket.valid();
-    if (m_all)
+    const int socket = m_socket.descriptor();
+    m_all = std::exchange(m_lost, false) || socket < 0;
+    if (socket < 0)
         return;
     std::size_t messages = 0;
-    while (takeMessage()) {
+    while (takeMessage(socket)) {
         if (++messages < messagesAtMost)
             continue;
         m_all = true;
@@ -57,7 +61,7 @@ void LinkNews::take() {
 }
 
 // False when there is none left.
-bool LinkNews::takeMessage() {
+bool LinkNews::takeMessage(int socket) {
     alignas(nlmsghdr) std::array<char, messageBytes> text;
     sockaddr_nl sender{};
     iovec part{text.data(), text.size()};
@@ -66,7 +70,7 @@ bool LinkNews::takeMessage() {
     message.msg_namelen = sizeof(sender);
     message.msg_iov = &part;
     message.msg_iovlen = 1;
-    const ssize_t length = recvmsg(m_socket.get(), &message, 0);
+    const ssize_t length = recvmsg(socket, &message, 0);
     if (length < 0) {
         if (errno == EAGAIN)
             return false;

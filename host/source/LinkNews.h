@@ -2,7 +2,7 @@
 // Where nothing is announced nothing has to be read again.
 #pragma once
 
-#include "host/ScopedHandle.h"
+#include "host/source/KeptBudget.h"
 
 #include <vector>
 
@@ -10,9 +10,11 @@ namespace zel {
 
 class LinkNews {
 public:
-    /// Listens in the network namespace of the calling thread; what was announced before is lost. Without the right to
-    /// listen every interface is always new.
-    void listen();
+    /// Listens in the network namespace of the calling thread, which the socket keeps; it takes a place of the budget.
+    /// What was announced before is lost: the next take() is of all interfaces. So is each one without a socket.
+    void listen(KeptBudget &budget);
+    /// False when it cannot listen, and in the child of a fork.
+    bool listens() const { return m_socket.descriptor() >= 0; }
     /// Takes what was announced since the last call.
     void take();
 
@@ -21,9 +23,10 @@ public:
     bool areOfAll() const { return m_all; }
 
 private:
-    bool takeMessage();
+    bool takeMessage(int socket);
 
-    ScopedDescriptor m_socket{-1};
+    KeptDescriptor m_socket;
+    bool m_lost = true;              // something may have been announced before it listened
     bool m_all = true;               // something was announced that is not known
     std::vector<unsigned> m_indexes; // ascending
 };

@@ -1,0 +1,51 @@
+// Holds files open, and lets go of those that cannot be trusted any more.
+#include "kernel/HeldFile.h"
+
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
+#include <utility>
+
+namespace zel {
+
+bool isKernelFile(int descriptor) {
+    struct statfs filesystem {};
+    return fstatfs(descriptor, &filesystem) == 0 &&
+           (filesystem.f_type == PROC_SUPER_MAGIC || filesystem.f_type == SYSFS_MAGIC);
+}
+
+HeldFile::HeldFile(ScopedDescriptor file) {
+    struct stat opened {};
+    if (!file.valid() || fstat(file.get(), &opened) != 0)
+        return;
+    m_file = std::move(file);
+    m_identity = identityOf(opened);
+}
+
+HeldFile &HeldFile::operator=(HeldFile &&other) noexcept {
+    std::swap(m_file, other.m_file);
+    std::swap(m_identity, other.m_identity);
+    return *this;
+}
+
+bool HeldFile::isOurs() const {
+    struct stat now {};
+    return m_file.valid() && fstat(m_file.get(), &now) == 0 && identityOf(now) == m_identity;
+}
+
+int HeldFile::descriptor() const {
+    return isOurs() ? m_file.get() : -1;
+}
+
+bool HeldFile::isAt(const char *path) const {
+    struct stat now {};
+    return stat(path, &now) == 0 && identityOf(now) == m_identity;
+}
+
+void HeldFile::drop() {
+    if (m_file.valid() && !isOurs())
+        static_cast<void>(m_file.release());
+    m_file = ScopedDescriptor(-1);
+}
+
+} // namespace zel
