@@ -131,15 +131,32 @@ void run(std::unique_ptr<std::shared_ptr<Running>> &reference) {
     }
 }
 
-// Under the lock. Silent subjects that nobody asks for any more (mounts that are gone) must not fill the memory.
+// Under the lock. Silent subjects that nobody asks for any more (mounts that are gone) must not fill the memory. One
+// that answers again goes first: a silent one that is forgotten would be waited for again.
+void makeRoom(Subjects &subjects) {
+    auto idle = subjects.end();
+    for (auto place = subjects.begin(); place != subjects.end(); ++place) {
+        if (place->second.running != nullptr)
+            continue;
+        if (!place->second.silent) {
+            idle = place;
+            break;
+        }
+        if (idle == subjects.end())
+            idle = place;
+    }
+    if (idle != subjects.end())
+        subjects.erase(idle);
+}
+
+// Under the lock.
 Subjects::iterator subjectOf(const AnyBoundedCall::Key &key) {
     Subjects &subjects = registry().subjects;
-    if (subjects.size() >= rememberedSubjects) {
-        const auto idle = std::find_if(subjects.begin(), subjects.end(),
-                                       [](const auto &entry) { return entry.second.running == nullptr; });
-        if (idle != subjects.end())
-            subjects.erase(idle);
-    }
+    const auto known = subjects.find(key);
+    if (known != subjects.end())
+        return known;
+    if (subjects.size() >= rememberedSubjects)
+        makeRoom(subjects);
     return subjects.try_emplace(key).first;
 }
 

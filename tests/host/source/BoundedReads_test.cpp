@@ -45,13 +45,19 @@ private:
     bool m_ended = false;
 };
 
+// A name that no pass had before, also when the tests are repeated: silence is remembered.
+std::string fresh(const std::string &kind) {
+    static int count = 0;
+    return kind + std::to_string(++count);
+}
+
 int answers42(int &answer) {
     answer = 42;
     return 0;
 }
 
 TEST(BoundedReads, AnObjectThatAnswersGivesItsAnswer) {
-    Reads reads("plain");
+    Reads reads(fresh("plain"));
     reads.begin(Clock::now() + 10s, 1);
     const std::size_t place = reads.ask("a", answers42);
     const zel::BoundedRead<int> read = reads.wait(place);
@@ -63,7 +69,7 @@ TEST(BoundedReads, AnObjectThatAnswersGivesItsAnswer) {
 }
 
 TEST(BoundedReads, AnErrorIsPassedOnWithoutAnAnswer) {
-    Reads reads("fails");
+    Reads reads(fresh("fails"));
     reads.begin(Clock::now() + 10s, 1);
     const zel::BoundedRead<int> read = reads.wait(reads.ask("a", [](int &) { return EIO; }));
 
@@ -75,7 +81,7 @@ TEST(BoundedReads, AnErrorIsPassedOnWithoutAnAnswer) {
 TEST(BoundedReads, ObjectsThatAnswerHaveOneThreadAtATime) {
     const auto running = std::make_shared<std::atomic<int>>(0);
     const auto most = std::make_shared<std::atomic<int>>(0);
-    Reads reads("in turn");
+    Reads reads(fresh("in turn"));
     reads.begin(Clock::now() + 60s, 20);
     for (int object = 0; object < 20; ++object)
         reads.ask(std::to_string(object), [running, most](int &answer) {
@@ -90,7 +96,7 @@ TEST(BoundedReads, ObjectsThatAnswerHaveOneThreadAtATime) {
 
 TEST(BoundedReads, SilentObjectsAreWaitedForTogetherUntilTheDeadline) {
     const Hanging hanging;
-    Reads reads("together");
+    Reads reads(fresh("together"));
     const Clock::time_point start = Clock::now();
     reads.begin(start + 400ms, 30);
     for (int object = 0; object < 30; ++object)
@@ -108,7 +114,7 @@ TEST(BoundedReads, SilentObjectsAreWaitedForTogetherUntilTheDeadline) {
 TEST(BoundedReads, AnObjectThatStillHangsIsNeitherAskedNorWaitedForAgain) {
     const ThreadWatch threads;
     const Hanging hanging;
-    Reads reads("hangs");
+    Reads reads(fresh("hangs"));
     reads.begin(Clock::now() + 50ms, 1);
     EXPECT_EQ(reads.wait(reads.ask("a", hanging.work())).error, ETIMEDOUT);
 
@@ -128,7 +134,7 @@ TEST(BoundedReads, AnObjectThatStillHangsIsNeitherAskedNorWaitedForAgain) {
 
 TEST(BoundedReads, AnObjectThatAnswersAgainIsSilentNoLonger) {
     Hanging hanging;
-    Reads reads("returns");
+    Reads reads(fresh("returns"));
     reads.begin(Clock::now() + 20ms, 1);
     EXPECT_EQ(reads.wait(reads.ask("a", hanging.work())).error, ETIMEDOUT);
     hanging.end();
@@ -150,7 +156,7 @@ TEST(BoundedReads, SilenceCountsFromTheFirstQuestionInVain) {
         std::this_thread::sleep_for(60ms);
         return answers42(answer);
     };
-    Reads reads("late");
+    Reads reads(fresh("late"));
     const Clock::time_point start = Clock::now();
     for (int sample = 0; sample < 3; ++sample) {
         reads.begin(Clock::now() + 30ms, 1);
@@ -165,7 +171,7 @@ TEST(BoundedReads, SilenceCountsFromTheFirstQuestionInVain) {
 
 TEST(BoundedReads, AnObjectThatIsNotAskedForAnyMoreIsForgotten) {
     Hanging hanging;
-    Reads reads("forgets");
+    Reads reads(fresh("forgets"));
     reads.begin(Clock::now() + 10ms, 1);
     EXPECT_EQ(reads.wait(reads.ask("a", hanging.work())).error, ETIMEDOUT);
     hanging.end();
@@ -181,7 +187,7 @@ TEST(BoundedReads, AnObjectThatIsNotAskedForAnyMoreIsForgotten) {
 
 TEST(BoundedReads, AfterTheDeadlineNothingIsStarted) {
     const ThreadWatch threads;
-    Reads reads("over");
+    Reads reads(fresh("over"));
     reads.begin(Clock::now() - 1ms, 2);
     const std::size_t place = reads.ask("a", answers42);
     EXPECT_TRUE(reads.settledWithin(place, 60s));
@@ -196,7 +202,8 @@ TEST(BoundedReads, AfterTheDeadlineNothingIsStarted) {
 TEST(BoundedReads, TwoPassesShareTheThreadOfOneObjectAndKeepTheirDeadlines) {
     const ThreadWatch threads;
     const Hanging hanging;
-    Reads patient("shared"), hasty("shared");
+    const std::string kind = fresh("shared");
+    Reads patient(kind), hasty(kind);
     patient.begin(Clock::now() + 60s, 1);
     patient.ask("a", hanging.work());
     const Clock::time_point start = Clock::now();
@@ -209,7 +216,7 @@ TEST(BoundedReads, TwoPassesShareTheThreadOfOneObjectAndKeepTheirDeadlines) {
 
 TEST(BoundedReads, WithoutAThreadTheObjectCannotBeAsked) {
     systemHooks().pthreadCreate = [](auto...) { return EAGAIN; };
-    Reads reads("no thread");
+    Reads reads(fresh("no thread"));
     reads.begin(Clock::now() + 10s, 1);
     EXPECT_EQ(reads.wait(reads.ask("a", answers42)).error, EAGAIN);
 }
@@ -217,7 +224,7 @@ TEST(BoundedReads, WithoutAThreadTheObjectCannotBeAsked) {
 TEST(BoundedReads, WithinABoundedCallTheWorkIsDoneOnItsThread) {
     const ThreadWatch threads;
     zel::BoundedCall<int> outer("outer of reads", 10s, [](int &answer) {
-        Reads reads("inside");
+        Reads reads(fresh("inside"));
         reads.begin(Clock::now() + 10s, 1);
         const zel::BoundedRead<int> read = reads.wait(reads.ask("a", answers42));
         answer = read.answer == nullptr ? 0 : *read.answer;
@@ -231,7 +238,7 @@ TEST(BoundedReads, WithinABoundedCallTheWorkIsDoneOnItsThread) {
 TEST(BoundedReads, WhatHangsOutlivesThePass) {
     Hanging hanging;
     {
-        Reads reads("outlives");
+        Reads reads(fresh("outlives"));
         reads.begin(Clock::now() + 10ms, 1);
         reads.wait(reads.ask("a", hanging.work()));
     }
