@@ -206,6 +206,25 @@ TEST(RootDeadline, EveryAreaThatHangsHasOneThreadAndTheSamplerMayGo) {
         GTEST_SKIP() << skip;
 }
 
+// Its descriptor of the root is of a filesystem that does not answer.
+TEST(RootDeadline, ASamplerWhoseRootHangsGoesWithoutWaiting) {
+    const TempDirectory scratch;
+    const std::string mount = (scratch.path() / "mount").string();
+    const std::string skip = withHangingMount(mount, [&mount](const FuseMounts &mounts) {
+        auto sampler = std::make_unique<Sampler>(zel::Options{.root = mount, .areas = {Area::Load}});
+        EXPECT_EQ(sampler->take().area(Area::Load).error, ENOENT);
+        waitForTheThreads();
+        mounts.stop();
+        const auto start = std::chrono::steady_clock::now();
+        alarm(20);
+        sampler.reset();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+        alarm(0);
+    });
+    if (!skip.empty())
+        GTEST_SKIP() << skip;
+}
+
 // The child has none of the threads: it asks anew, and never touches what one of them was writing.
 TEST(RootDeadline, TheChildOfAForkAsksAgainWhatHangsInTheParent) {
     SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED();
