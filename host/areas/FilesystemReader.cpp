@@ -8,8 +8,8 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <iterator>
 #include <linux/magic.h>
-#include <optional>
 #include <sys/vfs.h>
 
 namespace zel {
@@ -21,7 +21,6 @@ struct MountAnswer {
     bool slow = false;
 };
 
-// A table, and whether it is that of a running kernel and not of a recording.
 struct TableFile {
     SourceFile file;
     MountTable::Format format;
@@ -111,18 +110,17 @@ private:
 
     // Below a root directory the mounts are those of the first process: "self" is this one, in another root.
     int readTable(const HostDirectory &root) {
-        int error = ENOENT;
-        for (TableFile &table : m_files) {
-            if (root.own() && &table == m_files)
-                continue;
-            m_file = &table.file;
-            error = table.file.read(root);
+        TableFile *const first = root.own() ? &m_files[1] : m_files;
+        for (TableFile *table = first; table != std::end(m_files); ++table) {
+            m_file = &table->file;
+            const int error = table->file.read(root);
             if (error == 0)
-                m_table.parse(table.file.text(), table.format);
+                m_table.parse(table->file.text(), table->format);
             if (error != ENOENT)
                 return error;
         }
-        return error;
+        m_file = &first->file;
+        return ENOENT;
     }
 
     // Whether what is asked is what the table is about: a recording has a table, but its mounts are not here.
