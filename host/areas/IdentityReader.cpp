@@ -12,6 +12,7 @@ namespace zel {
 namespace {
 
 constexpr std::size_t valueLimit = 1024;
+constexpr std::string_view nameThatIsNotSet = "(none)";
 
 // The characters that a backslash makes plain between double quotes.
 bool isEscapable(char character) {
@@ -79,6 +80,8 @@ public:
         Identity &identity = take.sample.identity;
         for (std::size_t index = 0; index < std::size(names); ++index)
             readText(take, m_names[index], identity.*names[index].member);
+        if (identity.domainName && *identity.domainName == nameThatIsNotSet)
+            identity.domainName.clear(Absence::Unsupported);
         readDescription(take);
         readUptime(take);
     }

@@ -41,6 +41,8 @@ bool parseStat(const char *line, Activity &activity) {
             break;
         }
     }
+    if (!any)
+        forget(activity, Absence::Malformed);
     return any && whole;
 }
 

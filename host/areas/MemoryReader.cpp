@@ -162,9 +162,13 @@ private:
         sample.swaps.clear();
         if (const int error = m_swaps.read(take.root); error != 0)
             return note(take, error, m_swaps.path());
-        for (const char *line = nextLine(m_swaps.text().data()); *line != '\0'; line = nextLine(line)) {
-            if (sample.swaps.size() == swapLimit || !parseSwap(line, sample.swaps.append()))
-                return note(take, NOT_ITS_FORMAT, m_swaps.path());
+        const char *line = nextLine(m_swaps.text().data());
+        for (; *line != '\0' && sample.swaps.size() < swapLimit; line = nextLine(line)) {
+            Swap &swap = sample.swaps.append();
+            if (!parseSwap(line, swap))
+                note(take, NOT_ITS_FORMAT, m_swaps.path());
+            if (swap.device.empty())
+                sample.swaps.dropLast();
         }
     }
 

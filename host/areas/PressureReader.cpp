@@ -7,23 +7,24 @@ namespace zel {
 namespace {
 
 constexpr const char *resources[] = {"cpu", "io", "memory", "irq"};
-constexpr double secondsPerMicrosecond = 1e-6;
-constexpr double share = 0.01; // of a percentage
+// By which power of ten a percentage and microseconds are divided.
+constexpr unsigned ofPercent = 2;
+constexpr unsigned ofMicroseconds = 6;
 
 // The four numbers of a line, by their keys in the kernel's order.
 struct Keyed {
     std::string_view key;
-    double factor;
+    unsigned shift;
     Number Pressure::*member;
 };
-constexpr Keyed someKeys[] = {{"avg10=", share, &Pressure::someAverage10},
-                              {"avg60=", share, &Pressure::someAverage60},
-                              {"avg300=", share, &Pressure::someAverage300},
-                              {"total=", secondsPerMicrosecond, &Pressure::someSeconds}};
-constexpr Keyed fullKeys[] = {{"avg10=", share, &Pressure::fullAverage10},
-                              {"avg60=", share, &Pressure::fullAverage60},
-                              {"avg300=", share, &Pressure::fullAverage300},
-                              {"total=", secondsPerMicrosecond, &Pressure::fullSeconds}};
+constexpr Keyed someKeys[] = {{"avg10=", ofPercent, &Pressure::someAverage10},
+                              {"avg60=", ofPercent, &Pressure::someAverage60},
+                              {"avg300=", ofPercent, &Pressure::someAverage300},
+                              {"total=", ofMicroseconds, &Pressure::someSeconds}};
+constexpr Keyed fullKeys[] = {{"avg10=", ofPercent, &Pressure::fullAverage10},
+                              {"avg60=", ofPercent, &Pressure::fullAverage60},
+                              {"avg300=", ofPercent, &Pressure::fullAverage300},
+                              {"total=", ofMicroseconds, &Pressure::fullSeconds}};
 
 // Sample: some avg10=0.23 avg60=7.99 avg300=13.40 total=233938024
 // The cursor is behind the first word. What does not follow the format is malformed, with all that stands after it.
@@ -35,10 +36,9 @@ bool takeLine(const char *cursor, std::span<const Keyed> keys, Pressure &pressur
         if (!startsWith(cursor, each.key) || isSpace(cursor[each.key.size()]))
             return false;
         cursor += each.key.size();
-        const Number value = takeDecimal(cursor);
-        if (!value)
+        pressure.*each.member = takeDecimal(cursor, each.shift);
+        if (!(pressure.*each.member))
             return false;
-        pressure.*each.member = *value * each.factor;
     }
     return true;
 }

@@ -1,7 +1,7 @@
 // Reads attribute files of devices.
 #include "host/source/Attribute.h"
 
-#include "host/source/LineScan.h"
+#include "host/source/AttributeText.h"
 
 #include <unistd.h>
 
@@ -26,10 +26,7 @@ Count Attribute::number(const HostDirectory &root) {
     Room room;
     if (const int error = read(root, room); error != 0)
         return absenceOf(error);
-    const char *cursor = skipSpaces(room.text);
-    if (cursor[0] == '-' && digitValue<10>(cursor[1]) <= 9)
-        return Absence::Unsupported;
-    return takeCount(cursor);
+    return attributeNumber(room.text);
 }
 
 Number Attribute::scaled(const HostDirectory &root, double factor) {
@@ -41,12 +38,7 @@ void Attribute::text(const HostDirectory &root, Reading<std::string> &reading) {
     Room room;
     if (const int error = read(root, room); error != 0)
         return reading.clear(absenceOf(error));
-    std::string_view text(room.text, room.length);
-    while (!text.empty() && (isBlank(text.back()) || text.back() == '\0'))
-        text.remove_suffix(1);
-    if (text.empty())
-        return reading.clear(Absence::Unsupported);
-    reading.set(text);
+    takeAttributeText({room.text, room.length}, reading);
 }
 
 } // namespace zel

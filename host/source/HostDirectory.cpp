@@ -1,6 +1,8 @@
 // Opens what is read below the root of a sampler.
 #include "host/source/HostDirectory.h"
 
+#include "kernel/KeptFile.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -68,6 +70,11 @@ ScopedDescriptor HostDirectory::open(const char *path, int flags) const {
     if (opened < 0 && (errno == ENOSYS || errno == EPERM))
         return openWithoutLinks(directory, path, flags);
     return ScopedDescriptor(static_cast<int>(opened));
+}
+
+void HostDirectory::keep(ScopedDescriptor file, KeptDescriptor &kept) const {
+    if (m_own && !m_kept.full() && isKernelFile(file.get()))
+        kept.keep(std::move(file), m_kept);
 }
 
 } // namespace zel

@@ -32,6 +32,9 @@ public:
     /// Opens `path`, which is relative to the root, such as "proc/stat". An invalid one leaves errno: EBADF when the
     /// program has closed the descriptor of the directory.
     ScopedDescriptor open(const char *path, int flags) const;
+    /// Takes a file that was opened here into `kept` when it may stay open: one of the host's own kernel, while there
+    /// is a place. It is closed otherwise.
+    void keep(ScopedDescriptor file, KeptDescriptor &kept) const;
 
 private:
     std::shared_ptr<const HeldFile> m_directory; // none on the host's own root

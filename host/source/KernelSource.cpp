@@ -24,8 +24,8 @@ int KernelSource::open(const HostDirectory &root, ScopedDescriptor &file) {
 }
 
 void KernelSource::keep(const HostDirectory &root, ScopedDescriptor file) {
-    if (root.own() && m_scope != KeptScope::Never && !root.kept().full() && isKernelFile(file.get()))
-        m_kept.keep(std::move(file), root.kept());
+    if (m_scope != KeptScope::Never)
+        root.keep(std::move(file), m_kept);
 }
 
 } // namespace zel

@@ -38,18 +38,30 @@ Count takeCount(const char *&cursor, char end) {
     return value;
 }
 
-Number takeDecimal(const char *&cursor) {
-    const char *first = skipSpaces(cursor);
-    const char *last = first;
-    while (digitValue<10>(*last) <= 9 || *last == '.')
-        ++last;
-    double value = 0;
-    const bool begins = digitValue<10>(*first) <= 9;
-    const auto [stopped, error] = std::from_chars(first, last, value, std::chars_format::fixed);
-    if (!begins || error != std::errc() || stopped != last || !endsWord(*last))
+Number takeDecimal(const char *&cursor, unsigned shift) {
+    constexpr unsigned exactDigits = 15; // fewer than a double holds
+    constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10,
+                                 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21};
+    const char *text = skipSpaces(cursor);
+    std::uint64_t whole = 0;
+    unsigned digits = 0, decimals = 0;
+    bool fraction = false;
+    for (;; ++text) {
+        const unsigned digit = digitValue<10>(*text);
+        if (digit > 9 && (*text != '.' || fraction || digits == 0))
+            break;
+        if (digit > 9) {
+            fraction = true;
+        } else if (digits < exactDigits || !fraction) { // what a double cannot hold of a fraction is left out
+            whole = digits < std::numeric_limits<std::uint64_t>::digits10 ? whole * 10 + digit : whole;
+            decimals += fraction ? 1 : 0;
+            ++digits;
+        }
+    }
+    if (digits == 0 || digits >= std::numeric_limits<std::uint64_t>::digits10 || !endsWord(*text))
         return Absence::Malformed;
-    cursor = last;
-    return value;
+    cursor = text;
+    return static_cast<double>(whole) / powers[decimals + shift];
 }
 
 Number takeInteger(const char *&cursor) {

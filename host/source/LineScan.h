@@ -33,8 +33,9 @@ inline bool endsWord(char character) {
 /// them, or stays when it is malformed.
 Count takeCount(const char *&cursor, char end = ' ');
 
-/// The same with a fraction, such as "0.37"; kernels write neither signs nor exponents.
-Number takeDecimal(const char *&cursor);
+/// The same with a fraction, such as "0.37", divided by 10 to the power of `shift` (at most 6) without an error of
+/// rounding in between. Kernels write neither signs nor exponents.
+Number takeDecimal(const char *&cursor, unsigned shift = 0);
 
 /// Blanks, an optional minus and digits.
 Number takeInteger(const char *&cursor);

@@ -20,6 +20,8 @@ public:
     /// Reads the file: 0, or the errno that kept it from being read; EFBIG for a file that does not end. The text holds
     /// until the next call, and is empty after a failure.
     int read(const HostDirectory &root);
+    /// The same of a file that the caller has opened.
+    int readOpen(int file);
 
     /// Terminated: the byte after its end is 0.
     std::string_view text() const { return m_buffer.length() == 0 ? std::string_view("") : m_buffer.text(); }
