@@ -89,7 +89,7 @@ public:
             const Mount &mount = m_table.mounts()[doubtful.mount];
             Filesystem &filesystem = take.sample.filesystems[doubtful.mount];
             const BoundedRead<MountAnswer> read = m_calls.wait(doubtful.call);
-            if (read.error == ETIMEDOUT) {
+            if (read.error == ETIMEDOUT && read.silentSeconds > 0) {
                 setStuck(read.silentSeconds, filesystem);
                 noteSilence(take.sample.area(Area::Filesystems), read.silentSeconds, mount.mountPoint);
                 continue;

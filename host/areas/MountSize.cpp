@@ -42,9 +42,12 @@ Count bytesOf(std::uint64_t blocks, std::uint64_t block) {
     return __builtin_mul_overflow(blocks, block, &bytes) ? Count(Absence::Malformed) : Count(bytes);
 }
 
+bool wasNotAsked(int error) {
+    return error == EOPNOTSUPP || error == ETIMEDOUT || error == EAGAIN || error == ENOMEM;
+}
+
 bool saysNothingOfTheDevice(int error) {
-    return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || error == EOPNOTSUPP ||
-           error == EAGAIN || error == ENOMEM;
+    return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || wasNotAsked(error);
 }
 
 // Every field that statfs fills.
@@ -99,12 +102,16 @@ void setSizes(const struct statfs64 &status, Filesystem &filesystem) {
 }
 
 void setNoSizes(int error, Filesystem &filesystem) {
-    clearSizes(error == ENOENT ? Absence::Vanished : absenceOf(error), filesystem);
+    const bool notAsked = wasNotAsked(error);
+    const Absence reason = error == ENOENT                   ? Absence::Vanished
+                           : notAsked && error != EOPNOTSUPP ? Absence::TimedOut
+                                                             : absenceOf(error);
+    clearSizes(reason, filesystem);
     setAnswer(error, !saysNothingOfTheDevice(error), filesystem);
-    if (error != EOPNOTSUPP && error != EAGAIN && error != ENOMEM)
+    if (!notAsked)
         return;
-    filesystem.errorNumber = filesystem.deviceError = filesystem.stuck = filesystem.sizeBytes.absence();
-    filesystem.stuckSeconds = filesystem.sizeBytes.absence();
+    filesystem.errorNumber = filesystem.deviceError = filesystem.stuck = reason;
+    filesystem.stuckSeconds = reason;
 }
 
 void setStuck(double seconds, Filesystem &filesystem) {

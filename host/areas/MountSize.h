@@ -26,7 +26,8 @@ int askWantedMount(const WantedMount &wanted, struct statfs64 &status);
 
 /// Sets the sizes. A size that does not fit 64 bits is malformed.
 void setSizes(const struct statfs64 &status, Filesystem &filesystem);
-/// A mount that gave an error, and one that was not asked: EOPNOTSUPP.
+/// A mount that gave an error, and one that was not asked: EOPNOTSUPP when it never is, ETIMEDOUT, EAGAIN or ENOMEM
+/// when there was no time, thread or memory for it.
 void setNoSizes(int error, Filesystem &filesystem);
 /// One that does not answer.
 void setStuck(double seconds, Filesystem &filesystem);

@@ -268,14 +268,18 @@ TEST(Filesystems, TwoHundredDeadMountsHaveOneThreadEachAndCostNoTimeOverTheDeadl
         const ThreadWatch threads;
         Sampler sampler({.areas = {Area::Filesystems, Area::Load}, .deadline = 500ms});
         Sample sample;
-        for (int again = 0; again < 3; ++again) {
+        int asked = 0; // a slow machine has not started all threads when the first deadline is over
+        for (int again = 0; again < 40 && asked < 3; ++again) {
             EXPECT_LT(takeSeconds(sampler, sample), 0.5 + secondsOver);
-            for (const std::string &mountPoint : dead)
-                EXPECT_EQ(*at(sample, mountPoint)->stuck, 1U);
             EXPECT_TRUE(sample.load.load1.has());
-            EXPECT_LE(threads.started(), 200 + static_cast<int>(sample.filesystems.size() - dead.size()));
-            EXPECT_EQ(zel::boundedCallsRunning(), 200);
+            for (const std::string &mountPoint : dead)
+                EXPECT_EQ(at(sample, mountPoint)->sizeBytes.absence(), Absence::TimedOut);
+            asked += zel::boundedCallsRunning() == 200 ? 1 : 0;
         }
+        EXPECT_EQ(asked, 3);
+        EXPECT_EQ(threads.running(), 200);
+        for (const std::string &mountPoint : dead)
+            EXPECT_EQ(*at(sample, mountPoint)->stuck, 1U);
         mounts.resume();
         waitForTheThreads();
     }));
