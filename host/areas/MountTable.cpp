@@ -5,8 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <map>
-#include <set>
+#include <span>
 #include <utility>
 
 namespace zel {
@@ -68,49 +67,98 @@ bool takePropagation(std::string_view &line, Reading<std::string> &propagation) 
     return false;
 }
 
-using Place = std::pair<std::uint64_t, std::string_view>; // the mount that one is on, and its mount point
+// A mount point without the slash at its end, which only the root has: then it leads the paths of all that is below.
+std::string_view placeOf(const Mount &mount) {
+    const std::string_view path = mount.mountPoint;
+    return path == "/" ? path.substr(1) : path;
+}
 
-// What hides mounts: the places at which mounts are, and which mounts are on each.
-class Covers {
+bool isBelow(std::string_view path, std::string_view directory) {
+    return path.size() > directory.size() && path[directory.size()] == '/' && path.starts_with(directory);
+}
+
+// The order in which everything below a directory follows it at once.
+bool precedes(std::string_view one, std::string_view other) {
+    const auto rank = [](char character) { return character == '/' ? 0 : 1 + static_cast<unsigned char>(character); };
+    return std::lexicographical_compare(one.begin(), one.end(), other.begin(), other.end(),
+                                        [&rank](char left, char right) { return rank(left) < rank(right); });
+}
+
+// The first mount of a kernel, which is on itself.
+bool isFirst(const Mount &mount) {
+    return *mount.parent == *mount.id;
+}
+
+// What is mounted on what, and what hides what among the mounts that are on the same one. Its cost is that of sorting,
+// whatever the table holds.
+class Places {
 public:
-    explicit Covers(const std::vector<Mount> &mounts) {
+    explicit Places(const std::vector<Mount> &mounts) : m_mounts(mounts), m_behindAnother(mounts.size()) {
         for (std::size_t index = 0; index < mounts.size(); ++index) {
+            m_ids.push_back(*mounts[index].id);
             if (!isFirst(mounts[index]))
-                m_places[{*mounts[index].parent, mounts[index].mountPoint}] = index; // the last one is on top
-            m_children.emplace(*mounts[index].parent, index);
-            m_ids.insert(*mounts[index].id);
+                m_order.push_back(index);
         }
+        std::sort(m_ids.begin(), m_ids.end());
+        std::sort(m_order.begin(), m_order.end(),
+                  [this](std::size_t left, std::size_t right) { return comesBefore(left, right); });
+        noteBehind();
     }
 
+    // The mounts that are on this one.
+    std::span<const std::size_t> on(const Mount &mount) const {
+        const auto first = std::partition_point(m_order.begin(), m_order.end(),
+                                                [&](std::size_t index) { return *m_mounts[index].parent < *mount.id; });
+        const auto last = std::partition_point(first, m_order.end(),
+                                               [&](std::size_t index) { return *m_mounts[index].parent == *mount.id; });
+        return {first, last};
+    }
+    // The place of its number among all numbers: that of another mount too, where a number stands twice.
+    std::size_t rankOf(const Mount &mount) const {
+        return static_cast<std::size_t>(std::lower_bound(m_ids.begin(), m_ids.end(), *mount.id) - m_ids.begin());
+    }
     // A mount on the root of this one.
-    bool isCovered(const Mount &mount) const { return m_places.contains({*mount.id, mount.mountPoint}); }
-
-    // A mount at the same place, or at a directory above it, of the mount that it is on.
-    bool isBehindAnother(const Mount &mount, std::size_t index) const {
-        const std::string_view path = mount.mountPoint;
-        if (isFirst(mount))
-            return false;
-        if (const auto here = m_places.find({*mount.parent, path}); here != m_places.end() && here->second != index)
-            return true;
-        if (path.size() > 1 && m_places.contains({*mount.parent, "/"}))
-            return true;
-        for (std::size_t end = path.find('/', 1); end != std::string_view::npos; end = path.find('/', end + 1)) {
-            if (m_places.contains({*mount.parent, path.substr(0, end)}))
-                return true;
-        }
-        return false;
+    bool isCovered(const Mount &mount) const {
+        const std::span<const std::size_t> mountsOnIt = on(mount);
+        const std::string_view place = placeOf(mount);
+        const auto found = std::partition_point(mountsOnIt.begin(), mountsOnIt.end(), [&](std::size_t index) {
+            return precedes(placeOf(m_mounts[index]), place);
+        });
+        return found != mountsOnIt.end() && placeOf(m_mounts[*found]) == place;
     }
-
-    auto childrenOf(const Mount &mount) const { return m_children.equal_range(*mount.id); }
-    bool isTop(const Mount &mount) const { return isFirst(mount) || !m_ids.contains(*mount.parent); }
+    // A later mount at the same place of the mount that it is on, or one on the way to that place.
+    bool isBehindAnother(std::size_t index) const { return m_behindAnother[index]; }
+    // On none of the table.
+    bool isTop(const Mount &mount) const {
+        return isFirst(mount) || !std::binary_search(m_ids.begin(), m_ids.end(), *mount.parent);
+    }
 
 private:
-    // The first mount of a kernel, which is on itself.
-    static bool isFirst(const Mount &mount) { return *mount.parent == *mount.id; }
+    bool comesBefore(std::size_t left, std::size_t right) const {
+        const Mount &one = m_mounts[left], &other = m_mounts[right];
+        if (*one.parent != *other.parent)
+            return *one.parent < *other.parent;
+        if (placeOf(one) != placeOf(other))
+            return precedes(placeOf(one), placeOf(other));
+        return left > right; // the last one of the table is on top
+    }
 
-    std::map<Place, std::size_t> m_places;
-    std::multimap<std::uint64_t, std::size_t> m_children;
-    std::set<std::uint64_t> m_ids;
+    void noteBehind() {
+        const Mount *cover = nullptr;
+        for (const std::size_t index : m_order) {
+            const Mount &mount = m_mounts[index];
+            const bool behind = cover != nullptr && *cover->parent == *mount.parent &&
+                                (placeOf(mount) == placeOf(*cover) || isBelow(placeOf(mount), placeOf(*cover)));
+            m_behindAnother[index] = behind;
+            if (!behind)
+                cover = &mount;
+        }
+    }
+
+    const std::vector<Mount> &m_mounts;
+    std::vector<std::uint64_t> m_ids;
+    std::vector<std::size_t> m_order; // by the mount they are on, and by their place
+    std::vector<bool> m_behindAnother;
 };
 
 } // namespace
@@ -182,25 +230,25 @@ bool MountTable::parse(std::string_view text, Format format) {
 // From the mounts that are on none of the table, upwards: what is on a hidden mount is hidden too, unless it is what
 // covers the root of that mount. Mounts that no such way leads to, which no kernel writes, stay "unsupported".
 void MountTable::noteHidden() {
-    const Covers covers(m_mounts);
+    const Places places(m_mounts);
     std::vector<std::pair<std::size_t, bool>> open; // mounts to look at, and whether the way to them is hidden
+    std::vector<bool> seen(m_mounts.size());        // by rank
     for (std::size_t index = 0; index < m_mounts.size(); ++index) {
-        if (covers.isTop(m_mounts[index]))
+        if (places.isTop(m_mounts[index]))
             open.emplace_back(index, false);
     }
     while (!open.empty()) {
         const auto [index, wayHidden] = open.back();
         open.pop_back();
         Mount &mount = m_mounts[index];
-        if (mount.hidden)
-            continue; // a number that stands twice
-        const bool lost = wayHidden || covers.isBehindAnother(mount, index);
-        mount.hidden = static_cast<std::uint64_t>(lost || covers.isCovered(mount));
-        const auto [first, last] = covers.childrenOf(mount);
-        for (auto child = first; child != last; ++child) {
-            if (child->second != index)
-                open.emplace_back(child->second, lost);
-        }
+        const std::size_t rank = places.rankOf(mount);
+        if (seen[rank])
+            continue; // a number that stands twice, which no kernel writes either
+        seen[rank] = true;
+        const bool lost = wayHidden || places.isBehindAnother(index);
+        mount.hidden = static_cast<std::uint64_t>(lost || places.isCovered(mount));
+        for (const std::size_t child : places.on(mount))
+            open.emplace_back(child, lost);
     }
 }
 

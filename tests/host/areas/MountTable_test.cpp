@@ -1,6 +1,7 @@
 // Mount tables: lines of both kinds, escapes, and which mounts are hidden by others.
 #include "host/areas/MountTable.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <map>
 
@@ -136,6 +137,34 @@ TEST(MountTable, ANewRootHidesTheOldOne) {
 TEST(MountTable, ParentsMayComeAfterTheirChildren) {
     EXPECT_EQ(hiddenOf(line(3, 2, "/a/b") + line(4, 2, "/a") + line(2, 1, "/a") + line(1, 0, "/")),
               (Hidden{{1, 0}, {2, 1}, {3, 1}, {4, 0}}));
+}
+
+TEST(MountTable, NamesThatOnlyBeginAlikeHideNothing) {
+    EXPECT_EQ(
+        hiddenOf(line(1, 0, "/") + line(2, 1, "/a") + line(3, 1, "/a-b") + line(4, 1, "/a/c") + line(5, 1, "/ab")),
+        (Hidden{{1, 0}, {2, 0}, {3, 0}, {4, 1}, {5, 0}}));
+}
+
+TEST(MountTable, OfTwoAtOnePlaceTheLastOneIsSeen) {
+    EXPECT_EQ(hiddenOf(line(1, 0, "/") + line(2, 1, "/a") + line(3, 1, "/a")), (Hidden{{1, 0}, {2, 1}, {3, 0}}));
+}
+
+// A file that a stranger wrote costs no more than its length.
+TEST(MountTable, LongWaysAndManyMountsTakeNoLongTime) {
+    std::string text = line(1, 0, "/"), way;
+    for (int depth = 0; depth < 100000; ++depth)
+        way += "/a";
+    for (int id = 2; id < 40; ++id)
+        text += line(id, 1, way);
+    for (int id = 100; id < 20000; ++id)
+        text += line(id, id - 1, "/b"); // each on the one before
+    for (int id = 30000; id < 60000; ++id)
+        text += line(70000, 1, "/c") + line(80000 + id, 70000, "/c/d");
+    MountTable table;
+    const auto start = std::chrono::steady_clock::now();
+    table.parse(text, MountTable::Format::MountInfo);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_EQ(table.mounts().size(), 39U + 19900U + 60000U);
 }
 
 // No kernel writes it.
