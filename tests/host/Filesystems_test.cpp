@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/statvfs.h>
 #include <thread>
 
@@ -61,6 +62,7 @@ void waitForTheThreads() {
 // Mounts that stop answering when the body says so, in a mount namespace of their own. A reason to skip, or nothing.
 std::string withFuseMounts(const std::vector<std::string> &directories, const std::function<void(FuseMounts &)> &body) {
     return withPrivateMounts([&] {
+        setpriority(PRIO_PROCESS, 0, -15); // the sampler is measured, not what else this machine does
         FuseMounts mounts(directories);
         if (mounts.work())
             body(mounts);
@@ -416,6 +418,29 @@ TEST(Filesystems, ARunningHostBelowADirectoryHasSizesAlsoBesideADeadMount) {
         mounts.resume();
         umount2(host.c_str(), MNT_DETACH);
     }));
+}
+
+// Each allocation of a sample fails once: then the area is lost or complete, and the next sample is whole.
+TEST(Filesystems, WithoutMemoryTheAreaIsLostAndComesBack) {
+    const std::size_t mounts = Sampler(filesystemsOnly()).take().filesystems.size();
+    bool failed = true;
+    for (int allocation = 0; failed && allocation < 20000; ++allocation) {
+        Sampler sampler({.areas = {Area::Filesystems, Area::Load}});
+        Sample sample;
+        systemHooks().failNewAfter = allocation;
+        sampler.take(sample);
+        failed = systemHooks().failNewAfter == -1;
+        systemHooks().failNewAfter = -1;
+        if (sample.area(Area::Filesystems).error == ENOMEM)
+            EXPECT_TRUE(sample.filesystems.empty());
+        else
+            EXPECT_EQ(sample.filesystems.size(), mounts);
+        EXPECT_TRUE(sample.load.load1.has() || sample.area(Area::Load).error == ENOMEM);
+        sampler.take(sample);
+        EXPECT_EQ(sample.filesystems.size(), mounts);
+        EXPECT_EQ(sample.area(Area::Filesystems).error, 0);
+    }
+    EXPECT_FALSE(failed);
 }
 
 // Nothing is parsed again, and no thread is started.
