@@ -56,7 +56,7 @@ HostDirectory::HostDirectory(const std::string &root, int keptFiles)
         return;
     ScopedDescriptor directory(::open(root.c_str(), directoryFlags));
     m_error = directory.valid() ? 0 : errno;
-    m_directory = std::make_shared<const HeldFile>(std::move(directory), HeldFile::Look::Remote);
+    m_directory = std::make_shared<const HeldFile>(std::move(directory));
 }
 
 ScopedDescriptor HostDirectory::open(const char *path, int flags) const {

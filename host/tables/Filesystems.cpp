@@ -8,7 +8,7 @@ namespace {
 constexpr Entries<Filesystem> mount{Area::Filesystems, "filesystems", "/proc/self/mountinfo"};
 constexpr Entries<Filesystem> size = mount.from("statfs");
 constexpr Field<Filesystem> fields[] = {
-    mount.label("mount_id", &Filesystem::mountId, "Number of the mount."),
+    mount.info("mount_id", &Filesystem::mountId, "Number of the mount."),
     mount.label("mount_point", &Filesystem::mountPoint, "Directory that it is mounted at."),
     mount.label("device", &Filesystem::device, "What is mounted: a device, a server's directory, any name."),
     mount.label("type", &Filesystem::type, "Type of the filesystem."),
@@ -25,8 +25,9 @@ constexpr Field<Filesystem> fields[] = {
     size.gauge("available_bytes", &Filesystem::availableBytes, Unit::Bytes, "Space that users without rights can use."),
     size.gauge("files", &Filesystem::files, Unit::None, "Inodes; 0 where the filesystem does not count them."),
     size.gauge("files_free", &Filesystem::filesFree, Unit::None, "Free inodes."),
-    size.info("block_bytes", &Filesystem::blockBytes, "The block in which its sizes are counted."),
-    size.info("transfer_bytes", &Filesystem::transferBytes, "The block in which it is best read and written."),
+    size.gauge("block_bytes", &Filesystem::blockBytes, Unit::Bytes, "The block in which its sizes are counted."),
+    size.gauge("transfer_bytes", &Filesystem::transferBytes, Unit::Bytes,
+               "The block in which it is best read and written."),
     size.info("longest_name", &Filesystem::longestName, "Longest name of a file, in bytes."),
     mount.from("/proc/self/mountinfo, statfs")
         .state("read_only", &Filesystem::readOnly, "1 when the mount or its filesystem is read-only."),

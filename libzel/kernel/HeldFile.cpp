@@ -1,32 +1,12 @@
 // Holds files open, and lets go of those that cannot be trusted any more.
 #include "kernel/HeldFile.h"
 
-#include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <sys/vfs.h>
 #include <utility>
 
 namespace zel {
-
-namespace {
-
-bool identify(int descriptor, HeldFile::Look look, FileIdentity &identity) {
-    struct statx remembered {};
-    if (look == HeldFile::Look::Remote &&
-        statx(descriptor, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_INO, &remembered) == 0) {
-        identity = {makedev(remembered.stx_dev_major, remembered.stx_dev_minor), remembered.stx_ino};
-        return true;
-    }
-    struct stat status {}; // also for kernels before 4.11
-    if (fstat(descriptor, &status) != 0)
-        return false;
-    identity = identityOf(status);
-    return true;
-}
-
-} // namespace
 
 bool isKernelFile(int descriptor) {
     struct statfs filesystem {};
@@ -34,21 +14,20 @@ bool isKernelFile(int descriptor) {
            (filesystem.f_type == PROC_SUPER_MAGIC || filesystem.f_type == SYSFS_MAGIC);
 }
 
-HeldFile::HeldFile(ScopedDescriptor file, Look look) : m_look(look) {
-    if (file.valid() && identify(file.get(), look, m_identity))
+HeldFile::HeldFile(ScopedDescriptor file) {
+    if (file.valid() && rememberedIdentity(file.get(), m_identity))
         m_file = std::move(file);
 }
 
 HeldFile &HeldFile::operator=(HeldFile &&other) noexcept {
     std::swap(m_file, other.m_file);
     std::swap(m_identity, other.m_identity);
-    std::swap(m_look, other.m_look);
     return *this;
 }
 
 bool HeldFile::isOurs() const {
     FileIdentity now;
-    return m_file.valid() && identify(m_file.get(), m_look, now) && now == m_identity;
+    return m_file.valid() && rememberedIdentity(m_file.get(), now) && now == m_identity;
 }
 
 int HeldFile::descriptor() const {

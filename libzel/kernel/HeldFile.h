@@ -15,13 +15,9 @@ bool isKernelFile(int descriptor);
 
 class HeldFile {
 public:
-    /// How the file is looked at: kernel files cost the least as Plain. A Remote one may be of a filesystem that does
-    /// not answer: what the kernel remembers of it has to do, so that no look and no end of this object waits.
-    enum class Look { Plain, Remote };
-
     HeldFile() = default;
     /// An invalid descriptor, and one that cannot be looked at, hold nothing.
-    explicit HeldFile(ScopedDescriptor file, Look look = Look::Plain);
+    explicit HeldFile(ScopedDescriptor file);
     ~HeldFile() { drop(); }
     HeldFile(HeldFile &&other) noexcept = default;
     HeldFile &operator=(HeldFile &&other) noexcept;
@@ -39,7 +35,6 @@ private:
 
     ScopedDescriptor m_file{-1};
     FileIdentity m_identity;
-    Look m_look = Look::Plain;
 };
 
 } // namespace zel
