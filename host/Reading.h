@@ -22,7 +22,7 @@ enum class Absence : unsigned char {
 std::string_view absenceName(Absence absence);
 
 /// The reason that an error number of a failed read stands for: EACCES and EPERM are denied, ESRCH and ENODEV vanished,
-/// ENOENT, ENOTDIR and EOPNOTSUPP unsupported, ETIMEDOUT timed out, anything else malformed.
+/// ENOENT, ENOTDIR and EOPNOTSUPP unsupported, ETIMEDOUT and EAGAIN timed out, anything else malformed.
 Absence absenceOf(int error);
 
 template<class T> class Reading {

@@ -50,7 +50,7 @@ public:
                 continue;
             beginArea(sample.areas[index]);
             if (m_root.error() == 0)
-                doStep(*m_areas[index], &AreaReader::read, take, sample.areas[index]);
+                doStep(*m_areas[index], &AreaReader::read, take, static_cast<Area>(index));
             else
                 loseArea(sample, static_cast<Area>(index), m_root.error(), "/");
         }
@@ -59,7 +59,7 @@ public:
         for (auto step : {&AreaReader::ask, &AreaReader::finish}) {
             for (std::size_t index = 0; index < AREA_COUNT; ++index) {
                 if (m_areas[index] != nullptr && !m_areas[index]->hasOneStep())
-                    doStep(*m_areas[index], step, take, sample.areas[index]);
+                    doStep(*m_areas[index], step, take, static_cast<Area>(index));
             }
         }
     }

@@ -96,6 +96,8 @@ for options in '\002' '\006' '\026'; do
   disks "linux-2.2.26-${options#\\}" "$options" @linux-2.2.26/t0/proc/partitions @linux-2.2.26/t0/proc/stat \
     @linux-2.2.26/t1/proc/partitions @linux-2.2.26/t1/proc/stat
 done
+seed mount_table_fuzz mountinfo '' '1 0 8:1 / / rw shared:1 - ext4 /dev/sda1 rw\n2 1 0:40 /a\\040b /m ro - tmpfs  rw\n3 2 0:41 / /m/b rw - nfs4 s:/x rw\n4 2 0:42 / /m rw - tmpfs t rw\n'
+seed mount_table_fuzz mounts '' @linux-6.1.0/t0/etc/mtab
 lines disk_lines_fuzz linux-2.4.21 linux-2.4.21/t1/proc/partitions
 lines disk_lines_fuzz linux-2.2.26 linux-2.2.26/t1/proc/partitions
 

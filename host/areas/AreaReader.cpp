@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 
 namespace zel {
 
@@ -18,9 +19,16 @@ void beginArea(AreaState &state) {
     state.silentSeconds = 0;
 }
 
-void doStep(AreaReader &reader, void (AreaReader::*step)(Take &), Take &take, AreaState &state) {
+void doStep(AreaReader &reader, void (AreaReader::*step)(Take &), Take &take, Area area) {
+    AreaState &state = take.sample.area(area);
+    if (state.absence != Absence::None)
+        return;
     const std::int64_t before = nanosecondsOf(CLOCK_THREAD_CPUTIME_ID);
-    (reader.*step)(take);
+    try {
+        (reader.*step)(take);
+    } catch (const std::bad_alloc &) {
+        loseArea(take.sample, area, ENOMEM, "");
+    }
     state.costSeconds += secondsSince(before, CLOCK_THREAD_CPUTIME_ID);
 }
 

@@ -60,8 +60,9 @@ using MakeReader = std::unique_ptr<AreaReader> (*)();
 
 /// Prepares the state of an area for a sample in which it is read.
 void beginArea(AreaState &state);
-/// Does one step, and adds the processor time that it took to the cost of the area.
-void doStep(AreaReader &reader, void (AreaReader::*step)(Take &), Take &take, AreaState &state);
+/// Does one step of an area that is not lost yet, and adds the processor time that it took to the cost of the area. An
+/// area that finds no memory is lost: ENOMEM.
+void doStep(AreaReader &reader, void (AreaReader::*step)(Take &), Take &take, Area area);
 
 /// The error of a file whose text is not what its kernel writes: its values are malformed.
 inline constexpr int NOT_ITS_FORMAT = EBADMSG;

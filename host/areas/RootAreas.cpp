@@ -40,11 +40,10 @@ struct RootAreas::Room {
     Take takeInto(Sample &target, BoundedPass::Time deadline) { return {root, *options, deadline, stat, target}; }
 
     void read(Area area, BoundedPass::Time deadline) {
-        AreaState &state = sample.area(area);
         Take take = takeInto(sample, deadline);
         stat.startSample();
-        beginArea(state);
-        doStep(*reader, &AreaReader::read, take, state);
+        beginArea(sample.area(area));
+        doStep(*reader, &AreaReader::read, take, area);
     }
 };
 
@@ -116,7 +115,7 @@ void RootAreas::read(Sample &sample, BoundedPass::Time deadline) {
         if (!pass.answered[index])
             continue;
         Take take = m_rooms[index]->takeInto(sample, deadline);
-        doStep(*m_rooms[index]->reader, &AreaReader::finish, take, sample.areas[index]);
+        doStep(*m_rooms[index]->reader, &AreaReader::finish, take, static_cast<Area>(index));
     }
 }
 
@@ -155,7 +154,7 @@ void RootAreas::collect(std::size_t index, InProgress &pass) {
     exchangeArea(pass.sample, m_rooms[index]->sample, area);
     pass.answered[index] = true;
     Take take = m_rooms[index]->takeInto(pass.sample, pass.deadline);
-    doStep(*m_rooms[index]->reader, &AreaReader::ask, take, pass.sample.areas[index]);
+    doStep(*m_rooms[index]->reader, &AreaReader::ask, take, area);
 }
 
 void RootAreas::repair(void *areas) {

@@ -30,6 +30,14 @@ Number growthOf(const Number &before, const Number &now) {
     return *now >= *before ? Number(*now - *before) : Number(Absence::NotYet);
 }
 
+Number wrappingSeconds(const Number &before, const Number &now) {
+    constexpr double wrapSeconds = static_cast<double>(wrap32) / 1000;
+    if (!now || !before || *now >= *before)
+        return growthOf(before, now);
+    const double growth = *now + wrapSeconds - *before;
+    return growth >= 0 && growth < wrapSeconds / 2 ? Number(growth) : Number(Absence::NotYet);
+}
+
 Number quotient(const Number &of, const Number &by, double otherwise) {
     if (!of)
         return of;

@@ -10,6 +10,8 @@ namespace zel {
 /// earlier.
 Number growthOf(const Count &before, const Count &now, unsigned char counterBits = 64);
 Number growthOf(const Number &before, const Number &now);
+/// Of a time that the kernel keeps as milliseconds in 32 bits: it wraps like a counter of 32 bits.
+Number wrappingSeconds(const Number &before, const Number &now);
 
 /// A number per unit of another; nothing of nothing is `otherwise`.
 Number quotient(const Number &of, const Number &by, double otherwise = 0);

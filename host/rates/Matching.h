@@ -44,6 +44,8 @@ private:
 
 /// The parts of between(), each of which fills its part of the rates.
 void takeProcessors(const Sample &before, const Sample &now, Rates &rates);
+void takeDisks(const Sample &before, const Sample &now, Rates &rates);
+void takeInterfaces(const Sample &before, const Sample &now, Rates &rates);
 void takeCounters(const Sample &before, const Sample &now, Rates &rates);
 
 } // namespace zel

@@ -35,16 +35,15 @@ std::chrono::nanoseconds BoundedPass::timeLeft() const {
 }
 
 int BoundedPass::waitFor(AnyBoundedCall *call, const std::string &subject, double &silentSeconds) {
-    int error = ETIMEDOUT;
-    Time since = Clock::now();
-    if (call != nullptr) {
-        since = call->started();
-        // A call that another sampler started may have a later deadline than this pass.
-        if (call->settledWithin(timeLeft() + startingTime))
-            error = call->wait().error;
+    if (call == nullptr) {
+        const auto known = m_silent.find(subject);
+        silentSeconds = known == m_silent.end() ? 0 : noteSilence(subject, known->second.since);
+        return ETIMEDOUT;
     }
+    // A call that another sampler started may have a later deadline than this pass.
+    const int error = call->settledWithin(timeLeft() + startingTime) ? call->wait().error : ETIMEDOUT;
     if (error == ETIMEDOUT)
-        silentSeconds = noteSilence(subject, since);
+        silentSeconds = noteSilence(subject, call->started());
     else
         m_silent.erase(subject);
     return error;

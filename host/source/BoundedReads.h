@@ -37,7 +37,7 @@ inline constexpr std::chrono::milliseconds BOUNDED_MOMENT_MOST{10};
 template<typename Answer> struct BoundedRead {
     /// 0, what the work returned, or ETIMEDOUT (it does not answer), EAGAIN (no thread can be had), ENOMEM.
     int error = 0;
-    /// With ETIMEDOUT: the seconds since it was first asked in vain.
+    /// With ETIMEDOUT: the seconds since it was first asked in vain; 0 when it was not asked, for want of time.
     double silentSeconds = 0;
     /// Null with an error. Holds until the next pass begins.
     const Answer *answer = nullptr;

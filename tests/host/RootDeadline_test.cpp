@@ -6,11 +6,13 @@
 #include "OwnProcess.h"
 #include "Paths.h"
 #include "PrivateMounts.h"
+#include "SystemHooks.h"
 #include "TempDirectory.h"
 #include "ThreadWatch.h"
 #include "threads/BoundedCall.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 
@@ -60,6 +62,7 @@ void waitForTheThreads() {
 std::string withHangingMount(const std::string &directory, const std::function<void(const FuseMounts &)> &body) {
     bool works = true;
     const std::string reason = withPrivateMounts([&] {
+        setpriority(PRIO_PROCESS, 0, -15); // the sampler is measured, not what else this machine does
         const FuseMounts mounts({directory});
         works = mounts.work();
         if (works)
@@ -105,6 +108,20 @@ TEST(RootDeadline, ARootThatIsMissingIsInTheStateOfEveryArea) {
     std::filesystem::create_directories(scratch.path() / "none/proc");
     scratch.write("none/proc/loadavg", "0.50 0.25 0.10 1/2 3\n");
     EXPECT_TRUE(sampler.take().load.load1.has()); // it has come
+}
+
+TEST(RootDeadline, WithoutThreadsNothingIsReadAndEveryAreaSaysSo) {
+    const Tree tree;
+    Sampler sampler({.root = tree.path(), .areas = {Area::Load, Area::Vm}});
+    EXPECT_TRUE(sampler.take().load.load1.has());
+    systemHooks().pthreadCreate = [](auto...) { return EAGAIN; };
+    const Sample sample = sampler.take();
+    systemHooks().pthreadCreate = nullptr;
+    for (const Area area : {Area::Load, Area::Vm}) {
+        EXPECT_EQ(sample.area(area).absence, Absence::TimedOut);
+        EXPECT_EQ(sample.area(area).error, EAGAIN);
+    }
+    EXPECT_TRUE(sampler.take().load.load1.has());
 }
 
 // Nobody writes to it: a plain open would wait for ever.
@@ -201,6 +218,25 @@ TEST(RootDeadline, EveryAreaThatHangsHasOneThreadAndTheSamplerMayGo) {
         EXPECT_EQ(zel::boundedCallsRunning(), 4);
         mounts.resume();
         waitForTheThreads();
+    });
+    if (!skip.empty())
+        GTEST_SKIP() << skip;
+}
+
+// Its descriptor of the root is of a filesystem that does not answer.
+TEST(RootDeadline, ASamplerWhoseRootHangsGoesWithoutWaiting) {
+    const TempDirectory scratch;
+    const std::string mount = (scratch.path() / "mount").string();
+    const std::string skip = withHangingMount(mount, [&mount](const FuseMounts &mounts) {
+        auto sampler = std::make_unique<Sampler>(zel::Options{.root = mount, .areas = {Area::Load}});
+        EXPECT_EQ(sampler->take().area(Area::Load).error, ENOENT);
+        waitForTheThreads();
+        mounts.stop();
+        const auto start = std::chrono::steady_clock::now();
+        alarm(20);
+        sampler.reset();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+        alarm(0);
     });
     if (!skip.empty())
         GTEST_SKIP() << skip;

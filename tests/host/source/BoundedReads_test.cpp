@@ -195,7 +195,21 @@ TEST(BoundedReads, AfterTheDeadlineNothingIsStarted) {
 
     EXPECT_EQ(read.error, ETIMEDOUT);
     EXPECT_EQ(read.answer, nullptr);
+    EXPECT_EQ(read.silentSeconds, 0); // it was not asked
     EXPECT_EQ(threads.started(), 0);
+}
+
+TEST(BoundedReads, ASilentObjectThatIsNotAskedForWantOfTimeStaysSilent) {
+    const Hanging hanging;
+    Reads reads(fresh("stays"));
+    reads.begin(Clock::now() + 30ms, 1);
+    EXPECT_EQ(reads.wait(reads.ask("a", hanging.work())).error, ETIMEDOUT);
+    for (int sample = 0; sample < 2; ++sample) {
+        reads.begin(Clock::now() - 1ms, 1);
+        const zel::BoundedRead<int> read = reads.wait(reads.ask("a", answers42));
+        EXPECT_EQ(read.error, ETIMEDOUT);
+        EXPECT_GE(read.silentSeconds, 0.03);
+    }
 }
 
 // The first has more time than the second, which joins its call.
