@@ -44,6 +44,7 @@ Absence absenceOf(int error) {
     case EINVAL:
         return Absence::Unsupported; // an attribute of a device that has no such property gives EINVAL
     case ETIMEDOUT:
+    case EAGAIN: // nothing has come yet, or there was no thread to ask with
         return Absence::TimedOut;
     default:
         return Absence::Malformed;

@@ -22,7 +22,7 @@ enum class Absence : unsigned char {
 std::string_view absenceName(Absence absence);
 
 /// The reason that an error number of a failed read stands for: EACCES and EPERM are denied, ESRCH and ENODEV vanished,
-/// ENOENT, ENOTDIR and EOPNOTSUPP unsupported, ETIMEDOUT timed out, anything else malformed.
+/// ENOENT, ENOTDIR and EOPNOTSUPP unsupported, ETIMEDOUT and EAGAIN timed out, anything else malformed.
 Absence absenceOf(int error);
 
 template<class T> class Reading {
@@ -47,6 +47,13 @@ public:
     template<class Value> void set(const Value &value) {
         m_value = value;
         m_absence = Absence::None;
+    }
+    /// Takes what another one holds, value or reason, into the same memory.
+    void assign(const Reading &other) {
+        if (other)
+            set(other.m_value);
+        else
+            clear(other.m_absence);
     }
     /// Forgets the value but keeps its memory.
     void clear(Absence reason) { m_absence = reason; }

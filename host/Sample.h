@@ -1,4 +1,5 @@
-// Sample: everything that a host said at one moment, as numbers with units. A const sample can be read by any thread.
+// Sample: everything that a host said at one moment, as numbers with units. Plain values: it can be copied, outlives
+// its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
 #pragma once
 
 #include "host/Cpu.h"
@@ -29,6 +30,7 @@ struct AreaState {
     Absence absence = Absence::None;       // of the whole area
     int error = 0;                         // errno of what failed first, 0 when nothing did
     std::string file;                      // and its file
+    double silentSeconds = 0;              // for how long it, or something of it, has not answered; 0 when all does
 };
 
 struct Sample {

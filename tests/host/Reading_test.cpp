@@ -38,6 +38,7 @@ TEST(Reading, ErrorNumbersOfFailedReadsHaveAReason) {
     EXPECT_EQ(zel::absenceOf(ESRCH), Absence::Vanished);
     EXPECT_EQ(zel::absenceOf(ENOENT), Absence::Unsupported);
     EXPECT_EQ(zel::absenceOf(ETIMEDOUT), Absence::TimedOut);
+    EXPECT_EQ(zel::absenceOf(EAGAIN), Absence::TimedOut);
     EXPECT_EQ(zel::absenceOf(EIO), Absence::Malformed);
 }
 
