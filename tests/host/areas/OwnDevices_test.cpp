@@ -272,6 +272,64 @@ TEST(OwnInterfaces, AThreadThatLeftItsNamespaceSeesTheNextOne) {
     });
 }
 
+TEST(OwnInterfaces, WhatFindsNoTimeIsReadInALaterSample) {
+    inNamespace([] {
+        if (!showOwnInterfaces())
+            return;
+        makePair("a0", "b0");
+        Sampler hurried({.areas = {Area::Interfaces}, .deadline = 0ms});
+        const Sample sample = hurried.take();
+        EXPECT_EQ(failureOf(sample, Area::Interfaces), std::make_pair(ETIMEDOUT, std::string("sys/class/net")));
+        const Interface *a0 = named(sample.interfaces, "a0");
+        ASSERT_NE(a0, nullptr);
+        EXPECT_TRUE(a0->receiveBytes.has());
+        EXPECT_TRUE(lacks(a0->mtuBytes, Absence::TimedOut));
+        EXPECT_TRUE(lacks(a0->speedBytesPerSecond, Absence::TimedOut));
+        EXPECT_EQ(zel::boundedCallsRunning(), 0);
+    });
+}
+
+// Parent and child would take the announcements away from each other.
+TEST(OwnInterfaces, TheChildOfAForkHearsOfChangesToo) {
+    inNamespace([] {
+        if (!showOwnInterfaces())
+            return;
+        makePair("a0", "b0");
+        Sampler sampler({.areas = {Area::Interfaces}});
+        sampler.take();
+        const auto mtuOf = [&] { return named(sampler.take().interfaces, "a0")->mtuBytes.valueOr(0); };
+        const pid_t child = fork();
+        if (child == 0) {
+            mtuOf();
+            const bool changed = runIp({"link", "set", "a0", "mtu", "1450"}) == 0 && mtuOf() == 1450;
+            _exit(changed && runIp({"link", "set", "a0", "mtu", "1460"}) == 0 && mtuOf() == 1460 ? 0 : 1);
+        }
+        int status = 1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(mtuOf(), 1460U);
+    });
+}
+
+TEST(OwnInterfaces, MoreChangesThanThereIsRoomForAreNotLost) {
+    inNamespace([] {
+        if (!showOwnInterfaces())
+            return;
+        makePair("a0", "b0");
+        Sampler sampler({.areas = {Area::Interfaces}});
+        sampler.take();
+        std::string lines;
+        for (int i = 0; i < 20000; ++i)
+            lines += "link set b0 mtu " + std::to_string(1300 + i % 2) + "\n";
+        const TempDirectory scratch;
+        const std::string batch = scratch.write("batch", lines + "link set a0 mtu 1234\n");
+        ASSERT_EQ(runIp({"-batch", batch}), 0);
+        const Sample sample = sampler.take();
+        EXPECT_TRUE(holds(named(sample.interfaces, "a0")->mtuBytes, 1234));
+        EXPECT_TRUE(holds(named(sample.interfaces, "b0")->mtuBytes, 1301));
+    });
+}
+
 TEST(OwnInterfaces, CountWhatIsSent) {
     inNamespace([] {
         makePair("a0", "b0");
