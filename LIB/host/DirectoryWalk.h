@@ -3,6 +3,7 @@
 
 #include "host/HostOpen.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <dirent.h>
 #include <utility>
@@ -33,6 +34,7 @@ public:
             const ssize_t length = getdents64(m_directory.get(), m_entries, m_size);
             m_at = 0;
             m_length = length > 0 ? static_cast<std::size_t>(length) : 0;
+            m_error = length < 0 ? errno : 0;
             if (m_length == 0)
                 return nullptr;
         }
@@ -41,12 +43,16 @@ public:
         return entry->d_name;
     }
 
+    /// After the last name: 0, or the errno that ended the walk early.
+    int error() const { return m_error; }
+
 private:
     ScopedDescriptor m_directory;
     char *m_entries; // [m_at, m_length) holds the names to come
     std::size_t m_size;
     std::size_t m_at = 0;
     std::size_t m_length = 0;
+    int m_error = 0;
 };
 
 } // namespace zel

@@ -66,6 +66,11 @@ inline constexpr int NOT_ITS_FORMAT = EBADMSG;
 
 /// Notes what failed first in an area.
 void noteFailure(AreaState &state, int error, std::string_view file);
+/// The same for a file that not every kernel has: what is missing is no failure.
+inline void noteUnlessMissing(AreaState &state, int error, std::string_view file) {
+    if (error != 0 && absenceOf(error) != Absence::Unsupported)
+        noteFailure(state, error, file);
+}
 /// Notes that something of the area does not answer, and for how long.
 void noteSilence(AreaState &state, double silentSeconds, std::string_view file);
 /// An area that has no source at all: its lists are empty, its other fields hold the reason.

@@ -54,12 +54,12 @@ public:
           m_coreThrottles(attributePath(cpu, "thermal_throttle/core_throttle_count")),
           m_packageThrottles(attributePath(cpu, "thermal_throttle/package_throttle_count")) {}
 
-    void read(const HostDirectory &root, Processor &processor) {
-        processor.frequencyHertz = m_frequency.scaled(root, hertzPerKilohertz);
-        readLimits(root, processor);
-        processor.coreThrottles = m_coreThrottles.number(root);
+    void read(Take &take, Processor &processor) {
+        processor.frequencyHertz = hertz(take, m_frequency);
+        readLimits(take, processor);
+        processor.coreThrottles = throttles(take, m_coreThrottles);
         processor.packageThrottles =
-            m_coreThrottles.error() == ENOENT ? processor.coreThrottles : m_packageThrottles.number(root);
+            m_coreThrottles.error() == ENOENT ? processor.coreThrottles : throttles(take, m_packageThrottles);
     }
 
     /// A processor that is offline has no files: when it comes back they are looked for at once.
@@ -73,13 +73,29 @@ public:
 private:
     static constexpr std::int64_t SECONDS_BETWEEN_LIMITS = 30;
 
-    void readLimits(const HostDirectory &root, Processor &processor) {
+    static void note(Take &take, const Attribute &attribute) {
+        noteUnlessMissing(take.sample.area(Area::Cpu), attribute.error(), attribute.path());
+    }
+
+    static Number hertz(Take &take, Attribute &attribute) {
+        const Number frequency = attribute.scaled(take.root, hertzPerKilohertz);
+        note(take, attribute);
+        return frequency;
+    }
+
+    static Count throttles(Take &take, Attribute &attribute) {
+        const Count count = attribute.number(take.root);
+        note(take, attribute);
+        return count;
+    }
+
+    void readLimits(Take &take, Processor &processor) {
         const std::int64_t now = coarseSeconds();
         if (m_frequency.error() == ENOENT) {
             m_min = m_max = Absence::Unsupported;
-        } else if (!root.own() || now - m_limitsAt >= SECONDS_BETWEEN_LIMITS) {
-            m_min = m_frequencyMin.scaled(root, hertzPerKilohertz);
-            m_max = m_frequencyMax.scaled(root, hertzPerKilohertz);
+        } else if (!take.root.own() || now - m_limitsAt >= SECONDS_BETWEEN_LIMITS) {
+            m_min = hertz(take, m_frequencyMin);
+            m_max = hertz(take, m_frequencyMax);
             m_limitsAt = now;
         }
         processor.frequencyMinHertz = m_min;
@@ -170,8 +186,7 @@ private:
             m_present.clear();
             error = NOT_ITS_FORMAT;
         }
-        if (error != 0 && error != ENOENT)
-            noteFailure(take.sample.area(Area::Cpu), error, m_presentFile.path());
+        noteUnlessMissing(take.sample.area(Area::Cpu), error, m_presentFile.path());
         return error;
     }
 
@@ -202,7 +217,7 @@ private:
         if (!processor.online.valueOr(0))
             return files.forgetMissing();
         if (std::chrono::steady_clock::now() < take.deadline)
-            return files.read(take.root, processor);
+            return files.read(take, processor);
         for (Number *number : {&processor.frequencyHertz, &processor.frequencyMinHertz, &processor.frequencyMaxHertz})
             *number = Absence::TimedOut;
         processor.coreThrottles = processor.packageThrottles = Absence::TimedOut;

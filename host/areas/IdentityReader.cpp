@@ -92,8 +92,7 @@ private:
     // An old kernel has not all of the files.
     static void readText(Take &take, Attribute &file, Reading<std::string> &reading) {
         file.text(take.root, reading);
-        if (file.error() != 0 && file.error() != ENOENT)
-            noteFailure(take.sample.area(Area::Identity), file.error(), file.path());
+        noteUnlessMissing(take.sample.area(Area::Identity), file.error(), file.path());
     }
 
     // What lasts is read now and then, and copied into the samples between.
@@ -129,8 +128,7 @@ private:
         const SourceFile &file = error == ENOENT ? vendor : release;
         if (error == ENOENT)
             error = vendor.read(take.root);
-        if (error != 0 && error != ENOENT)
-            noteFailure(take.sample.area(Area::Identity), error, file.path());
+        noteUnlessMissing(take.sample.area(Area::Identity), error, file.path());
         constexpr std::pair<std::string_view, Reading<std::string> Identity::*> keys[] = {
             {"ID", &Identity::osId},
             {"NAME", &Identity::osName},

@@ -90,8 +90,7 @@ public:
 private:
     // What is missing is no failure: kernels are built without it.
     static void note(Take &take, int error, std::string_view file) {
-        if (error != 0 && error != ENOENT)
-            noteFailure(take.sample.area(Area::Memory), error, file);
+        noteUnlessMissing(take.sample.area(Area::Memory), error, file);
     }
 
     void readNodes(Take &take) {
@@ -152,7 +151,7 @@ private:
 
     static Count number(Take &take, Attribute &attribute) {
         const Count count = attribute.number(take.root);
-        note(take, count.absence() == Absence::Malformed ? NOT_ITS_FORMAT : attribute.error(), attribute.path());
+        note(take, attribute.error(), attribute.path());
         return count;
     }
 

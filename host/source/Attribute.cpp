@@ -26,7 +26,10 @@ Count Attribute::number(const HostDirectory &root) {
     Room room;
     if (const int error = read(root, room); error != 0)
         return absenceOf(error);
-    return attributeNumber(room.text);
+    const Count number = attributeNumber(room.text);
+    if (number.absence() == Absence::Malformed)
+        m_error = EBADMSG;
+    return number;
 }
 
 Number Attribute::scaled(const HostDirectory &root, double factor) {

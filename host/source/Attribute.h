@@ -18,7 +18,7 @@ public:
     /// The text without the blanks at its end; an empty one is unsupported.
     void text(const HostDirectory &root, Reading<std::string> &reading);
 
-    /// Of the last read: 0, or the errno that it failed with.
+    /// Of the last read: 0, or the errno that it failed with; EBADMSG for a text that is no number.
     int error() const { return m_error; }
     const std::string &path() const { return m_source.path(); }
     void forgetMissing() { m_source.forgetMissing(); }

@@ -36,7 +36,7 @@ int NumberedDirectory::list(const HostDirectory &root) {
             m_numbers.push_back(number);
     }
     std::sort(m_numbers.begin(), m_numbers.end());
-    return 0;
+    return walk.error();
 }
 
 } // namespace zel

@@ -22,7 +22,7 @@ public:
 
     /// 0, or the errno that kept the directory from being read.
     int read(const HostDirectory &root);
-    /// In ascending order, none after a failure.
+    /// In ascending order; after a failure those before it.
     const std::vector<std::uint64_t> &numbers() const { return m_numbers; }
     const char *path() const { return m_path; }
     /// The next read lists the entries anew.

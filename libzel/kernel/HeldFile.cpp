@@ -15,11 +15,8 @@ bool isKernelFile(int descriptor) {
 }
 
 HeldFile::HeldFile(ScopedDescriptor file) {
-    struct stat opened {};
-    if (!file.valid() || fstat(file.get(), &opened) != 0)
-        return;
-    m_file = std::move(file);
-    m_identity = identityOf(opened);
+    if (file.valid() && rememberedIdentity(file.get(), m_identity))
+        m_file = std::move(file);
 }
 
 HeldFile &HeldFile::operator=(HeldFile &&other) noexcept {
@@ -29,8 +26,8 @@ HeldFile &HeldFile::operator=(HeldFile &&other) noexcept {
 }
 
 bool HeldFile::isOurs() const {
-    struct stat now {};
-    return m_file.valid() && fstat(m_file.get(), &now) == 0 && identityOf(now) == m_identity;
+    FileIdentity now;
+    return m_file.valid() && rememberedIdentity(m_file.get(), now) && now == m_identity;
 }
 
 int HeldFile::descriptor() const {

@@ -179,6 +179,18 @@ bool replaceBetween(std::string &text, const std::string &mark, const std::strin
     return true;
 }
 
+// The first line in which the texts differ; none when they are the same.
+std::string firstDifference(const std::string &expected, const std::string &found) {
+    std::istringstream expectedLines(expected), foundLines(found);
+    std::string expectedLine, foundLine;
+    while (expected != found) {
+        const bool more = static_cast<bool>(std::getline(expectedLines, expectedLine));
+        if (!std::getline(foundLines, foundLine) || !more || expectedLine != foundLine)
+            return "expected: " + expectedLine + "\nfound: " + foundLine;
+    }
+    return "";
+}
+
 // With ZEL_UPDATE_DOCS=1 the tables are written anew.
 TEST(Schema, DocumentListsEveryField) {
     const std::string path = std::string(paths::sourceRoot) + "/docs/host.md";
@@ -198,7 +210,7 @@ TEST(Schema, DocumentListsEveryField) {
     if (std::getenv("ZEL_UPDATE_DOCS") != nullptr)
         std::ofstream(path) << after;
     else
-        EXPECT_EQ(after, before) << "ZEL_UPDATE_DOCS=1 writes the tables of docs/host.md anew";
+        EXPECT_EQ(firstDifference(after, before), "") << "ZEL_UPDATE_DOCS=1 writes the tables of docs/host.md anew";
 }
 
 TEST(Schema, AreasHaveNamesAndSections) {
