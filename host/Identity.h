@@ -1,5 +1,8 @@
 // Which host this is, and since when it runs: uname, /etc/os-release, /proc/uptime, /proc/sys/kernel/random/boot_id.
 // Any user.
+//
+// The names of the host can change and are read in each sample; what lasts while the kernel runs is read every 30
+// seconds. The first sample is complete; a file that is missing leaves its fields unsupported.
 #pragma once
 
 #include "host/Schema.h"

@@ -1,4 +1,7 @@
 // Load averages, from /proc/loadavg. Any user.
+//
+// The averages are numbers of tasks, not of processors. The first sample is complete. A damaged file is malformed from
+// the damage on.
 #pragma once
 
 #include "host/Schema.h"

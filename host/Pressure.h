@@ -1,5 +1,8 @@
 // Pressure stall information, from /proc/pressure/{cpu,io,memory,irq}: the share of time in which some or all tasks
 // waited for a resource. Kernel 4.20 and later, where it is switched on. Any user.
+//
+// The kernel's percentages are shares of 1 here, its microseconds seconds since the boot. The first sample is complete.
+// A resource that the kernel does not account for has no row; without any the whole area is unsupported.
 #pragma once
 
 #include "host/Schema.h"

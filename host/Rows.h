@@ -1,5 +1,5 @@
 // Rows: a list whose elements stay when it is emptied, so that a sample which is filled again allocates nothing for the
-// names in them.
+// names in them. As with a vector, a const one can be read by any number of threads.
 #pragma once
 
 #include <cstddef>

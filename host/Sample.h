@@ -1,4 +1,5 @@
-// Sample: everything that a host said at one moment, as numbers with units. A const sample can be read by any thread.
+// Sample: everything that a host said at one moment, as numbers with units. Plain values: it can be copied, outlives
+// its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
 #pragma once
 
 #include "host/Cpu.h"

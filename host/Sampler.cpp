@@ -58,7 +58,7 @@ public:
             return;
         for (auto step : {&AreaReader::ask, &AreaReader::finish}) {
             for (std::size_t index = 0; index < AREA_COUNT; ++index) {
-                if (m_areas[index] != nullptr)
+                if (m_areas[index] != nullptr && !m_areas[index]->hasOneStep())
                     doStep(*m_areas[index], step, take, sample.areas[index]);
             }
         }

@@ -3,8 +3,9 @@
 //   zel::Sampler sampler({.areas = {zel::Area::Cpu, zel::Area::Disks}, .deadline = 2s});
 //   zel::Sample before = sampler.take();
 //
-// Nothing is printed, no process-wide setting is read, no command is started. What failed is in the sample. A sampler
-// belongs to one thread; several of them live side by side.
+// Nothing is printed, no process-wide setting is read, no command is started. What failed is in the sample: only memory
+// that cannot be had is an exception (std::bad_alloc), after which the next sample is whole. A sampler belongs to one
+// thread at a time; several of them live side by side.
 #pragma once
 
 #include "host/Sample.h"

@@ -52,6 +52,8 @@ public:
     virtual void ask(Take &) {}
     /// Takes their answers; may wait for them until the deadline.
     virtual void finish(Take &) {}
+    /// True for an area that has the first step alone: the others are not even timed.
+    virtual bool hasOneStep() const { return false; }
 };
 
 using MakeReader = std::unique_ptr<AreaReader> (*)();

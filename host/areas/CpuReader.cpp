@@ -109,6 +109,7 @@ private:
 
 class CpuReader : public AreaReader {
 public:
+    bool hasOneStep() const override { return true; }
     void read(Take &take) override {
         Sample &sample = take.sample;
         int error = take.stat.read(take.root);

@@ -1,7 +1,7 @@
 // Reads which host this is. What does not change while it runs is read once.
 #include "host/areas/AreaReader.h"
 #include "host/source/Attribute.h"
-#include "host/source/CoarseClock.h"
+#include "host/source/Clocks.h"
 #include "host/source/LineScan.h"
 
 #include <utility>
@@ -76,6 +76,7 @@ public:
             m_names.emplace_back(fact.path);
     }
 
+    bool hasOneStep() const override { return true; }
     void read(Take &take) override {
         Identity &identity = take.sample.identity;
         for (std::size_t index = 0; index < std::size(names); ++index)

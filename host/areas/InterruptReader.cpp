@@ -109,6 +109,7 @@ void describe(const char *cursor, Reading<std::string> &description, std::string
 
 class InterruptReader : public AreaReader {
 public:
+    bool hasOneStep() const override { return true; }
     void read(Take &take) override {
         const int activityError = readActivity(take);
         const int interruptError = readInterrupts(take);

@@ -8,6 +8,7 @@ namespace {
 
 class LoadReader : public AreaReader {
 public:
+    bool hasOneStep() const override { return true; }
     void read(Take &take) override {
         if (const int error = m_file.read(take.root); error != 0)
             return loseArea(take.sample, Area::Load, error, m_file.path());

@@ -71,6 +71,7 @@ bool parseSwap(const char *line, Swap &swap) {
 
 class MemoryReader : public AreaReader {
 public:
+    bool hasOneStep() const override { return true; }
     void read(Take &take) override {
         Sample &sample = take.sample;
         if (const int error = m_file.read(take.root); error != 0)

@@ -61,6 +61,7 @@ bool parse(const char *line, Pressure &pressure) {
 
 class PressureReader : public AreaReader {
 public:
+    bool hasOneStep() const override { return true; }
     void read(Take &take) override {
         Sample &sample = take.sample;
         AreaState &state = sample.area(Area::Pressure);

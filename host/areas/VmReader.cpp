@@ -23,6 +23,7 @@ std::vector<KeyedEntry<Vm>> vmKeys() {
 
 class VmReader : public AreaReader {
 public:
+    bool hasOneStep() const override { return true; }
     void read(Take &take) override {
         Sample &sample = take.sample;
         if (const int error = m_file.read(take.root); error != 0)

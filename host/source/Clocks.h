@@ -1,4 +1,4 @@
-// The clocks of a sample.
+// The clocks of a sample, and one for what is done again after some seconds.
 #pragma once
 
 #include <cstdint>
@@ -17,5 +17,13 @@ inline std::int64_t nanosecondsOf(clockid_t clock) {
 inline double secondsSince(std::int64_t before, clockid_t clock) {
     return static_cast<double>(nanosecondsOf(clock) - before) / static_cast<double>(NANOSECONDS_PER_SECOND);
 }
+
+/// Seconds of a monotonic clock. It costs no system call.
+inline std::int64_t coarseSeconds() {
+    return nanosecondsOf(CLOCK_MONOTONIC_COARSE) / NANOSECONDS_PER_SECOND;
+}
+
+/// A moment of it that lies further back than any other.
+inline constexpr std::int64_t LONG_AGO = INT64_MIN / 2;
 
 } // namespace zel

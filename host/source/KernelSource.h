@@ -3,7 +3,7 @@
 // file can be replaced.
 #pragma once
 
-#include "host/source/CoarseClock.h"
+#include "host/source/Clocks.h"
 #include "host/source/HostDirectory.h"
 #include "host/source/KeptBudget.h"
 #include "kernel/KeptFile.h"

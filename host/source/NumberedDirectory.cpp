@@ -2,7 +2,7 @@
 #include "host/source/NumberedDirectory.h"
 
 #include "host/DirectoryWalk.h"
-#include "host/source/CoarseClock.h"
+#include "host/source/Clocks.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // The entries of a sysfs directory that begin with a word and go on with a number, such as node0 or hugepages-2048kB.
 #pragma once
 
-#include "host/source/CoarseClock.h"
+#include "host/source/Clocks.h"
 #include "host/source/HostDirectory.h"
 
 #include <cstdint>

@@ -52,7 +52,8 @@ TEST(LineScan, DecimalIsWhatTheTextSays) {
     EXPECT_EQ(taken("12.", decimal).value, 12);
     EXPECT_EQ(taken("8182.52", decimal).value, 8182.52);
     EXPECT_EQ(taken("0.1234567890123456789", decimal).value, 0.12345678901234);
-    for (const char *text : {"", ".5", "nan", "inf", "-0.5", "1e5", "0x1p3", "1.2.3", "1,5", "\n1", "9999999999999999999"})
+    for (const char *text :
+         {"", ".5", "nan", "inf", "-0.5", "1e5", "0x1p3", "1.2.3", "1,5", "\n1", "9999999999999999999"})
         EXPECT_FALSE(taken(text, decimal).has) << text;
 }
 

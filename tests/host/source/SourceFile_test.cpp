@@ -71,7 +71,8 @@ TEST(SourceFile, DescriptorThatMeansAnotherFileIsNeitherReadNorClosed) {
         SourceFile file("proc/uptime");
         ASSERT_EQ(file.read(root), 0);
         for (stolen = other + 1;; ++stolen) { // the descriptor that the file has
-            struct stat kept {}, own {};
+            struct stat kept {
+            }, own{};
             ASSERT_EQ(::stat("/proc/uptime", &own), 0);
             if (fstat(stolen, &kept) == 0 && kept.st_ino == own.st_ino && kept.st_dev == own.st_dev)
                 break;
