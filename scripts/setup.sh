@@ -22,6 +22,8 @@ shellcheck /usr/bin/shellcheck
 iproute2 /usr/sbin/ip
 rpcbind /usr/sbin/rpcbind
 procps /usr/bin/ps
+python3 /usr/bin/python3
+sysstat /usr/bin/iostat
 groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file"

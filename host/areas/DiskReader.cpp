@@ -9,6 +9,7 @@
 #include "host/source/Refresh.h"
 
 #include <cerrno>
+#include <utility>
 
 namespace zel {
 
@@ -29,6 +30,7 @@ struct KnownDisk {
     std::uint64_t major = 0, minor = 0;
     std::uint64_t sum = 0; // of its line
     KeptDescriptor size, readOnly, sequence;
+    Time lookedAt;             // the sample
     Time watchDue, detailsDue; // at once
     DetailScope scope = DetailScope::All;
     Disk values; // of its attributes
@@ -64,6 +66,8 @@ public:
         takeLines(take);
         m_due.clear();
         for (const Row &row : m_rows) {
+            if (std::exchange(row.known->lookedAt, m_now) == m_now)
+                continue; // a name that no kernel gives twice
             watch(take, sample.disks[row.index].name, row);
             if (m_now >= row.known->detailsDue)
                 m_due.push_back(row);

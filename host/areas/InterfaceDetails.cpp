@@ -28,7 +28,8 @@ Count flagsIn(const char *text) {
     const char *cursor = skipBlanks(text);
     if (cursor[0] != '0' || cursor[1] != 'x' || digitValue<16>(cursor[2]) >= 16)
         return Absence::Malformed;
-    const ScannedNumber number = scanDigits<16>(cursor += 2, false);
+    cursor += 2;
+    const ScannedNumber number = scanDigits<16>(cursor, false);
     return number.overflow ? Count(Absence::Malformed) : Count(number.magnitude);
 }
 

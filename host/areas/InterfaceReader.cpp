@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <optional>
+#include <utility>
 
 namespace zel {
 
@@ -22,6 +23,7 @@ using Time = std::chrono::steady_clock::time_point;
 constexpr const char *netFile = "proc/net/dev";
 constexpr const char *netFileOfThread = "proc/thread-self/net/dev"; // kernel 3.17 and later
 constexpr const char *netFileOfInit = "proc/1/net/dev";
+constexpr const char *netDirectory = "sys/class/net";
 constexpr std::size_t interfacesAtMost = 65536; // more is no host: a file that goes on is not believed
 constexpr std::size_t linesOfHeading = 2;
 
@@ -31,6 +33,7 @@ constexpr std::chrono::seconds linkPeriod{30};
 
 // What is known of an interface from one sample to the next.
 struct KnownInterface {
+    Time lookedAt;            // the sample
     Time detailsDue, linkDue; // at once
     Interface values;         // of its attributes
 };
@@ -49,8 +52,10 @@ public:
         for (std::size_t index = 0; index < m_rows.size(); ++index) {
             const std::string &name = take.sample.interfaces[index].name;
             KnownInterface &known = *m_rows[index];
+            if (std::exchange(known.lookedAt, m_now) == m_now)
+                continue; // a name that no kernel gives twice
             if (isDue(take.root, known))
-                readDetails(take.root, own, name, known);
+                readDetails(take, own, name, known);
             if (m_now >= known.linkDue)
                 m_due.push_back(index);
         }
@@ -136,30 +141,40 @@ private:
                (known.values.index && m_news.isOf(static_cast<unsigned>(*known.values.index)));
     }
 
-    void readDetails(const HostDirectory &root, std::optional<OwnNamespace> &own, const std::string &name,
+    void readDetails(Take &take, std::optional<OwnNamespace> &own, const std::string &name,
                      KnownInterface &known) const {
         Interface &values = known.values;
-        readInterfaceDetails(root, name, values);
+        if (take.root.own() && std::chrono::steady_clock::now() >= take.deadline)
+            return postpone(take.sample.area(Area::Interfaces), known);
+        readInterfaceDetails(take.root, name, values);
         known.linkDue = Time();
         known.detailsDue = m_now + spread(detailPeriod, name);
-        if (!root.own())
+        if (!take.root.own())
             return;
         if (!own)
             own.emplace();
         if (own->holds(name, values))
             return;
-        forgetAttributes(values);
+        forgetAttributes(values, Absence::Unsupported);
         values.index = own->indexOf(name);
         known.linkDue = Time::max();
         known.detailsDue = m_now + spread(linkPeriod, name); // it may have changed while it was looked at
     }
 
-    static void forgetAttributes(Interface &values) {
+    // Thousands of interfaces that are all new may take longer than there is: the rest is for the next samples.
+    static void postpone(AreaState &state, KnownInterface &known) {
+        noteFailure(state, ETIMEDOUT, netDirectory);
+        forgetAttributes(known.values, Absence::TimedOut);
+        known.detailsDue = Time();
+        known.linkDue = Time::max();
+    }
+
+    static void forgetAttributes(Interface &values, Absence reason) {
         for (const auto member : INTERFACE_COUNTS)
-            (values.*member).clear(Absence::Unsupported);
+            (values.*member).clear(reason);
         for (const auto member : INTERFACE_TEXTS)
-            (values.*member).clear(Absence::Unsupported);
-        clearLink(values, Absence::Unsupported);
+            (values.*member).clear(reason);
+        clearLink(values, reason);
     }
 
     static void clearLink(Interface &values, Absence reason) {
@@ -181,7 +196,7 @@ private:
                     KnownInterface &known) const {
         if (read.answer == nullptr) {
             clearLink(known.values, absenceOf(read.error));
-            const std::string file = "sys/class/net/" + name + "/speed";
+            const std::string file = netDirectory + ("/" + name) + "/speed";
             noteFailure(state, read.error, file);
             if (read.error == ETIMEDOUT)
                 noteSilence(state, read.silentSeconds, file);
