@@ -129,9 +129,9 @@ TEST(ProcessStat, NegativeCountIsMalformed) {
 }
 
 TEST(ProcessStat, TextWithoutTheNumberAndANameIsNone) {
-    for (const char *text : {"", "\n", "42", "42 ", "42 (", "42 (a", "42 a) S 1", "43 (a) S 1 2 3", "(a) S 1 2 3",
-                             "x (a) S 1 2", ")", "42 )", "42 (a)", "42 (a) ", "42 (a)S 1", "-42 (a) S 1",
-                             "99999999999999999999 (a) S 1"}) {
+    for (const char *text :
+         {"", "\n", "42", "42 ", "42 (", "42 (a", "42 a) S 1", "43 (a) S 1 2 3", "(a) S 1 2 3", "x (a) S 1 2", ")",
+          "42 )", "42 (a)", "42 (a) ", "42 (a)S 1", "-42 (a) S 1", "99999999999999999999 (a) S 1"}) {
         const Process process = parsed(text);
         EXPECT_EQ(process.state.absence(), Absence::Malformed) << text;
         EXPECT_EQ(process.startSeconds.absence(), Absence::Malformed) << text;

@@ -16,7 +16,7 @@ protected:
 
     std::string nameOf(std::uint64_t id) {
         zel::Reading<std::string> name;
-        m_users.refresh(zel::HostDirectory(m_directory.path()));
+        m_users.refresh(zel::HostDirectory(m_directory.path(), 0));
         m_users.take(id, name);
         return name ? *name : "(" + std::string(zel::absenceName(name.absence())) + ")";
     }
