@@ -32,6 +32,7 @@ public:
         if (m_at == m_length) {
             const ssize_t length = getdents64(m_directory.get(), m_entries, m_size);
             m_at = 0;
+            m_isWhole = length == 0;
             m_length = length > 0 ? static_cast<std::size_t>(length) : 0;
             if (m_length == 0)
                 return nullptr;
@@ -41,12 +42,16 @@ public:
         return entry->d_name;
     }
 
+    /// After the last name: false when there may be more, because reading them failed.
+    bool isWhole() const { return m_isWhole; }
+
 private:
     ScopedDescriptor m_directory;
     char *m_entries; // [m_at, m_length) holds the names to come
     std::size_t m_size;
     std::size_t m_at = 0;
     std::size_t m_length = 0;
+    bool m_isWhole = false;
 };
 
 } // namespace zel

@@ -11,6 +11,7 @@
 
 #include "host/FileIdentity.h"
 #include "host/ScopedHandle.h"
+#include "kernel/KeptPlaces.h"
 
 namespace zel {
 
@@ -46,11 +47,15 @@ private:
 };
 
 /// Takes one of the places that g_nKeptFileLimit gives to files that stay open; false when there is none left.
-bool takeKeptPlace();
-void returnKeptPlace();
+inline bool takeKeptPlace() {
+    return placesOfSettings().takeWithin(placesOfSettings().limit());
+}
+inline void returnKeptPlace() {
+    placesOfSettings().giveBack();
+}
 /// Places that are taken, in the whole process.
-int keptPlacesTaken();
-/// How often the process that runs now has been forked off while files were kept.
-unsigned forksSinceFirstKept();
+inline int keptPlacesTaken() {
+    return placesOfSettings().taken();
+}
 
 } // namespace zel

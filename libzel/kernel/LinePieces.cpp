@@ -18,10 +18,10 @@ char *lastLineFeed(char *begin, const char *end) {
 
 } // namespace
 
-// Moves the line that is begun to the front and fills the buffer. False when the file has ended.
+// Moves the line that is begun to the front and fills the buffer. False when the file has ended and is given.
 bool LinePieces::readOn() {
     if (m_ended)
-        return false;
+        return std::exchange(m_unread, false);
     m_length -= m_given;
     std::memmove(m_buffer, m_buffer + m_given, m_length);
     m_given = 0;

@@ -32,24 +32,24 @@ void takeRealProcess(zel::ProcessPass &pass, zel::ProcessText &text, int pid) {
 } // namespace
 
 const char *zel::listRealProcesses(CMM_PROC_Info &collector, ProcessState &state) {
-    startClocks(collector);
     ProcessScratch *scratch = state.clearedScratch();
-    if (scratch == nullptr)
-        return nullptr;
-    DirectoryWalk directory("/proc", scratch->names);
-    if (!directory.isOpen())
+    std::optional<DirectoryWalk> directory = openProcesses(state, scratch);
+    startClocks(collector);
+    if (!directory)
         return nullptr;
 
-    ProcessPass pass{collector, *scratch, directory.descriptor()};
+    ProcessPass pass{collector, *scratch, directory->descriptor(), &state.kept};
     ProcessText text(collector);
     collector.g_stringPollProcess.clear();
     text.row.clear();
     text.row.timeStamp(static_cast<int>(collector.m_tTime));
     writeRealTimeHeader(text.row);
     text.appendRow();
-    while (const char *name = directory.next()) {
+    while (const char *name = directory->next()) {
         if (int pid = 0; isProcess(name, pid))
             takeRealProcess(pass, text, pid);
     }
+    if (directory->isWhole())
+        state.kept.finish();
     return text.finish(true);
 }

@@ -2,14 +2,16 @@
 #include "process/MM_PROC_Sample.h"
 
 #include "host/HostOpen.h"
+#include "kernel/ProcessFiles.h"
 #include "process/MM_PROC_Parse.h"
-#include "process/MM_PROC_Reader.h"
 #include "text/FixedText.h"
 
 #include <new>
 #include <utility>
 
 namespace {
+
+static_assert(zel::PROCESS_RECORD_SIZE == PROC_TEXT_SIZE);
 
 // The owner and the stat file.
 bool takeIdentity(zel::ProcessFiles &files, proc_s &raw, _ST_PROC &record) {
@@ -18,6 +20,7 @@ bool takeIdentity(zel::ProcessFiles &files, proc_s &raw, _ST_PROC &record) {
     char *stat = files.stat();
     if (stat == nullptr || !zel::parseStat(stat, raw))
         return false;
+    files.takeFlags(raw.flags);
     zel::copyText(record.l_strFName, zel::commandName(stat));
     return true;
 }
@@ -39,7 +42,7 @@ void takeCommandLine(zel::ProcessFiles &files, _ST_PROC &record) {
 } // namespace
 
 bool zel::sampleProcess(ProcessPass &pass, int pid, double curTime, proc_s &raw, _ST_PROC &record) {
-    ProcessFiles files(pass.directory, pid, pass.scratch.text, sizeof(pass.scratch.text));
+    ProcessFiles files(pass.directory, pid, pass.scratch.text, sizeof(pass.scratch.text), pass.kept);
     if (!takeIdentity(files, raw, record) || !takeMemory(files, raw))
         return false;
     raw.io_read = 0; // a file that is denied or absent shows no other process's figures
@@ -57,7 +60,7 @@ bool zel::sampleProcess(ProcessPass &pass, int pid, double curTime, proc_s &raw,
 }
 
 bool zel::sampleRealProcess(ProcessPass &pass, int pid, proc_s &raw, _ST_PROC &record) {
-    ProcessFiles files(pass.directory, pid, pass.scratch.text, sizeof(pass.scratch.text));
+    ProcessFiles files(pass.directory, pid, pass.scratch.text, sizeof(pass.scratch.text), pass.kept);
     if (!takeIdentity(files, raw, record))
         return false;
     takeCommandLine(files, record);
@@ -72,7 +75,7 @@ int CMM_PROC_Info::fMReadProcTable(int pid, proc_s *raw, _ST_PROC *out, unsigned
     zel::ProcessScratch *scratch = m_state->scratch();
     if (!directory.valid() || scratch == nullptr)
         return 0;
-    zel::ProcessPass pass{*this, *scratch, directory.get(), mode, totalMemKB};
+    zel::ProcessPass pass{*this, *scratch, directory.get(), nullptr, mode, totalMemKB};
     try {
         return zel::sampleProcess(pass, pid, curTime, *raw, *out);
     } catch (const std::bad_alloc &) { // no memory for the sample of a process that is new

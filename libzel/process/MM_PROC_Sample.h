@@ -12,6 +12,7 @@ struct ProcessPass {
     CMM_PROC_Info &collector;
     ProcessScratch &scratch;
     int directory;                 // descriptor of /proc
+    KeptProcesses *kept = nullptr; // of a pass over all processes
     int mode = 0;                  // 1 or more: push report
     unsigned long totalMemory = 0; // KB
     SampleCursor samples = SampleCursor(collector.m_ProcMap);

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -140,6 +141,8 @@ const char *report(Scan &scan, zel::DirectoryWalk &directory, double elapsed) {
         takeScriptedProcesses(scan, elapsed);
     else
         takeListedProcesses(scan, directory);
+    if (scan.scripted || directory.isWhole())
+        scan.pass.kept->finish();
     appendGuestRows(scan);
 
     if (scan.push)
@@ -152,19 +155,18 @@ const char *report(Scan &scan, zel::DirectoryWalk &directory, double elapsed) {
 
 const char *zel::scanProcesses(CMM_PROC_Info &collector, ProcessState &state, int mode) {
     const double elapsed = collector.fMGetTimeDiff();
+    ProcessScratch *scratch = state.clearedScratch();
+    // First of all, so that what stays open makes way for what follows where descriptors are used up.
+    std::optional<DirectoryWalk> directory = openProcesses(state, scratch);
     const unsigned long totalMemory = collector.fMGetSysTotMem();
     startClocks(collector);
-    ProcessScratch *scratch = state.clearedScratch();
-    if (scratch == nullptr)
-        return nullptr;
-    DirectoryWalk directory("/proc", scratch->names);
-    if (!directory.isOpen())
+    if (!directory)
         return nullptr;
     ZEL_LOG(normalLogOpen(), LOG_LEVEL_NORMAL, "MM_PROC_Info", collector.m_strLogMsg,
             "MinorNum[%d]GtrProcType[%d]GtrJavaProc[%d]", collector.fMLinux_Minor(), g_nGetProcessType,
             g_nGetProcessJAVA);
 
-    Scan scan{.pass = {collector, *scratch, directory.descriptor(), mode, totalMemory},
+    Scan scan{.pass = {collector, *scratch, directory->descriptor(), &state.kept, mode, totalMemory},
               .text = ProcessText(collector),
               .java = JavaFigures(collector),
               .push = {},
@@ -172,7 +174,19 @@ const char *zel::scanProcesses(CMM_PROC_Info &collector, ProcessState &state, in
     if (scan.pass.isPush())
         scan.push.emplace(collector, state);
     scan.columns = scan.push ? ProcessColumns::Extended : chosenColumns();
-    return report(scan, directory, elapsed);
+    return report(scan, *directory, elapsed);
+}
+
+std::optional<zel::DirectoryWalk> zel::openProcesses(ProcessState &state, ProcessScratch *scratch) {
+    if (scratch == nullptr)
+        return {};
+    std::optional<DirectoryWalk> directory(std::in_place, "/proc", scratch->names);
+    if (!directory->isOpen() && state.kept.makeWay())
+        directory.emplace("/proc", scratch->names);
+    if (!directory->isOpen())
+        return {};
+    state.kept.begin(directory->descriptor(), g_strHostRoot[0] == '\0' && isOfProc(directory->descriptor()));
+    return directory;
 }
 
 bool zel::isProcess(const char *name, int &pid) {

@@ -4,6 +4,7 @@
 
 #include "MM_PROC_Info.h"
 #include "host/DirectoryWalk.h"
+#include "kernel/KeptProcesses.h"
 #include "text/OwnedText.h"
 
 #include <cstddef>
@@ -31,6 +32,7 @@ struct ProcessState {
     ProcessScratch *clearedScratch();
 
     std::unique_ptr<PushList> pushList; // allocated by the first push scan
+    KeptProcesses kept{placesOfSettings()};
 
 private:
     std::unique_ptr<ProcessScratch, FreeDeleter> m_scratch;

@@ -1,6 +1,7 @@
 // The names of a directory and the files in it.
 #include "host/DirectoryWalk.h"
 
+#include "Faults.h"
 #include "TempDirectory.h"
 
 #include <gtest/gtest.h>
@@ -50,4 +51,24 @@ TEST(DirectoryWalk, MissingDirectoryAndFileHaveNoNames) {
         EXPECT_FALSE(walk.isOpen());
         EXPECT_EQ(walk.next(), nullptr);
     }
+}
+
+TEST(DirectoryWalk, IsWholeOnceTheKernelHasNoFurtherName) {
+    TempDirectory directory;
+    directory.write("file", "");
+    zel::DirectoryRoom<512> room;
+    zel::DirectoryWalk walk(directory.path().c_str(), room);
+    EXPECT_FALSE(walk.isWhole());
+    while (walk.next() != nullptr) {
+    }
+    EXPECT_TRUE(walk.isWhole());
+}
+
+TEST(DirectoryWalk, IsNotWholeWhereReadingFails) {
+    TempDirectory directory;
+    zel::DirectoryRoom<512> room;
+    zel::DirectoryWalk walk(directory.path().c_str(), room);
+    const Fault fault(Call::Getdents, 1);
+    EXPECT_EQ(walk.next(), nullptr);
+    EXPECT_FALSE(walk.isWhole());
 }

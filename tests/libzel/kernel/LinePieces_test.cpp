@@ -88,4 +88,12 @@ TEST(LinePieces, LinesOfAnyFileComeInOrder) {
     }
 }
 
+TEST(LinePieces, TextThatWasReadBeforeIsGivenOnce) {
+    char text[] = "one\ntwo\n";
+    zel::LinePieces pieces(text, sizeof(text) - 1);
+    EXPECT_STREQ(pieces.next(), "one\ntwo\n");
+    EXPECT_EQ(pieces.end(), text + sizeof(text) - 1);
+    EXPECT_EQ(pieces.next(), nullptr);
+}
+
 } // namespace
