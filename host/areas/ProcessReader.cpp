@@ -56,6 +56,10 @@ public:
         m_place = 0;
         for (const std::uint64_t pid : m_pids)
             takeListed(take, pid);
+        if (m_isWhole)
+            m_texts.finish();
+        else
+            noteFailure(take.sample.area(Area::Processes), EIO, "proc");
         std::swap(m_before, m_now);
         countProcesses(take.sample.processes, m_unread, take.sample.processTotals);
     }
@@ -70,6 +74,7 @@ private:
             if (*name >= '1' && *name <= '9' && scanPlain(cursor, pid) && *cursor == '\0' && pid <= pidLimit)
                 m_pids.push_back(pid);
         }
+        m_isWhole = walk.isWhole();
         if (!std::is_sorted(m_pids.begin(), m_pids.end())) // the kernel's own are
             std::sort(m_pids.begin(), m_pids.end());
     }
@@ -252,7 +257,8 @@ private:
     std::size_t m_place = 0;     // in m_before, of the process that comes next
     std::uint64_t m_samples = 0;
     std::uint64_t m_unread = 0;
-    bool m_isGone = false;
+    bool m_isWhole = false; // the list, as far as it could be read
+    bool m_isGone = false;  // the process that is being read
     DirectoryRoom<32768> m_room{};
 };
 

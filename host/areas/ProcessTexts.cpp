@@ -3,6 +3,7 @@
 
 #include "text/DecimalText.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
@@ -20,10 +21,19 @@ void ProcessTexts::begin(const HostDirectory &root, int directory) {
     m_root = &root;
     m_directory = directory;
     std::memcpy(m_path.data(), processes.data(), processes.size());
+    m_placesLeft = std::max(0, root.kept().limit() - root.kept().taken());
+    m_kept.begin(directory, root.own() && isOfProc(directory));
+}
+
+void ProcessTexts::finish() {
+    m_files.reset();
+    m_kept.finish();
 }
 
 void ProcessTexts::select(std::uint64_t pid) {
     m_pidEnd = static_cast<std::size_t>(writeDecimal(m_path.data() + processes.size(), pid) - m_path.data());
+    if (m_root->own())
+        m_files.emplace(m_directory, static_cast<int>(pid), m_text.data(), m_text.size(), &m_kept);
 }
 
 const char *ProcessTexts::path(std::string_view name) {
@@ -34,18 +44,48 @@ const char *ProcessTexts::path(std::string_view name) {
 
 // Below a root directory the way to a process may lead through a link, which must not lead out.
 int ProcessTexts::owner(uid_t &user) {
-    struct stat status {};
-    int failed = 0;
     if (m_root->own()) {
-        failed = fstatat(m_directory, path("") + processes.size(), &status, 0);
-    } else {
-        const ScopedDescriptor process = m_root->open(path(""), O_PATH | O_DIRECTORY | O_CLOEXEC);
-        failed = process.valid() ? fstat(process.get(), &status) : -1;
+        int id = 0;
+        if (!m_files->owner(id))
+            return errno;
+        user = static_cast<uid_t>(id);
+        return 0;
     }
-    if (failed != 0)
+    const ScopedDescriptor process = m_root->open(path(""), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    struct stat status {};
+    if (!process.valid() || fstat(process.get(), &status) != 0)
         return errno;
     user = status.st_uid;
     return 0;
+}
+
+int ProcessTexts::taken(const char *text, std::string_view &result) const {
+    result = text == nullptr ? std::string_view() : text;
+    return text == nullptr ? m_files->error() : 0;
+}
+
+int ProcessTexts::stat(std::string_view &text) {
+    return m_root->own() ? taken(m_files->stat(), text) : read("/stat", RECORD_LIMIT, text);
+}
+
+int ProcessTexts::statm(std::string_view &text) {
+    return m_root->own() ? taken(m_files->statm(), text) : read("/statm", RECORD_LIMIT, text);
+}
+
+int ProcessTexts::io(std::string_view &text) {
+    if (!m_root->own())
+        return read("/io", RECORD_LIMIT, text);
+    LinePieces lines = m_files->io();
+    if (m_files->error() != 0)
+        return m_files->error();
+    return taken(lines.next(), text);
+}
+
+int ProcessTexts::commandLine(std::string_view &text) {
+    if (!m_root->own())
+        return read("/cmdline", COMMAND_LINE_LIMIT, text);
+    text = {m_text.data(), m_files->commandLine(m_text.data(), COMMAND_LINE_LIMIT + 1)};
+    return m_files->error();
 }
 
 bool ProcessTexts::isGone() {

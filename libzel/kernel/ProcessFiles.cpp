@@ -100,13 +100,18 @@ ssize_t ProcessFiles::readKept(ProcessFile file, char *text, std::size_t size) {
 
 char *ProcessFiles::record(ProcessFile file) {
     const std::size_t size = std::min(m_size, PROCESS_RECORD_SIZE + 1);
+    m_error = 0;
     if (const ssize_t length = readKept(file, m_text, size - 1); length > 0) {
         m_kept->countUse(file);
         m_text[length] = '\0';
         return m_text;
     }
     ScopedDescriptor opened = open(file);
-    if (!readKernelFile(opened, m_text, size))
+    m_error = opened.valid() ? 0 : errno;
+    const FileText text = readKernelFile(opened, m_text, size);
+    if (text.failure == FileText::Failure::NotRead)
+        m_error = errno;
+    if (!text)
         return nullptr;
     keep(file, std::move(opened));
     return m_text;
@@ -161,11 +166,13 @@ LinePieces ProcessFiles::io() {
 std::size_t ProcessFiles::commandLine(char *line, std::size_t size) {
     constexpr ProcessFile file = ProcessFile::CommandLine;
     ssize_t length = m_isKernelThread ? 0 : readKept(file, line, size - 1);
+    m_error = 0;
     if (length >= 0 && !m_isKernelThread)
         m_kept->countUse(file);
     if (length < 0) {
         ScopedDescriptor opened = open(file);
-        length = opened.valid() ? read(opened.get(), line, size - 1) : 0;
+        length = opened.valid() ? read(opened.get(), line, size - 1) : -1;
+        m_error = length < 0 ? errno : 0;
         if (opened.valid() && length >= 0)
             keep(file, std::move(opened));
     }
