@@ -1,9 +1,13 @@
 // Processes, from /proc/<pid>: stat, statm, io, cmdline, cgroup and the directory itself.
 //
-// A process is its pid and its start time. Each sample reads everything anew but the cgroup, which the kernel makes up
-// under a lock of the whole machine: it is read when a process is new or has another name (it runs another program),
-// and else in every eighth sample, of some processes in each. What a sample says of a cgroup is up to seven samples
-// old.
+// A process is its pid and its start time. Each sample reads everything anew but two things:
+//
+//   cgroup        the kernel makes its path up under a lock of the whole machine. It is read when a process is new or
+//                 has another name (it runs another program), and else in every eighth sample, of some processes in
+//                 each: it is up to seven samples old.
+//   descriptors   are counted when a process is new, runs, or shows in its times, faults, calls or memory that it ran,
+//                 and else in every eighth sample. A process that ran shows it unless it needed less than a clock tick
+//                 (10 ms) in all, no new page and no read or write: then the number is up to seven samples old.
 //
 // A process that went while it was read is left out and counted. One whose stat cannot be read or parsed is in the list
 // with the reasons. I/O counters of other users' processes need their rights or CAP_SYS_PTRACE; so does the number of

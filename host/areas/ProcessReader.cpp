@@ -2,6 +2,7 @@
 #include "host/areas/AreaReader.h"
 #include "host/areas/ContainerId.h"
 #include "host/areas/KeyedLines.h"
+#include "host/areas/KnownProcesses.h"
 #include "host/areas/ProcessCount.h"
 #include "host/areas/ProcessParse.h"
 #include "host/areas/ProcessTexts.h"
@@ -9,14 +10,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <unistd.h>
 
 namespace zel {
 
 namespace {
-
-// Of the samples one in so many reads the cgroup of a process, beside those in which it is new or renamed.
-constexpr std::uint64_t samplesPerCgroup = 8;
 
 constexpr std::uint64_t pidLimit = 0x7fffffff;
 
@@ -31,13 +30,10 @@ constexpr KeyedEntry<Process> ioKeys[] = {
 };
 constexpr KeyedEntry<Process> rollupKeys[] = {{"Pss", &Process::proportionalBytes}};
 
-// What is remembered of a process for the next sample.
-struct Known {
-    std::uint64_t pid = 0;
-    Number startSeconds;
-    std::string name;
-    Reading<std::string> cgroup, container;
-};
+// Of a text that differs when a process ran: faults, times, calls.
+std::uint64_t traceOf(std::string_view text) {
+    return std::hash<std::string_view>{}(text);
+}
 
 class ProcessReader : public AreaReader {
 public:
@@ -52,15 +48,13 @@ public:
         list(walk);
         take.sample.processes.clear();
         m_unread = 0;
-        m_now.clear();
-        m_place = 0;
+        m_known.begin();
         for (const std::uint64_t pid : m_pids)
             takeListed(take, pid);
         if (m_isWhole)
             m_texts.finish();
         else
             noteFailure(take.sample.area(Area::Processes), EIO, "proc");
-        std::swap(m_before, m_now);
         countProcesses(take.sample.processes, m_unread, take.sample.processTotals);
     }
 
@@ -90,6 +84,8 @@ private:
         process.pid = pid;
         m_texts.select(pid);
         m_isGone = false;
+        m_trace = 0;
+        m_line.state = '\0';
         takeProcess(take, process);
         if (!m_isGone)
             return;
@@ -111,9 +107,7 @@ private:
         if (!m_isGone)
             takeCommand(process, hasMemory);
         if (!m_isGone)
-            takeCgroup(process);
-        if (!m_isGone)
-            takeDescriptors(process);
+            takeRemembered(process);
     }
 
     // The reason for a failed read. A process without files is gone, unless its directory is still there.
@@ -141,6 +135,7 @@ private:
                 loseProcess(take, error, reason, process);
             return;
         }
+        m_trace = traceOf(text);
         if (!parseStatLine(text, process.pid, m_line))
             return loseProcess(take, EBADMSG, Absence::Malformed, process);
         if (m_line.isRemoved()) {
@@ -183,6 +178,7 @@ private:
         std::string_view text;
         const int error = m_texts.io(text);
         const Absence reason = error == 0 ? Absence::Malformed : reasonOf(error);
+        m_trace += traceOf(text);
         for (const KeyedEntry<Process> &entry : ioKeys)
             process.*entry.member = reason;
         if (error == 0)
@@ -198,35 +194,22 @@ private:
         takeCommandLine(m_texts.text(), text.size(), process.commandLine);
     }
 
-    // Both lists are in the order of the pids.
-    Known *before(const Process &process) {
-        while (m_place < m_before.size() && m_before[m_place].pid < process.pid)
-            ++m_place;
-        return m_place < m_before.size() && m_before[m_place].pid == process.pid ? &m_before[m_place] : nullptr;
-    }
-
-    bool isSame(const Known &known, const Process &process) const {
-        return known.startSeconds && process.startSeconds && *known.startSeconds == *process.startSeconds &&
-               known.name == process.name;
-    }
-
-    void takeCgroup(Process &process) {
-        Known &known = m_now.append();
-        Known *const earlier = before(process);
-        const bool isDue = (m_samples + process.pid) % samplesPerCgroup == 0;
-        const bool isKnown = earlier != nullptr && !isDue && isSame(*earlier, process);
-        if (isKnown)
-            std::swap(known, *earlier);
-        else
-            readCgroup(process, known);
+    // What costs much and changes seldom.
+    void takeRemembered(Process &process) {
+        KnownProcess &known = m_known.next(process);
+        const bool isDue = known.isNew || (m_samples + process.pid) % SAMPLES_PER_READING == 0;
+        if (isDue)
+            readCgroup(known);
         process.cgroup = known.cgroup;
         process.container = known.container;
+        const bool mayHaveRun = known.trace != m_trace || m_line.state == 'R';
+        known.trace = m_trace;
+        if (!m_isGone && (isDue || mayHaveRun))
+            readDescriptors(known);
+        process.descriptors = known.descriptors;
     }
 
-    void readCgroup(const Process &process, Known &known) {
-        known.pid = process.pid;
-        known.startSeconds = process.startSeconds;
-        known.name = process.name;
+    void readCgroup(KnownProcess &known) {
         std::string_view text;
         const int error = m_texts.cgroup(text);
         const std::string_view path = cgroupPath(text);
@@ -239,10 +222,10 @@ private:
         known.container.clear(reason);
     }
 
-    void takeDescriptors(Process &process) {
+    void readDescriptors(KnownProcess &known) {
         std::uint64_t count = 0;
         const int error = m_texts.descriptors(count);
-        process.descriptors = error == 0 ? Count(count) : Count(reasonOf(error));
+        known.descriptors = error == 0 ? Count(count) : Count(reasonOf(error));
     }
 
     ProcessUnits m_units{static_cast<double>(sysconf(_SC_CLK_TCK)), static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)),
@@ -253,8 +236,8 @@ private:
     StatLine m_line;
     KeyedLines<Process> m_io{ioKeys}, m_rollup{rollupKeys};
     std::vector<std::uint64_t> m_pids;
-    Rows<Known> m_before, m_now; // by pid
-    std::size_t m_place = 0;     // in m_before, of the process that comes next
+    KnownProcesses m_known;
+    std::uint64_t m_trace = 0; // of the process that is being read
     std::uint64_t m_samples = 0;
     std::uint64_t m_unread = 0;
     bool m_isWhole = false; // the list, as far as it could be read

@@ -65,7 +65,8 @@ constexpr Field<Process> processFields[] = {
     process.needing(owner,
                     process.from("/proc/<pid>/fd")
                         .gauge("descriptors", &Process::descriptors, Unit::None,
-                               "Open descriptors. From kernel 6.2 on every user may read those of every process.")),
+                               "Open descriptors; of a process that does not seem to run up to seven samples old. "
+                               "From kernel 6.2 on every user may read those of every process.")),
 
     process.needing(owner, io.counter("read_characters_total", &Process::readCharacters, Unit::Bytes,
                                       "Bytes that read calls returned.")),

@@ -280,6 +280,47 @@ TEST_F(ProcessReader, CgroupIsUpToSevenSamplesOld) {
     EXPECT_LE(samples, 8);
 }
 
+TEST_F(ProcessReader, DescriptorsOfAProcessThatRanAreCountedAtOnce) {
+    // Of eight processes each has another turn: at most one of them is counted by its turn.
+    for (int pid = 1; pid <= 8; ++pid) {
+        put({.pid = pid});
+        write(pid, "fd/0", "");
+    }
+    take();
+    for (int pid = 1; pid <= 8; ++pid) {
+        write(pid, "fd/1", "");
+        if (pid % 2 == 0)
+            put({.pid = pid, .utime = 1});
+        else
+            write(pid, "io", "rchar: 2\nwchar: 2\nsyscr: 3\nsyscw: 4\n");
+    }
+    take();
+    for (std::uint64_t pid = 1; pid <= 8; ++pid)
+        EXPECT_EQ(*process(pid).descriptors, 2u) << pid;
+}
+
+TEST_F(ProcessReader, DescriptorsOfAProcessThatRunsAreCountedInEachSample) {
+    put({.pid = 7, .state = 'R'});
+    for (std::uint64_t count = 1; count <= 10; ++count) {
+        write(7, "fd/" + std::to_string(count), "");
+        take();
+        EXPECT_EQ(*process(7).descriptors, count);
+    }
+}
+
+TEST_F(ProcessReader, DescriptorsOfAnIdleProcessAreUpToSevenSamplesOld) {
+    put({.pid = 7});
+    write(7, "fd/0", "");
+    take();
+    write(7, "fd/1", "");
+    int samples = 0;
+    do {
+        take();
+        ++samples;
+    } while (samples < 20 && *process(7).descriptors != 2);
+    EXPECT_LE(samples, 8);
+}
+
 TEST_F(ProcessReader, CgroupOfANewOrARenamedProcessIsReadAtOnce) {
     // Of eight processes each has another turn: at most one of them is read by its turn.
     for (int pid = 1; pid <= 8; ++pid)
