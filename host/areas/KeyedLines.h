@@ -64,7 +64,7 @@ private:
     // Sample: 24684092 kB
     static Count valueAt(const char *cursor) {
         unsigned long long value = 0;
-        if (!scanUnsigned(cursor, value))
+        if (*skipBlanks(cursor) == '-' || !scanUnsigned(cursor, value))
             return Absence::Malformed;
         cursor = skipBlanks(cursor);
         return cursor[0] == 'k' && cursor[1] == 'B' ? value * BYTES_PER_KILOBYTE : value;

@@ -78,12 +78,11 @@ bool StatLine::isKernelThread() const {
 }
 
 // Sample: 42 (a) b) S 1 42 42 0 -1 4194560 1260 8000 22 35 111 222 3 4 20 0 1 0 98765 176148480 2345 ...
-bool parseStatLine(std::string_view text, std::uint64_t pid, StatLine &line) {
+bool parseStatLine(std::string_view text, StatLine &line) {
     const char *cursor = text.data();
     unsigned long long number = 0;
     const std::size_t close = text.rfind(')');
-    if (close == std::string_view::npos || !scanPlain(cursor, number) || number != pid || *cursor != ' ' ||
-        cursor[1] != '(')
+    if (close == std::string_view::npos || !scanPlain(cursor, number) || *cursor != ' ' || cursor[1] != '(')
         return false;
     const char *name = cursor + 2;
     const char *nameEnd = text.data() + close;
@@ -137,7 +136,7 @@ void takeStatm(const char *text, const ProcessUnits &units, Process &process) {
     bool scanned = true;
     for (const auto column : columns) {
         unsigned long long pages = 0;
-        scanned = scanned && scanPlain(text, pages);
+        scanned = scanned && scanUnsigned(text, pages); // a negative one is too large afterwards
         if (column == nullptr)
             continue;
         std::uint64_t bytes = 0;

@@ -80,9 +80,10 @@ struct ProcessUnits {
     bool accountsForDelays = true; // else the kernel writes a 0 that says nothing
 };
 
-/// Takes the stat line of process `pid` apart; `text` is terminated. False when it is none: it does not begin with this
-/// number and a name in brackets. The name ends at the last bracket, whatever bytes are in it.
-bool parseStatLine(std::string_view text, std::uint64_t pid, StatLine &line);
+/// Takes a stat line apart; `text` is terminated. False when it is none: it does not begin with a number and a name in
+/// brackets. The name ends at the last bracket, whatever bytes are in it. The number is not looked at: who collects
+/// files of hosts may give their directories other names.
+bool parseStatLine(std::string_view text, StatLine &line);
 /// The fields that a stat line gives; all are set.
 void takeStatLine(const StatLine &line, const ProcessUnits &units, Process &process);
 /// The fields of a stat that could not be read or parsed.

@@ -136,7 +136,7 @@ private:
             return;
         }
         m_trace = traceOf(text);
-        if (!parseStatLine(text, process.pid, m_line))
+        if (!parseStatLine(text, m_line))
             return loseProcess(take, EBADMSG, Absence::Malformed, process);
         if (m_line.isRemoved()) {
             m_isGone = true;

@@ -16,11 +16,10 @@ constexpr ProcessUnits units{100, 4096, true};
 const std::string tail = " S 11 12 13 34816 15 4194304 16 17 18 19 250 130 400 75 20 -5 7 0 4200 1048576 25 "
                          "18446744073709551615 1 2 3 4 5 6 7 8 9 10 11 12 -1 3 40 2 150 60 90 1 2 3 4 5 6 7 0\n";
 
-Process parsed(const std::string &text, std::uint64_t pid = 42, const ProcessUnits &host = units) {
+Process parsed(const std::string &text, const ProcessUnits &host = units) {
     StatLine line;
     Process process;
-    process.pid = pid;
-    if (zel::parseStatLine(text, pid, line))
+    if (zel::parseStatLine(text, line))
         zel::takeStatLine(line, host, process);
     else
         zel::loseStat(Absence::Malformed, process);
@@ -57,7 +56,7 @@ TEST(ProcessStat, GivesEveryColumn) {
 }
 
 TEST(ProcessStat, OtherClocksCountOtherTicks) {
-    EXPECT_DOUBLE_EQ(*parsed("42 (a)" + tail, 42, {250, 4096, true}).userSeconds, 1);
+    EXPECT_DOUBLE_EQ(*parsed("42 (a)" + tail, {250, 4096, true}).userSeconds, 1);
 }
 
 TEST(ProcessStat, NameEndsAtTheLastBracket) {
@@ -77,7 +76,7 @@ TEST(ProcessStat, NameIsCutAtItsLimit) {
 }
 
 TEST(ProcessStat, ThreadOfTheKernelHasItsFlag) {
-    EXPECT_EQ(*parsed("2 (kthreadd) S 0 0 0 0 -1 2129984 0 0 0 0 0 0 0 0 20 0 1 0 21 0 0\n", 2).kernelThread, 1u);
+    EXPECT_EQ(*parsed("2 (kthreadd) S 0 0 0 0 -1 2129984 0 0 0 0 0 0 0 0 20 0 1 0 21 0 0\n").kernelThread, 1u);
 }
 
 TEST(ProcessStat, NoTerminalAndNoGroupAreNoNumbers) {
@@ -129,9 +128,8 @@ TEST(ProcessStat, NegativeCountIsMalformed) {
 }
 
 TEST(ProcessStat, TextWithoutTheNumberAndANameIsNone) {
-    for (const char *text :
-         {"", "\n", "42", "42 ", "42 (", "42 (a", "42 a) S 1", "43 (a) S 1 2 3", "(a) S 1 2 3", "x (a) S 1 2", ")",
-          "42 )", "42 (a)", "42 (a) ", "42 (a)S 1", "-42 (a) S 1", "99999999999999999999 (a) S 1"}) {
+    for (const char *text : {"", "\n", "42", "42 ", "42 (", "42 (a", "42 a) S 1", "(a) S 1 2 3", "x (a) S 1 2", ")",
+                             "42 )", "42 (a)", "42 (a) ", "42 (a)S 1", "-42 (a) S 1", "99999999999999999999 (a) S 1"}) {
         const Process process = parsed(text);
         EXPECT_EQ(process.state.absence(), Absence::Malformed) << text;
         EXPECT_EQ(process.startSeconds.absence(), Absence::Malformed) << text;
@@ -147,14 +145,14 @@ TEST(ProcessStat, HugeLineIsTakenByItsColumns) {
 }
 
 TEST(ProcessStat, DelaysThatAreNotAccountedForAreNoZero) {
-    EXPECT_EQ(parsed("42 (a)" + tail, 42, {100, 4096, false}).delaySeconds.absence(), Absence::Unsupported);
+    EXPECT_EQ(parsed("42 (a)" + tail, {100, 4096, false}).delaySeconds.absence(), Absence::Unsupported);
 }
 
 TEST(ProcessStat, LineOfAProcessThatIsBeingRemovedIsKnown) {
     StatLine line;
-    ASSERT_TRUE(zel::parseStatLine("42 (a) X 0 -1 -1 0 -1 64 0 0 0 0 0 0 0 0 20 0 0 0 21 0 0\n", 42, line));
+    ASSERT_TRUE(zel::parseStatLine("42 (a) X 0 -1 -1 0 -1 64 0 0 0 0 0 0 0 0 20 0 0 0 21 0 0\n", line));
     EXPECT_TRUE(line.isRemoved());
-    ASSERT_TRUE(zel::parseStatLine("42 (a) Z 1 42 42 0 -1 64 0 0 0 0 0 0 0 0 20 0 1 0 21 0 0\n", 42, line));
+    ASSERT_TRUE(zel::parseStatLine("42 (a) Z 1 42 42 0 -1 64 0 0 0 0 0 0 0 0 20 0 1 0 21 0 0\n", line));
     EXPECT_FALSE(line.isRemoved());
 }
 
@@ -176,6 +174,9 @@ TEST(ProcessStatm, WhatIsMissingOrDoesNotFitIsMalformed) {
     EXPECT_EQ(*process.sharedBytes, 122880u);
     EXPECT_EQ(process.textBytes.absence(), Absence::Malformed);
     EXPECT_EQ(process.dataBytes.absence(), Absence::Malformed);
+    zel::takeStatm("10 20 18446744073709551615 40 0 50 0\n", units, process); // some kernels count below 0
+    EXPECT_EQ(process.sharedBytes.absence(), Absence::Malformed);
+    EXPECT_EQ(*process.dataBytes, 204800u);
     zel::takeStatm("", units, process);
     EXPECT_EQ(process.virtualBytes.absence(), Absence::Malformed);
     zel::takeStatm("-1 2 3 4 5 6 7", units, process);
