@@ -6,9 +6,11 @@
 #include "NGFunctions.h"
 #include "Settings.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <sys/resource.h>
 
 namespace agent {
 
@@ -19,6 +21,7 @@ constexpr int logDays = 7;
 constexpr int logInThread = 1;
 constexpr int longestPass = 30; // seconds
 constexpr int megabytesOfBufferFiles = 100;
+constexpr rlim_t usefulDescriptors = 262144; // four for each of 16384 processes, of which a quarter may stay open
 
 // The watchdog's words are plain integers that its thread reads and writes, too.
 void setShared(int &word, int value) {
@@ -48,6 +51,14 @@ void applySettings() {
     g_nNfsStatusCheckFlag = 2;
     g_nDataBufferSaveMaxSize = megabytesOfBufferFiles;
     applyHostRoot();
+}
+
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= usefulDescriptors)
+        return;
+    limit.rlim_cur = std::min(limit.rlim_max, usefulDescriptors);
+    setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 Runtime::Runtime() : m_logger(logLevel, "example", logDays, logInThread) {

@@ -12,6 +12,10 @@ namespace agent {
 /// environment variable ZEL_HOST_ROOT names the root directory of the sampled host.
 void applySettings();
 
+/// Raises the soft limit of descriptors to what the collectors can use, as far as the hard one allows: a quarter of it
+/// may stay open between samples. The library itself never changes a limit.
+void raiseDescriptorLimit();
+
 /// Starts the logger (../log), the scheduler (inventory commands, one after another) and the watchdog, and ends them.
 /// Collectors are built after it and destroyed before it.
 class Runtime {

@@ -54,6 +54,7 @@ void run(const agent::Options &options, agent::Numbering &numbering) {
 int main(int argc, char **argv) {
     agent::Options options;
     agent::applySettings();
+    agent::raiseDescriptorLimit();
     if (!agent::readOptions(argc, argv, options))
         return 2;
     agent::installSignalHandlers();

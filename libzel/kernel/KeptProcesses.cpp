@@ -108,12 +108,11 @@ void KeptProcesses::finish() {
         return;
     for (std::size_t file = 0; file < PROCESS_FILES; ++file)
         m_wanted[file] = m_used[file] > 0 ? m_used[file] : m_wanted[file];
-    std::erase_if(m_known, [this](KeptProcess &process) {
-        if (process.scan == m_scan)
-            return false;
-        drop(process);
-        return true;
-    });
+    for (KeptProcess &process : m_known) {
+        if (process.scan != m_scan)
+            drop(process);
+    }
+    std::erase_if(m_known, [this](const KeptProcess &process) { return process.scan != m_scan; });
     mergeNew();
 }
 

@@ -27,7 +27,8 @@
 
 namespace zel {
 
-/// In the order in which places are spent: by processor time saved per memory of the kernel (bench/README.md).
+/// In the order in which places are spent: by processor time saved per memory of the kernel (bench/README.md). One more
+/// file is one more name here and in ProcessFiles.cpp, with the sign by which its text is known, if there is one.
 enum class ProcessFile : unsigned char { CommandLine, Io, Stat, Statm };
 inline constexpr std::size_t PROCESS_FILES = 4;
 

@@ -163,21 +163,26 @@ LinePieces ProcessFiles::io() {
 }
 
 // The kernel gives a command line of any length in one read.
-std::size_t ProcessFiles::commandLine(char *line, std::size_t size) {
+ssize_t ProcessFiles::readCommandLine(char *line, std::size_t size) {
     constexpr ProcessFile file = ProcessFile::CommandLine;
-    ssize_t length = m_isKernelThread ? 0 : readKept(file, line, size - 1);
     m_error = 0;
-    if (length >= 0 && !m_isKernelThread)
+    if (const ssize_t length = readKept(file, line, size); length >= 0) {
         m_kept->countUse(file);
-    if (length < 0) {
-        ScopedDescriptor opened = open(file);
-        length = opened.valid() ? read(opened.get(), line, size - 1) : -1;
-        m_error = length < 0 ? errno : 0;
-        if (opened.valid() && length >= 0)
-            keep(file, std::move(opened));
+        return length;
     }
-    line[std::max<ssize_t>(length, 0)] = '\0';
-    return static_cast<std::size_t>(std::max<ssize_t>(length, 0));
+    ScopedDescriptor opened = open(file);
+    const ssize_t length = opened.valid() ? read(opened.get(), line, size) : -1;
+    m_error = length < 0 ? errno : 0;
+    if (length >= 0)
+        keep(file, std::move(opened));
+    return length;
+}
+
+std::size_t ProcessFiles::commandLine(char *line, std::size_t size) {
+    const ssize_t read = m_isKernelThread ? 0 : readCommandLine(line, size - 1);
+    const auto length = static_cast<std::size_t>(std::max<ssize_t>(read, 0));
+    line[length] = '\0';
+    return length;
 }
 
 } // namespace zel

@@ -49,6 +49,7 @@ private:
     ScopedDescriptor open(ProcessFile file);
     bool statusOf(std::string_view name, struct stat &status);
     ssize_t readKept(ProcessFile file, char *text, std::size_t size);
+    ssize_t readCommandLine(char *line, std::size_t size);
     bool isOfKind(ProcessFile file, std::string_view text) const;
     void keep(ProcessFile file, ScopedDescriptor opened);
 

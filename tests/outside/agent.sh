@@ -152,8 +152,10 @@ title_forges_a_record() {
 one_agent_to_a_home() {
   stage_home single
   start_receiver single 0
+  ulimit -Sn 256
   start_agent single_run
   eventually "record" has_received single 5
+  awk '/^Max open files/ { exit !($4 > 256 || $4 == $5) }' "/proc/$agent/limits" || fail "the agent has not raised its limit"
   local status=0
   (cd "$home/bin" && ./agent --to "127.0.0.1:$port") 2>"$scratch/double.err" || status=$?
   [ $status = 1 ] || fail "a second agent starts in the same home"

@@ -2,6 +2,7 @@
 #include "../../examples/agent/Runtime.h"
 #include "HostRoot.h"
 #include "NGFunctions.h"
+#include "OwnProcess.h"
 #include "SettingGuard.h"
 #include "Settings.h"
 
@@ -29,6 +30,17 @@ TEST(AgentSettings, EveryKernelFrom26OnIsReadAsOne) {
     g_ptrAgentKey = key;
     root.copy(g_strHostRoot, sizeof(g_strHostRoot));
     g_strHostRoot[root.size()] = '\0';
+}
+
+TEST(AgentSettings, SoftLimitOfDescriptorsIsRaisedToWhatCanBeUsed) {
+    EXPECT_TRUE(trueInChild([] {
+        const rlimit few{64, 5000};
+        setrlimit(RLIMIT_NOFILE, &few);
+        agent::raiseDescriptorLimit();
+        rlimit raised{};
+        getrlimit(RLIMIT_NOFILE, &raised);
+        return raised.rlim_cur == 5000 && raised.rlim_max == 5000;
+    }));
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "FaultHost.h"
 #include "Faults.h"
 #include "MemoryLedger.h"
+#include "SettingGuard.h"
+#include "Settings.h"
 #include "host/ScopedHandle.h"
 #include "kernel/KeptFile.h"
 
@@ -217,8 +219,12 @@ TEST(FaultCycles, CollectorsBuiltWithoutOneOfTheirBuffersWork) {
     std::printf("construction: %d faults\n", built - 1);
 }
 
-// This machine as it is: its files, mounts, users and threads, and the real home kit.
-TEST(FaultCycles, OnThisMachineTheNextCycleWorks) {
+// This machine as it is: its files, mounts, users and threads, and the real home kit; with files that stay open and
+// without.
+class FaultsOnThisMachine : public testing::TestWithParam<int> {};
+
+TEST_P(FaultsOnThisMachine, LeaveTheNextCycleWhole) {
+    const SettingGuard keptFiles(g_nKeptFileLimit, GetParam());
     const ScratchHome home;
     home.installKit();
     AllCollectors all;
@@ -247,6 +253,8 @@ TEST(FaultCycles, OnThisMachineTheNextCycleWorks) {
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Every, FaultsOnThisMachine, testing::Values(-1, 0));
 
 // The files of both moments become pipes that nobody writes to, and, on the second round, that nobody fills.
 TEST(FaultCycles, PipesInThePlaceOfKernelFilesHoldNobodyUp) {
