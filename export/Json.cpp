@@ -116,7 +116,19 @@ private:
     bool m_list = false;
 };
 
-// What reading each area cost, and what failed in it.
+double timeOf(const Sample &sample) {
+    return static_cast<double>(sample.realtimeNanoseconds) / nanosecondsPerSecond;
+}
+
+// Since when it, or something of it, does not answer.
+void writeSilence(const Sample &sample, const AreaState &state, JsonSink &sink) {
+    if (state.silentSeconds <= 0)
+        return;
+    sink.number("silent_seconds", state.silentSeconds);
+    sink.number("silent_since_seconds", timeOf(sample) + sample.elapsedSeconds - state.silentSeconds);
+}
+
+// When each area was read, what that cost, and what failed in it.
 void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sink, std::string &out) {
     sink.key("areas");
     out += '{';
@@ -129,7 +141,9 @@ void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sin
         members.key(areaName(area));
         out += '{';
         JsonSink fields(out);
+        fields.number("monotonic_seconds", static_cast<double>(state.monotonicNanoseconds) / nanosecondsPerSecond);
         fields.number("cost_seconds", state.costSeconds);
+        writeSilence(sample, state, fields);
         if (state.error != 0) {
             fields.key("error");
             appendNumber(out, static_cast<std::uint64_t>(state.error));
@@ -146,7 +160,7 @@ void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sin
 }
 
 void writeTime(const Sample &sample, JsonSink &sink) {
-    sink.number("time_seconds", static_cast<double>(sample.realtimeNanoseconds) / nanosecondsPerSecond);
+    sink.number("time_seconds", timeOf(sample));
 }
 
 } // namespace

@@ -1,4 +1,9 @@
 // Memory: all of /proc/meminfo, the NUMA nodes, huge pages by size, swap devices. Any user.
+//
+// The kernel counts in units of 1024 bytes; all members named Bytes are bytes. Every kernel has some of the keys of
+// meminfo; the others are unsupported. Keys that are newer than this library are counted (unknownLines). The first
+// sample is complete. Without a readable meminfo the whole area is lost; a node, a page size or the list of swap
+// devices that cannot be read is noted in the state of the area.
 #pragma once
 
 #include "host/Schema.h"
@@ -79,6 +84,7 @@ struct Memory {
     Count directMap4mBytes;
     Count directMap1gBytes;
     Count directMap2gBytes;
+    Count unknownLines; // names that have no member here
 };
 
 /// One NUMA node, from /sys/devices/system/node.
@@ -128,6 +134,7 @@ struct MemoryNode {
     Count numaInterleave;
     Count numaLocal;
     Count numaOther;
+    Count unknownLines; // of meminfo
 };
 
 /// Huge pages of one size, from /sys/kernel/mm/hugepages.

@@ -17,6 +17,7 @@ struct ProcessorRates {
     std::uint64_t cpu = 0;
     Number user, nice, system, idle, iowait, irq, softirq, steal, guest, guestNice;
     Number busy;
+    Number coreThrottles, packageThrottles; // per second
 };
 
 /// One block device. Wait times, queue and request sizes as iostat defines them: 0 when there was no request.
@@ -66,12 +67,11 @@ struct Rates {
     Rows<DiskRates> disks;
     Rows<InterfaceRates> interfaces;
     Rows<ProcessRates> processes;
-    Rows<CounterRate>
-        counters; // of the sections that have no struct of rates: activity, interrupts, softirqs, vm, pressure
+    Rows<CounterRate> counters; // of the sections that have no struct of rates, in their order
     std::array<bool, AREA_COUNT> asked{};
 
-    /// The rate of the counter `name` of `section`, of its only row or of the one whose label is `label`; unsupported
-    /// when there is none.
+    /// The rate of the counter `name` of `section`, of its only row or of the one whose first label is `label`, as a
+    /// text; unsupported when there is none. `rates.perSecond("vm", "pgfault_total")`
     Number perSecond(std::string_view section, std::string_view name, std::string_view label = {}) const;
 };
 

@@ -2,89 +2,86 @@
 #include "host/Sampler.h"
 
 #include "host/areas/AreaReader.h"
+#include "host/areas/RootAreas.h"
+#include "host/source/Clocks.h"
 
 #include <algorithm>
-#include <ctime>
+#include <optional>
 
 namespace zel {
 
 namespace {
-
-using MakeReader = std::unique_ptr<AreaReader> (*)();
 
 // By Area.
 constexpr std::array<MakeReader, AREA_COUNT> readers{cpuReader,       loadReader,      pressureReader, memoryReader,
                                                      vmReader,        interruptReader, diskReader,     filesystemReader,
                                                      interfaceReader, processReader,   identityReader};
 
-constexpr std::int64_t nanosecondsPerSecond = 1000000000;
-
-std::int64_t nanoseconds(clockid_t clock) {
-    timespec now{};
-    clock_gettime(clock, &now);
-    return now.tv_sec * nanosecondsPerSecond + now.tv_nsec;
-}
-
-double secondsSince(std::int64_t before, clockid_t clock) {
-    return static_cast<double>(nanoseconds(clock) - before) / static_cast<double>(nanosecondsPerSecond);
-}
-
 bool isAsked(const Options &options, Area area) {
     return options.areas.empty() || std::find(options.areas.begin(), options.areas.end(), area) != options.areas.end();
 }
 
-} // namespace
-
-void noteFailure(AreaState &state, int error, std::string_view file) {
-    if (state.error != 0)
-        return;
-    state.error = error;
-    state.file = file;
+std::array<MakeReader, AREA_COUNT> askedReaders(const Options &options) {
+    std::array<MakeReader, AREA_COUNT> asked{};
+    for (std::size_t index = 0; index < AREA_COUNT; ++index) {
+        if (isAsked(options, static_cast<Area>(index)))
+            asked[index] = readers[index];
+    }
+    return asked;
 }
 
-void loseArea(Sample &sample, Area area, int error, std::string_view file) {
-    AreaState &state = sample.area(area);
-    noteFailure(state, error, file);
-    state.absence = absenceOf(error);
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (section.area != area)
-            return;
-        if (section.one != nullptr)
-            forget(sample.*section.one, state.absence);
-        else
-            (sample.*section.many).clear();
-    });
-}
-
-struct Sampler::State {
-    Options options;
-    HostDirectory root;
-    SharedSource stat{"proc/stat", Records::One};
-    std::array<std::unique_ptr<AreaReader>, AREA_COUNT> areas;
-
-    explicit State(Options wanted) : options(std::move(wanted)), root(options.root, options.keptFiles) {
+// The areas of the host itself, whose kernel files do not hang.
+class OwnAreas {
+public:
+    OwnAreas(const Options &options, const std::array<MakeReader, AREA_COUNT> &makeReader)
+        : m_root("", options.keptFiles) {
         for (std::size_t index = 0; index < AREA_COUNT; ++index) {
-            if (isAsked(options, static_cast<Area>(index)))
-                areas[index] = readers[index]();
+            if (makeReader[index] != nullptr)
+                m_areas[index] = makeReader[index]();
         }
     }
 
-    void readArea(std::size_t index, Take &take) {
-        AreaState &state = take.sample.areas[index];
-        state.asked = areas[index] != nullptr;
-        state.absence = Absence::None;
-        state.error = 0;
-        state.file.clear();
-        if (!state.asked)
-            return;
-        state.monotonicNanoseconds = nanoseconds(CLOCK_MONOTONIC);
-        if (root.error() != 0) {
-            loseArea(take.sample, static_cast<Area>(index), root.error(), options.root);
-            return;
+    void read(Sample &sample, const Options &options, BoundedPass::Time deadline) {
+        Take take{m_root, options, deadline, m_stat, sample};
+        m_stat.startSample();
+        for (std::size_t index = 0; index < AREA_COUNT; ++index) {
+            sample.areas[index].asked = m_areas[index] != nullptr;
+            if (m_areas[index] == nullptr)
+                continue;
+            beginArea(sample.areas[index]);
+            if (m_root.error() == 0)
+                doStep(*m_areas[index], &AreaReader::read, take, sample.areas[index]);
+            else
+                loseArea(sample, static_cast<Area>(index), m_root.error(), "/");
         }
-        const std::int64_t before = nanoseconds(CLOCK_THREAD_CPUTIME_ID);
-        areas[index]->read(take);
-        state.costSeconds = secondsSince(before, CLOCK_THREAD_CPUTIME_ID);
+        if (m_root.error() != 0)
+            return;
+        for (auto step : {&AreaReader::ask, &AreaReader::finish}) {
+            for (std::size_t index = 0; index < AREA_COUNT; ++index) {
+                if (m_areas[index] != nullptr)
+                    doStep(*m_areas[index], step, take, sample.areas[index]);
+            }
+        }
+    }
+
+private:
+    HostDirectory m_root;
+    SharedSource m_stat{"proc/stat", Records::One};
+    std::array<std::unique_ptr<AreaReader>, AREA_COUNT> m_areas;
+};
+
+} // namespace
+
+struct Sampler::State {
+    Options options;
+    std::optional<OwnAreas> own;
+    std::optional<RootAreas> root;
+
+    explicit State(Options wanted) : options(std::move(wanted)) {
+        if (options.root.empty())
+            own.emplace(options, askedReaders(options));
+        else
+            root.emplace(options, askedReaders(options));
     }
 };
 
@@ -100,13 +97,13 @@ Sample Sampler::take() {
 }
 
 void Sampler::take(Sample &sample) {
-    sample.realtimeNanoseconds = nanoseconds(CLOCK_REALTIME);
-    sample.monotonicNanoseconds = nanoseconds(CLOCK_MONOTONIC);
-    m_state->stat.startSample();
-    Take take{m_state->root, m_state->options, std::chrono::steady_clock::now() + m_state->options.deadline,
-              m_state->stat, sample};
-    for (std::size_t index = 0; index < AREA_COUNT; ++index)
-        m_state->readArea(index, take);
+    sample.realtimeNanoseconds = nanosecondsOf(CLOCK_REALTIME);
+    sample.monotonicNanoseconds = nanosecondsOf(CLOCK_MONOTONIC);
+    const BoundedPass::Time deadline = std::chrono::steady_clock::now() + m_state->options.deadline;
+    if (m_state->own)
+        m_state->own->read(sample, m_state->options, deadline);
+    else
+        m_state->root->read(sample, deadline);
     sample.elapsedSeconds = secondsSince(sample.monotonicNanoseconds, CLOCK_MONOTONIC);
 }
 

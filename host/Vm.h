@@ -1,6 +1,8 @@
 // Virtual memory: all of /proc/vmstat: faults, paging, swapping, reclaim, compaction, OOM kills. Any user.
 //
-// The names are the kernel's. Every kernel has some of them; the others are unsupported.
+// The names are the kernel's. Every kernel has some of them; the others are unsupported. Names that are newer than this
+// library are counted (unknownLines), so that nobody takes the list for complete. The counters are the sums of one
+// counter for each processor, an unsigned long on every kernel.
 #pragma once
 
 #include "host/Schema.h"
@@ -250,6 +252,7 @@ struct Vm {
     Count directMapLevel3Splits;
     Count directMapLevel2Collapses;
     Count directMapLevel3Collapses;
+    Count unknownLines; // names that have no member here
 };
 
 template<> std::span<const Field<Vm>> fieldsOf<Vm>();

@@ -3,6 +3,7 @@
 
 #include "host/HostOpen.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <dirent.h>
 #include <utility>
@@ -32,8 +33,8 @@ public:
         if (m_at == m_length) {
             const ssize_t length = getdents64(m_directory.get(), m_entries, m_size);
             m_at = 0;
-            m_isWhole = length == 0;
             m_length = length > 0 ? static_cast<std::size_t>(length) : 0;
+            m_error = length < 0 ? errno : 0;
             if (m_length == 0)
                 return nullptr;
         }
@@ -42,8 +43,10 @@ public:
         return entry->d_name;
     }
 
+    /// After the last name: 0, or the errno that ended the walk early.
+    int error() const { return m_error; }
     /// After the last name: false when there may be more, because reading them failed.
-    bool isWhole() const { return m_isWhole; }
+    bool isWhole() const { return m_error == 0; }
 
 private:
     ScopedDescriptor m_directory;
@@ -51,7 +54,7 @@ private:
     std::size_t m_size;
     std::size_t m_at = 0;
     std::size_t m_length = 0;
-    bool m_isWhole = false;
+    int m_error = 0;
 };
 
 } // namespace zel

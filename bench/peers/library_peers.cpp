@@ -105,8 +105,7 @@ std::vector<Task> ourTasks() {
     static CMM_FS_Info filesystems;
     static zel::Sampler sampler({.areas = {zel::Area::Processes}});
     static zel::Sample sample;
-    return {{"processes",
-             {{"libzel", [] { processes.fMGetProc(0); }}, {"zel::Sampler", [] { sampler.take(sample); }}}},
+    return {{"processes", {{"libzel", [] { processes.fMGetProc(0); }}, {"zel::Sampler", [] { sampler.take(sample); }}}},
             {"cpu", {{"libzel", [] { cpu.fMGetCpu(); }}}},
             {"memory", {{"libzel", [] { memory.fMGetMem(); }}}},
             {"vm", {{"libzel", [] { vm.fMGetVmStat(1.0); }}}},

@@ -5,6 +5,7 @@
 #include "host/source/HostDirectory.h"
 #include "host/source/SourceFile.h"
 
+#include <cerrno>
 #include <chrono>
 #include <memory>
 
@@ -39,14 +40,39 @@ struct Take {
     Sample &sample;
 };
 
+/// The three steps of an area. On this host the first step of every area is done, then the second of every area, then
+/// the third: nothing that hangs takes the time of what does not. Below a root directory the first step has a thread of
+/// its own, because any file there may hang; the others follow when it has answered.
 class AreaReader {
 public:
     virtual ~AreaReader() = default;
+    /// Reads what this host's kernel answers from its own memory.
     virtual void read(Take &take) = 0;
+    /// Starts asking the objects that may not answer (source/BoundedReads.h).
+    virtual void ask(Take &) {}
+    /// Takes their answers; may wait for them until the deadline.
+    virtual void finish(Take &) {}
 };
+
+using MakeReader = std::unique_ptr<AreaReader> (*)();
+
+/// Prepares the state of an area for a sample in which it is read.
+void beginArea(AreaState &state);
+/// Does one step, and adds the processor time that it took to the cost of the area.
+void doStep(AreaReader &reader, void (AreaReader::*step)(Take &), Take &take, AreaState &state);
+
+/// The error of a file whose text is not what its kernel writes: its values are malformed.
+inline constexpr int NOT_ITS_FORMAT = EBADMSG;
 
 /// Notes what failed first in an area.
 void noteFailure(AreaState &state, int error, std::string_view file);
+/// The same for a file that not every kernel has: what is missing is no failure.
+inline void noteUnlessMissing(AreaState &state, int error, std::string_view file) {
+    if (error != 0 && absenceOf(error) != Absence::Unsupported)
+        noteFailure(state, error, file);
+}
+/// Notes that something of the area does not answer, and for how long.
+void noteSilence(AreaState &state, double silentSeconds, std::string_view file);
 /// An area that has no source at all: its lists are empty, its other fields hold the reason.
 void loseArea(Sample &sample, Area area, int error, std::string_view file);
 

@@ -1,74 +1,166 @@
 // Reads which host this is. What does not change while it runs is read once.
 #include "host/areas/AreaReader.h"
 #include "host/source/Attribute.h"
-#include "text/NumberScan.h"
+#include "host/source/CoarseClock.h"
+#include "host/source/LineScan.h"
+
+#include <utility>
+#include <vector>
 
 namespace zel {
 
 namespace {
 
-// The value of `key` in a file of KEY=value lines, which shells read too: it may be in quotes.
-// Sample: PRETTY_NAME="Debian GNU/Linux 12 (bookworm)"
-void takeAssignment(const char *line, std::string_view key, Reading<std::string> &reading) {
+constexpr std::size_t valueLimit = 1024;
+constexpr std::string_view nameThatIsNotSet = "(none)";
+
+// The characters that a backslash makes plain between double quotes.
+bool isEscapable(char character) {
+    return character == '"' || character == '\\' || character == '$' || character == '`';
+}
+
+// The value at the cursor of a line that shells read too: words, quotes and backslashes. One whose quotes do not end in
+// its line is malformed.
+// Sample: "Debian GNU/Linux 12 (bookworm)"
+bool takeShellValue(const char *cursor, std::string &value) {
+    value.clear();
+    char quote = '\0';
+    for (; !endsLine(*cursor) && value.size() < valueLimit; ++cursor) {
+        if (quote == '\0' && isSpace(*cursor))
+            break;
+        if (*cursor == quote || (quote == '\0' && (*cursor == '"' || *cursor == '\''))) {
+            quote = quote == '\0' ? *cursor : '\0';
+            continue;
+        }
+        const bool escapes =
+            *cursor == '\\' && !endsLine(cursor[1]) && (quote == '\0' || (quote == '"' && isEscapable(cursor[1])));
+        cursor += escapes ? 1 : 0;
+        value += *cursor;
+    }
+    return quote == '\0';
+}
+
+// The last assignment counts, as for a shell. Without one, or with an empty value, it is unsupported.
+void takeAssignment(const char *line, std::string_view key, std::string &scratch, Reading<std::string> &reading) {
     reading.clear(Absence::Unsupported);
     for (; *line != '\0'; line = nextLine(line)) {
-        if (std::strncmp(line, key.data(), key.size()) != 0 || line[key.size()] != '=')
+        if (!startsWith(line, key) || line[key.size()] != '=')
             continue;
-        const char *value = line + key.size() + 1;
-        const char quote = *value == '"' || *value == '\'' ? *value++ : '\n';
-        const std::size_t length = std::strcspn(value, quote == '"' ? "\"\n" : quote == '\'' ? "'\n" : "\n");
-        return reading.set(std::string_view(value, length));
+        if (!takeShellValue(line + key.size() + 1, scratch))
+            reading.clear(Absence::Malformed);
+        else if (scratch.empty())
+            reading.clear(Absence::Unsupported);
+        else
+            reading.set(scratch);
     }
 }
 
+struct Fact {
+    const char *path;
+    Reading<std::string> Identity::*member;
+};
+
+// What can change while the host runs, and what cannot.
+constexpr Fact names[] = {{"proc/sys/kernel/hostname", &Identity::hostName},
+                          {"proc/sys/kernel/domainname", &Identity::domainName}};
+constexpr Fact constants[] = {{"proc/sys/kernel/ostype", &Identity::kernelName},
+                              {"proc/sys/kernel/osrelease", &Identity::kernelRelease},
+                              {"proc/sys/kernel/version", &Identity::kernelVersion},
+                              {"proc/sys/kernel/arch", &Identity::architecture},
+                              {"proc/sys/kernel/random/boot_id", &Identity::bootId}};
+
 class IdentityReader : public AreaReader {
 public:
+    IdentityReader() {
+        for (const Fact &fact : names)
+            m_names.emplace_back(fact.path);
+    }
+
     void read(Take &take) override {
         Identity &identity = take.sample.identity;
-        m_hostName.text(take.root, identity.hostName);
-        m_domainName.text(take.root, identity.domainName);
-        m_kernelName.text(take.root, identity.kernelName);
-        m_kernelRelease.text(take.root, identity.kernelRelease);
-        m_kernelVersion.text(take.root, identity.kernelVersion);
-        m_architecture.text(take.root, identity.architecture);
-        m_bootId.text(take.root, identity.bootId);
-        readRelease(take.root, identity);
+        for (std::size_t index = 0; index < std::size(names); ++index)
+            readText(take, m_names[index], identity.*names[index].member);
+        if (identity.domainName && *identity.domainName == nameThatIsNotSet)
+            identity.domainName.clear(Absence::Unsupported);
+        readDescription(take);
         readUptime(take);
     }
 
 private:
-    void readRelease(const HostDirectory &root, Identity &identity) {
-        int error = m_release.read(root);
-        if (error != 0)
-            error = m_vendorRelease.read(root);
-        const SourceFile &file = m_release.text().empty() ? m_vendorRelease : m_release;
-        const char *text = error == 0 ? file.text().data() : "";
-        takeAssignment(text, "ID", identity.osId);
-        takeAssignment(text, "NAME", identity.osName);
-        takeAssignment(text, "VERSION_ID", identity.osVersion);
-        takeAssignment(text, "PRETTY_NAME", identity.osPrettyName);
+    static constexpr std::int64_t SECONDS_BETWEEN_DESCRIPTIONS = 30;
+
+    // An old kernel has not all of the files.
+    static void readText(Take &take, Attribute &file, Reading<std::string> &reading) {
+        file.text(take.root, reading);
+        noteUnlessMissing(take.sample.area(Area::Identity), file.error(), file.path());
+    }
+
+    // What lasts is read now and then, and copied into the samples between.
+    void readDescription(Take &take) {
+        const std::int64_t now = coarseSeconds();
+        Identity &identity = take.sample.identity;
+        if (!take.root.own() || now - m_describedAt >= SECONDS_BETWEEN_DESCRIPTIONS) {
+            for (const Fact &fact : constants) {
+                Attribute file(fact.path, KeptScope::Never);
+                readText(take, file, m_description.*fact.member);
+            }
+            readRelease(take);
+            m_describedAt = now;
+        }
+        for (const Fact &fact : constants)
+            copy(m_description.*fact.member, identity.*fact.member);
+        for (auto member : {&Identity::osId, &Identity::osName, &Identity::osVersion, &Identity::osPrettyName})
+            copy(m_description.*member, identity.*member);
+    }
+
+    static void copy(const Reading<std::string> &from, Reading<std::string> &to) {
+        if (from)
+            to.set(*from);
+        else
+            to.clear(from.absence());
+    }
+
+    // The first of the two files that exists counts. Values without a file have its reason.
+    void readRelease(Take &take) {
+        SourceFile release("etc/os-release", Records::Many, KeptScope::Never);
+        SourceFile vendor("usr/lib/os-release", Records::Many, KeptScope::Never);
+        int error = release.read(take.root);
+        const SourceFile &file = error == ENOENT ? vendor : release;
+        if (error == ENOENT)
+            error = vendor.read(take.root);
+        noteUnlessMissing(take.sample.area(Area::Identity), error, file.path());
+        constexpr std::pair<std::string_view, Reading<std::string> Identity::*> keys[] = {
+            {"ID", &Identity::osId},
+            {"NAME", &Identity::osName},
+            {"VERSION_ID", &Identity::osVersion},
+            {"PRETTY_NAME", &Identity::osPrettyName}};
+        for (const auto &[key, member] : keys) {
+            if (error == 0)
+                takeAssignment(file.text().data(), key, m_scratch, m_description.*member);
+            else
+                (m_description.*member).clear(absenceOf(error));
+        }
     }
 
     // Sample: 2656.11 5023.43
     void readUptime(Take &take) {
         Identity &identity = take.sample.identity;
-        if (const int error = m_uptime.read(take.root); error != 0) {
+        int error = m_uptime.read(take.root);
+        identity.uptimeSeconds = identity.idleSeconds = absenceOf(error);
+        if (error == 0) {
+            const char *cursor = m_uptime.text().data();
+            identity.uptimeSeconds = takeDecimal(cursor);
+            identity.idleSeconds = identity.uptimeSeconds ? takeDecimal(cursor) : Number(Absence::Malformed);
+            error = identity.idleSeconds ? 0 : NOT_ITS_FORMAT;
+        }
+        if (error != 0)
             noteFailure(take.sample.area(Area::Identity), error, m_uptime.path());
-            identity.uptimeSeconds = identity.idleSeconds = absenceOf(error);
-            return;
-        }
-        const char *cursor = m_uptime.text().data();
-        for (Number *reading : {&identity.uptimeSeconds, &identity.idleSeconds}) {
-            double seconds = 0;
-            *reading = scanDouble(cursor, seconds) ? Number(seconds) : Number(Absence::Malformed);
-        }
     }
 
-    Attribute m_hostName{"proc/sys/kernel/hostname"}, m_domainName{"proc/sys/kernel/domainname"};
-    Attribute m_kernelName{"proc/sys/kernel/ostype"}, m_kernelRelease{"proc/sys/kernel/osrelease"};
-    Attribute m_kernelVersion{"proc/sys/kernel/version"}, m_architecture{"proc/sys/kernel/arch"};
-    Attribute m_bootId{"proc/sys/kernel/random/boot_id"};
-    SourceFile m_release{"etc/os-release"}, m_vendorRelease{"usr/lib/os-release"};
+    std::vector<Attribute> m_names;
+    Identity m_description;
+    std::int64_t m_describedAt = LONG_AGO;
+    std::string m_scratch;
     SourceFile m_uptime{"proc/uptime"};
 };
 

@@ -1,82 +1,106 @@
 // Reads what the kernel did: the counters of /proc/stat, interrupts and softirqs by kind.
 #include "host/areas/AreaReader.h"
-#include "text/NumberScan.h"
+#include "host/source/LineScan.h"
 
 namespace zel {
 
 namespace {
 
-bool startsWith(const char *line, std::string_view key) {
-    return std::strncmp(line, key.data(), key.size()) == 0;
-}
+// Beyond any kernel: what a file states beyond it is not believed.
+constexpr std::size_t lineLimit = 65536;
+constexpr std::size_t nameLimit = 64;
+constexpr std::size_t descriptionLimit = 4096;
 
-Count numberAt(const char *cursor) {
-    unsigned long long value = 0;
-    return scanUnsigned(cursor, value) ? Count(value) : Count(Absence::Malformed);
-}
+struct StatLine {
+    std::string_view key;
+    Count Activity::*member;
+};
+constexpr StatLine statLines[] = {{"intr ", &Activity::interrupts},       {"ctxt ", &Activity::contextSwitches},
+                                  {"processes ", &Activity::forks},       {"procs_running ", &Activity::running},
+                                  {"procs_blocked ", &Activity::blocked}, {"softirq ", &Activity::softirqs}};
 
 // Sample: ctxt 932972
-void parseStat(const char *line, Activity &activity) {
-    forget(activity, Absence::Unsupported);
+// False when a line holds something else than a number, or when none of them is there.
+bool parseStat(const char *line, Activity &activity) {
+    constexpr std::string_view bootTime = "btime ";
+    bool any = false, whole = true;
     for (; *line != '\0'; line = nextLine(line)) {
-        if (startsWith(line, "intr "))
-            activity.interrupts = numberAt(line + 5);
-        else if (startsWith(line, "ctxt "))
-            activity.contextSwitches = numberAt(line + 5);
-        else if (startsWith(line, "btime "))
-            activity.bootTimeSeconds = static_cast<double>(numberAt(line + 6).valueOr(0));
-        else if (startsWith(line, "processes "))
-            activity.forks = numberAt(line + 10);
-        else if (startsWith(line, "procs_running "))
-            activity.running = numberAt(line + 14);
-        else if (startsWith(line, "procs_blocked "))
-            activity.blocked = numberAt(line + 14);
-        else if (startsWith(line, "softirq "))
-            activity.softirqs = numberAt(line + 8);
+        if (startsWith(line, bootTime)) {
+            const char *cursor = line + bootTime.size();
+            activity.bootTimeSeconds = takeDecimal(cursor);
+            whole &= activity.bootTimeSeconds.has();
+            continue;
+        }
+        for (const StatLine &each : statLines) {
+            if (!startsWith(line, each.key))
+                continue;
+            const char *cursor = line + each.key.size();
+            activity.*each.member = takeCount(cursor);
+            whole &= (activity.*each.member).has();
+            any = true;
+            break;
+        }
     }
+    if (!any)
+        forget(activity, Absence::Malformed);
+    return any && whole;
 }
 
-// A line of either table: its name, and the sum of the numbers behind it.
+// A line of either table: its name, the sum of its numbers, and what follows them.
 struct SummedLine {
     std::string_view name;
     Count sum = Absence::Malformed;
-    const char *rest; // behind the numbers
+    const char *rest;
 
     // Sample:  24:          1          0  IO-APIC   5-edge      ACPI:Ged
     // A line has a number for each processor, or one alone (ERR, MIS). The heading gives their count.
     SummedLine(const char *line, std::size_t columns) {
-        const char *start = skipBlanks(line);
+        const char *start = skipSpaces(line);
         const char *end = start;
-        while (*end != ':' && *end != '\n' && *end != '\0')
+        while (*end != ':' && !endsLine(*end))
             ++end;
+        rest = end;
+        if (*end != ':' || end == start || end - start > static_cast<std::ptrdiff_t>(nameLimit))
+            return;
         name = {start, static_cast<std::size_t>(end - start)};
-        rest = *end == ':' ? end + 1 : end;
+        rest = end + 1;
+        sum = takeSum(columns);
+    }
+
+private:
+    Count takeSum(std::size_t columns) {
         std::uint64_t total = 0;
         std::size_t column = 0;
-        for (unsigned long long value = 0; column < columns && scanPlain(rest, value); ++column)
-            total += value;
-        if (column > 0)
-            sum = total;
+        for (unsigned long long value = 0; column < columns && scanPlain(rest, value); ++column) {
+            if (!endsWord(*rest) || __builtin_add_overflow(total, value, &total))
+                return Absence::Malformed;
+        }
+        const bool alone = column == 1 && *skipSpaces(rest) == '\n'; // not cut short
+        return column == columns || alone ? Count(total) : Count(Absence::Malformed);
     }
-    bool named() const { return *(name.data() + name.size()) == ':'; }
 };
 
 // Sample:            CPU0       CPU1
+// 0 for a line that is no such heading.
 std::size_t columnsOf(const char *heading) {
     std::size_t columns = 0;
-    for (; *heading != '\n' && *heading != '\0'; ++heading)
-        columns += *heading == 'C';
+    for (std::string_view word = takeWord(heading); !word.empty(); word = takeWord(heading)) {
+        if (!word.starts_with("CPU"))
+            return 0;
+        ++columns;
+    }
     return columns;
 }
 
-// What stands behind the numbers, without doubled blanks.
-void describe(const char *rest, Reading<std::string> &description, std::string &scratch) {
+// What follows the numbers, without doubled blanks.
+void describe(const char *cursor, Reading<std::string> &description, std::string &scratch) {
     scratch.clear();
-    for (; *rest != '\n' && *rest != '\0'; ++rest) {
-        if (!isBlank(*rest))
-            scratch += *rest;
-        else if (!scratch.empty() && scratch.back() != ' ')
+    for (std::string_view word = takeWord(cursor); !word.empty(); word = takeWord(cursor)) {
+        if (scratch.size() + word.size() >= descriptionLimit)
+            break;
+        if (!scratch.empty())
             scratch += ' ';
+        scratch += word;
     }
     if (scratch.empty())
         return description.clear(Absence::Unsupported);
@@ -86,53 +110,72 @@ void describe(const char *rest, Reading<std::string> &description, std::string &
 class InterruptReader : public AreaReader {
 public:
     void read(Take &take) override {
-        Sample &sample = take.sample;
-        const int statError = take.stat.read(take.root);
-        if (statError != 0)
-            loseArea(sample, Area::Interrupts, statError, take.stat.file().path());
-        else
-            parseStat(take.stat.file().text().data(), sample.activity);
-        sample.area(Area::Interrupts).absence = Absence::None;
-        readInterrupts(take);
-        readSoftIrqs(take);
-        if (statError != 0 && sample.interrupts.empty() && sample.softirqs.empty())
-            sample.area(Area::Interrupts).absence = absenceOf(statError);
+        const int activityError = readActivity(take);
+        const int interruptError = readInterrupts(take);
+        const int softIrqError = readSoftIrqs(take);
+        if (activityError != 0 && interruptError != 0 && softIrqError != 0)
+            take.sample.area(Area::Interrupts).absence = absenceOf(activityError);
     }
 
 private:
-    void readInterrupts(Take &take) {
-        Sample &sample = take.sample;
-        sample.interrupts.clear();
-        if (const int error = m_interrupts.read(take.root); error != 0)
-            return noteFailure(sample.area(Area::Interrupts), error, m_interrupts.path());
-        const char *line = m_interrupts.text().data();
-        const std::size_t columns = columnsOf(line);
-        for (line = nextLine(line); *line != '\0'; line = nextLine(line)) {
-            const SummedLine summed(line, columns);
-            if (!summed.named())
-                continue;
-            InterruptLine &row = sample.interrupts.append();
-            row.interrupt = summed.name;
-            row.count = summed.sum;
-            describe(summed.rest, row.description, m_scratch);
-        }
+    static int note(Take &take, int error, std::string_view file) {
+        if (error != 0)
+            noteFailure(take.sample.area(Area::Interrupts), error, file);
+        return error;
     }
 
-    void readSoftIrqs(Take &take) {
-        Sample &sample = take.sample;
-        sample.softirqs.clear();
-        if (const int error = m_softirqs.read(take.root); error != 0)
-            return noteFailure(sample.area(Area::Interrupts), error, m_softirqs.path());
-        const char *line = m_softirqs.text().data();
-        const std::size_t columns = columnsOf(line);
-        for (line = nextLine(line); *line != '\0'; line = nextLine(line)) {
+    static int readActivity(Take &take) {
+        Activity &activity = take.sample.activity;
+        int error = take.stat.read(take.root);
+        forget(activity, error == 0 ? Absence::Unsupported : absenceOf(error));
+        if (error == 0 && !parseStat(take.stat.file().text().data(), activity))
+            error = NOT_ITS_FORMAT;
+        return note(take, error, take.stat.file().path());
+    }
+
+    int readInterrupts(Take &take) {
+        Rows<InterruptLine> &rows = take.sample.interrupts;
+        rows.clear();
+        const auto takeLine = [&](const SummedLine &line) {
+            InterruptLine &row = rows.append();
+            row.interrupt = line.name;
+            row.count = line.sum;
+            describe(line.rest, row.description, m_scratch);
+        };
+        std::size_t columns = 0;
+        const int error = readTable(take, m_interrupts, columns, takeLine);
+        take.sample.activity.interruptProcessors = error == 0 ? Count(columns) : Count(absenceOf(error));
+        return error;
+    }
+
+    int readSoftIrqs(Take &take) {
+        Rows<SoftIrq> &rows = take.sample.softirqs;
+        rows.clear();
+        std::size_t columns = 0;
+        return readTable(take, m_softirqs, columns, [&rows](const SummedLine &line) {
+            SoftIrq &row = rows.append();
+            row.softirq = line.name;
+            row.count = line.sum;
+        });
+    }
+
+    // Calls use(line) for each line of a table with a heading of processors.
+    template<class Use> static int readTable(Take &take, SourceFile &file, std::size_t &columns, Use &&use) {
+        if (const int error = file.read(take.root); error != 0)
+            return note(take, error, file.path());
+        const char *line = file.text().data();
+        columns = columnsOf(line);
+        if (columns == 0)
+            return note(take, NOT_ITS_FORMAT, file.path());
+        std::size_t lines = 0;
+        for (line = nextLine(line); *line != '\0' && lines < lineLimit; line = nextLine(line), ++lines) {
             const SummedLine summed(line, columns);
-            if (!summed.named())
-                continue;
-            SoftIrq &row = sample.softirqs.append();
-            row.softirq = summed.name;
-            row.count = summed.sum;
+            if (!summed.sum)
+                note(take, NOT_ITS_FORMAT, file.path());
+            if (!summed.name.empty())
+                use(summed);
         }
+        return 0;
     }
 
     SourceFile m_interrupts{"proc/interrupts", Records::Many};

@@ -1,6 +1,6 @@
 // Reads the load averages.
 #include "host/areas/AreaReader.h"
-#include "text/NumberScan.h"
+#include "host/source/LineScan.h"
 
 namespace zel {
 
@@ -11,29 +11,27 @@ public:
     void read(Take &take) override {
         if (const int error = m_file.read(take.root); error != 0)
             return loseArea(take.sample, Area::Load, error, m_file.path());
-        parse(take.sample.load);
+        forget(take.sample.load, Absence::Malformed);
+        if (!parse(take.sample.load))
+            noteFailure(take.sample.area(Area::Load), NOT_ITS_FORMAT, m_file.path());
     }
 
 private:
     // Sample: 0.37 0.60 0.24 2/212 12345
-    void parse(Load &load) const {
-        forget(load, Absence::Malformed);
+    bool parse(Load &load) const {
         const char *cursor = m_file.text().data();
         for (Number *average : {&load.load1, &load.load5, &load.load15}) {
-            double value = 0;
-            if (!scanDouble(cursor, value))
-                return;
-            *average = value;
+            *average = takeDecimal(cursor);
+            if (!*average)
+                return false;
         }
-        unsigned long long number = 0;
-        if (!scanUnsigned(cursor, number))
-            return;
-        load.runnable = number;
-        if (*cursor != '/' || !scanUnsigned(++cursor, number))
-            return;
-        load.entities = number;
-        if (scanUnsigned(cursor, number))
-            load.lastPid = number;
+        load.runnable = takeCount(cursor, '/');
+        if (!load.runnable || *cursor != '/')
+            return false;
+        load.entities = takeCount(++cursor);
+        if (load.entities)
+            load.lastPid = takeCount(cursor);
+        return load.lastPid.has();
     }
 
     SourceFile m_file{"proc/loadavg"};

@@ -171,7 +171,7 @@ private:
             return;
         }
         process.proportionalBytes = Absence::Malformed;
-        m_rollup.parse(text.data(), ':', process);
+        m_rollup.parse(text.data(), process);
     }
 
     void takeIo(Process &process) {
@@ -179,10 +179,9 @@ private:
         const int error = m_texts.io(text);
         const Absence reason = error == 0 ? Absence::Malformed : reasonOf(error);
         m_trace += traceOf(text);
-        for (const KeyedEntry<Process> &entry : ioKeys)
-            process.*entry.member = reason;
+        m_io.forget(process, reason);
         if (error == 0)
-            m_io.parse(text.data(), ':', process);
+            m_io.parse(text.data(), process);
     }
 
     void takeCommand(Process &process, bool hasMemory) {
@@ -234,7 +233,7 @@ private:
     UserNames m_users;
     ProcessTexts m_texts;
     StatLine m_line;
-    KeyedLines<Process> m_io{ioKeys}, m_rollup{rollupKeys};
+    KeyedLines<Process> m_io{ioKeys, ':'}, m_rollup{rollupKeys, ':'};
     std::vector<std::uint64_t> m_pids;
     KnownProcesses m_known;
     std::uint64_t m_trace = 0; // of the process that is being read

@@ -96,7 +96,9 @@ bool ProcessTexts::isGone() {
 
 int ProcessTexts::read(std::string_view name, std::size_t limit, std::string_view &text) {
     text = {};
-    const ScopedDescriptor file = m_root->open(path(name), HOST_FILE_FLAGS);
+    const char *const whole = path(name);
+    const ScopedDescriptor file =
+        m_root->own() ? openHostFileAt(m_directory, whole + processes.size()) : m_root->open(whole, HOST_FILE_FLAGS);
     if (!file.valid())
         return errno;
     ssize_t count = 0;

@@ -14,7 +14,9 @@ std::vector<KeyedEntry<Vm>> vmKeys() {
         std::string_view key = field.family.name;
         if (field.family.kind == Kind::Counter)
             key.remove_suffix(total.size());
-        keys.push_back({key, std::get<Count Vm::*>(field.member)});
+        Count Vm::*const member = std::get<Count Vm::*>(field.member);
+        if (member != &Vm::unknownLines)
+            keys.push_back({key, member});
     }
     return keys;
 }
@@ -22,16 +24,21 @@ std::vector<KeyedEntry<Vm>> vmKeys() {
 class VmReader : public AreaReader {
 public:
     void read(Take &take) override {
+        Sample &sample = take.sample;
         if (const int error = m_file.read(take.root); error != 0)
-            return loseArea(take.sample, Area::Vm, error, m_file.path());
-        forget(take.sample.vm, Absence::Unsupported);
-        m_lines.parse(m_file.text().data(), ' ', take.sample.vm);
+            return loseArea(sample, Area::Vm, error, m_file.path());
+        forget(sample.vm, Absence::Unsupported);
+        const KeyedLineCounts lines = m_lines.parse(m_file.text().data(), sample.vm);
+        if (lines.known == 0)
+            return loseArea(sample, Area::Vm, NOT_ITS_FORMAT, m_file.path());
+        sample.vm.unknownLines = lines.unknown;
+        if (lines.malformed > 0)
+            noteFailure(sample.area(Area::Vm), NOT_ITS_FORMAT, m_file.path());
     }
 
 private:
     SourceFile m_file{"proc/vmstat", Records::Many};
-    std::vector<KeyedEntry<Vm>> m_keys = vmKeys();
-    KeyedLines<Vm> m_lines{m_keys};
+    KeyedLines<Vm> m_lines{vmKeys(), ' '};
 };
 
 } // namespace

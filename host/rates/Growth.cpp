@@ -5,7 +5,7 @@ namespace zel {
 
 namespace {
 
-constexpr double wrap32 = 4294967296.0;
+constexpr std::uint64_t wrap32 = std::uint64_t{1} << 32;
 
 } // namespace
 
@@ -16,8 +16,10 @@ Number growthOf(const Count &before, const Count &now, unsigned char counterBits
         return before.absence() == Absence::Unsupported ? Absence::NotYet : before.absence();
     if (*now >= *before)
         return static_cast<double>(*now - *before);
-    const bool wraps = counterBits == 32 && *before < static_cast<std::uint64_t>(wrap32);
-    return wraps ? Number(static_cast<double>(*now) + wrap32 - static_cast<double>(*before)) : Number(Absence::NotYet);
+    // A sum of counters has lost 2^32 with each of them that wrapped.
+    const std::uint64_t growth = (*now - *before) % wrap32;
+    const bool wrapped = counterBits == 32 && growth < wrap32 / 2;
+    return wrapped ? Number(static_cast<double>(growth)) : Number(Absence::NotYet);
 }
 
 Number growthOf(const Number &before, const Number &now) {
@@ -26,12 +28,6 @@ Number growthOf(const Number &before, const Number &now) {
     if (!before)
         return before.absence() == Absence::Unsupported ? Absence::NotYet : before.absence();
     return *now >= *before ? Number(*now - *before) : Number(Absence::NotYet);
-}
-
-Number perSecond(const Number &growth, double seconds) {
-    if (!growth)
-        return growth;
-    return seconds > 0 ? Number(*growth / seconds) : Number(Absence::NotYet);
 }
 
 Number quotient(const Number &of, const Number &by, double otherwise) {

@@ -2,6 +2,7 @@
 #include "host/rates/ProcessGrowth.h"
 
 #include "host/rates/Growth.h"
+#include "host/rates/Matching.h"
 
 namespace zel {
 

@@ -1,31 +1,35 @@
 // Reads attribute files of devices.
 #include "host/source/Attribute.h"
 
-#include "text/NumberScan.h"
+#include "host/source/AttributeText.h"
 
-#include <cerrno>
+#include <unistd.h>
 
 namespace zel {
 
-int Attribute::read(const HostDirectory &root) {
-    if (m_rest > 0) {
-        --m_rest;
-        return ENOENT;
-    }
-    const int error = m_file.read(root);
-    if (error == ENOENT)
-        m_rest = SAMPLES_BEFORE_NEXT_TRY;
-    return error;
+int Attribute::read(const HostDirectory &root, Room &room) {
+    m_error = m_source.read(root, [&room](int file) {
+        ssize_t count = 0;
+        do
+            count = pread(file, room.text, LIMIT + 1, 0);
+        while (count < 0 && errno == EINTR);
+        if (count < 0)
+            return errno;
+        room.length = static_cast<std::size_t>(count);
+        room.text[room.length] = '\0';
+        return room.length <= LIMIT ? 0 : EFBIG;
+    });
+    return m_error;
 }
 
 Count Attribute::number(const HostDirectory &root) {
-    if (const int error = read(root); error != 0)
+    Room room;
+    if (const int error = read(root, room); error != 0)
         return absenceOf(error);
-    const char *cursor = m_file.text().data();
-    unsigned long long value = 0;
-    if (*skipBlanks(cursor) == '-') // such as the speed of an interface without a link
-        return Absence::Unsupported;
-    return scanUnsigned(cursor, value) ? Count(value) : Count(Absence::Malformed);
+    const Count number = attributeNumber(room.text);
+    if (number.absence() == Absence::Malformed)
+        m_error = EBADMSG;
+    return number;
 }
 
 Number Attribute::scaled(const HostDirectory &root, double factor) {
@@ -34,14 +38,10 @@ Number Attribute::scaled(const HostDirectory &root, double factor) {
 }
 
 void Attribute::text(const HostDirectory &root, Reading<std::string> &reading) {
-    if (const int error = read(root); error != 0)
+    Room room;
+    if (const int error = read(root, room); error != 0)
         return reading.clear(absenceOf(error));
-    std::string_view text = m_file.text();
-    while (!text.empty() && (isBlank(text.back()) || text.back() == '\0'))
-        text.remove_suffix(1);
-    if (text.empty())
-        return reading.clear(Absence::Unsupported);
-    reading.set(text);
+    takeAttributeText({room.text, room.length}, reading);
 }
 
 } // namespace zel

@@ -2,28 +2,39 @@
 #pragma once
 
 #include "host/Schema.h"
-#include "host/source/SourceFile.h"
+#include "host/source/KernelSource.h"
 
 namespace zel {
 
-/// A device that lacks an attribute is not asked for it in every sample.
+/// A device that lacks an attribute is not asked for it in every sample (KernelSource::SECONDS_BEFORE_NEXT_TRY).
 class Attribute {
 public:
-    explicit Attribute(std::string path) : m_file(std::move(path)) {}
+    explicit Attribute(std::string path, KeptScope scope = KeptScope::Machine) : m_source(std::move(path), scope) {}
 
+    /// A negative number, such as the speed of an interface without a link, is unsupported.
     Count number(const HostDirectory &root);
     /// The number times `factor`.
     Number scaled(const HostDirectory &root, double factor);
     /// The text without the blanks at its end; an empty one is unsupported.
     void text(const HostDirectory &root, Reading<std::string> &reading);
 
+    /// Of the last read: 0, or the errno that it failed with; EBADMSG for a text that is no number.
+    int error() const { return m_error; }
+    const std::string &path() const { return m_source.path(); }
+    void forgetMissing() { m_source.forgetMissing(); }
+
 private:
-    static constexpr unsigned SAMPLES_BEFORE_NEXT_TRY = 60;
+    // What an attribute can hold at most is a page. One byte more shows that there is more.
+    static constexpr std::size_t LIMIT = 4096;
+    struct Room {
+        char text[LIMIT + 2];
+        std::size_t length;
+    };
 
-    int read(const HostDirectory &root);
+    int read(const HostDirectory &root, Room &room);
 
-    SourceFile m_file;
-    unsigned m_rest = 0; // samples in which a missing file is not looked for
+    KernelSource m_source;
+    int m_error = 0;
 };
 
 } // namespace zel

@@ -2,6 +2,7 @@
 #include "host/source/KeptBudget.h"
 
 #include "host/Sampler.h"
+#include "kernel/KeptPlaces.h"
 
 #include <algorithm>
 #include <sys/resource.h>
@@ -34,17 +35,23 @@ bool KeptBudget::take() {
 
 bool KeptDescriptor::keep(ScopedDescriptor file, KeptBudget &budget) {
     drop();
-    if (!file.valid() || !budget.take())
+    HeldFile held(std::move(file));
+    if (!held.holds() || !budget.take())
         return false;
-    m_file = std::move(file);
+    m_file = std::move(held);
+    m_forks = forksSoFar();
     m_budget = &budget;
     return true;
+}
+
+int KeptDescriptor::descriptor() const {
+    return m_budget != nullptr && m_forks == forksSoFar() ? m_file.descriptor() : -1;
 }
 
 void KeptDescriptor::drop() {
     if (m_budget == nullptr)
         return;
-    m_file = ScopedDescriptor(-1);
+    m_file.drop();
     m_budget->giveBack();
     m_budget = nullptr;
 }

@@ -2,7 +2,7 @@
 // devices or processes does not use the descriptors up that the program needs for itself.
 #pragma once
 
-#include "host/ScopedHandle.h"
+#include "kernel/HeldFile.h"
 
 #include <utility>
 
@@ -27,15 +27,17 @@ private:
     int m_taken = 0;
 };
 
-/// A descriptor that has a place in the budget for as long as it is open. The budget outlives it.
+/// A descriptor that has a place in the budget for as long as it is open. The budget outlives it. The child of a fork
+/// opens its own.
 class KeptDescriptor {
 public:
     KeptDescriptor() = default;
     ~KeptDescriptor() { drop(); }
     KeptDescriptor(KeptDescriptor &&other) noexcept
-        : m_file(std::move(other.m_file)), m_budget(std::exchange(other.m_budget, nullptr)) {}
+        : m_file(std::move(other.m_file)), m_forks(other.m_forks), m_budget(std::exchange(other.m_budget, nullptr)) {}
     KeptDescriptor &operator=(KeptDescriptor &&other) noexcept {
         std::swap(m_file, other.m_file);
+        std::swap(m_forks, other.m_forks);
         std::swap(m_budget, other.m_budget);
         return *this;
     }
@@ -46,11 +48,15 @@ public:
     bool keep(ScopedDescriptor file, KeptBudget &budget);
     void drop();
 
-    bool valid() const { return m_file.valid(); }
-    int get() const { return m_file.get(); }
+    bool valid() const { return m_file.holds(); }
+    /// To be read with pread; -1 when there is none, or none that can be trusted any more.
+    int descriptor() const;
+    /// Whether `path` leads to this file.
+    bool isAt(const char *path) const { return m_file.isAt(path); }
 
 private:
-    ScopedDescriptor m_file{-1};
+    HeldFile m_file;
+    unsigned m_forks = 0;           // of the process, when it was taken
     KeptBudget *m_budget = nullptr; // null when it has no file
 };
 

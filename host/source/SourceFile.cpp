@@ -1,62 +1,27 @@
-// Reads kernel files whole, and keeps those open that the kernel itself answers for.
+// Reads kernel files whole.
 #include "host/source/SourceFile.h"
 
 #include "host/HostOpen.h"
 
-#include <cerrno>
-#include <linux/magic.h>
-#include <sys/vfs.h>
-#include <unistd.h>
-
 namespace zel {
 
-namespace {
-
-constexpr std::size_t firstSize = 4096;
-
-bool isKernelFile(int descriptor) {
-    struct statfs filesystem {};
-    return fstatfs(descriptor, &filesystem) == 0 &&
-           (filesystem.f_type == PROC_SUPER_MAGIC || filesystem.f_type == SYSFS_MAGIC);
-}
-
-} // namespace
-
-int SourceFile::readWhole(int file) {
-    if (m_buffer.empty())
-        m_buffer.resize(firstSize);
-    m_length = 0;
-    for (;;) {
-        const std::size_t room = m_buffer.size() - m_length - 1;
-        const ssize_t count = pread(file, m_buffer.data() + m_length, room, static_cast<off_t>(m_length));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0) {
-            m_buffer[m_length = 0] = '\0';
-            return errno;
-        }
-        m_length += static_cast<std::size_t>(count);
-        const bool ended = count == 0 || (m_records == Records::One && static_cast<std::size_t>(count) < room);
-        if (ended || m_length >= HOST_FILE_LIMIT)
-            break;
-        if (m_buffer.size() - m_length <= m_buffer.size() / 2)
-            m_buffer.resize(2 * m_buffer.size());
-    }
-    m_buffer[m_length] = '\0';
-    return 0;
-}
-
 int SourceFile::read(const HostDirectory &root) {
-    if (m_file.valid() && readWhole(m_file.get()) == 0)
-        return 0;
-    m_file.drop();
-    ScopedDescriptor opened = root.open(m_path.c_str(), HOST_FILE_FLAGS);
-    if (!opened.valid())
-        return errno;
-    const int error = readWhole(opened.get());
-    if (error == 0 && root.own() && !root.kept().full() && isKernelFile(opened.get()))
-        m_file.keep(std::move(opened), root.kept());
+    const int error = m_source.read(root, [this](int file) { return readOpen(file); });
+    if (error != 0)
+        m_buffer.clear();
     return error;
+}
+
+int SourceFile::readOpen(int file) {
+    switch (m_buffer.read(file, FileBuffer::Start::Beginning, m_records)) {
+    case FileBuffer::Outcome::Read:
+        return m_buffer.length() < HOST_FILE_LIMIT ? 0 : EFBIG;
+    case FileBuffer::Outcome::NoMemory:
+        return ENOMEM;
+    case FileBuffer::Outcome::Failed:
+        break;
+    }
+    return errno;
 }
 
 } // namespace zel

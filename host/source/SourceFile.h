@@ -1,39 +1,36 @@
-// One kernel file of a host, read whole. On the host itself it stays open between samples, which halves what reading it
-// costs; below a directory it is opened anew each time, because a plain file can be replaced.
+// One kernel file of a host, read whole.
 #pragma once
 
-#include "host/source/HostDirectory.h"
+#include "host/source/KernelSource.h"
+#include "kernel/FileBuffer.h"
 
 #include <cstring>
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace zel {
 
-/// How the kernel hands a file out: at once, or some records at a time, so that a short read is not its end.
-enum class Records { One, Many };
+/// How the kernel hands a file out: at once, or some records at a time.
+using Records = FileBuffer::Records;
 
 class SourceFile {
 public:
-    explicit SourceFile(std::string path, Records records = Records::One)
-        : m_path(std::move(path)), m_records(records) {}
+    explicit SourceFile(std::string path, Records records = Records::One, KeptScope scope = KeptScope::Machine)
+        : m_source(std::move(path), scope), m_records(records) {}
 
-    /// Reads the file: 0, or the errno that kept it from being read. The text holds until the next call.
+    /// Reads the file: 0, or the errno that kept it from being read; EFBIG for a file that does not end. The text holds
+    /// until the next call, and is empty after a failure.
     int read(const HostDirectory &root);
+    /// The same of a file that the caller has opened.
+    int readOpen(int file);
 
     /// Terminated: the byte after its end is 0.
-    std::string_view text() const { return {m_buffer.data(), m_length}; }
-    const std::string &path() const { return m_path; }
+    std::string_view text() const { return m_buffer.length() == 0 ? std::string_view("") : m_buffer.text(); }
+    const std::string &path() const { return m_source.path(); }
 
 private:
-    int readWhole(int file);
-
-    std::string m_path;
+    KernelSource m_source;
     Records m_records;
-    KeptDescriptor m_file;
-    std::vector<char> m_buffer;
-    std::size_t m_length = 0;
+    FileBuffer m_buffer;
 };
 
 /// The start of the line after the one at `line`; the terminator when there is none.

@@ -98,6 +98,8 @@ constexpr Field<Memory> memoryFields[] = {
     memory.gauge("direct_map_4m_bytes", &Memory::directMap4mBytes, Unit::Bytes, "Direct map by pages of 4 MB."),
     memory.gauge("direct_map_1g_bytes", &Memory::directMap1gBytes, Unit::Bytes, "Direct map by pages of 1 GB."),
     memory.gauge("direct_map_2g_bytes", &Memory::directMap2gBytes, Unit::Bytes, "Direct map by pages of 2 GB."),
+    memory.gauge("unknown_lines", &Memory::unknownLines, Unit::None,
+                 "Lines of the file with a name that has no field here."),
 };
 
 constexpr Entries<MemoryNode> node{Area::Memory, "memory_nodes", "/sys/devices/system/node/node*/meminfo"};
@@ -166,6 +168,8 @@ constexpr Field<MemoryNode> nodeFields[] = {
     numa.counter("numa_local_total", &MemoryNode::numaLocal, Unit::None, "Pages allocated here by tasks of this node."),
     numa.counter("numa_other_total", &MemoryNode::numaOther, Unit::None,
                  "Pages allocated here by tasks of other nodes."),
+    node.gauge("unknown_lines", &MemoryNode::unknownLines, Unit::None,
+               "Lines of meminfo with a name that has no field here."),
 };
 
 constexpr Entries<HugePages> huge{Area::Memory, "huge_pages", "/sys/kernel/mm/hugepages"};

@@ -68,9 +68,9 @@ constexpr Field<Process> processFields[] = {
                                "Open descriptors; of a process that does not seem to run up to seven samples old. "
                                "From kernel 6.2 on every user may read those of every process.")),
 
-    process.needing(owner, io.counter("read_characters_total", &Process::readCharacters, Unit::Bytes,
+    process.needing(owner, io.counter("read_characters_total", &Process::readCharacters, Unit::None,
                                       "Bytes that read calls returned.")),
-    process.needing(owner, io.counter("written_characters_total", &Process::writtenCharacters, Unit::Bytes,
+    process.needing(owner, io.counter("written_characters_total", &Process::writtenCharacters, Unit::None,
                                       "Bytes that write calls took.")),
     process.needing(owner, io.counter("read_calls_total", &Process::readCalls, Unit::None, "Calls of read.")),
     process.needing(owner, io.counter("write_calls_total", &Process::writeCalls, Unit::None, "Calls of write.")),

@@ -21,6 +21,7 @@ constexpr Field<CpuRates> cpuFields[] = {
 };
 
 constexpr Entries<ProcessorRates> each{Area::Cpu, "processors", "/proc/stat"};
+constexpr Entries<ProcessorRates> throttle = each.from("/sys/devices/system/cpu/cpu*/thermal_throttle");
 constexpr Field<ProcessorRates> processorFields[] = {
     each.label("cpu", &ProcessorRates::cpu, "Number of the processor, from 0."),
     each.gauge("user_ratio", &ProcessorRates::user, Unit::Ratio, "Share of the time in user mode, guests left out."),
@@ -35,6 +36,10 @@ constexpr Field<ProcessorRates> processorFields[] = {
     each.gauge("guest_ratio", &ProcessorRates::guest, Unit::Ratio, "Share in guests."),
     each.gauge("guest_nice_ratio", &ProcessorRates::guestNice, Unit::Ratio, "Share in guests with low priority."),
     each.gauge("busy_ratio", &ProcessorRates::busy, Unit::Ratio, "Share that was neither idle nor iowait."),
+    throttle.gauge("core_throttles_per_second", &ProcessorRates::coreThrottles, Unit::None,
+                   "How often the core was slowed down because it was too hot, per second."),
+    throttle.gauge("package_throttles_per_second", &ProcessorRates::packageThrottles, Unit::None,
+                   "How often the package was slowed down because it was too hot, per second."),
 };
 
 constexpr Entries<DiskRates> disk{Area::Disks, "disks", "/proc/diskstats"};
@@ -125,9 +130,9 @@ constexpr Field<ProcessRates> processFields[] = {
                   "Bytes written to storage per second."),
     process.gauge("cancelled_write_bytes_per_second", &ProcessRates::cancelledWriteBytes, Unit::Bytes,
                   "Written bytes that were dropped before they reached storage, per second."),
-    process.gauge("read_characters_per_second", &ProcessRates::readCharacters, Unit::Bytes,
+    process.gauge("read_characters_per_second", &ProcessRates::readCharacters, Unit::None,
                   "Bytes that read calls returned per second."),
-    process.gauge("written_characters_per_second", &ProcessRates::writtenCharacters, Unit::Bytes,
+    process.gauge("written_characters_per_second", &ProcessRates::writtenCharacters, Unit::None,
                   "Bytes that write calls took per second."),
     process.gauge("read_calls_per_second", &ProcessRates::readCalls, Unit::None, "Calls of read per second."),
     process.gauge("write_calls_per_second", &ProcessRates::writeCalls, Unit::None, "Calls of write per second."),

@@ -354,6 +354,7 @@ constexpr Field<Vm> fields[] = {
                "Mappings of 2 MB joined in the direct map."),
     vm.counter("direct_map_level3_collapses_total", &Vm::directMapLevel3Collapses, Unit::None,
                "Mappings of 1 GB joined in the direct map."),
+    vm.gauge("unknown_lines", &Vm::unknownLines, Unit::None, "Lines of the file with a name that has no field here."),
 };
 
 } // namespace

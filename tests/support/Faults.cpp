@@ -13,9 +13,19 @@ struct Kind {
 };
 
 // In the order of Call.
-constexpr Kind kinds[] = {{"allocation", ENOMEM}, {"open", EMFILE},    {"read", EIO},      {"fopen", EMFILE},
-                          {"fgets", EIO},         {"getdents64", EIO}, {"socket", EMFILE}, {"ioctl", EIO},
-                          {"statfs64", EIO},      {"system", EAGAIN},  {"popen", EAGAIN},  {"pthread_create", EAGAIN},
+constexpr Kind kinds[] = {{"allocation", ENOMEM},
+                          {"open", EMFILE},
+                          {"read", EIO},
+                          {"pread", EIO},
+                          {"fopen", EMFILE},
+                          {"fgets", EIO},
+                          {"getdents64", EIO},
+                          {"socket", EMFILE},
+                          {"ioctl", EIO},
+                          {"statfs64", EIO},
+                          {"system", EAGAIN},
+                          {"popen", EAGAIN},
+                          {"pthread_create", EAGAIN},
                           {"getpwuid", EIO}};
 static_assert(std::size(kinds) == static_cast<std::size_t>(Call::Count));
 

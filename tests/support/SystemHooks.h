@@ -39,6 +39,7 @@ struct SystemHooks {
     std::function<void(int)> beforeRead;            // alike
     std::function<void(int, int, const char *, const char *)> writeLog; // what reaches the installed logger
     std::function<int(const char *, const char *)> saveCommand;         // CCmdScheduler::fCmdSave of any scheduler
+    int openat2Error = 0;                                               // with which every openat2 fails
     int failAllocationAfter = -1;   // malloc, calloc, realloc: 0 fails the next call, n the call after n; -1 none
     int failNewAfter = -1;          // operator new, alike
     void *nextAllocation = nullptr; // the next malloc or calloc hands out this block

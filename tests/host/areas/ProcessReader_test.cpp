@@ -215,7 +215,7 @@ TEST_F(ProcessReader, TotalsCountByState) {
 
 TEST_F(ProcessReader, IoThatIsNoneIsMalformed) {
     put({.pid = 7});
-    write(7, "io", "rchar: 1\nwchar: x\nread_bytes 5\nwrite_bytes: 6\ncancelled_write_bytes: -7\nnew_counter: 9\n");
+    write(7, "io", "rchar: 1\nwchar: x\nread_bytes: -\nwrite_bytes: 6\ncancelled_write_bytes: -7\nnew_counter: 9\n");
     take();
     EXPECT_EQ(*process(7).readCharacters, 1u);
     EXPECT_EQ(process(7).writtenCharacters.absence(), Absence::Malformed);

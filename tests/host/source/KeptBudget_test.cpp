@@ -62,7 +62,7 @@ TEST(KeptDescriptor, HoldsAPlaceWhileItIsOpen) {
     {
         KeptDescriptor kept;
         ASSERT_TRUE(kept.keep(nothing(), budget));
-        number = kept.get();
+        number = kept.descriptor();
         EXPECT_EQ(budget.taken(), 1);
         ASSERT_TRUE(kept.keep(nothing(), budget)) << "its own place is free for the next file";
         EXPECT_EQ(budget.taken(), 1);
