@@ -1,13 +1,15 @@
 // Processes, from /proc/<pid>: stat, statm, io, cmdline, cgroup and the directory itself.
 //
-// A process is its pid and its start time. Each sample reads everything anew but two things:
+// A process is its pid and its start time. Each sample reads owner, stat and io of every process. The rest is read when
+// a process is new, runs, or shows that it ran, and of each process in every eighth sample, in each of some:
 //
-//   cgroup        the kernel makes its path up under a lock of the whole machine. It is read when a process is new or
-//                 has another name (it runs another program), and else in every eighth sample, of some processes in
-//                 each: it is up to seven samples old.
-//   descriptors   are counted when a process is new, runs, or shows in its times, faults, calls or memory that it ran,
-//                 and else in every eighth sample. A process that ran shows it unless it needed less than a clock tick
-//                 (10 ms) in all, no new page and no read or write: then the number is up to seven samples old.
+//   command line, descriptors   when stat or io are not the same to the byte as in the sample before. A process that
+//                               ran shows it there, unless it needed less than a clock tick (10 ms) in all, no new
+//                               page and no read or write: then these are up to seven samples old.
+//   statm                       when stat is not the same to the byte, which has the size and what is in RAM.
+//   cgroup                      when a process is new or has another name (it runs another program): the kernel makes
+//                               the path up under a lock of the whole machine. Others may move a process that does not
+//                               run: it is up to seven samples old.
 //
 // A process that went while it was read is left out and counted. One whose stat cannot be read or parsed is in the list
 // with the reasons. I/O counters of other users' processes need their rights or CAP_SYS_PTRACE; so does the number of

@@ -4,6 +4,7 @@
 #include "host/Process.h"
 #include "host/Rows.h"
 
+#include <array>
 #include <string>
 #include <utility>
 
@@ -12,12 +13,19 @@ namespace zel {
 /// Of the samples one in so many reads everything of a process anew; which one depends on its pid.
 inline constexpr std::uint64_t SAMPLES_PER_READING = 8;
 
+/// What statm gives.
+inline constexpr Count Process::*MEMORY_FIELDS[] = {&Process::virtualBytes, &Process::residentBytes,
+                                                    &Process::sharedBytes, &Process::textBytes, &Process::dataBytes};
+
 struct KnownProcess {
     std::uint64_t pid = 0;
     Number startSeconds;
     std::string name;
-    bool isNew = true;       // not of the sample before, or it runs another program
-    std::uint64_t trace = 0; // of the stat and io that it had: another one when it ran
+    bool isNew = true;           // not of the sample before, or it runs another program
+    std::uint64_t statTrace = 0; // of the stat that it had: another one when it ran or its memory changed
+    std::uint64_t trace = 0;     // of stat and io
+    std::array<Count, std::size(MEMORY_FIELDS)> memory;
+    Reading<std::string> commandLine;
     Count descriptors;
     Reading<std::string> cgroup, container;
 };

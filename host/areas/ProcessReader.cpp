@@ -99,15 +99,19 @@ private:
         if (m_isGone)
             return;
         takeStat(take, process);
+        if (m_isGone)
+            return;
+        KnownProcess &known = m_known.next(process);
+        m_isDue = known.isNew || (m_samples + process.pid) % SAMPLES_PER_READING == 0 || m_line.state == 'R';
         const bool hasMemory = !process.kernelThread || *process.kernelThread == 0;
-        if (!m_isGone)
-            takeMemory(take, process, hasMemory);
+        takeMemory(process, known, hasMemory);
+        process.proportionalBytes = Absence::Unsupported;
+        if (!m_isGone && hasMemory && take.options.proportionalMemory)
+            takeProportional(process);
         if (!m_isGone)
             takeIo(process);
         if (!m_isGone)
-            takeCommand(process, hasMemory);
-        if (!m_isGone)
-            takeRemembered(process);
+            takeRemembered(process, known, hasMemory);
     }
 
     // The reason for a failed read. A process without files is gone, unless its directory is still there.
@@ -152,16 +156,25 @@ private:
         ++m_unread;
     }
 
-    void takeMemory(const Take &take, Process &process, bool hasMemory) {
-        process.proportionalBytes = Absence::Unsupported;
+    // A stat line that is the same to the byte says the same of the memory, in coarser terms.
+    void takeMemory(Process &process, KnownProcess &known, bool hasMemory) {
         if (!hasMemory)
             return loseMemory(Absence::Unsupported, process);
+        const bool isSame = !m_isDue && known.statTrace == m_trace;
+        known.statTrace = m_trace;
+        if (!isSame)
+            readMemory(process);
+        for (std::size_t field = 0; field < known.memory.size(); ++field) {
+            Count &value = process.*MEMORY_FIELDS[field];
+            (isSame ? value : known.memory[field]) = isSame ? known.memory[field] : value;
+        }
+    }
+
+    void readMemory(Process &process) {
         std::string_view text;
         if (const int error = m_texts.statm(text); error != 0)
             return loseMemory(reasonOf(error), process);
         takeStatm(text.data(), m_units, process);
-        if (take.options.proportionalMemory)
-            takeProportional(process);
     }
 
     void takeProportional(Process &process) {
@@ -184,27 +197,29 @@ private:
             m_io.parse(text.data(), process);
     }
 
-    void takeCommand(Process &process, bool hasMemory) {
+    void readCommand(KnownProcess &known, bool hasMemory) {
         std::string_view text;
         if (!hasMemory)
-            return process.commandLine.clear(Absence::Unsupported);
+            return known.commandLine.clear(Absence::Unsupported);
         if (const int error = m_texts.commandLine(text); error != 0)
-            return process.commandLine.clear(reasonOf(error));
-        takeCommandLine(m_texts.text(), text.size(), process.commandLine);
+            return known.commandLine.clear(reasonOf(error));
+        takeCommandLine(m_texts.text(), text.size(), known.commandLine);
     }
 
-    // What costs much and changes seldom.
-    void takeRemembered(Process &process) {
-        KnownProcess &known = m_known.next(process);
-        const bool isDue = known.isNew || (m_samples + process.pid) % SAMPLES_PER_READING == 0;
-        if (isDue)
+    // What a process changes only while it runs, and its cgroup.
+    void takeRemembered(Process &process, KnownProcess &known, bool hasMemory) {
+        const bool mayHaveRun = m_isDue || known.trace != m_trace;
+        known.trace = m_trace;
+        const bool isCgroupDue = known.isNew || (m_samples + process.pid) % SAMPLES_PER_READING == 0;
+        if (mayHaveRun)
+            readCommand(known, hasMemory);
+        if (!m_isGone && isCgroupDue)
             readCgroup(known);
+        if (!m_isGone && mayHaveRun)
+            readDescriptors(known);
+        process.commandLine = known.commandLine;
         process.cgroup = known.cgroup;
         process.container = known.container;
-        const bool mayHaveRun = known.trace != m_trace || m_line.state == 'R';
-        known.trace = m_trace;
-        if (!m_isGone && (isDue || mayHaveRun))
-            readDescriptors(known);
         process.descriptors = known.descriptors;
     }
 
@@ -236,11 +251,13 @@ private:
     KeyedLines<Process> m_io{ioKeys, ':'}, m_rollup{rollupKeys, ':'};
     std::vector<std::uint64_t> m_pids;
     KnownProcesses m_known;
-    std::uint64_t m_trace = 0; // of the process that is being read
+    // Of the process that is being read:
+    std::uint64_t m_trace = 0;
+    bool m_isDue = false; // everything of it is read, but the cgroup
+    bool m_isGone = false;
     std::uint64_t m_samples = 0;
     std::uint64_t m_unread = 0;
     bool m_isWhole = false; // the list, as far as it could be read
-    bool m_isGone = false;  // the process that is being read
     DirectoryRoom<32768> m_room{};
 };
 

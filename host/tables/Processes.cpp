@@ -24,7 +24,9 @@ constexpr Field<Process> processFields[] = {
     directory.info("user_id", &Process::userId, "Effective user id."),
     directory.info("user", &Process::user, "Name of the user in /etc/passwd; no other source of names is asked."),
     process.from("/proc/<pid>/cmdline")
-        .info("command_line", &Process::commandLine, "Arguments with blanks between them, the first 4096 bytes."),
+        .info("command_line", &Process::commandLine,
+              "Arguments with blanks between them, the first 4096 bytes; of a process that does not seem to run up to "
+              "seven samples old."),
     group.info("cgroup", &Process::cgroup,
                "Path of the cgroup, up to seven samples old; where there are several hierarchies, that of memory."),
     group.info("container", &Process::container, "Id or name of the container, by the path of the cgroup."),

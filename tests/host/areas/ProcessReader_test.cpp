@@ -299,6 +299,37 @@ TEST_F(ProcessReader, DescriptorsOfAProcessThatRanAreCountedAtOnce) {
         EXPECT_EQ(*process(pid).descriptors, 2u) << pid;
 }
 
+TEST_F(ProcessReader, MemoryAndCommandLineOfAProcessThatRanAreReadAtOnce) {
+    for (int pid = 1; pid <= 8; ++pid)
+        put({.pid = pid});
+    take();
+    for (int pid = 1; pid <= 8; ++pid) {
+        put({.pid = pid, .commandLine = "renamed", .utime = 1});
+        write(pid, "statm", "11 21 31 41 0 51 0\n");
+    }
+    take();
+    const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    for (std::uint64_t pid = 1; pid <= 8; ++pid) {
+        EXPECT_EQ(*process(pid).commandLine, "renamed") << pid;
+        EXPECT_EQ(*process(pid).virtualBytes, 11 * page) << pid;
+        EXPECT_EQ(*process(pid).dataBytes, 51 * page) << pid;
+    }
+}
+
+TEST_F(ProcessReader, MemoryAndCommandLineOfAnIdleProcessAreUpToSevenSamplesOld) {
+    put({.pid = 7});
+    take();
+    write(7, "cmdline", "renamed");
+    write(7, "statm", "11 21 31 41 0 51 0\n");
+    const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    int samples = 0;
+    do {
+        take();
+        ++samples;
+    } while (samples < 20 && (*process(7).commandLine != "renamed" || *process(7).residentBytes != 21 * page));
+    EXPECT_LE(samples, 8);
+}
+
 TEST_F(ProcessReader, DescriptorsOfAProcessThatRunsAreCountedInEachSample) {
     put({.pid = 7, .state = 'R'});
     for (std::uint64_t count = 1; count <= 10; ++count) {
