@@ -2,7 +2,7 @@
 #include "host/source/KeptBudget.h"
 
 #include "host/Sampler.h"
-#include "kernel/KeptFile.h"
+#include "kernel/KeptPlaces.h"
 
 #include <algorithm>
 #include <sys/resource.h>
@@ -39,13 +39,13 @@ bool KeptDescriptor::keep(ScopedDescriptor file, KeptBudget &budget) {
     if (!held.holds() || !budget.take())
         return false;
     m_file = std::move(held);
-    m_forks = forksSinceFirstKept();
+    m_forks = forksSoFar();
     m_budget = &budget;
     return true;
 }
 
 int KeptDescriptor::descriptor() const {
-    return m_budget != nullptr && m_forks == forksSinceFirstKept() ? m_file.descriptor() : -1;
+    return m_budget != nullptr && m_forks == forksSoFar() ? m_file.descriptor() : -1;
 }
 
 void KeptDescriptor::drop() {
