@@ -1,7 +1,13 @@
-// Processes, from /proc/<pid>: stat, statm, io, cmdline, cgroup and the directory itself. I/O counters and descriptors
-// of other users' processes need their rights or CAP_SYS_PTRACE.
+// Processes, from /proc/<pid>: stat, statm, io, cmdline, cgroup and the directory itself.
 //
-// A process is its pid and its start time.
+// A process is its pid and its start time. Each sample reads everything anew but the cgroup, which the kernel makes up
+// under a lock of the whole machine: it is read when a process is new or has another name (it runs another program),
+// and else in every eighth sample, of some processes in each. What a sample says of a cgroup is up to seven samples
+// old.
+//
+// A process that went while it was read is left out and counted. One whose stat cannot be read or parsed is in the list
+// with the reasons. I/O counters of other users' processes need their rights or CAP_SYS_PTRACE; so does the number of
+// descriptors on kernels before 6.2, where they are counted one by one.
 #pragma once
 
 #include "host/Schema.h"
@@ -10,22 +16,25 @@ namespace zel {
 
 struct Process {
     std::uint64_t pid = 0;
-    std::string name;    // comm: at most 15 characters, or what the process wrote there
+    std::string name;    // comm: at most 15 characters, or what the process wrote there; of a worker of the kernel 63
     Number startSeconds; // after boot
     Count parentPid;
     Count processGroup, session;
+    Count terminal;             // device number
     Reading<std::string> state; // as the kernel writes it: R S D T t Z X I P
     Count userId;
-    Reading<std::string> user;
+    Reading<std::string> user; // by etc/passwd alone: asking the name service may take for ever
     Reading<std::string> commandLine;
     Reading<std::string> cgroup;
     Reading<std::string> container;
 
+    // What is the children's counts for those that ended and were waited for.
     Number userSeconds, systemSeconds;
     Number childrenUserSeconds, childrenSystemSeconds;
     Number delaySeconds; // waiting for block I/O
-    Number guestSeconds;
+    Number guestSeconds, childrenGuestSeconds;
     Count minorFaults, majorFaults;
+    Count childrenMinorFaults, childrenMajorFaults;
     Count threads;
     Count processor; // that it ran on last
     Reading<double> priority, nice;
@@ -46,7 +55,7 @@ struct Process {
 struct ProcessTotals {
     Count total, threads;
     Count running, sleeping, diskSleeping, stopped, traced, zombies, dead, idle, parked, other;
-    Count unread; // went or could not be read during the sample
+    Count unread; // went during the sample, or their stat could not be read
 };
 
 template<> std::span<const Field<Process>> fieldsOf<Process>();

@@ -44,9 +44,11 @@ struct ProcessRates {
     std::uint64_t pid = 0;
     std::string name;
     Number cpu, user, system;        // 1 is one processor
+    Number guest;                    // part of user
     Number minorFaults, majorFaults; // per second
-    Number readBytes, writtenBytes;
+    Number readBytes, writtenBytes, cancelledWriteBytes;
     Number readCharacters, writtenCharacters;
+    Number readCalls, writeCalls;
     Number delay; // share of the time in which it waited for block I/O
 };
 

@@ -62,7 +62,7 @@ struct Sampler::State {
     SharedSource stat{"proc/stat", Records::One};
     std::array<std::unique_ptr<AreaReader>, AREA_COUNT> areas;
 
-    explicit State(Options wanted) : options(std::move(wanted)), root(options.root) {
+    explicit State(Options wanted) : options(std::move(wanted)), root(options.root, options.keptFiles) {
         for (std::size_t index = 0; index < AREA_COUNT; ++index) {
             if (isAsked(options, static_cast<Area>(index)))
                 areas[index] = readers[index]();

@@ -1,6 +1,7 @@
 // Makes rates of two samples.
 #include "host/Rates.h"
 #include "host/rates/Growth.h"
+#include "host/rates/ProcessGrowth.h"
 
 #include <algorithm>
 
@@ -16,13 +17,6 @@ double secondsBetween(const Sample &before, const Sample &now, Area area) {
         return 0;
     return static_cast<double>(now.area(area).monotonicNanoseconds - earlier.monotonicNanoseconds) /
            nanosecondsPerSecond;
-}
-
-// Over no time at all nothing can be said.
-Number perSecond(const Number &growth, double seconds) {
-    if (!growth)
-        return growth;
-    return seconds > 0 ? Number(*growth / seconds) : Number(Absence::NotYet);
 }
 
 // Finds the earlier row of each later one. The kernel lists things in an order that lasts: the row after the one found
@@ -218,46 +212,6 @@ void takeInterfaces(const Sample &before, const Sample &now, Rates &rates) {
     }
 }
 
-// Processes
-// ------------------------------------------------------------------------------------------------------------
-
-// Both lists are in the order of the pids.
-const Process *earlierProcess(const Rows<Process> &rows, const Process &process) {
-    const Process *found = std::lower_bound(rows.begin(), rows.end(), process.pid,
-                                            [](const Process &each, std::uint64_t pid) { return each.pid < pid; });
-    const bool same =
-        found != rows.end() && found->pid == process.pid && sameReading(found->startSeconds, process.startSeconds);
-    return same ? found : nullptr;
-}
-
-void takeProcess(const Process &before, const Process &now, double seconds, ProcessRates &rates) {
-    const auto rate = [&](auto counter) { return perSecond(growthOf(before.*counter, now.*counter), seconds); };
-    rates.user = rate(&Process::userSeconds);
-    rates.system = rate(&Process::systemSeconds);
-    rates.cpu = rates.user && rates.system ? Number(*rates.user + *rates.system)
-                : rates.user               ? rates.system
-                                           : rates.user;
-    rates.minorFaults = rate(&Process::minorFaults);
-    rates.majorFaults = rate(&Process::majorFaults);
-    rates.readBytes = rate(&Process::readBytes);
-    rates.writtenBytes = rate(&Process::writtenBytes);
-    rates.readCharacters = rate(&Process::readCharacters);
-    rates.writtenCharacters = rate(&Process::writtenCharacters);
-    rates.delay = rate(&Process::delaySeconds);
-}
-
-void takeProcesses(const Sample &before, const Sample &now, Rates &rates) {
-    const double seconds = secondsBetween(before, now, Area::Processes);
-    static const Process none{};
-    for (const Process &process : now.processes) {
-        const Process *old = earlierProcess(before.processes, process);
-        ProcessRates &row = rates.processes.append();
-        row.pid = process.pid;
-        row.name = process.name;
-        takeProcess(old == nullptr ? none : *old, process, seconds, row);
-    }
-}
-
 // Every other counter
 // ----------------------------------------------------------------------------------------------------
 
@@ -327,7 +281,7 @@ void between(const Sample &before, const Sample &now, Rates &rates) {
     takeProcessors(before, now, rates);
     takeDisks(before, now, rates);
     takeInterfaces(before, now, rates);
-    takeProcesses(before, now, rates);
+    takeProcessRates(before.processes, now.processes, secondsBetween(before, now, Area::Processes), rates.processes);
     forEachSection([&]<class Row>(const Section<Row> &section) {
         if (now.area(section.area).asked && !hasStructOfRates(section.name))
             takeSection(section, before, now, rates);

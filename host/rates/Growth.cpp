@@ -28,6 +28,12 @@ Number growthOf(const Number &before, const Number &now) {
     return *now >= *before ? Number(*now - *before) : Number(Absence::NotYet);
 }
 
+Number perSecond(const Number &growth, double seconds) {
+    if (!growth)
+        return growth;
+    return seconds > 0 ? Number(*growth / seconds) : Number(Absence::NotYet);
+}
+
 Number quotient(const Number &of, const Number &by, double otherwise) {
     if (!of)
         return of;

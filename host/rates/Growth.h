@@ -10,6 +10,9 @@ namespace zel {
 Number growthOf(const Count &before, const Count &now, unsigned char counterBits = 64);
 Number growthOf(const Number &before, const Number &now);
 
+/// A growth per second; over no time at all nothing can be said: "not yet".
+Number perSecond(const Number &growth, double seconds);
+
 /// A number per unit of another; nothing of nothing is `otherwise`.
 Number quotient(const Number &of, const Number &by, double otherwise = 0);
 

@@ -9,8 +9,9 @@
 
 namespace zel {
 
-HostDirectory::HostDirectory(const std::string &root)
-    : m_root(::open(root.empty() ? "/" : root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), m_own(root.empty()) {
+HostDirectory::HostDirectory(const std::string &root, int keptFiles)
+    : m_root(::open(root.empty() ? "/" : root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), m_own(root.empty()),
+      m_kept(root.empty() ? keptFiles : 0) {
     m_error = m_root.valid() ? 0 : errno;
 }
 

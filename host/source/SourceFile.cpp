@@ -22,18 +22,13 @@ bool isKernelFile(int descriptor) {
 
 } // namespace
 
-int SourceFile::open(const HostDirectory &root) {
-    m_file = root.open(m_path.c_str(), HOST_FILE_FLAGS);
-    return m_file.valid() ? 0 : errno;
-}
-
-int SourceFile::readWhole() {
+int SourceFile::readWhole(int file) {
     if (m_buffer.empty())
         m_buffer.resize(firstSize);
     m_length = 0;
     for (;;) {
         const std::size_t room = m_buffer.size() - m_length - 1;
-        const ssize_t count = pread(m_file.get(), m_buffer.data() + m_length, room, static_cast<off_t>(m_length));
+        const ssize_t count = pread(file, m_buffer.data() + m_length, room, static_cast<off_t>(m_length));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0) {
@@ -52,14 +47,15 @@ int SourceFile::readWhole() {
 }
 
 int SourceFile::read(const HostDirectory &root) {
-    const bool kept = m_file.valid();
-    if (kept && readWhole() == 0)
+    if (m_file.valid() && readWhole(m_file.get()) == 0)
         return 0;
-    if (const int error = open(root); error != 0)
-        return error;
-    const int error = readWhole();
-    if (error != 0 || !root.own() || (!kept && !isKernelFile(m_file.get())))
-        m_file = ScopedDescriptor(-1);
+    m_file.drop();
+    ScopedDescriptor opened = root.open(m_path.c_str(), HOST_FILE_FLAGS);
+    if (!opened.valid())
+        return errno;
+    const int error = readWhole(opened.get());
+    if (error == 0 && root.own() && !root.kept().full() && isKernelFile(opened.get()))
+        m_file.keep(std::move(opened), root.kept());
     return error;
 }
 

@@ -27,12 +27,11 @@ public:
     const std::string &path() const { return m_path; }
 
 private:
-    int open(const HostDirectory &root);
-    int readWhole();
+    int readWhole(int file);
 
     std::string m_path;
     Records m_records;
-    ScopedDescriptor m_file{-1};
+    KeptDescriptor m_file;
     std::vector<char> m_buffer;
     std::size_t m_length = 0;
 };

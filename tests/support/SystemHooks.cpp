@@ -214,11 +214,15 @@ int __wrap_openat(int directory, const char *path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
+    if (systemHooks().beforeOpenat)
+        systemHooks().beforeOpenat(path);
     return faultIsDue(Call::Open) ? -1 : __real_openat(directory, path, flags, mode);
 }
 
 ssize_t __real_read(int, void *, size_t);
 ssize_t __wrap_read(int descriptor, void *buffer, size_t size) {
+    if (systemHooks().beforeRead)
+        systemHooks().beforeRead(descriptor);
     return faultIsDue(Call::Read) ? -1 : __real_read(descriptor, buffer, size);
 }
 

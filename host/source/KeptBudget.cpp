@@ -1,0 +1,52 @@
+// Counts the kernel files that stay open.
+#include "host/source/KeptBudget.h"
+
+#include "host/Sampler.h"
+
+#include <algorithm>
+#include <sys/resource.h>
+
+namespace zel {
+
+namespace {
+
+constexpr rlim_t shareOfDescriptors = 4; // a quarter
+constexpr rlim_t mostDescriptors = 1 << 20;
+
+int quarterOfSoftLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return 0;
+    return static_cast<int>(std::min(limit.rlim_cur, mostDescriptors) / shareOfDescriptors);
+}
+
+} // namespace
+
+KeptBudget::KeptBudget(int keptFiles)
+    : m_limit(keptFiles == KEPT_FILES_DEFAULT ? quarterOfSoftLimit() : std::max(0, keptFiles)) {}
+
+bool KeptBudget::take() {
+    if (full())
+        return false;
+    ++m_taken;
+    return true;
+}
+
+bool KeptDescriptor::keep(ScopedDescriptor file, KeptBudget &budget) {
+    drop();
+    if (!file.valid() || !budget.take())
+        return false;
+    m_file = std::move(file);
+    m_budget = &budget;
+    return true;
+}
+
+void KeptDescriptor::drop() {
+    if (m_budget == nullptr)
+        return;
+    m_file = ScopedDescriptor(-1);
+    m_budget->giveBack();
+    m_budget = nullptr;
+}
+
+} // namespace zel
