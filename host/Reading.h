@@ -48,6 +48,13 @@ public:
         m_value = value;
         m_absence = Absence::None;
     }
+    /// Takes what another one holds, value or reason, into the same memory.
+    void assign(const Reading &other) {
+        if (other)
+            set(other.m_value);
+        else
+            clear(other.m_absence);
+    }
     /// Forgets the value but keeps its memory.
     void clear(Absence reason) { m_absence = reason; }
 

@@ -162,7 +162,7 @@ Silence reportSilence(const AnyBoundedCall::Key &key, bool missed) {
 
 namespace zel {
 
-AnyBoundedCall::AnyBoundedCall(Key key, std::chrono::milliseconds limit, std::shared_ptr<void> answer,
+AnyBoundedCall::AnyBoundedCall(Key key, std::chrono::nanoseconds limit, std::shared_ptr<void> answer,
                                std::function<int()> work)
     : m_key(std::move(key)) {
     const auto call = std::make_shared<Running>();
@@ -191,7 +191,7 @@ AnyBoundedCall::AnyBoundedCall(Key key, std::chrono::milliseconds limit, std::sh
         run(reference);
 }
 
-bool AnyBoundedCall::settledWithin(std::chrono::milliseconds time) const {
+bool AnyBoundedCall::settledWithin(std::chrono::nanoseconds time) const {
     if (m_call == nullptr)
         return true;
     const Time end = Clock::now() + time;
@@ -206,6 +206,10 @@ CallEnd AnyBoundedCall::wait() {
     if (m_call->ended.wait_until(lock, m_until, [this] { return m_call->done; }))
         return {m_call->error, reportSilence(m_key, false)};
     return {ETIMEDOUT, reportSilence(m_key, true)};
+}
+
+AnyBoundedCall::Time AnyBoundedCall::started() const {
+    return m_call == nullptr ? Clock::now() : m_call->start; // which does not change once it runs
 }
 
 const void *AnyBoundedCall::rawAnswer() const {

@@ -1,7 +1,7 @@
 // Reads attribute files of devices.
 #include "host/source/Attribute.h"
 
-#include "text/NumberScan.h"
+#include "host/source/AttributeText.h"
 
 #include <cerrno>
 
@@ -19,13 +19,8 @@ int Attribute::read(const HostDirectory &root) {
 }
 
 Count Attribute::number(const HostDirectory &root) {
-    if (const int error = read(root); error != 0)
-        return absenceOf(error);
-    const char *cursor = m_file.text().data();
-    unsigned long long value = 0;
-    if (*skipBlanks(cursor) == '-') // such as the speed of an interface without a link
-        return Absence::Unsupported;
-    return scanUnsigned(cursor, value) ? Count(value) : Count(Absence::Malformed);
+    const int error = read(root);
+    return error == 0 ? attributeNumber(m_file.text().data()) : Count(absenceOf(error));
 }
 
 Number Attribute::scaled(const HostDirectory &root, double factor) {
@@ -36,12 +31,7 @@ Number Attribute::scaled(const HostDirectory &root, double factor) {
 void Attribute::text(const HostDirectory &root, Reading<std::string> &reading) {
     if (const int error = read(root); error != 0)
         return reading.clear(absenceOf(error));
-    std::string_view text = m_file.text();
-    while (!text.empty() && (isBlank(text.back()) || text.back() == '\0'))
-        text.remove_suffix(1);
-    if (text.empty())
-        return reading.clear(Absence::Unsupported);
-    reading.set(text);
+    takeAttributeText(m_file.text(), reading);
 }
 
 } // namespace zel

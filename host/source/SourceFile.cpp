@@ -4,8 +4,6 @@
 #include "host/HostOpen.h"
 
 #include <cerrno>
-#include <linux/magic.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace zel {
@@ -14,15 +12,9 @@ namespace {
 
 constexpr std::size_t firstSize = 4096;
 
-bool isKernelFile(int descriptor) {
-    struct statfs filesystem {};
-    return fstatfs(descriptor, &filesystem) == 0 &&
-           (filesystem.f_type == PROC_SUPER_MAGIC || filesystem.f_type == SYSFS_MAGIC);
-}
-
 } // namespace
 
-int SourceFile::readWhole(int file) {
+int SourceFile::readOpen(int file) {
     if (m_buffer.empty())
         m_buffer.resize(firstSize);
     m_length = 0;
@@ -47,15 +39,15 @@ int SourceFile::readWhole(int file) {
 }
 
 int SourceFile::read(const HostDirectory &root) {
-    if (m_file.valid() && readWhole(m_file.get()) == 0)
+    if (m_file.valid() && readOpen(m_file.get()) == 0)
         return 0;
     m_file.drop();
     ScopedDescriptor opened = root.open(m_path.c_str(), HOST_FILE_FLAGS);
     if (!opened.valid())
         return errno;
-    const int error = readWhole(opened.get());
-    if (error == 0 && root.own() && !root.kept().full() && isKernelFile(opened.get()))
-        m_file.keep(std::move(opened), root.kept());
+    const int error = readOpen(opened.get());
+    if (error == 0)
+        root.keep(std::move(opened), m_file);
     return error;
 }
 

@@ -22,13 +22,14 @@ public:
     /// Reads the file: 0, or the errno that kept it from being read. The text holds until the next call.
     int read(const HostDirectory &root);
 
+    /// The same of a file that the caller has opened.
+    int readOpen(int file);
+
     /// Terminated: the byte after its end is 0.
     std::string_view text() const { return {m_buffer.data(), m_length}; }
     const std::string &path() const { return m_path; }
 
 private:
-    int readWhole(int file);
-
     std::string m_path;
     Records m_records;
     KeptDescriptor m_file;
