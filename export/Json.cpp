@@ -10,6 +10,7 @@ namespace zel {
 
 namespace {
 
+constexpr double nanosecondsPerSecond = 1e9;
 constexpr char32_t lastOfBasicPlane = 0xffff;
 
 void appendUnit(std::string &out, unsigned unit) {
@@ -115,6 +116,16 @@ public:
         key(name);
         appendNumber(m_out, value);
     }
+    void seconds(std::string_view name, std::int64_t nanoseconds) {
+        key(name);
+        appendSeconds(m_out, nanoseconds);
+    }
+    void timestamp(std::string_view name, std::int64_t nanoseconds) {
+        key(name);
+        m_out += '"';
+        appendTimestamp(m_out, nanoseconds);
+        m_out += '"';
+    }
     void openObject(std::string_view name) {
         key(name);
         m_out += '{';
@@ -142,7 +153,17 @@ void writeError(const AreaState &state, JsonSink &sink) {
     sink.closeObject();
 }
 
-// What reading each area cost, and what failed in it.
+// Since when it, or something of it, does not answer.
+void writeSilence(const Sample &sample, const AreaState &state, JsonSink &sink) {
+    if (state.silentSeconds <= 0)
+        return;
+    const double since = sample.elapsedSeconds - state.silentSeconds; // from the start of the sample on
+    sink.number("silent_seconds", state.silentSeconds);
+    sink.timestamp("silent_since",
+                   sample.realtimeNanoseconds + static_cast<std::int64_t>(since * nanosecondsPerSecond));
+}
+
+// When each area was read, what that cost, and what failed in it.
 void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sink) {
     sink.openObject("areas");
     for (std::size_t index = 0; index < AREA_COUNT; ++index) {
@@ -150,7 +171,9 @@ void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sin
         if (!state.asked || !isShown(areas, static_cast<Area>(index)))
             continue;
         sink.openObject(areaName(static_cast<Area>(index)));
+        sink.seconds("monotonic_seconds", state.monotonicNanoseconds);
         sink.number("cost_seconds", state.costSeconds);
+        writeSilence(sample, state, sink);
         if (state.error != 0)
             writeError(state, sink);
         if (state.absence != Absence::None)
@@ -162,12 +185,8 @@ void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sin
 
 void write(const Sample &sample, const Rates *rates, std::span<const Area> areas, std::string &out) {
     JsonSink sink(out);
-    sink.key("time_seconds");
-    appendSeconds(out, sample.realtimeNanoseconds);
-    sink.key("time");
-    out += '"';
-    appendTimestamp(out, sample.realtimeNanoseconds);
-    out += '"';
+    sink.seconds("time_seconds", sample.realtimeNanoseconds);
+    sink.timestamp("time", sample.realtimeNanoseconds);
     sink.number("elapsed_seconds", sample.elapsedSeconds);
     if (rates != nullptr)
         sink.number("interval_seconds", rates->seconds);

@@ -3,8 +3,11 @@
 //   {"time_seconds":1795238415.260000001,"time":"2026-11-21T05:20:15.260000001Z","elapsed_seconds":0.0004,
 //    "load":{"load1":0.37,...},"disks":[{"name":"vda","reads_total":812,"serial":null,
 //    "absent":{"serial":"unsupported"}}],
-//    "areas":{"disks":{"cost_seconds":0.00004,"error":{"file":"/proc/diskstats","errno":13,
+//    "areas":{"disks":{"monotonic_seconds":12.5,"cost_seconds":0.00004,"error":{"file":"proc/diskstats","errno":13,
 //    "text":"Permission denied"},"absent":"denied"}}}
+//
+// The file of an error is named from the root on. An area of which something does not answer also has "silent_seconds"
+// and "silent_since", a time.
 //
 // A field without a value is null, and its reason is named once beside it. Whole numbers are written with every digit,
 // others as the shortest text that gives the same number again. Texts are exact, but for bytes that are no UTF-8: each

@@ -29,6 +29,7 @@ struct AreaState {
     Absence absence = Absence::None;       // of the whole area
     int error = 0;                         // errno of what failed first, 0 when nothing did
     std::string file;                      // and its file
+    double silentSeconds = 0;              // for how long it, or something of it, has not answered; 0 when all does
 };
 
 struct Sample {

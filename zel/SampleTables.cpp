@@ -190,18 +190,19 @@ private:
         return chosen;
     }
 
+    // By both keys of the view, the largest first; without rates there is one only.
     void sort(const View &view, std::vector<std::size_t> &rows) const {
-        std::optional<std::size_t> field = fieldNamed(m_rows, view.order);
-        if (!field)
-            field = fieldNamed(m_rows, view.orderWithoutRates);
-        if (!field)
-            return;
-        const auto key = [&](std::size_t row) {
-            const Value &value = m_rows.at(row, *field);
-            return value.has() ? value.asReal() : -1;
-        };
-        std::stable_sort(rows.begin(), rows.end(),
-                         [&](std::size_t one, std::size_t other) { return key(one) > key(other); });
+        for (const std::string_view name : {view.orderWithoutRates, view.order}) {
+            const std::optional<std::size_t> field = fieldNamed(m_rows, name);
+            if (!field)
+                continue;
+            const auto key = [&](std::size_t row) {
+                const Value &value = m_rows.at(row, *field);
+                return value.has() ? value.asReal() : -1;
+            };
+            std::stable_sort(rows.begin(), rows.end(),
+                             [&](std::size_t one, std::size_t other) { return key(one) > key(other); });
+        }
     }
 
     // The same columns of the section that holds the totals; blank where it has none.
@@ -222,14 +223,14 @@ private:
             std::swap(m_rows, m_totals);
         std::vector<std::string> remarks;
         const std::vector<std::size_t> rows = chooseRows(view, remarks);
-        if (isOverview() && rows.size() < view.overviewLeast)
-            return;
         const std::vector<Placed> columns = place(view);
+        if (isOverview() && (rows.size() < view.overviewLeast || columns.empty()))
+            return;
         std::vector<Table::Column> titles;
         for (const Placed &placed : columns)
             titles.push_back({std::string(placed.column->title), isText(placed), placed.column->stays});
         Table table(std::string(view.heading), std::move(titles));
-        if (rows.empty())
+        if (rows.empty() || columns.empty())
             table.remark("none");
         for (const std::string &remark : remarks)
             table.remark(remark);

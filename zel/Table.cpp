@@ -8,7 +8,7 @@ namespace zel {
 namespace {
 
 constexpr std::size_t indent = 2, gap = 2;
-constexpr std::size_t narrowestText = 12; // what a cut text keeps at least
+constexpr std::size_t narrowestText = 20; // what a cut text keeps at least
 constexpr std::size_t pairGap = 4;
 constexpr std::size_t pairLine = 100; // of pairs, when the output has no width
 
@@ -145,6 +145,8 @@ void Table::write(const Style &style, std::string &out) const {
                    (layout.leftOut == 1 ? " column does not fit (--wide)" : " columns do not fit (--wide)");
     }
     writeHeading(m_heading, remarks, style, out);
+    if (m_columns.empty())
+        return;
     std::vector<Cell> titles;
     for (const Column &column : m_columns)
         titles.push_back({column.title, Tone::Quiet});

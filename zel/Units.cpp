@@ -109,6 +109,11 @@ std::string hertzText(double hertz) {
     return scaled(hertz, 1000, units);
 }
 
+std::string bitsText(double bits) {
+    constexpr std::array units{"bit", "kbit", "Mbit", "Gbit", "Tbit"};
+    return scaled(bits, 1000, units);
+}
+
 std::string numberText(double number) {
     const double size = std::fabs(number);
     if (size == 0)

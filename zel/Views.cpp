@@ -82,11 +82,26 @@ Cell command(const RowValues &row, const Style &style) {
     return {'[' + displayText(name.asText(), style.charset) + ']', Tone::Quiet};
 }
 
+// Networks count in bits, and frames in bytes without a prefix.
+Cell speed(const RowValues &row, const Style &) {
+    const double bits = 8 * row.number("speed_bytes_per_second");
+    return bits > 0 ? Cell{bitsText(bits) + "/s"} : Cell{"-", Tone::Quiet};
+}
+Cell mtu(const RowValues &row, const Style &style) {
+    static const Family plain{Area::Interfaces, "interfaces", "mtu", Unit::None, Kind::Info, "", ""};
+    return {valueText(plain, row["mtu_bytes"], style.charset)};
+}
+
 bool isEmptyFilesystem(const RowValues &row) {
     return row.number("size_bytes", 1) == 0 && row.number("stuck") == 0;
 }
+// Where sizes are not known, what nobody ever used, or used in the interval, tells as little.
 bool isEmptyDevice(const RowValues &row) {
-    return row.number("size_bytes", 1) == 0;
+    if (row["size_bytes"].has())
+        return row.number("size_bytes") == 0;
+    const double use = row.number("reads_total") + row.number("writes_total") + row.number("reads_per_second") +
+                       row.number("writes_per_second");
+    return use == 0;
 }
 bool isPartition(const RowValues &row) {
     return row["parent"].has();
@@ -128,7 +143,6 @@ constexpr ViewColumn processors[] = {
     {"idle", "idle_seconds_total"},
     {"guest", "guest_seconds_total"},
     {"frequency", "frequency_hertz"},
-    {"throttled/s", "core_throttles_per_second"},
     {"throttled", "core_throttles_total"},
 };
 
@@ -311,9 +325,9 @@ constexpr ViewColumn interfaces[] = {
     {"out", "transmit_errors_total"},
     {"drops in", "receive_drops_total"},
     {"out", "transmit_drops_total"},
-    {"speed", "speed_bytes_per_second"},
+    {"speed", "speed_bytes_per_second", 0, 0, false, speed},
     {"duplex", "duplex"},
-    {"MTU", "mtu_bytes"},
+    {"MTU", "mtu_bytes", 0, 0, false, mtu},
     {"master", "master"},
     {"driver", "driver"},
     {"address", "address"},
@@ -351,7 +365,7 @@ constexpr ViewColumn processes[] = {
 
 constexpr View views[] = {
     {.section = "identity", .heading = "HOST", .layout = View::Layout::Pairs, .columns = identity, .inHeadLine = true},
-    {.section = "cpu", .heading = "CPU", .layout = View::Layout::TotalsNext, .columns = processors},
+    {.section = "cpu", .heading = "CPU", .layout = View::Layout::TotalsNext},
     {.section = "processors", .heading = "CPU", .columns = processors, .overviewRows = 16},
     {.section = "load", .heading = "LOAD", .layout = View::Layout::Pairs, .columns = load},
     {.section = "pressure", .heading = "PRESSURE", .columns = pressure},
@@ -390,7 +404,7 @@ constexpr View views[] = {
      .columns = disks,
      .overviewRows = 16,
      .hides = isEmptyDevice,
-     .hidden = "without a size",
+     .hidden = "empty",
      .overviewHides = isPartition,
      .overviewHidden = "partitions"},
     {.section = "filesystems",
@@ -400,9 +414,9 @@ constexpr View views[] = {
      .hides = isEmptyFilesystem,
      .hidden = "without a size"},
     {.section = "interfaces", .heading = "INTERFACES", .columns = interfaces, .overviewRows = 16},
-    {.section = "process_totals", .heading = "PROCESSES", .layout = View::Layout::Pairs, .columns = processTotals},
+    {.section = "process_totals", .heading = "TASKS", .layout = View::Layout::Pairs, .columns = processTotals},
     {.section = "processes",
-     .heading = "TOP PROCESSES",
+     .heading = "PROCESSES",
      .columns = processes,
      .order = "cpu_ratio",
      .orderWithoutRates = "resident_bytes",

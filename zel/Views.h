@@ -30,7 +30,8 @@ struct View {
     std::string_view heading;
     Layout layout = Layout::Table;
     std::span<const ViewColumn> columns = {};
-    std::string_view order = {}; // the field whose largest values come first
+    /// The field whose largest values come first, and the one that decides between equals and without rates.
+    std::string_view order = {};
     std::string_view orderWithoutRates = {};
     std::size_t overviewLeast = 1;                         // fewer rows say nothing new when no area was named
     std::size_t overviewRows = 0;                          // how many are shown when no area was named; 0: all

@@ -138,12 +138,12 @@ private:
         }
         m_failed = m_failed || (m_request.areas.empty() ? lost == asked : lost > 0);
     }
-    static std::string failureText(Area area, const AreaState &state) {
+    std::string failureText(Area area, const AreaState &state) const {
         if (!state.asked || (state.error == 0 && state.absence == Absence::None))
             return {};
         std::string text(areaName(area));
         if (!state.file.empty())
-            text += ": " + state.file;
+            text += ": " + (state.file[0] == '/' ? "" : m_request.root + '/') + state.file;
         const char *const reason = state.error == 0 ? nullptr : strerrordesc_np(state.error);
         const char *const name = state.error == 0 ? nullptr : strerrorname_np(state.error);
         if (reason != nullptr && name != nullptr)
