@@ -101,12 +101,10 @@ public:
 
     // Names are of the schema: letters, digits and underscores.
     void key(std::string_view name) {
-        if (!m_first)
-            m_out += ',';
-        m_first = false;
-        m_out += '"';
+        m_out += m_first ? std::string_view("\"") : std::string_view(",\"");
         m_out += name;
-        m_out += "\":";
+        m_out += std::string_view("\":");
+        m_first = false;
     }
     void text(std::string_view name, std::string_view value) {
         key(name);

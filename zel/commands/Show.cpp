@@ -125,18 +125,19 @@ private:
 
     // What failed is said once, and again when it fails in another way.
     void reportFailures() {
-        std::size_t lost = 0, asked = 0;
+        std::size_t lost = 0, failed = 0, asked = 0;
         for (std::size_t index = 0; index < AREA_COUNT; ++index) {
             const AreaState &state = m_now.areas[index];
             std::string &reported = m_reported[index];
             asked += state.asked ? 1 : 0;
             lost += state.asked && state.absence != Absence::None ? 1 : 0;
             const std::string failure = failureText(static_cast<Area>(index), state);
+            failed += failure.empty() ? 0 : 1;
             if (!failure.empty() && failure != reported)
                 complain(failure);
             reported = failure;
         }
-        m_failed = m_failed || (m_request.areas.empty() ? lost == asked : lost > 0);
+        m_failed = m_failed || (m_request.areas.empty() ? failed == asked : lost > 0);
     }
     std::string failureText(Area area, const AreaState &state) const {
         if (!state.asked || (state.error == 0 && state.absence == Absence::None))
