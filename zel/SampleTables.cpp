@@ -148,7 +148,7 @@ private:
         std::vector<Placed> placed;
         for (const ViewColumn &column : view.columns) {
             const std::optional<std::size_t> field = fieldNamed(m_rows, column.field);
-            if (field && (column.derive != nullptr || !isAbsent(m_rows, *field)))
+            if (field && !isAbsent(m_rows, *field))
                 placed.push_back({&column, *field});
         }
         return placed;
@@ -156,7 +156,7 @@ private:
 
     bool isText(const Placed &placed) const {
         if (placed.column->derive != nullptr)
-            return m_rows.families()[placed.field]->kind == Kind::Label && placed.column->field != "page_bytes";
+            return placed.column->isText;
         for (std::size_t row = 0; row < m_rows.size(); ++row) {
             if (m_rows.at(row, placed.field).has())
                 return m_rows.at(row, placed.field).type() == Value::Type::Text;

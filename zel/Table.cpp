@@ -145,7 +145,7 @@ void Table::write(const Style &style, std::string &out) const {
                    (layout.leftOut == 1 ? " column does not fit (--wide)" : " columns do not fit (--wide)");
     }
     writeHeading(m_heading, remarks, style, out);
-    if (m_columns.empty())
+    if (m_columns.empty() || m_rows.empty())
         return;
     std::vector<Cell> titles;
     for (const Column &column : m_columns)

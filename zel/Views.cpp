@@ -71,6 +71,8 @@ Cell filesystemState(const RowValues &row, const Style &style) {
         return {"error", Tone::Alarm};
     if (row["size_bytes"].absence() == Absence::Denied)
         return {"denied", Tone::Warning};
+    if (hasNoAnswer(row))
+        return {"-", Tone::Quiet};
     return row.number("read_only") > 0 ? Cell{"read-only"} : Cell{"ok", Tone::Quiet};
 }
 
@@ -92,8 +94,9 @@ Cell mtu(const RowValues &row, const Style &style) {
     return {valueText(plain, row["mtu_bytes"], style.charset)};
 }
 
+// One that another mount hides has no size of its own.
 bool isEmptyFilesystem(const RowValues &row) {
-    return row.number("size_bytes", 1) == 0 && row.number("stuck") == 0;
+    return row.number("hidden") > 0 || (row.number("size_bytes", 1) == 0 && row.number("stuck") == 0);
 }
 // Where sizes are not known, what nobody ever used, or used in the interval, tells as little.
 bool isEmptyDevice(const RowValues &row) {
@@ -184,17 +187,9 @@ constexpr ViewColumn memory[] = {
 };
 
 constexpr ViewColumn memoryNodes[] = {
-    {"node", "node"},
-    {"total", "total_bytes"},
-    {"used", "used_bytes"},
-    {"free", "free_bytes"},
-    {"page cache", "file_bytes"},
-    {"anonymous", "anonymous_bytes"},
-    {"slab", "slab_bytes"},
-    {"misses/s", "numa_miss_per_second"},
-    {"foreign/s", "numa_foreign_per_second"},
-    {"misses", "numa_miss_total"},
-    {"foreign", "numa_foreign_total"},
+    {"node", "node"},       {"total", "total_bytes"},      {"used", "used_bytes"},
+    {"free", "free_bytes"}, {"page cache", "file_bytes"},  {"anonymous", "anonymous_bytes"},
+    {"slab", "slab_bytes"}, {"misses", "numa_miss_total"}, {"foreign", "numa_foreign_total"},
 };
 
 constexpr ViewColumn hugePages[] = {
@@ -299,7 +294,7 @@ constexpr ViewColumn filesystems[] = {
     {"used", "size_bytes", 0, 0, false, filesystemUsed},
     {"available", "available_bytes"},
     {"use", "size_bytes", 0, 0, true, filesystemShare},
-    {"state", "size_bytes", 0, 0, true, filesystemState},
+    {"state", "size_bytes", 0, 0, true, filesystemState, true},
     {"inodes", "files", 0, 0, false, inodeShare},
     {"type", "type"},
     {"device", "device"},
@@ -360,7 +355,7 @@ constexpr ViewColumn processes[] = {
     {"files", "descriptors"},
     {"faults/s", "major_faults_per_second", 10, 1000},
     {"container", "container"},
-    {"command", "name", 0, 0, true, command},
+    {"command", "name", 0, 0, true, command, true},
 };
 
 constexpr View views[] = {
@@ -412,7 +407,7 @@ constexpr View views[] = {
      .columns = filesystems,
      .overviewRows = 24,
      .hides = isEmptyFilesystem,
-     .hidden = "without a size"},
+     .hidden = "without a size or hidden"},
     {.section = "interfaces", .heading = "INTERFACES", .columns = interfaces, .overviewRows = 16},
     {.section = "process_totals", .heading = "TASKS", .layout = View::Layout::Pairs, .columns = processTotals},
     {.section = "processes",

@@ -16,8 +16,9 @@ struct ViewColumn {
     double warning = 0;     // from this value on; 0: never
     double alarm = 0;
     bool stays = false; // on a narrow terminal too
-    /// A cell made of several fields, in the place of `field`, which then only says when the column is there.
+    /// A cell made of several fields, in the place of `field`, without any value of which there is no column.
     Cell (*derive)(const RowValues &row, const Style &style) = nullptr;
+    bool isText = false; // what is derived
 };
 
 struct View {
