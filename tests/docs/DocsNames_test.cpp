@@ -110,8 +110,8 @@ TEST(OperationDocument, NamesEveryFileOfTheKit) {
 
 // --- All documents ---------------------------------------------------------------------------------------------------
 
-constexpr const char *documents[] = {"README.md",         "CONTRIBUTING.md", "docs/architecture.md",
-                                     "docs/format.md",    "docs/metrics.md", "docs/embedding.md",
+constexpr const char *documents[] = {"README.md",         "CONTRIBUTING.md",  "docs/architecture.md",
+                                     "docs/format.md",    "docs/metrics.md",  "docs/embedding.md",
                                      "docs/operation.md", "docs/security.md", "docs/zel.md"};
 
 // A name of the code: a setting, a member, a function, a class, a file that scripts write.
@@ -141,8 +141,8 @@ TEST(Documents, NamesThatTheyMentionExist) {
     Names known;
     for (const auto &entry : std::filesystem::directory_iterator(root))
         known.insert(entry.path().filename().string());
-    for (const char *directory :
-         {"libzel", "LIB", "host", "export", "zel", "runtime", "tests/outside", "scripts", "bench", "examples", "fuzz"}) {
+    for (const char *directory : {"libzel", "LIB", "host", "export", "zel", "runtime", "tests/outside", "scripts",
+                                  "bench", "examples", "fuzz"}) {
         if (!std::filesystem::exists(root / directory))
             continue;
         for (const auto &file : sources(directory, {})) {

@@ -231,7 +231,7 @@ END
   done
   # One section alone: one header for all samples.
   "$zel" show vm --format csv --every 20ms --count 3 >"$scratch/csv"
-  [ "$(grep -c '^section,' "$scratch/csv")" = 1 ] && [ "$(wc -l <"$scratch/csv")" = 4 ] || fail "one section: $(cut -c 1-60 "$scratch/csv")"
+  [ "$(grep -c '^section,' "$scratch/csv") $(wc -l <"$scratch/csv")" = "1 4" ] || fail "one section: $(cut -c 1-60 "$scratch/csv")"
 }
 
 # The names of zel list are the keys of the sample.
@@ -302,9 +302,15 @@ hostile_names() {
   ! grep -q $'\033\|\302\233\|\342\200\256' "$scratch/out" || fail "a name steers the terminal through CSV"
 }
 
-for check in help_and_version examples_run wrong_command_lines output_ends terminals interruption pacing json_and_csv names_agree \
-  other_roots hostile_names; do
-  echo "$check"
-  $check
-done
+help_and_version
+examples_run
+wrong_command_lines
+output_ends
+terminals
+interruption
+pacing
+json_and_csv
+names_agree
+other_roots
+hostile_names
 exit $failed
