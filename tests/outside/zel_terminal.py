@@ -2,16 +2,14 @@
 
 zel_terminal.py COLUMNS PROGRAM [ARGUMENT...]
 Exits with the status of the program; 128 and the number of the signal when one ended it. The variable INTERRUPT_AFTER
-holds seconds after which the program gets what Ctrl-C sends.
+holds a text: when the terminal got it twice, the program gets what Ctrl-C sends. Once, when it begins with "first ".
 """
 import fcntl
 import os
 import pty
-import select
 import struct
 import sys
 import termios
-import time
 
 
 def main():
@@ -20,14 +18,11 @@ def main():
     if child == 0:
         fcntl.ioctl(1, termios.TIOCSWINSZ, struct.pack("HHHH", 40, columns, 0, 0))
         os.execvp(command[0], command)
-    after = float(os.environ.get("INTERRUPT_AFTER", "0"))
-    moment = time.monotonic() + after if after else None
+    text = os.environ.get("INTERRUPT_AFTER", "").encode()
+    times = 1 if text.startswith(b"first ") else 2
+    text = text.removeprefix(b"first ")
+    got = b""
     while True:
-        if moment and time.monotonic() >= moment:
-            os.write(terminal, b"\x03")
-            moment = None
-        if not select.select([terminal], [], [], 0.05)[0]:
-            continue
         try:
             data = os.read(terminal, 65536)
         except OSError:
@@ -35,6 +30,10 @@ def main():
         if not data:
             break
         sys.stdout.buffer.write(data)
+        got += data
+        if text and got.count(text) >= times:
+            os.write(terminal, b"\x03")
+            text = b""
     status = os.waitpid(child, 0)[1]
     sys.stdout.flush()
     sys.exit(128 + os.WTERMSIG(status) if os.WIFSIGNALED(status) else os.WEXITSTATUS(status))

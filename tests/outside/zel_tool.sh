@@ -161,11 +161,10 @@ terminals() {
 
 interruption() {
   local status=0
-  INTERRUPT_AFTER=0.7 TERM=xterm on_terminal 80 show load --every 200ms >"$scratch/terminal" || status=$?
+  INTERRUPT_AFTER=LOAD TERM=xterm on_terminal 80 show load --every 200ms >"$scratch/terminal" || status=$?
   [ $status = 130 ] || fail "Ctrl-C: status $status"
-  [ "$(grep -c LOAD "$scratch/terminal")" -ge 2 ] || fail "Ctrl-C: $(cat "$scratch/terminal")"
   status=0
-  INTERRUPT_AFTER=0.3 TERM=xterm on_terminal 80 show cpu --every 1h >"$scratch/terminal" || status=$?
+  INTERRUPT_AFTER="first measuring" TERM=xterm on_terminal 80 show cpu --every 1h >"$scratch/terminal" || status=$?
   [ $status = 130 ] || fail "Ctrl-C while the first interval passes: status $status"
   timeout -s TERM 1 "$zel" show load --every 100ms >"$scratch/out" 2>&1 || status=$?
   [ $status = 124 ] || fail "SIGTERM: status $status"
