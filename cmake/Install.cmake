@@ -1,5 +1,6 @@
 # Installed files, by component: library (shared libraries, when they are built), development (headers, archives, CMake
-# package, zel.pc, zelhost.pc) and driver (libzelinfo, its manual page; the home kit is installed by runtime/).
+# package, zel.pc, zelhost.pc), driver (libzelinfo, its manual page; the home kit is installed by runtime/) and tool (zel, its manual
+# page), which is in no Debian package yet.
 include(CMakePackageConfigHelpers)
 
 include(cmake/PublicHeaders.cmake)
@@ -34,11 +35,20 @@ install(FILES ${PROJECT_BINARY_DIR}/zel.pc ${PROJECT_BINARY_DIR}/zelhost.pc
 
 install(TARGETS libzelinfo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT driver)
 set(ZEL_HOME ${CMAKE_INSTALL_FULL_LIBEXECDIR}/zel/home)
-set(MANUAL ${PROJECT_BINARY_DIR}/man/libzelinfo.1)
-configure_file(man/libzelinfo.1.in ${MANUAL} @ONLY)
-add_custom_command(OUTPUT ${MANUAL}.gz DEPENDS ${MANUAL} COMMAND gzip -9nc ${MANUAL} > ${MANUAL}.gz)
-add_custom_target(manual ALL DEPENDS ${MANUAL}.gz)
-install(FILES ${MANUAL}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT driver)
+
+# zel_manual(NAME COMPONENT): man/NAME.1.in, compressed.
+function(zel_manual NAME COMPONENT)
+  set(MANUAL ${PROJECT_BINARY_DIR}/man/${NAME}.1)
+  configure_file(man/${NAME}.1.in ${MANUAL} @ONLY)
+  add_custom_command(OUTPUT ${MANUAL}.gz DEPENDS ${MANUAL} COMMAND gzip -9nc ${MANUAL} > ${MANUAL}.gz)
+  add_custom_target(manual_${NAME} ALL DEPENDS ${MANUAL}.gz)
+  install(FILES ${MANUAL}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${COMPONENT})
+endfunction()
+zel_manual(libzelinfo driver)
+if(TARGET zel_tool)
+  install(TARGETS zel_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  zel_manual(zel tool)
+endif()
 
 install(DIRECTORY examples/agent examples/receiver DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libzel-dev/examples
         COMPONENT development)

@@ -4,30 +4,41 @@
 #include "export/Text.h"
 #include "export/Walk.h"
 
+#include <cstring>
+
 namespace zel {
 
 namespace {
 
 constexpr double nanosecondsPerSecond = 1e9;
+constexpr char32_t lastOfBasicPlane = 0xffff;
 
-void appendEscaped(std::string &out, char byte) {
+void appendUnit(std::string &out, unsigned unit) {
     constexpr char digits[] = "0123456789abcdef";
-    const auto value = static_cast<unsigned char>(byte);
-    if (value >= 0x80) {
-        out += "\\ufffd";
-        return;
-    }
-    out += "\\u00";
-    out += digits[value >> 4U];
-    out += digits[value & 0xfU];
+    const char text[] = {
+        '\\', 'u', digits[unit >> 12U], digits[unit >> 8U & 0xfU], digits[unit >> 4U & 0xfU], digits[unit & 0xfU]};
+    out.append(text, sizeof(text));
 }
 
-void appendWellFormed(std::string &out, std::string_view text) {
-    for (const char character : text) {
-        if (character == '"' || character == '\\')
-            out += '\\';
-        out += character;
+// JSON escapes are UTF-16: what is beyond the first plane takes two.
+void appendEscaped(std::string &out, const Character &character) {
+    if (character.kind == Character::Kind::Broken)
+        return appendUnit(out, 0xfffd);
+    if (character.code <= lastOfBasicPlane)
+        return appendUnit(out, character.code);
+    const char32_t above = character.code - lastOfBasicPlane - 1;
+    appendUnit(out, 0xd800U + (above >> 10U));
+    appendUnit(out, 0xdc00U + (above & 0x3ffU));
+}
+
+void appendPlain(std::string &out, std::string_view text) {
+    std::size_t start = 0;
+    for (std::size_t at = text.find_first_of("\"\\"); at != text.npos; at = text.find_first_of("\"\\", at + 1)) {
+        out.append(text.substr(start, at - start));
+        out += '\\';
+        start = at;
     }
+    out.append(text.substr(start));
 }
 
 void appendValue(std::string &out, const Value &value) {
@@ -47,9 +58,10 @@ void appendValue(std::string &out, const Value &value) {
     }
 }
 
+// The members of one object, from its opening brace on.
 class JsonSink {
 public:
-    explicit JsonSink(std::string &out) : m_out(out) {}
+    explicit JsonSink(std::string &out) : m_out(out) { m_out += '{'; }
 
     void beginSection(std::string_view name, bool list) {
         key(name);
@@ -69,129 +81,137 @@ public:
         m_firstRow = false;
         m_out += '{';
         m_first = true;
-        m_absent.clear();
+        m_absences = 0;
     }
     void endRow() {
-        if (!m_absent.empty()) {
-            key("absent");
-            m_out += '{';
-            m_out += m_absent;
-            m_out += '}';
-        }
-        m_out += '}';
+        m_out += m_absences > 0 ? "}}" : "}";
         m_first = false;
     }
     void field(const Family &family, const Value &value) {
         key(family.name);
         appendValue(m_out, value);
-        if (value.has())
-            return;
-        if (!m_absent.empty())
-            m_absent += ',';
-        m_absent += '"';
-        m_absent += family.name;
-        m_absent += "\":\"";
-        m_absent += absenceName(value.absence());
-        m_absent += '"';
+        m_absences += value.has() ? 0 : 1;
     }
+    bool hasAbsences() {
+        if (m_absences > 0)
+            openObject("absent");
+        return m_absences > 0;
+    }
+    void absence(const Family &family, Absence reason) { text(family.name, absenceName(reason)); }
 
+    // Names are of the schema: letters, digits and underscores.
     void key(std::string_view name) {
-        if (!m_first)
-            m_out += ',';
+        m_out += m_first ? std::string_view("\"") : std::string_view(",\"");
+        m_out += name;
+        m_out += std::string_view("\":");
         m_first = false;
-        m_out += '"';
-        m_out += name; // of the schema: letters, digits and underscores
-        m_out += "\":";
     }
-    void number(std::string_view name, double value) {
+    void text(std::string_view name, std::string_view value) {
+        key(name);
+        appendJsonText(m_out, value);
+    }
+    template<class Numeral> void number(std::string_view name, Numeral value) {
         key(name);
         appendNumber(m_out, value);
+    }
+    void seconds(std::string_view name, std::int64_t nanoseconds) {
+        key(name);
+        appendSeconds(m_out, nanoseconds);
+    }
+    void timestamp(std::string_view name, std::int64_t nanoseconds) {
+        key(name);
+        m_out += '"';
+        appendTimestamp(m_out, nanoseconds);
+        m_out += '"';
+    }
+    void openObject(std::string_view name) {
+        key(name);
+        m_out += '{';
+        m_first = true;
+    }
+    void closeObject() {
+        m_out += '}';
+        m_first = false;
     }
 
 private:
     std::string &m_out;
-    std::string m_absent;
+    std::size_t m_absences = 0;
     bool m_first = true;
     bool m_firstRow = true;
     bool m_list = false;
 };
 
-double timeOf(const Sample &sample) {
-    return static_cast<double>(sample.realtimeNanoseconds) / nanosecondsPerSecond;
+void writeError(const AreaState &state, JsonSink &sink) {
+    const char *const text = strerrordesc_np(state.error);
+    sink.openObject("error");
+    sink.text("file", state.file);
+    sink.number("errno", static_cast<std::uint64_t>(state.error));
+    sink.text("text", text == nullptr ? "" : text);
+    sink.closeObject();
 }
 
 // Since when it, or something of it, does not answer.
 void writeSilence(const Sample &sample, const AreaState &state, JsonSink &sink) {
     if (state.silentSeconds <= 0)
         return;
+    const double since = sample.elapsedSeconds - state.silentSeconds; // from the start of the sample on
     sink.number("silent_seconds", state.silentSeconds);
-    sink.number("silent_since_seconds", timeOf(sample) + sample.elapsedSeconds - state.silentSeconds);
+    sink.timestamp("silent_since",
+                   sample.realtimeNanoseconds + static_cast<std::int64_t>(since * nanosecondsPerSecond));
 }
 
 // When each area was read, what that cost, and what failed in it.
-void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sink, std::string &out) {
-    sink.key("areas");
-    out += '{';
-    JsonSink members(out);
+void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sink) {
+    sink.openObject("areas");
     for (std::size_t index = 0; index < AREA_COUNT; ++index) {
-        const auto area = static_cast<Area>(index);
         const AreaState &state = sample.areas[index];
-        if (!state.asked || !isShown(areas, area))
+        if (!state.asked || !isShown(areas, static_cast<Area>(index)))
             continue;
-        members.key(areaName(area));
-        out += '{';
-        JsonSink fields(out);
-        fields.number("monotonic_seconds", static_cast<double>(state.monotonicNanoseconds) / nanosecondsPerSecond);
-        fields.number("cost_seconds", state.costSeconds);
-        writeSilence(sample, state, fields);
-        if (state.error != 0) {
-            fields.key("error");
-            appendNumber(out, static_cast<std::uint64_t>(state.error));
-            fields.key("file");
-            appendJsonText(out, state.file);
-        }
-        if (state.absence != Absence::None) {
-            fields.key("absent");
-            appendJsonText(out, absenceName(state.absence));
-        }
-        out += '}';
+        sink.openObject(areaName(static_cast<Area>(index)));
+        sink.seconds("monotonic_seconds", state.monotonicNanoseconds);
+        sink.number("cost_seconds", state.costSeconds);
+        writeSilence(sample, state, sink);
+        if (state.error != 0)
+            writeError(state, sink);
+        if (state.absence != Absence::None)
+            sink.text("absent", absenceName(state.absence));
+        sink.closeObject();
     }
-    out += '}';
+    sink.closeObject();
 }
 
-void writeTime(const Sample &sample, JsonSink &sink) {
-    sink.number("time_seconds", timeOf(sample));
+void write(const Sample &sample, const Rates *rates, std::span<const Area> areas, std::string &out) {
+    JsonSink sink(out);
+    sink.seconds("time_seconds", sample.realtimeNanoseconds);
+    sink.timestamp("time", sample.realtimeNanoseconds);
+    sink.number("elapsed_seconds", sample.elapsedSeconds);
+    if (rates != nullptr)
+        sink.number("interval_seconds", rates->seconds);
+    walk(sample, rates, areas, sink);
+    writeAreas(sample, areas, sink);
+    out += '}';
 }
 
 } // namespace
 
 void appendJsonText(std::string &out, std::string_view text) {
     out += '"';
-    forEachPiece(text, [&out](std::string_view piece, bool wellFormed) {
-        if (wellFormed)
-            appendWellFormed(out, piece);
+    forEachPiece(text, [&out](std::string_view piece, const Character &first) {
+        if (first.kind == Character::Kind::Plain)
+            appendPlain(out, piece);
         else
-            appendEscaped(out, piece[0]);
+            appendEscaped(out, first);
     });
     out += '"';
 }
 
 void writeJson(const Sample &sample, std::span<const Area> areas, std::string &out) {
-    out += '{';
-    JsonSink sink(out);
-    writeTime(sample, sink);
-    walk(sample, areas, sink);
-    writeAreas(sample, areas, sink, out);
-    out += '}';
+    write(sample, nullptr, areas, out);
 }
 
 void writeJson(const Sample &sample, const Rates &rates, std::span<const Area> areas, std::string &out) {
-    out += '{';
-    JsonSink sink(out);
-    writeTime(sample, sink);
-    sink.number("interval_seconds", rates.seconds);
-    walk(rates, areas, sink);
-    out += '}';
+    write(sample, &rates, areas, out);
 }
 
 } // namespace zel

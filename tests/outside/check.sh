@@ -108,11 +108,18 @@ done
 diff <(printf '%s\n' "${installed[@]}" | grep -v "^$headers/host/") \
   <(g++ -std=c++20 -MM -I "$headers" "$headers/Zel.h" | tr -s '[:space:]' '\n' | grep -F "$headers/" | sort)
 
-echo "the manual page"
-manual=$(find "$prefix" -name libzelinfo.1.gz)
+echo "the tool"
+[ "$("$prefix/bin/zel" --version)" = "zel $(sed -n 's/^project(zel VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")" ] ||
+  fail "zel --version: $("$prefix/bin/zel" --version)"
+
+echo "the manual pages"
+mapfile -t manuals < <(find "$prefix" -path '*/man1/*.gz')
+[ ${#manuals[@]} -eq 2 ] || fail "manual pages: ${manuals[*]}"
 if command -v groff >/dev/null; then
-  zcat "$manual" | groff -man -ww -Tutf8 2>"$scratch/manual.err" >/dev/null
-  [ ! -s "$scratch/manual.err" ] || fail "$(cat "$scratch/manual.err")"
+  for manual in "${manuals[@]}"; do
+    zcat "$manual" | groff -man -ww -Tutf8 2>"$scratch/manual.err" >/dev/null
+    [ ! -s "$scratch/manual.err" ] || fail "$manual: $(cat "$scratch/manual.err")"
+  done
 else
-  echo "groff is not installed: the manual page is not read (Debian: apt-get install groff-base)"
+  echo "groff is not installed: the manual pages are not read (Debian: apt-get install groff-base)"
 fi
