@@ -154,7 +154,7 @@ private:
             whole &= takeModes(cursor, m_ticksPerSecond, processor);
         }
         addOffline(offline, processorLimit, sample);
-        if (!whole)
+        if (!whole || sample.cpu.userSeconds.absence() == Absence::Malformed) // without a line of all processors too
             noteFailure(sample.area(Area::Cpu), NOT_ITS_FORMAT, take.stat.file().path());
     }
 

@@ -140,6 +140,8 @@ private:
                 takeAssignment(file.text().data(), key, m_scratch, m_description.*member);
             else
                 (m_description.*member).clear(absenceOf(error));
+            if (error == 0 && (m_description.*member).absence() == Absence::Malformed)
+                noteFailure(take.sample.area(Area::Identity), NOT_ITS_FORMAT, file.path());
         }
     }
 

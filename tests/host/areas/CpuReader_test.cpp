@@ -129,6 +129,14 @@ TEST(CpuReader, NegativeAndHugeTicksAreNoTimes) {
     }
 }
 
+TEST(CpuReader, WithoutTheLineOfAllProcessorsTheirTimesAreMalformed) {
+    SampledHost host(Area::Cpu, {{"proc/stat", "cpu0 100 200 300 400\n"}});
+    const zel::Sample &sample = host.take();
+    EXPECT_TRUE(lacks(sample.cpu.userSeconds, Absence::Malformed));
+    EXPECT_TRUE(holds(sample.processors[0].userSeconds, 1));
+    EXPECT_EQ(failureOf(sample, Area::Cpu), std::pair(EBADMSG, std::string("proc/stat")));
+}
+
 TEST(CpuReader, FileThatIsCutLosesWhatIsCut) {
     SampledHost host(Area::Cpu, {{"proc/stat", "cpu  100 200 300 400 500 0 0 0 0 0\ncpu0 100 200"}});
     const zel::Sample &sample = host.take();

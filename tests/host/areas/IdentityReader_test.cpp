@@ -50,7 +50,10 @@ TEST(IdentityReader, LastAssignmentCounts) {
 
 TEST(IdentityReader, QuotesThatDoNotEndAreMalformed) {
     SampledHost host(Area::Identity, {{"etc/os-release", "NAME=\"Debian\nID=\nVERSION_ID='12\n"}});
-    const zel::Identity &identity = host.take().identity;
+    host.write("proc/uptime", "1.00 1.00\n");
+    const zel::Sample &sample = host.take();
+    const zel::Identity &identity = sample.identity;
+    EXPECT_EQ(failureOf(sample, Area::Identity), std::pair(EBADMSG, std::string("etc/os-release")));
     EXPECT_TRUE(lacks(identity.osName, Absence::Malformed));
     EXPECT_TRUE(lacks(identity.osId, Absence::Unsupported)) << "an empty value is none";
     EXPECT_TRUE(lacks(identity.osVersion, Absence::Malformed));
