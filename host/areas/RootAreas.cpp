@@ -125,9 +125,6 @@ void RootAreas::startArea(std::size_t index, InProgress &pass) {
     std::shared_ptr<Room> &room = m_rooms[index];
     if (room == nullptr)
         room = std::make_shared<Room>(Room{m_options, *m_root, m_readers[index]()});
-    pass.sample.areas[index].asked = room->reader != nullptr;
-    if (room->reader == nullptr)
-        return;
     const auto area = static_cast<Area>(index);
     room->waiting = true;
     pass.places[index] =

@@ -30,7 +30,7 @@ Sample sampleOf(Area area) {
 
 TEST(JsonAreas, AnAreaThatWasReadSaysWhenAndWhatItCost) {
     EXPECT_THAT(jsonOf(sampleOf(Area::Load)),
-                HasSubstr(R"("areas":{"load":{"monotonic_seconds":2.5,"cost_seconds":0.25}})"));
+                HasSubstr(R"("areas":{"load":{"monotonic_seconds":2.500000000,"cost_seconds":0.25}})"));
 }
 
 // Silent for 12.5 s when the sample was complete, at 1000.5 s.
@@ -39,8 +39,8 @@ TEST(JsonAreas, WhatDoesNotAnswerIsToldWithSinceWhen) {
     sample.area(Area::Filesystems).silentSeconds = 12.5;
     sample.area(Area::Filesystems).error = ETIMEDOUT;
     sample.area(Area::Filesystems).file = "/mnt/dead";
-    EXPECT_THAT(jsonOf(sample), HasSubstr(R"("silent_seconds":12.5,"silent_since_seconds":988,)"
-                                          R"("error":110,"file":"/mnt/dead"})"));
+    EXPECT_THAT(jsonOf(sample), HasSubstr(R"("silent_seconds":12.5,"silent_since":"1970-01-01T00:16:28.000000000Z",)"
+                                          R"("error":{"file":"/mnt/dead","errno":110,"text":"Connection timed out"}})"));
 }
 
 TEST(JsonAreas, AnAreaThatIsTimedOutNamesItsReason) {
