@@ -39,8 +39,9 @@ TEST(JsonAreas, WhatDoesNotAnswerIsToldWithSinceWhen) {
     sample.area(Area::Filesystems).silentSeconds = 12.5;
     sample.area(Area::Filesystems).error = ETIMEDOUT;
     sample.area(Area::Filesystems).file = "/mnt/dead";
-    EXPECT_THAT(jsonOf(sample), HasSubstr(R"("silent_seconds":12.5,"silent_since":"1970-01-01T00:16:28.000000000Z",)"
-                                          R"("error":{"file":"/mnt/dead","errno":110,"text":"Connection timed out"}})"));
+    EXPECT_THAT(jsonOf(sample),
+                HasSubstr(R"("silent_seconds":12.5,"silent_since":"1970-01-01T00:16:28.000000000Z",)"
+                          R"("error":{"file":"/mnt/dead","errno":110,"text":"Connection timed out"}})"));
 }
 
 TEST(JsonAreas, AnAreaThatIsTimedOutNamesItsReason) {
