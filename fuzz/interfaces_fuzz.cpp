@@ -5,6 +5,7 @@
 #include "RootOnTmpfs.h"
 #include "Surroundings.h"
 #include "network.h"
+#include "network/InterfaceLine.h"
 #include "network/InterfaceReader.h"
 #include "push_network.h"
 

@@ -1,5 +1,4 @@
-// The walk over the kernel's interface table /proc/net/dev: its parsers and the reader that the units network and
-// push_network use.
+// The walk over the kernel's interface table /proc/net/dev: the reader that the units network and push_network use.
 //
 // The table has two header lines and one line per interface; three layouts of it exist (INTERFACE_LAYOUT_...). One
 // reader walks it once per pass: open, next until it fails, close. Two readers share nothing, so an ordinary pass and a
@@ -17,15 +16,6 @@
 #include <cstdio>
 
 namespace zel {
-
-/// The layout that the second header line shows.
-int interfaceLayout(const char *headerLine);
-
-/// Copies the interface name at the start of `line` into `name`, cut at its size, and returns where the counters begin.
-const char *takeInterfaceName(const char *line, char (&name)[INTERFACE_NAME_SIZE]);
-
-/// Reads the counters of a line. A counter that is missing or malformed stays as it is, with all that follow it.
-void parseInterfaceCounters(int layout, const char *text, user_net_device_stats &stats);
 
 /// Hands "4.6(NWT) <what>[<text of errno>]" to a trace sink.
 void traceInterfaceError(int (*trace)(const char *message), const char *what);

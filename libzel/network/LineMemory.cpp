@@ -1,7 +1,7 @@
 // Parses the lines of the interface table that are not those of the walk before.
 #include "network/LineMemory.h"
 
-#include "network/InterfaceReader.h"
+#include "network/InterfaceLine.h"
 
 #include <cstring>
 #include <new>

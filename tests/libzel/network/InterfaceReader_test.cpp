@@ -1,4 +1,5 @@
 // The parsers of /proc/net/dev: names, and counters beside sscanf.
+#include "network/InterfaceLine.h"
 #include "network/InterfaceReader.h"
 
 #include <cstring>

@@ -2,7 +2,7 @@
 #include "network/LineMemory.h"
 
 #include "SystemHooks.h"
-#include "network/InterfaceReader.h"
+#include "network/InterfaceLine.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
