@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The whole gate: checks, every test in a release build, again under AddressSanitizer and UndefinedBehaviorSanitizer, and
-# the threaded runtime under ThreadSanitizer. Ends with the test runner's summary.
+# the threaded runtime and the typed model under ThreadSanitizer. Ends with the test runner's summary.
 #   ./test.sh [filter]       only the tests whose name matches the regular expression, in the release build
 set -euo pipefail
 cd "$(dirname "$0")"

@@ -46,7 +46,7 @@ scripts/setup.sh bench || exit 1
 if [ ! -e $build/build.ninja ]; then
   cmake -S . -B $build -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF -DZEL_BUILD_BENCH=ON >/dev/null || exit 1
 fi
-cmake --build $build --target zel_bench libzelinfo ShCmd libinvinfo >/dev/null || exit 1
+cmake --build $build --target zel_bench zelhost libzelinfo ShCmd libinvinfo >/dev/null || exit 1
 
 options=()
 libraries=()
@@ -58,8 +58,8 @@ if [ -e /usr/include/statgrab.h ]; then
   options+=(-DWITH_STATGRAB)
   libraries+=(-lstatgrab)
 fi
-c++ -std=c++20 -O3 -DNDEBUG ${options[@]+"${options[@]}"} -I libzel -I LIB -I bench/support bench/peers/library_peers.cpp \
-  $build/lib/libzel_bench.a $build/lib/libzel.a $build/lib/libzelrt.a -lbenchmark ${libraries[@]+"${libraries[@]}"} \
+c++ -std=c++20 -O3 -DNDEBUG ${options[@]+"${options[@]}"} -I . -I libzel -I LIB -I bench/support bench/peers/library_peers.cpp \
+  $build/lib/libzel_bench.a $build/lib/libzelhost.a $build/lib/libzel.a $build/lib/libzelrt.a -lbenchmark ${libraries[@]+"${libraries[@]}"} \
   -ltirpc -lpthread -o $build/bin/library_peers || exit 1
 
 echo "== Libraries: CPU time of one sample, in one process; the factor is over ours"

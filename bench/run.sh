@@ -11,7 +11,7 @@ build="build-bench"
 cmake --build $build >/dev/null
 
 programs=("$@")
-[ ${#programs[@]} -gt 0 ] || programs=(cpu_bench disk_bench net_bench fs_bench hba_bench proc_bench kept_bench)
+[ ${#programs[@]} -gt 0 ] || programs=(cpu_bench disk_bench net_bench fs_bench hba_bench proc_bench kept_bench host_bench)
 for program in "${programs[@]}"; do
   echo "== $program"
   $build/bin/"$program"

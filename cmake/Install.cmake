@@ -1,11 +1,13 @@
 # Installed files, by component: library (shared libraries, when they are built), development (headers, archives, CMake
-# package, zel.pc) and driver (libzelinfo, its manual page; the home kit is installed by runtime/).
+# package, zel.pc, zelhost.pc), driver (libzelinfo, its manual page; the home kit is installed by runtime/) and tool (zel, its manual
+# page), which is in no Debian package yet.
 include(CMakePackageConfigHelpers)
 
 include(cmake/PublicHeaders.cmake)
 install(FILES ${ZEL_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel COMPONENT development)
+install(FILES ${ZEL_HOST_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zel/host COMPONENT development)
 get_property(ZEL_LIBRARIES GLOBAL PROPERTY ZEL_LIBRARIES)
-install(TARGETS ${ZEL_LIBRARIES} EXPORT zelTargets
+install(TARGETS ${ZEL_LIBRARIES} zelhost EXPORT zelTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 
@@ -17,7 +19,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelConfigVersion.cmake CO
 install(FILES ${PROJECT_BINARY_DIR}/zelConfig.cmake ${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
         DESTINATION ${ZEL_CMAKE_DIR} COMPONENT development)
 
-# zel.pc finds the prefix from its own place, wherever that is. A static link needs what the archives need; the shared
+# zel.pc and zelhost.pc find the prefix from their own place, wherever that is. A static link needs what the archives need; the shared
 # libraries bring it along.
 set(ZEL_PC_LIBS "-lzel -lzelrt")
 set(ZEL_PC_PRIVATE_LIBS "-ltirpc -lpthread")
@@ -27,15 +29,26 @@ endif()
 file(RELATIVE_PATH ZEL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" ZEL_PC_PREFIX ${ZEL_PC_PREFIX})
 configure_file(cmake/zel.pc.in ${PROJECT_BINARY_DIR}/zel.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+configure_file(cmake/zelhost.pc.in ${PROJECT_BINARY_DIR}/zelhost.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zel.pc ${PROJECT_BINARY_DIR}/zelhost.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 install(TARGETS libzelinfo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT driver)
 set(ZEL_HOME ${CMAKE_INSTALL_FULL_LIBEXECDIR}/zel/home)
-set(MANUAL ${PROJECT_BINARY_DIR}/man/libzelinfo.1)
-configure_file(man/libzelinfo.1.in ${MANUAL} @ONLY)
-add_custom_command(OUTPUT ${MANUAL}.gz DEPENDS ${MANUAL} COMMAND gzip -9nc ${MANUAL} > ${MANUAL}.gz)
-add_custom_target(manual ALL DEPENDS ${MANUAL}.gz)
-install(FILES ${MANUAL}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT driver)
+
+# zel_manual(NAME COMPONENT): man/NAME.1.in, compressed.
+function(zel_manual NAME COMPONENT)
+  set(MANUAL ${PROJECT_BINARY_DIR}/man/${NAME}.1)
+  configure_file(man/${NAME}.1.in ${MANUAL} @ONLY)
+  add_custom_command(OUTPUT ${MANUAL}.gz DEPENDS ${MANUAL} COMMAND gzip -9nc ${MANUAL} > ${MANUAL}.gz)
+  add_custom_target(manual_${NAME} ALL DEPENDS ${MANUAL}.gz)
+  install(FILES ${MANUAL}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${COMPONENT})
+endfunction()
+zel_manual(libzelinfo driver)
+if(TARGET zel_tool)
+  install(TARGETS zel_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  zel_manual(zel tool)
+endif()
 
 install(DIRECTORY examples/agent examples/receiver DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libzel-dev/examples
         COMPONENT development)

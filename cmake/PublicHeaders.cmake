@@ -1,4 +1,4 @@
-# The public headers: what Zel.h reaches, and all that is installed.
+# The public headers that Zel.h reaches.
 set(ZEL_PUBLIC_HEADERS
     LIB/CheckNfs.h
     LIB/HostRoot.h
@@ -39,3 +39,5 @@ set(ZEL_PUBLIC_HEADERS
     libzel/Zel.h
     libzel/network.h
     libzel/push_network.h)
+# Those of the typed model: what lies at the root of host/.
+file(GLOB ZEL_HOST_HEADERS RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS host/*.h)

@@ -52,9 +52,9 @@ libzel/(cpu|memory|disk|filesystem|network|process|adapter|hardware) libzel/(scr
 libzel/report libzel/(cpu|memory|disk|filesystem|network|process|adapter|hardware|scripts|perftext|records|rates|kernel)
 main (LIB|libzel)/[a-z]+
 host (LIB/[a-z]+|libzel/kernel)
-export host
+export (host|LIB/text)
 history host
-zel (host|export|history)
+zel (host|export|history|LIB/text)
 '
 check_edges() {
   scripts/edges.sh | awk -v allowed="$allowed_edges" '

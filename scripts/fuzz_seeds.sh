@@ -50,6 +50,24 @@ for kernel in linux-2.4.20 linux-2.6.18 linux-5.10 linux-6.1.0; do
   done
 done
 
+for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
+  a=@$kernel/t0/proc b=@$kernel/t1/proc
+  seed host_cpu_fuzz $kernel '' "$a/stat" '0-1\n' '2400000\n' "$b/stat" '0-3,5\n' '-1\n'
+  seed host_load_fuzz $kernel '' "$a/loadavg" "$b/loadavg"
+  seed host_vm_fuzz $kernel '' "$a/vmstat" "$b/vmstat"
+  seed host_memory_fuzz $kernel '' "$a/meminfo" 'Node 0 MemTotal: 5 kB\n' 'numa_hit 5\n' '4\n' \
+    'Filename Type Size Used Priority\n/dev/a\\\\040b partition 100 4 -2\n' "$b/meminfo"
+  seed host_interrupts_fuzz $kernel '' "$a/stat" '  CPU0 CPU1\n 24: 5 6 IO-APIC 5-edge acpi\nERR: 0\n' \
+    '  CPU0 CPU1\nNET_RX: 4294967295 7\n' "$b/stat" '  CPU0 CPU1\n 24: 7 6 IO-APIC 5-edge acpi\nERR: 0\n'
+  seed host_sampler_fuzz $kernel '' "$a/stat" '8 0 sda 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17\n' \
+    'Inter-|\nface |\neth0: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16\n' '1 0 8:0 / / rw - ext4 /dev/sda rw\n' \
+    '1 (a b) S 0 1 1 0 -1 4 5 6 7 8 9 10 11 12 20 0 1 0 30 40 50 60\n' '5 4 3 2 1 0 0\n' 'rchar: 5\n' 'a' '0::/a\n' \
+    "$a/meminfo" "$a/vmstat"
+done
+pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
+seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
+seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'
+
 disks() { # NAME OPTIONS COUNTERS STAT COUNTERS STAT
   seed disk_fuzz "$1" "$2" sda "$3" "$4" "$discovered" "$5" "$6" "$discovered" 'sda 45.30\nsdb 120\n' \
     'TORVDISK|INDEX\003\037~NAME\003\037~\n' 'TORVDISK|other inventory\n'
@@ -78,6 +96,8 @@ for options in '\002' '\006' '\026'; do
   disks "linux-2.2.26-${options#\\}" "$options" @linux-2.2.26/t0/proc/partitions @linux-2.2.26/t0/proc/stat \
     @linux-2.2.26/t1/proc/partitions @linux-2.2.26/t1/proc/stat
 done
+seed mount_table_fuzz mountinfo '' '1 0 8:1 / / rw shared:1 - ext4 /dev/sda1 rw\n2 1 0:40 /a\\040b /m ro - tmpfs  rw\n3 2 0:41 / /m/b rw - nfs4 s:/x rw\n4 2 0:42 / /m rw - tmpfs t rw\n'
+seed mount_table_fuzz mounts '' @linux-6.1.0/t0/etc/mtab
 lines disk_lines_fuzz linux-2.4.21 linux-2.4.21/t1/proc/partitions
 lines disk_lines_fuzz linux-2.2.26 linux-2.2.26/t1/proc/partitions
 

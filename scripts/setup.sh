@@ -12,19 +12,24 @@ make /usr/bin/make
 ninja-build /usr/bin/ninja
 pkg-config /usr/bin/pkg-config
 libtirpc-dev /usr/include/tirpc/rpc/rpc.h
-libtirpc-common /etc/netconfig"
+libtirpc-common /etc/netconfig
+libcli11-dev /usr/include/CLI/CLI.hpp"
 test="$build
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h
+nlohmann-json3-dev /usr/include/nlohmann/json.hpp
 clang-format /usr/bin/clang-format
 clang-tidy /usr/bin/clang-tidy
 shellcheck /usr/bin/shellcheck
 iproute2 /usr/sbin/ip
 rpcbind /usr/sbin/rpcbind
 procps /usr/bin/ps
+python3 /usr/bin/python3
+sysstat /usr/bin/iostat
 groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
-file /usr/bin/file"
+file /usr/bin/file
+python3 /usr/bin/python3"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file

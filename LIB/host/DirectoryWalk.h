@@ -3,8 +3,10 @@
 
 #include "host/HostOpen.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <dirent.h>
+#include <utility>
 
 namespace zel {
 
@@ -15,8 +17,11 @@ class DirectoryWalk {
 public:
     /// Walks the directory `path` (below the host root). `room` outlives the walk.
     template<std::size_t Size>
-    DirectoryWalk(const char *path, DirectoryRoom<Size> &room)
-        : m_directory(openHostDirectory(path)), m_entries(room.bytes), m_size(Size) {}
+    DirectoryWalk(const char *path, DirectoryRoom<Size> &room) : DirectoryWalk(openHostDirectory(path), room) {}
+    /// Walks a directory that is open already.
+    template<std::size_t Size>
+    DirectoryWalk(ScopedDescriptor directory, DirectoryRoom<Size> &room)
+        : m_directory(std::move(directory)), m_entries(room.bytes), m_size(Size) {}
 
     /// False when there is no such directory or it cannot be opened.
     bool isOpen() const { return m_directory.valid(); }
@@ -28,8 +33,8 @@ public:
         if (m_at == m_length) {
             const ssize_t length = getdents64(m_directory.get(), m_entries, m_size);
             m_at = 0;
-            m_isWhole = length == 0;
             m_length = length > 0 ? static_cast<std::size_t>(length) : 0;
+            m_error = length < 0 ? errno : 0;
             if (m_length == 0)
                 return nullptr;
         }
@@ -38,8 +43,8 @@ public:
         return entry->d_name;
     }
 
-    /// After the last name: false when there may be more, because reading them failed.
-    bool isWhole() const { return m_isWhole; }
+    /// After the last name: 0, or the errno that ended the walk early.
+    int error() const { return m_error; }
 
 private:
     ScopedDescriptor m_directory;
@@ -47,7 +52,7 @@ private:
     std::size_t m_size;
     std::size_t m_at = 0;
     std::size_t m_length = 0;
-    bool m_isWhole = false;
+    int m_error = 0;
 };
 
 } // namespace zel

@@ -131,15 +131,32 @@ void run(std::unique_ptr<std::shared_ptr<Running>> &reference) {
     }
 }
 
-// Under the lock. Silent subjects that nobody asks for any more (mounts that are gone) must not fill the memory.
+// Under the lock. Silent subjects that nobody asks for any more (mounts that are gone) must not fill the memory. One
+// that answers again goes first: a silent one that is forgotten would be waited for again.
+void makeRoom(Subjects &subjects) {
+    auto idle = subjects.end();
+    for (auto place = subjects.begin(); place != subjects.end(); ++place) {
+        if (place->second.running != nullptr)
+            continue;
+        if (!place->second.silent) {
+            idle = place;
+            break;
+        }
+        if (idle == subjects.end())
+            idle = place;
+    }
+    if (idle != subjects.end())
+        subjects.erase(idle);
+}
+
+// Under the lock.
 Subjects::iterator subjectOf(const AnyBoundedCall::Key &key) {
     Subjects &subjects = registry().subjects;
-    if (subjects.size() >= rememberedSubjects) {
-        const auto idle = std::find_if(subjects.begin(), subjects.end(),
-                                       [](const auto &entry) { return entry.second.running == nullptr; });
-        if (idle != subjects.end())
-            subjects.erase(idle);
-    }
+    const auto known = subjects.find(key);
+    if (known != subjects.end())
+        return known;
+    if (subjects.size() >= rememberedSubjects)
+        makeRoom(subjects);
     return subjects.try_emplace(key).first;
 }
 
@@ -162,7 +179,7 @@ Silence reportSilence(const AnyBoundedCall::Key &key, bool missed) {
 
 namespace zel {
 
-AnyBoundedCall::AnyBoundedCall(Key key, std::chrono::milliseconds limit, std::shared_ptr<void> answer,
+AnyBoundedCall::AnyBoundedCall(Key key, std::chrono::nanoseconds limit, std::shared_ptr<void> answer,
                                std::function<int()> work)
     : m_key(std::move(key)) {
     const auto call = std::make_shared<Running>();
@@ -191,7 +208,7 @@ AnyBoundedCall::AnyBoundedCall(Key key, std::chrono::milliseconds limit, std::sh
         run(reference);
 }
 
-bool AnyBoundedCall::settledWithin(std::chrono::milliseconds time) const {
+bool AnyBoundedCall::settledWithin(std::chrono::nanoseconds time) const {
     if (m_call == nullptr)
         return true;
     const Time end = Clock::now() + time;
@@ -206,6 +223,10 @@ CallEnd AnyBoundedCall::wait() {
     if (m_call->ended.wait_until(lock, m_until, [this] { return m_call->done; }))
         return {m_call->error, reportSilence(m_key, false)};
     return {ETIMEDOUT, reportSilence(m_key, true)};
+}
+
+AnyBoundedCall::Time AnyBoundedCall::started() const {
+    return m_call == nullptr ? Clock::now() : m_call->start; // which does not change once it runs
 }
 
 const void *AnyBoundedCall::rawAnswer() const {

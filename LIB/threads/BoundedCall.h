@@ -57,12 +57,14 @@ public:
     };
     struct Running;
 
-    AnyBoundedCall(Key key, std::chrono::milliseconds limit, std::shared_ptr<void> answer, std::function<int()> work);
+    AnyBoundedCall(Key key, std::chrono::nanoseconds limit, std::shared_ptr<void> answer, std::function<int()> work);
 
     /// Waits at most `time`. True when wait() would return at once.
-    bool settledWithin(std::chrono::milliseconds time) const;
+    bool settledWithin(std::chrono::nanoseconds time) const;
     /// Waits for the end. To be called once.
     CallEnd wait();
+    /// When the call was started that this one is or has joined; now, when none could be started.
+    Time started() const;
 
 protected:
     const void *rawAnswer() const;
@@ -77,14 +79,14 @@ template<typename Answer> class BoundedCall : public AnyBoundedCall {
 public:
     /// Starts `work`, or joins the call that runs already. The work fills the answer and returns 0 or an error number.
     /// Throws std::bad_alloc when there is no memory for the call.
-    BoundedCall(std::string subject, std::chrono::milliseconds limit, std::function<int(Answer &)> work)
+    BoundedCall(std::string subject, std::chrono::nanoseconds limit, std::function<int(Answer &)> work)
         : BoundedCall(std::move(subject), limit, std::move(work), std::make_shared<Answer>()) {}
 
     /// After wait() gave no error.
     const Answer &answer() const { return *static_cast<const Answer *>(rawAnswer()); }
 
 private:
-    BoundedCall(std::string subject, std::chrono::milliseconds limit, std::function<int(Answer &)> work,
+    BoundedCall(std::string subject, std::chrono::nanoseconds limit, std::function<int(Answer &)> work,
                 const std::shared_ptr<Answer> &answer)
         : AnyBoundedCall({typeid(Answer), std::move(subject)}, limit, answer,
                          [answer, work = std::move(work)] { return work(*answer); }) {}

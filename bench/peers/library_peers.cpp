@@ -15,6 +15,7 @@
 #include "OwnHost.h"
 #include "Settings.h"
 #include "SystemCalls.h"
+#include "host/Sampler.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -102,7 +103,9 @@ std::vector<Task> ourTasks() {
     static CMM_IO_Info disks;
     static CMM_NWT_Info network;
     static CMM_FS_Info filesystems;
-    return {{"processes", {{"libzel", [] { processes.fMGetProc(0); }}}},
+    static zel::Sampler sampler({.areas = {zel::Area::Processes}});
+    static zel::Sample sample;
+    return {{"processes", {{"libzel", [] { processes.fMGetProc(0); }}, {"zel::Sampler", [] { sampler.take(sample); }}}},
             {"cpu", {{"libzel", [] { cpu.fMGetCpu(); }}}},
             {"memory", {{"libzel", [] { memory.fMGetMem(); }}}},
             {"vm", {{"libzel", [] { vm.fMGetVmStat(1.0); }}}},

@@ -1,6 +1,7 @@
 // Counts system calls by tracing a child.
 #include "SystemCalls.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -92,14 +93,13 @@ bool resume(pid_t child, int signal) {
 
 namespace bench {
 
-std::map<long, long> countSystemCalls(const std::function<void()> &work) {
-    std::map<long, long> calls;
+bool traceSystemCalls(const std::function<void()> &work, const std::function<void(const TracedCall &)> &each) {
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0)
         runTraced(work);
     if (child < 0)
-        return calls;
+        return false;
 
     int status = 0;
     bool counting = false;
@@ -113,11 +113,12 @@ std::map<long, long> countSystemCalls(const std::function<void()> &work) {
         }
         __ptrace_syscall_info call{};
         if (ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof(call), &call) > 0 && call.op == PTRACE_SYSCALL_INFO_ENTRY) {
-            const auto number = static_cast<long>(call.entry.nr);
-            if (number == mark)
+            TracedCall entered{child, static_cast<long>(call.entry.nr), {}};
+            std::copy(std::begin(call.entry.args), std::end(call.entry.args), entered.arguments.begin());
+            if (entered.number == mark)
                 counting = !counting;
             else if (counting)
-                ++calls[number];
+                each(entered);
         }
         traced = resume(child, 0);
     }
@@ -125,7 +126,18 @@ std::map<long, long> countSystemCalls(const std::function<void()> &work) {
         kill(child, SIGKILL);
         waitpid(child, &status, 0);
     }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+std::map<long, long> countSystemCalls(const std::function<void()> &work) {
+    std::map<long, long> calls;
+    traceSystemCalls(work, [&calls](const TracedCall &call) { ++calls[call.number]; });
     return calls;
+}
+
+std::string systemCallName(long number) {
+    const char *name = nameOf(number);
+    return name == nullptr ? "call " + std::to_string(number) : name;
 }
 
 long totalOf(const std::map<long, long> &calls) {
@@ -143,9 +155,7 @@ std::string differenceOf(const std::map<long, long> &sample, const std::map<long
     for (const auto &[number, count] : difference) {
         if (count == 0)
             continue;
-        const char *name = nameOf(number);
-        text += (text.empty() ? "" : ", ") + (name == nullptr ? "call " + std::to_string(number) : std::string(name)) +
-                " " + std::to_string(count);
+        text += (text.empty() ? "" : ", ") + systemCallName(number) + " " + std::to_string(count);
     }
     return text;
 }

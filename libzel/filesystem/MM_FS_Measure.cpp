@@ -4,11 +4,9 @@
 #include "MM_FS_Info.h"
 #include "Settings.h"
 #include "host/HostOpen.h"
+#include "kernel/DoubtfulMounts.h"
 #include "rates/Saturate.h"
 #include "rates/Units.h"
-
-#include <ctime>
-#include <utility>
 
 namespace {
 
@@ -26,20 +24,11 @@ unsigned long long kilobytes(unsigned long blocks, float factor) {
     return zel::saturatedUnsigned(static_cast<double>(static_cast<float>(blocks) * factor));
 }
 
-constexpr long long nanosecondsPerSecond = 1000000000;
-constexpr long long slowNanoseconds = FS_SLOW_MILLISECONDS * 1000000LL;
+static_assert(zel::SLOW_MOUNT_MILLISECONDS == FS_SLOW_MILLISECONDS);
 
 } // namespace
 
 namespace zel {
-
-// A clock that costs next to nothing; it moves in steps of a few milliseconds.
-bool SlowWatch::wasSlow() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    const long long reading = static_cast<long long>(now.tv_sec) * nanosecondsPerSecond + now.tv_nsec;
-    return reading - std::exchange(m_reading, reading) > slowNanoseconds;
-}
 
 MountCall startAskingMount(const std::string &path) {
     return {"statfs " + path, std::chrono::seconds(FS_REMOTE_SECONDS), [path](MountAnswer &answer) {

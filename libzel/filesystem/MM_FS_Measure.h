@@ -16,17 +16,6 @@ struct MountAnswer {
     bool slow = false;
 };
 
-/// Says whether something took longer than FS_SLOW_MILLISECONDS.
-class SlowWatch {
-public:
-    SlowWatch() { wasSlow(); }
-    /// True when the call before was longer ago.
-    bool wasSlow();
-
-private:
-    long long m_reading = 0;
-};
-
 using MountCall = BoundedCall<MountAnswer>;
 
 /// Starts statfs64 of `path` on a thread of its own, held to FS_REMOTE_SECONDS.

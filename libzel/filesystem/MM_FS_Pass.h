@@ -3,10 +3,10 @@
 #pragma once
 
 #include "MM_FS_Info.h"
-#include "filesystem/MM_FS_Doubt.h"
 #include "filesystem/MM_FS_Known.h"
 #include "filesystem/MM_FS_Measure.h"
 #include "filesystem/MM_FS_Nfs.h"
+#include "kernel/DoubtfulMounts.h"
 
 #include <functional>
 #include <list>

@@ -104,13 +104,18 @@ ssize_t ProcessFiles::readKept(ProcessFile file, char *text, std::size_t size) {
 
 char *ProcessFiles::record(ProcessFile file) {
     const std::size_t size = std::min(m_size, PROCESS_RECORD_SIZE + 1);
+    m_error = 0;
     if (const ssize_t length = readKept(file, m_text, size - 1); length > 0) {
         m_kept->countUse(file);
         m_text[length] = '\0';
         return m_text;
     }
     ScopedDescriptor opened = open(file);
-    if (!readKernelFile(opened, m_text, size))
+    m_error = opened.valid() ? 0 : errno;
+    const FileText text = readKernelFile(opened, m_text, size);
+    if (text.failure == FileText::Failure::NotRead)
+        m_error = errno;
+    if (!text)
         return nullptr;
     keep(file, std::move(opened));
     return m_text;
@@ -164,12 +169,14 @@ LinePieces ProcessFiles::io() {
 // The kernel gives a command line of any length in one read.
 ssize_t ProcessFiles::readCommandLine(char *line, std::size_t size) {
     constexpr ProcessFile file = ProcessFile::CommandLine;
+    m_error = 0;
     if (const ssize_t length = readKept(file, line, size); length >= 0) {
         m_kept->countUse(file);
         return length;
     }
     ScopedDescriptor opened = open(file);
     const ssize_t length = opened.valid() ? read(opened.get(), line, size) : -1;
+    m_error = length < 0 ? errno : 0;
     if (length >= 0)
         keep(file, std::move(opened));
     return length;

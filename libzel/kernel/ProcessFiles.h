@@ -37,6 +37,8 @@ public:
     LinePieces io();
     /// The command line with its zero bytes, cut at `size` - 1 and terminated. Returns its length, 0 without one.
     std::size_t commandLine(char *line, std::size_t size);
+    /// Why the file that was asked for last gave nothing: the errno of its open or read, 0 when it is empty.
+    int error() const { return m_error; }
 
 private:
     static constexpr std::size_t pidRoom = 12;
@@ -57,6 +59,7 @@ private:
     KeptProcesses *m_kept;
     KeptProcess *m_process; // null for one that has nothing open
     bool m_isKernelThread = false;
+    int m_error = 0;
     char m_path[pidRoom + nameRoom]; // "123/stat"
     char *m_pidEnd;
 };

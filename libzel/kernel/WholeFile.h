@@ -2,6 +2,7 @@
 // samples. The file itself stays open too.
 #pragma once
 
+#include "kernel/FileBuffer.h"
 #include "kernel/KeptFile.h"
 
 #include <cstddef>
@@ -42,7 +43,6 @@ private:
 class WholeFile {
 public:
     WholeFile() = default;
-    ~WholeFile();
 
     WholeFile(const WholeFile &) = delete;
     WholeFile &operator=(const WholeFile &) = delete;
@@ -63,21 +63,13 @@ public:
     void growLike(const WholeFile &other);
 
     /// The text of the last successful read, valid until the next one. After a read it is terminated.
-    std::string_view text() const { return {m_buffer, m_length}; }
+    std::string_view text() const { return m_text.text(); }
     /// A walk over its lines; one at a time.
-    LineWalk lines(std::size_t limit) { return {m_buffer, m_length, limit}; }
+    LineWalk lines(std::size_t limit) { return {m_text.data(), m_text.length(), limit}; }
 
 private:
-    enum class Outcome { Read, Failed, NoMemory };
-
-    bool makeRoom();
-    bool grow(std::size_t size);
-    Outcome readAll(int file, bool kept);
-
     KeptFile m_kept;
-    char *m_buffer = nullptr;
-    std::size_t m_size = 0;
-    std::size_t m_length = 0; // less than m_size, once there is a buffer
+    FileBuffer m_text;
 };
 
 } // namespace zel

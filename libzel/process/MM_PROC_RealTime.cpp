@@ -49,7 +49,7 @@ const char *zel::listRealProcesses(CMM_PROC_Info &collector, ProcessState &state
         if (int pid = 0; isProcess(name, pid))
             takeRealProcess(pass, text, pid);
     }
-    if (directory->isWhole())
+    if (directory->error() == 0)
         state.kept.finish();
     return text.finish(true);
 }

@@ -141,7 +141,7 @@ const char *report(Scan &scan, zel::DirectoryWalk &directory, double elapsed) {
         takeScriptedProcesses(scan, elapsed);
     else
         takeListedProcesses(scan, directory);
-    if (scan.scripted || directory.isWhole())
+    if (scan.scripted || directory.error() == 0)
         scan.pass.kept->finish();
     appendGuestRows(scan);
 

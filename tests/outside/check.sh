@@ -54,7 +54,7 @@ rm "$home/agent/aproc/shell/IFName_bandwidth.dat"
 echo "find_package(zel)"
 cmake -S "$source/tests/outside" -B "$scratch/package" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$scratch/package" >/dev/null
-for program in "$scratch"/package/outside{,_archive}; do
+for program in "$scratch"/package/outside{,_archive,_host}; do
   "$program"
 done
 ! uses_libzel "$scratch/package/outside_archive" || fail "zel::zel_archive is not the archive"
@@ -72,6 +72,13 @@ export PKG_CONFIG_PATH
 read -ra flags <<<"$(pkg-config --cflags --libs zel)"
 compile "$source/tests/outside/program.cpp" "$scratch/pkgconfig" "${flags[@]}"
 "$scratch/pkgconfig"
+
+echo "pkg-config zelhost: the C++ library and libc are enough"
+read -ra host_flags <<<"$(pkg-config --cflags --libs zelhost)"
+compile "$source/tests/outside/host_program.cpp" "$scratch/host" "${host_flags[@]}"
+"$scratch/host"
+! readelf -d "$scratch/host" | grep NEEDED | grep -vE 'lib(stdc\+\+|m|gcc_s|c)\.so|ld-linux' ||
+  fail "a program with the typed model needs more than the C++ library and libc"
 
 echo "the archives, by hand: a program and the driver"
 by_hand=(-I "$source/libzel" -I "$source/LIB" "$build/lib/libzel.a" "$build/lib/libzelrt.a" -ltirpc -lpthread)
@@ -93,19 +100,26 @@ if [ -n "$shared" ]; then
   "$source/tests/outside/exports.sh" "$libraries" "$headers"
 fi
 
-echo "every installed header compiles alone, and Zel.h includes it"
+echo "every installed header compiles alone, and Zel.h includes those of the collectors"
 mapfile -t installed < <(find "$headers" -name '*.h' | sort)
 for header in "${installed[@]}"; do
   echo "#include \"$header\"" | g++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I "$headers" -x c++ -
 done
-diff <(printf '%s\n' "${installed[@]}") \
+diff <(printf '%s\n' "${installed[@]}" | grep -v "^$headers/host/") \
   <(g++ -std=c++20 -MM -I "$headers" "$headers/Zel.h" | tr -s '[:space:]' '\n' | grep -F "$headers/" | sort)
 
-echo "the manual page"
-manual=$(find "$prefix" -name libzelinfo.1.gz)
+echo "the tool"
+[ "$("$prefix/bin/zel" --version)" = "zel $(sed -n 's/^project(zel VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")" ] ||
+  fail "zel --version: $("$prefix/bin/zel" --version)"
+
+echo "the manual pages"
+mapfile -t manuals < <(find "$prefix" -path '*/man1/*.gz')
+[ ${#manuals[@]} -eq 2 ] || fail "manual pages: ${manuals[*]}"
 if command -v groff >/dev/null; then
-  zcat "$manual" | groff -man -ww -Tutf8 2>"$scratch/manual.err" >/dev/null
-  [ ! -s "$scratch/manual.err" ] || fail "$(cat "$scratch/manual.err")"
+  for manual in "${manuals[@]}"; do
+    zcat "$manual" | groff -man -ww -Tutf8 2>"$scratch/manual.err" >/dev/null
+    [ ! -s "$scratch/manual.err" ] || fail "$manual: $(cat "$scratch/manual.err")"
+  done
 else
-  echo "groff is not installed: the manual page is not read (Debian: apt-get install groff-base)"
+  echo "groff is not installed: the manual pages are not read (Debian: apt-get install groff-base)"
 fi

@@ -12,9 +12,10 @@ mkdir -p "$scratch/build/bin" "$scratch/blocks"
 cp "$build"/bin/{ShCmd,libinvinfo,libzelinfo} "$scratch/build/bin/"
 "$source/scripts/stage.sh" "$scratch/build"
 home=$scratch/build/home/agent/bin
+PATH=$build/bin:$PATH # for zel
 
 # Every block into a file of its own: README.md-12.cpp for the one that opens in line 12.
-for document in "$source"/README.md "$source"/docs/{format,metrics,embedding,operation}.md; do
+for document in "$source"/README.md "$source"/docs/{format,metrics,embedding,operation,host,zel}.md; do
   awk -v stem="$scratch/blocks/$(basename "$document")" '
     /^```/ { file = file == "" && $1 ~ /^```(cpp|sh)$/ ? stem "-" NR "." substr($1, 4) : ""; next }
     file != "" { print > file }' "$document"
@@ -36,8 +37,8 @@ run() {
 }
 
 find "$scratch/blocks" -name '*.cpp' -print0 | xargs -0 -P 2 -I {} \
-  g++ -std=c++20 -Wall -Wextra -Werror -I "$source/libzel" -I "$source/LIB" {} -o {}.run \
-  "$build/lib/libzel.a" "$build/lib/libzelrt.a" -ltirpc -lpthread
+  g++ -std=c++20 -Wall -Wextra -Werror -I "$source/libzel" -I "$source/LIB" -I "$source" {} -o {}.run \
+  "$build/lib/libzelhost.a" "$build/lib/libzel.a" "$build/lib/libzelrt.a" -ltirpc -lpthread
 
 programs=0
 for program in "$scratch"/blocks/*.cpp; do
@@ -53,7 +54,7 @@ for block in "$scratch"/blocks/*.sh; do
 done
 
 # Fewer of them mean that the extraction finds nothing any more.
-[ $programs -ge 8 ] || complain "documents" "$programs programs"
+[ $programs -ge 9 ] || complain "documents" "$programs programs"
 [ $lines -ge 4 ] || complain "documents" "$lines shell blocks"
 # The program that logs: its message is in its file.
 grep -q 'MM_CPU_Info.*read failed' "$home"/*_monitor.log || complain "embedding.md" "no log line"

@@ -6,7 +6,7 @@
 
 enum class Call {
     Allocation, // malloc, calloc, realloc and operator new
-    Open,       // open, openat
+    Open,       // open, openat, openat2
     Read,
     Pread,
     Fopen, // fopen, fdopen, fopencookie

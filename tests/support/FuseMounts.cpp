@@ -11,7 +11,8 @@
 FuseMounts::FuseMounts(const std::vector<std::string> &directories) {
     std::vector<char *> arguments{const_cast<char *>(paths::fuseServer)};
     for (const std::string &directory : directories) {
-        std::filesystem::create_directories(directory);
+        if (!std::filesystem::exists(directory))
+            std::filesystem::create_directories(directory);
         arguments.push_back(const_cast<char *>(directory.c_str()));
     }
     arguments.push_back(nullptr);

@@ -8,7 +8,8 @@
 
 class FuseMounts {
 public:
-    /// Mounts at the directories, which are made when they are missing.
+    /// Mounts at the directories, which are made when they are missing. A place that is a file becomes a file that
+    /// holds "1000".
     explicit FuseMounts(const std::vector<std::string> &directories);
     /// Lets the server go on and unmounts.
     ~FuseMounts();
@@ -18,7 +19,7 @@ public:
     /// False where this machine or user may not mount; the server has said why.
     bool work() const { return m_works; }
 
-    /// From now on statfs64 on the mounts hangs.
+    /// From now on statfs64 on the mounts hangs, and so does reading.
     void stop() const;
     /// What hangs is answered.
     void resume() const;

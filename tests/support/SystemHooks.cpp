@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <new>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
 
@@ -214,17 +215,41 @@ int __wrap_openat(int directory, const char *path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
+    if (systemHooks().beforeOpenat)
+        systemHooks().beforeOpenat(path);
     return faultIsDue(Call::Open) ? -1 : __real_openat(directory, path, flags, mode);
 }
 
 ssize_t __real_read(int, void *, size_t);
 ssize_t __wrap_read(int descriptor, void *buffer, size_t size) {
+    if (systemHooks().beforeRead)
+        systemHooks().beforeRead(descriptor);
     return faultIsDue(Call::Read) ? -1 : __real_read(descriptor, buffer, size);
 }
 
 ssize_t __real_pread(int, void *, size_t, off_t);
 ssize_t __wrap_pread(int descriptor, void *buffer, size_t size, off_t offset) {
     return faultIsDue(Call::Pread) ? -1 : __real_pread(descriptor, buffer, size, offset);
+}
+
+// Calls without a function of their own, such as openat2. All of them take at most six words.
+long __real_syscall(long, ...);
+long __wrap_syscall(long number, ...) {
+    va_list arguments;
+    va_start(arguments, number);
+    long words[6];
+    for (long &word : words)
+        word = va_arg(arguments, long);
+    va_end(arguments);
+    if (number == SYS_openat2) {
+        if (faultIsDue(Call::Open))
+            return -1;
+        if (systemHooks().openat2Error != 0) {
+            errno = systemHooks().openat2Error;
+            return -1;
+        }
+    }
+    return __real_syscall(number, words[0], words[1], words[2], words[3], words[4], words[5]);
 }
 
 FILE *__real_fopen(const char *, const char *);

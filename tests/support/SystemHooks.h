@@ -35,8 +35,11 @@ struct SystemHooks {
     std::function<void *(sockaddr_in *, unsigned long, unsigned long, timeval, int *)> clntudpCreate; // a CLIENT
     std::function<DIR *(const char *)> opendir;
     std::function<int(const char *)> unlink;
+    std::function<void(const char *)> beforeOpenat; // what happens in the meantime; the real function runs next
+    std::function<void(int)> beforeRead;            // alike
     std::function<void(int, int, const char *, const char *)> writeLog; // what reaches the installed logger
     std::function<int(const char *, const char *)> saveCommand;         // CCmdScheduler::fCmdSave of any scheduler
+    int openat2Error = 0;                                               // with which every openat2 fails
     int failAllocationAfter = -1;   // malloc, calloc, realloc: 0 fails the next call, n the call after n; -1 none
     int failNewAfter = -1;          // operator new, alike
     void *nextAllocation = nullptr; // the next malloc or calloc hands out this block

@@ -53,22 +53,21 @@ TEST(DirectoryWalk, MissingDirectoryAndFileHaveNoNames) {
     }
 }
 
-TEST(DirectoryWalk, IsWholeOnceTheKernelHasNoFurtherName) {
-    TempDirectory directory;
-    directory.write("file", "");
-    zel::DirectoryRoom<512> room;
-    zel::DirectoryWalk walk(directory.path().c_str(), room);
-    EXPECT_FALSE(walk.isWhole());
-    while (walk.next() != nullptr) {
-    }
-    EXPECT_TRUE(walk.isWhole());
-}
-
-TEST(DirectoryWalk, IsNotWholeWhereReadingFails) {
+TEST(DirectoryWalk, TellsWhatEndedItBeforeTheLastName) {
     TempDirectory directory;
     zel::DirectoryRoom<512> room;
     zel::DirectoryWalk walk(directory.path().c_str(), room);
     const Fault fault(Call::Getdents, 1);
     EXPECT_EQ(walk.next(), nullptr);
-    EXPECT_FALSE(walk.isWhole());
+    EXPECT_NE(walk.error(), 0);
+}
+
+TEST(DirectoryWalk, TellsNoErrorAfterTheLastName) {
+    TempDirectory directory;
+    directory.write("file", "");
+    zel::DirectoryRoom<512> room;
+    zel::DirectoryWalk walk(directory.path().c_str(), room);
+    while (walk.next() != nullptr) {
+    }
+    EXPECT_EQ(walk.error(), 0);
 }

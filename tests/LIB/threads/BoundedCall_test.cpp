@@ -64,6 +64,11 @@ int answers42(int &answer) {
     return 0;
 }
 
+int answersTooLate(int &answer) {
+    std::this_thread::sleep_for(2ms);
+    return answers42(answer);
+}
+
 zel::CallEnd endOf(const std::string &subject, std::chrono::milliseconds limit, std::function<int(int &)> work) {
     return Call(subject, limit, std::move(work)).wait();
 }
@@ -359,6 +364,42 @@ TEST(BoundedCall, SilentSubjectsThatNobodyAsksForAreForgotten) {
     }
     // 3000 subjects fell silent; the first of them is asked as if for the first time.
     EXPECT_NE(endOf("gone 0", 10s, answers42).silence, Silence::Ends);
+}
+
+// In a child, which knows no subjects of other tests. What has answered since, without anybody asking how, can be
+// forgotten; what is silent would be waited for again.
+TEST(BoundedCall, ASilentSubjectIsNotForgottenForOneThatAnswersAgain) {
+    SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED();
+    EXPECT_TRUE(trueInChild([] {
+        endOf("a silent one", 1ms, answersTooLate); // the first in the order of the names
+        waitForTheThreads();
+        for (int round = 0; round < 5; ++round) {
+            const std::string name = "b answers again " + std::to_string(round);
+            for (int i = 0; i < 500; ++i)
+                endOf(name + std::to_string(i), 1ms, answersTooLate);
+            waitForTheThreads();
+            for (int i = 0; i < 500; ++i)
+                static_cast<void>(Call(name + std::to_string(i), 10s, answers42));
+            waitForTheThreads();
+        }
+        return endOf("a silent one", 10s, answers42).silence == Silence::Ends;
+    }));
+}
+
+TEST(BoundedCall, ASubjectThatIsAskedAgainTakesNoOthersPlace) {
+    SKIP_WHERE_FORKS_ARE_NOT_FOLLOWED();
+    EXPECT_TRUE(trueInChild([] {
+        constexpr int remembered = 2 * zel::BOUNDED_CALLS_AT_MOST;
+        for (int i = 0; i < remembered; ++i) {
+            endOf("c " + std::to_string(remembered + i), 1ms, answersTooLate);
+            if (i % 500 == 0)
+                waitForTheThreads();
+        }
+        waitForTheThreads();
+        endOf("c " + std::to_string(2 * remembered - 1), 1ms, answersTooLate);
+        waitForTheThreads();
+        return endOf("c " + std::to_string(remembered), 10s, answers42).silence == Silence::Ends;
+    }));
 }
 
 // The threads of the parent are not in the child: what hangs in them would be waited for again and again.

@@ -5,7 +5,6 @@
 #include "LogCapture.h"
 #include "MM_FS_Info.h"
 #include "ThreadWatch.h"
-#include "filesystem/MM_FS_Doubt.h"
 
 #include <atomic>
 #include <chrono>
@@ -69,20 +68,6 @@ private:
 };
 
 // --- Which mounts --------------------------------------------------------------------------------------------------
-
-TEST(FilesystemDoubt, TypesOfDisksMemoryAndTheKernelAreLocal) {
-    for (const char *type : {"ext2", "ext3", "ext4", "xfs", "btrfs", "vfat", "tmpfs", "ramfs", "proc", "sysfs",
-                             "cgroup2", "squashfs", "iso9660", "devtmpfs", "zfs", "fusectl"})
-        EXPECT_TRUE(zel::knownLocal(type)) << type;
-}
-
-TEST(FilesystemDoubt, WhatAnotherProgramMachineOrFilesystemAnswersForIsNot) {
-    for (const char *type : {"fuse",  "fuseblk", "fuse.sshfs", "fuse.glusterfs", "nfs",    "nfs4",   "cifs",
-                             "smb3",  "9p",      "virtiofs",   "ceph",           "afs",    "lustre", "gfs2",
-                             "ocfs2", "overlay", "aufs",       "ecryptfs",       "autofs", "vboxsf", "",
-                             "ext",   "ext44",   "EXT4"})
-        EXPECT_FALSE(zel::knownLocal(type)) << type;
-}
 
 TEST(FilesystemHang, OnlyMountsThatMayHangHaveAThread) {
     FilesystemHost host;

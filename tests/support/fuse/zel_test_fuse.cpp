@@ -1,11 +1,12 @@
 // A FUSE server for tests of mounts that do not answer: stop it with SIGSTOP, and every statfs64 on its mounts hangs
 // until SIGCONT.
 //
-//   zel_test_fuse DIRECTORY... -- COMMAND...
-//   zel_test_fuse DIRECTORY...
+//   zel_test_fuse PLACE... -- COMMAND...
+//   zel_test_fuse PLACE...
 //
-// mounts an empty filesystem of 2 GB (type "fuse.zeltest", device "zel_test_fuse") on every directory and serves it,
-// speaking the kernel's protocol on /dev/fuse itself.
+// mounts a filesystem of 2 GB (type "fuse.zeltest", device "zel_test_fuse") on every place and serves it, speaking the
+// kernel's protocol on /dev/fuse itself. On a directory it is empty; on a file it is one file that holds "1000", and
+// each read of it asks the server: an attribute of a driver that stops answering.
 //
 // With a command it does so in a mount namespace of its own and runs the command there, with its own process number in
 // ZEL_TEST_FUSE (`kill -STOP "$ZEL_TEST_FUSE"`); it ends with the command and its status.
@@ -14,6 +15,7 @@
 // refuses the namespace of the machine: a mount that hangs there would hold whoever comes by.
 //
 // It dies with the program that started it. Exit status 77, with a reason, where it cannot be done.
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -42,9 +44,12 @@ constexpr int pollMilliseconds = 100; // a signal may come just before the wait
 
 volatile std::sig_atomic_t ended = 0;
 
+constexpr char fileText[] = "1000\n";
+
 struct Mount {
-    std::string directory;
+    std::string place;
     int device;
+    bool isFile;
     bool ready = false; // the kernel and this program have greeted each other
 };
 
@@ -79,12 +84,26 @@ void greet(int device, const fuse_in_header &request) {
     reply(device, request, 0, &answer, sizeof(answer));
 }
 
-void describeRoot(int device, const fuse_in_header &request) {
+void describeRoot(const Mount &mount, const fuse_in_header &request) {
     fuse_attr_out answer{};
     answer.attr.ino = FUSE_ROOT_ID;
-    answer.attr.mode = S_IFDIR | 0755;
-    answer.attr.nlink = 2;
-    reply(device, request, 0, &answer, sizeof(answer));
+    answer.attr.mode = mount.isFile ? S_IFREG | 0444 : S_IFDIR | 0755;
+    answer.attr.size = mount.isFile ? sizeof(fileText) - 1 : 0;
+    answer.attr.nlink = mount.isFile ? 1 : 2;
+    reply(mount.device, request, 0, &answer, sizeof(answer));
+}
+
+void openFile(const Mount &mount, const fuse_in_header &request) {
+    fuse_open_out answer{};
+    answer.open_flags = FOPEN_DIRECT_IO; // nothing is answered from memory
+    reply(mount.device, request, mount.isFile ? 0 : ENOSYS, &answer, mount.isFile ? sizeof(answer) : 0);
+}
+
+void readFile(const Mount &mount, const fuse_in_header &request) {
+    fuse_read_in wanted{};
+    std::memcpy(&wanted, &request + 1, sizeof(wanted));
+    const std::size_t size = wanted.offset == 0 ? std::min<std::size_t>(wanted.size, sizeof(fileText) - 1) : 0;
+    reply(mount.device, request, 0, fileText, size);
 }
 
 // 524288 blocks of 4096 bytes: 2097152 KB; half of it free, a quarter available; 1000 inodes, 900 free.
@@ -107,7 +126,11 @@ void serve(Mount &mount, const fuse_in_header &request) {
         mount.ready = true;
         return;
     case FUSE_GETATTR:
-        return describeRoot(mount.device, request);
+        return describeRoot(mount, request);
+    case FUSE_OPEN:
+        return openFile(mount, request);
+    case FUSE_READ:
+        return readFile(mount, request);
     case FUSE_STATFS:
         return tellSizes(mount.device, request);
     case FUSE_LOOKUP:
@@ -132,21 +155,23 @@ bool serveOne(Mount &mount) {
     return true;
 }
 
-bool mountAt(const char *directory, std::vector<Mount> &mounts) {
+bool mountAt(const char *place, std::vector<Mount> &mounts) {
+    struct stat status {};
+    const bool isFile = stat(place, &status) == 0 && S_ISREG(status.st_mode);
     const int device = open("/dev/fuse", O_RDWR | O_CLOEXEC | O_NONBLOCK);
     if (device < 0)
         return false;
-    const std::string options = "fd=" + std::to_string(device) + ",rootmode=40000,user_id=" + std::to_string(getuid()) +
-                                ",group_id=" + std::to_string(getgid());
-    if (mount("zel_test_fuse", directory, "fuse.zeltest", MS_NOSUID | MS_NODEV, options.c_str()) != 0)
+    const std::string options = "fd=" + std::to_string(device) + ",rootmode=" + (isFile ? "100000" : "40000") +
+                                ",user_id=" + std::to_string(getuid()) + ",group_id=" + std::to_string(getgid());
+    if (mount("zel_test_fuse", place, "fuse.zeltest", MS_NOSUID | MS_NODEV, options.c_str()) != 0)
         return false;
-    mounts.push_back({directory, device});
+    mounts.push_back({place, device, isFile});
     return true;
 }
 
 void unmountAll(const std::vector<Mount> &mounts) {
     for (const Mount &mount : mounts)
-        umount2(mount.directory.c_str(), MNT_DETACH);
+        umount2(mount.place.c_str(), MNT_DETACH);
 }
 
 // Runs the command beside the server; its end ends the server.
@@ -220,7 +245,7 @@ int main(int argc, char **argv) {
         ++directories;
     char **command = directories < argc ? argv + directories + 1 : nullptr;
     if (directories == 1 || (command != nullptr && *command == nullptr))
-        return std::fputs("Usage: zel_test_fuse DIRECTORY... [-- COMMAND...]\n", stderr), 2;
+        return std::fputs("Usage: zel_test_fuse PLACE... [-- COMMAND...]\n", stderr), 2;
     struct sigaction action {};
     action.sa_handler = [](int) { ended = 1; };
     sigaction(SIGTERM, &action, nullptr);

@@ -1,8 +1,10 @@
 // The types that are known to be local, and the mounts that are not.
-#include "filesystem/MM_FS_Doubt.h"
+#include "kernel/DoubtfulMounts.h"
 
 #include <algorithm>
+#include <ctime>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -19,27 +21,38 @@ constexpr std::string_view localTypes[] = {
     "hfsplus",  "hpfs",    "minix",    "sysv",        "ufs",        "ext4dev",
 };
 
+constexpr long long nanosecondsPerSecond = 1000000000;
+constexpr long long slowNanoseconds = zel::SLOW_MOUNT_MILLISECONDS * 1000000LL;
+
 } // namespace
 
 namespace zel {
+
+// A clock that costs next to nothing; it moves in steps of a few milliseconds.
+bool SlowWatch::wasSlow() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    const long long reading = static_cast<long long>(now.tv_sec) * nanosecondsPerSecond + now.tv_nsec;
+    return reading - std::exchange(m_reading, reading) > slowNanoseconds;
+}
 
 bool knownLocal(std::string_view type) {
     return std::find(std::begin(localTypes), std::end(localTypes), type) != std::end(localTypes);
 }
 
-bool DoubtfulMounts::isOtherLocal(const char *type) {
+bool DoubtfulMounts::isOtherLocal(std::string_view type) {
     const bool local = knownLocal(type);
     if (local)
         m_lastLocalType = type;
     return local;
 }
 
-void DoubtfulMounts::noteType(const MountEntry &entry) {
-    const bool doubtful = !isLocal(entry.type);
-    const auto known = m_mounts.find(std::string_view(entry.mountPoint));
+void DoubtfulMounts::noteType(std::string_view mountPoint, std::string_view type) {
+    const bool doubtful = !isLocal(type);
+    const auto known = m_mounts.find(mountPoint);
     if (known == m_mounts.end()) {
         if (doubtful)
-            m_mounts.emplace(entry.mountPoint, Doubt{.byType = true});
+            m_mounts.emplace(mountPoint, Doubt{.byType = true});
         return;
     }
     // One mount point may carry several mounts: the last one counts, but a doubtful one is not forgotten in its pass.
@@ -58,10 +71,10 @@ bool DoubtfulMounts::isOnTheWay(std::string_view mountPoint) const {
     return false;
 }
 
-void DoubtfulMounts::noteSpeed(const char *mountPoint, bool slow) {
+void DoubtfulMounts::noteSpeed(std::string_view mountPoint, bool slow) {
     if (slow)
-        m_mounts[mountPoint].slow = true;
-    else if (const auto known = m_mounts.find(std::string_view(mountPoint)); known != m_mounts.end())
+        m_mounts[std::string(mountPoint)].slow = true;
+    else if (const auto known = m_mounts.find(mountPoint); known != m_mounts.end())
         known->second.slow = false;
 }
 

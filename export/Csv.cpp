@@ -1,0 +1,126 @@
+// Writes samples and rates as CSV.
+#include "export/Csv.h"
+
+#include "export/Text.h"
+#include "export/Walk.h"
+
+namespace zel {
+
+namespace {
+
+constexpr std::string_view lineEnd = "\r\n";
+constexpr std::string_view replacement = "\xef\xbf\xbd"; // U+FFFD
+
+void appendPlain(std::string &out, std::string_view text) {
+    std::size_t start = 0;
+    for (std::size_t at = text.find('"'); at != text.npos; at = text.find('"', at + 1)) {
+        out.append(text.substr(start, at - start));
+        out += '"';
+        start = at;
+    }
+    out.append(text.substr(start));
+}
+
+// What every row of a sample begins with after the name of its section.
+struct RowStart {
+    const Sample &sample;
+    const Rates *rates;
+
+    void append(std::string &out, std::string_view section) const {
+        out += section;
+        out += ',';
+        appendTimestamp(out, sample.realtimeNanoseconds);
+        if (rates == nullptr)
+            return;
+        out += ',';
+        appendNumber(out, rates->seconds);
+    }
+};
+
+class CsvSink {
+public:
+    CsvSink(std::string &out, const RowStart &start) : m_out(out), m_start(start) {}
+
+    void beginSection(std::string_view name, bool) { m_section = name; }
+    void endSection() {}
+    void beginRow() { m_start.append(m_out, m_section); }
+    void endRow() { m_out += lineEnd; }
+    void field(const Family &, const Value &value) {
+        m_out += ',';
+        if (value.type() == Value::Type::Unsigned)
+            appendNumber(m_out, value.asUnsigned());
+        else if (value.type() == Value::Type::Real)
+            appendNumber(m_out, value.asReal());
+        else if (value.type() == Value::Type::Text)
+            appendCsvText(m_out, value.asText());
+    }
+
+private:
+    std::string &m_out;
+    const RowStart &m_start;
+    std::string_view m_section;
+};
+
+template<class Row> void appendHeader(bool withRates, std::string &out) {
+    out += withRates ? "section,time,interval_seconds" : "section,time";
+    forEachFamily<Row>(withRates, [&out](const Family &family) {
+        out += ',';
+        out += family.name;
+    });
+    out += lineEnd;
+}
+
+bool isWritten(const Sample &sample, std::span<const Area> areas, Area area) {
+    return sample.area(area).asked && isShown(areas, area);
+}
+
+std::size_t countSections(const Sample &sample, std::span<const Area> areas) {
+    std::size_t count = 0;
+    forEachSection([&](const auto &section) { count += isWritten(sample, areas, section.area) ? 1 : 0; });
+    return count;
+}
+
+void write(const Sample &sample, const Rates *rates, std::span<const Area> areas, bool header, std::string &out) {
+    const bool alone = countSections(sample, areas) == 1;
+    const RowStart start{sample, rates};
+    CsvSink sink(out, start);
+    CounterRates counters(rates);
+    forEachSection([&]<class Row>(const Section<Row> &section) {
+        if (!isWritten(sample, areas, section.area))
+            return;
+        const bool empty = section.many != nullptr && (sample.*section.many).empty();
+        if (alone ? header : !empty)
+            appendHeader<Row>(rates != nullptr, out);
+        walkSection(section, sample, rates, counters, sink);
+        if (!alone && !empty)
+            out += lineEnd;
+    });
+}
+
+} // namespace
+
+void appendCsvText(std::string &out, std::string_view text) {
+    const bool quoted = text.empty() || text.find_first_of(",\"") != text.npos;
+    if (quoted)
+        out += '"';
+    if (!text.empty() && std::string_view("=+-@'").find(text[0]) != std::string_view::npos)
+        out += '\'';
+    forEachPiece(text, [&out](std::string_view piece, const Character &first) {
+        if (first.kind == Character::Kind::Plain)
+            appendPlain(out, piece);
+        else
+            out += replacement;
+    });
+    if (quoted)
+        out += '"';
+}
+
+void writeCsv(const Sample &sample, std::span<const Area> areas, bool header, std::string &out) {
+    write(sample, nullptr, areas, header, out);
+}
+
+void writeCsv(const Sample &sample, const Rates &rates, std::span<const Area> areas, bool header, std::string &out) {
+    write(sample, &rates, areas, header, out);
+}
+
+} // namespace zel

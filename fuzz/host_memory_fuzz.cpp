@@ -1,0 +1,15 @@
+// /proc/meminfo, a node, huge pages and /proc/swaps as the typed model reads them.
+#include "FuzzTarget.h"
+#include "HostArea.h"
+
+FUZZ_TARGET(host_memory_fuzz) {
+    fuzz::HostArea area(zel::Area::Memory, zel::memoryReader());
+    for (int moment = 0; moment < 2; ++moment) {
+        fuzz::hostFile("proc/meminfo", input);
+        fuzz::hostFile("sys/devices/system/node/node0/meminfo", input);
+        fuzz::hostFile("sys/devices/system/node/node0/numastat", input);
+        fuzz::hostFile("sys/kernel/mm/hugepages/hugepages-2048kB/nr_hugepages", input);
+        fuzz::hostFile("proc/swaps", input);
+        area.take();
+    }
+}

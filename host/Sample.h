@@ -1,0 +1,147 @@
+// Sample: everything that a host said at one moment, as numbers with units. Plain values: it can be copied, outlives
+// its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
+#pragma once
+
+#include "host/Cpu.h"
+#include "host/Disk.h"
+#include "host/Filesystem.h"
+#include "host/Identity.h"
+#include "host/Interface.h"
+#include "host/Interrupts.h"
+#include "host/Load.h"
+#include "host/Memory.h"
+#include "host/Pressure.h"
+#include "host/Process.h"
+#include "host/Rows.h"
+#include "host/Vm.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <tuple>
+
+namespace zel {
+
+/// How reading an area went.
+struct AreaState {
+    bool asked = false;
+    std::int64_t monotonicNanoseconds = 0; // when it was read: rates are taken over the time between two of these
+    double costSeconds = 0;                // processor time that reading it took
+    Absence absence = Absence::None;       // of the whole area
+    int error = 0;                         // errno of what failed first, 0 when nothing did
+    std::string file;                      // and its file
+    double silentSeconds = 0;              // for how long it, or something of it, has not answered; 0 when all does
+};
+
+struct Sample {
+    std::int64_t realtimeNanoseconds = 0;  // since the epoch
+    std::int64_t monotonicNanoseconds = 0; // CLOCK_MONOTONIC of the sampler's host
+    double elapsedSeconds = 0;             // that taking it took
+
+    Cpu cpu;
+    Rows<Processor> processors;
+    Load load;
+    Rows<Pressure> pressure;
+    Memory memory;
+    Rows<MemoryNode> memoryNodes;
+    Rows<HugePages> hugePages;
+    Rows<Swap> swaps;
+    Vm vm;
+    Activity activity;
+    Rows<InterruptLine> interrupts;
+    Rows<SoftIrq> softirqs;
+    Rows<Disk> disks;
+    Rows<Filesystem> filesystems;
+    Rows<Interface> interfaces;
+    ProcessTotals processTotals;
+    Rows<Process> processes;
+    Identity identity;
+
+    std::array<AreaState, AREA_COUNT> areas;
+
+    AreaState &area(Area which) { return areas[static_cast<std::size_t>(which)]; }
+    const AreaState &area(Area which) const { return areas[static_cast<std::size_t>(which)]; }
+
+    /// Calls use(const Family &, const Labels &, const Value &) for every field of every row of the areas that were
+    /// asked for. Labels are passed beside the values, not as values of their own.
+    template<class Use> void visit(Use &&use) const;
+};
+
+/// A struct of a sample (or of its rates), or a list of them, with its name in JSON and CSV.
+template<class Row, class Whole = Sample> struct Section {
+    Area area;
+    std::string_view name;
+    Row Whole::*one;
+    Rows<Row> Whole::*many;
+
+    /// Calls use(const Row &) for every row.
+    template<class Use> void forEachRow(const Whole &whole, Use &&use) const {
+        if (one != nullptr) {
+            use(whole.*one);
+            return;
+        }
+        for (const Row &row : whole.*many)
+            use(row);
+    }
+};
+
+template<class Row, class Whole>
+constexpr Section<Row, Whole> sectionOf(Area area, std::string_view name, Row Whole::*one) {
+    return {area, name, one, nullptr};
+}
+template<class Row, class Whole>
+constexpr Section<Row, Whole> sectionOf(Area area, std::string_view name, Rows<Row> Whole::*many) {
+    return {area, name, nullptr, many};
+}
+
+/// All sections, in the order in which they are written.
+inline constexpr std::tuple SECTIONS{
+    sectionOf(Area::Identity, "identity", &Sample::identity),
+    sectionOf(Area::Cpu, "cpu", &Sample::cpu),
+    sectionOf(Area::Cpu, "processors", &Sample::processors),
+    sectionOf(Area::Load, "load", &Sample::load),
+    sectionOf(Area::Pressure, "pressure", &Sample::pressure),
+    sectionOf(Area::Memory, "memory", &Sample::memory),
+    sectionOf(Area::Memory, "memory_nodes", &Sample::memoryNodes),
+    sectionOf(Area::Memory, "huge_pages", &Sample::hugePages),
+    sectionOf(Area::Memory, "swaps", &Sample::swaps),
+    sectionOf(Area::Vm, "vm", &Sample::vm),
+    sectionOf(Area::Interrupts, "activity", &Sample::activity),
+    sectionOf(Area::Interrupts, "interrupts", &Sample::interrupts),
+    sectionOf(Area::Interrupts, "softirqs", &Sample::softirqs),
+    sectionOf(Area::Disks, "disks", &Sample::disks),
+    sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
+    sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
+    sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
+    sectionOf(Area::Processes, "processes", &Sample::processes),
+};
+
+/// Calls use(const Section<Row> &) for every section.
+template<class Use> void forEachSection(Use &&use) {
+    std::apply([&use](const auto &...section) { (use(section), ...); }, SECTIONS);
+}
+
+template<class Row> Labels labelsOf(const Row &row) {
+    Labels labels;
+    for (const Field<Row> &field : fieldsOf<Row>()) {
+        if (field.family.kind == Kind::Label)
+            labels.add(field.family, field.of(row));
+    }
+    return labels;
+}
+
+template<class Use> void Sample::visit(Use &&use) const {
+    forEachSection([&]<class Row>(const Section<Row> &section) {
+        if (!area(section.area).asked)
+            return;
+        section.forEachRow(*this, [&](const Row &row) {
+            const Labels labels = labelsOf(row);
+            for (const Field<Row> &field : fieldsOf<Row>()) {
+                if (field.family.kind != Kind::Label)
+                    use(field.family, labels, field.of(row));
+            }
+        });
+    });
+}
+
+} // namespace zel

@@ -1,0 +1,190 @@
+// The schema: one entry for every field of every struct of the model. JSON keys, CSV columns, metric names, `zel list`
+// and the documents are made from it.
+//
+// A section is a struct of a sample or a list of them ("disks"); its table has one entry per member, in the order of
+// the members. Adding a field is one line in the struct and one in its table.
+#pragma once
+
+#include "host/Reading.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace zel {
+
+/// The areas, by which a sampler is told what to read.
+enum class Area : unsigned char {
+    Cpu,
+    Load,
+    Pressure,
+    Memory,
+    Vm,
+    Interrupts,
+    Disks,
+    Filesystems,
+    Interfaces,
+    Processes,
+    Identity
+};
+inline constexpr std::size_t AREA_COUNT = 11;
+
+/// The name on the command line, such as "disks".
+std::string_view areaName(Area area);
+
+/// Base units only: a reader never has to scale.
+enum class Unit : unsigned char { None, Seconds, Bytes, Ratio, Hertz, Celsius };
+enum class Kind : unsigned char {
+    Counter, // only grows, until it wraps or its owner starts anew
+    Gauge,
+    Info, // a text or a number that describes and rarely changes
+    State,
+    Label // tells the rows of a section apart
+};
+/// What a process needs to read a field that not every user can read.
+enum class Rights : unsigned char {
+    Any,
+    Owner, // the user of the process that is read, or CAP_SYS_PTRACE
+    Root
+};
+
+std::string_view unitName(Unit unit);
+std::string_view kindName(Kind kind);
+std::string_view rightsName(Rights rights);
+
+/// What is known of a field beside its value.
+struct Family {
+    Area area;
+    std::string_view section; // "disks"; the area's name where it has one section only
+    std::string_view name;    // "read_bytes_total"
+    Unit unit;
+    Kind kind;
+    std::string_view source; // the kernel file or call
+    std::string_view help;
+    Rights rights = Rights::Any;
+    unsigned char counterBits = 64; // at which width the kernel's counter wraps
+};
+
+/// A value of any type, or why there is none.
+class Value {
+public:
+    enum class Type : unsigned char { Absent, Unsigned, Real, Text };
+
+    Value(Absence reason) : m_absence(reason) {}
+    Value(std::uint64_t number) : m_unsigned(number), m_type(Type::Unsigned) {}
+    Value(double number) : m_real(number), m_type(Type::Real) {}
+    Value(std::string_view text) : m_text(text), m_type(Type::Text) {}
+
+    Type type() const { return m_type; }
+    bool has() const { return m_type != Type::Absent; }
+    Absence absence() const { return m_absence; }
+    std::uint64_t asUnsigned() const { return m_unsigned; }
+    /// Any number as one with a fraction.
+    double asReal() const { return m_type == Type::Unsigned ? static_cast<double>(m_unsigned) : m_real; }
+    /// Belongs to the sample.
+    std::string_view asText() const { return m_text; }
+
+private:
+    std::string_view m_text;
+    std::uint64_t m_unsigned = 0;
+    double m_real = 0;
+    Type m_type = Type::Absent;
+    Absence m_absence = Absence::None;
+};
+
+struct Label {
+    const Family *family = nullptr;
+    Value value = Absence::Unsupported;
+};
+
+/// The labels of a row, in the order of its struct.
+class Labels {
+public:
+    static constexpr std::size_t LIMIT = 4;
+
+    const Label *begin() const { return m_labels.data(); }
+    const Label *end() const { return m_labels.data() + m_size; }
+    std::size_t size() const { return m_size; }
+    void add(const Family &family, Value value) { m_labels[m_size++] = {&family, value}; }
+
+private:
+    std::array<Label, LIMIT> m_labels;
+    std::size_t m_size = 0;
+};
+
+using Count = Reading<std::uint64_t>;
+using Number = Reading<double>;
+
+template<class Row>
+using Member =
+    std::variant<Count Row::*, Number Row::*, Reading<std::string> Row::*, std::uint64_t Row::*, std::string Row::*>;
+
+template<class Row> struct Field {
+    Family family;
+    Member<Row> member;
+
+    Value of(const Row &row) const {
+        return std::visit([&row](auto place) { return valueOf(row.*place); }, member);
+    }
+    /// Takes the value of a reading away; what tells rows apart stays.
+    void clear(Row &row, Absence reason) const {
+        std::visit([&row, reason](auto place) { clearReading(row.*place, reason); }, member);
+    }
+
+private:
+    template<class T> static void clearReading(Reading<T> &reading, Absence reason) { reading.clear(reason); }
+    static void clearReading(std::uint64_t &, Absence) {}
+    static void clearReading(std::string &, Absence) {}
+    static Value valueOf(const Count &reading) { return reading ? Value(*reading) : Value(reading.absence()); }
+    static Value valueOf(const Number &reading) { return reading ? Value(*reading) : Value(reading.absence()); }
+    static Value valueOf(const Reading<std::string> &reading) {
+        return reading ? Value(std::string_view(*reading)) : Value(reading.absence());
+    }
+    static Value valueOf(std::uint64_t number) { return Value(number); }
+    static Value valueOf(const std::string &text) { return Value(std::string_view(text)); }
+};
+
+/// The table of a struct, one entry per member in their order. Each struct's header declares its own.
+template<class Row> std::span<const Field<Row>> fieldsOf();
+
+/// Takes the values of every reading of a row away.
+template<class Row> void forget(Row &row, Absence reason) {
+    for (const Field<Row> &field : fieldsOf<Row>())
+        field.clear(row, reason);
+}
+
+/// Writes the entries of one section's table.
+template<class Row> struct Entries {
+    Area area;
+    std::string_view section;
+    std::string_view source;
+
+    constexpr Field<Row> label(std::string_view name, Member<Row> member, std::string_view help) const {
+        return {{area, section, name, Unit::None, Kind::Label, source, help}, member};
+    }
+    constexpr Field<Row> counter(std::string_view name, Member<Row> member, Unit unit, std::string_view help,
+                                 unsigned char bits = 64) const {
+        return {{area, section, name, unit, Kind::Counter, source, help, Rights::Any, bits}, member};
+    }
+    constexpr Field<Row> gauge(std::string_view name, Member<Row> member, Unit unit, std::string_view help) const {
+        return {{area, section, name, unit, Kind::Gauge, source, help}, member};
+    }
+    constexpr Field<Row> info(std::string_view name, Member<Row> member, std::string_view help) const {
+        return {{area, section, name, Unit::None, Kind::Info, source, help}, member};
+    }
+    constexpr Field<Row> state(std::string_view name, Member<Row> member, std::string_view help) const {
+        return {{area, section, name, Unit::None, Kind::State, source, help}, member};
+    }
+    /// The same entries from another source, or with other rights: `disk.from("/sys/block/...").info(...)`.
+    constexpr Entries from(std::string_view other) const { return {area, section, other}; }
+    static constexpr Field<Row> needing(Rights rights, Field<Row> field) {
+        field.family.rights = rights;
+        return field;
+    }
+};
+
+} // namespace zel

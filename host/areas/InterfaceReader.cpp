@@ -1,0 +1,245 @@
+// Reads the interfaces: the lines of /proc/net/dev, and what there is to say of each interface below /sys/class/net.
+#include "host/FileIdentity.h"
+#include "host/HostOpen.h"
+#include "host/areas/AreaReader.h"
+#include "host/areas/InterfaceDetails.h"
+#include "host/areas/InterfaceLines.h"
+#include "host/source/BoundedReads.h"
+#include "host/source/DeviceTable.h"
+#include "host/source/LinkNews.h"
+#include "host/source/Refresh.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <optional>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+using Time = std::chrono::steady_clock::time_point;
+
+constexpr const char *netFile = "proc/net/dev";
+constexpr const char *netFileOfThread = "proc/thread-self/net/dev"; // kernel 3.17 and later
+constexpr const char *netFileOfInit = "proc/1/net/dev";
+constexpr const char *netDirectory = "sys/class/net";
+constexpr std::size_t interfacesAtMost = 65536; // more is no host: a file that goes on is not believed
+constexpr std::size_t linesOfHeading = 2;
+
+// How long what is known holds without an announcement (see host/Interface.h).
+constexpr std::chrono::seconds detailPeriod{300};
+constexpr std::chrono::seconds linkPeriod{30};
+
+// What is known of an interface from one sample to the next.
+struct KnownInterface {
+    Time lookedAt;            // the sample
+    Time detailsDue, linkDue; // at once
+    Interface values;         // of its attributes
+};
+
+class InterfaceReader : public AreaReader {
+public:
+    void read(Take &take) override {
+        if (const int error = readLines(take.root); error != 0)
+            return loseArea(take.sample, Area::Interfaces, error, netFile);
+        m_now = std::chrono::steady_clock::now();
+        if (take.root.own())
+            m_news.take();
+        takeLines(take);
+        std::optional<OwnNamespace> own;
+        m_due.clear();
+        for (std::size_t index = 0; index < m_rows.size(); ++index) {
+            const std::string &name = take.sample.interfaces[index].name;
+            KnownInterface &known = *m_rows[index];
+            if (std::exchange(known.lookedAt, m_now) == m_now)
+                continue; // a name that no kernel gives twice
+            if (isDue(take.root, known))
+                readDetails(take, own, name, known);
+            if (m_now >= known.linkDue)
+                m_due.push_back(index);
+        }
+        if (!take.root.own())
+            readLinks(take);
+        for (std::size_t index = 0; index < m_rows.size(); ++index)
+            fill(m_rows[index]->values, take.sample.interfaces[index]);
+    }
+
+    // Speed, duplex and carrier, by a bounded call of each interface.
+    void ask(Take &take) override {
+        if (!take.root.own())
+            return;
+        m_links.begin(take.deadline, m_due.size());
+        for (const std::size_t index : m_due) {
+            const std::string &name = take.sample.interfaces[index].name;
+            m_links.ask(name, [root = HostDirectory(take.root), name](LinkDetails &link) {
+                readLinkDetails(root, name, link);
+                return 0;
+            });
+        }
+    }
+
+    void finish(Take &take) override {
+        for (std::size_t place = 0; take.root.own() && place < m_due.size(); ++place) {
+            KnownInterface &known = *m_rows[m_due[place]];
+            Interface &interface = take.sample.interfaces[m_due[place]];
+            takeAnswer(take.sample.area(Area::Interfaces), m_links.wait(place), interface.name, known);
+            fillLink(known.values, interface);
+        }
+    }
+
+private:
+    // The file of this host is opened in each sample: one that stays open would keep the namespace that it was opened
+    // in, which the thread may have left.
+    int readLines(const HostDirectory &root) {
+        ScopedDescriptor file = root.open(root.own() ? netFileOfThread : netFileOfInit, HOST_FILE_FLAGS);
+        if (!file.valid())
+            file = root.open(netFile, HOST_FILE_FLAGS);
+        if (!file.valid())
+            return errno;
+        if (root.own())
+            noteNamespace(root, file.get());
+        return m_lines.readOpen(file.get());
+    }
+
+    void noteNamespace(const HostDirectory &root, int file) {
+        struct stat status {};
+        const bool same = fstat(file, &status) == 0 && identityOf(status) == m_namespace;
+        if (!same || !m_news.listens())
+            m_news.listen(root.kept());
+        if (!same)
+            m_known = {};
+        m_namespace = identityOf(status);
+    }
+
+    void takeLines(Take &take) {
+        AreaState &state = take.sample.area(Area::Interfaces);
+        Rows<Interface> &interfaces = take.sample.interfaces;
+        interfaces.clear();
+        m_rows.clear();
+        m_known.startSample();
+        std::size_t number = 0;
+        for (const char *line = m_lines.text().data(); *line != '\0'; line = nextLine(line), ++number) {
+            if (interfaces.size() == interfacesAtMost) {
+                noteFailure(state, E2BIG, netFile);
+                break;
+            }
+            Interface &interface = interfaces.append();
+            if (parseInterfaceLine(line, interface)) {
+                m_rows.push_back(&m_known.of(interface.name));
+                continue;
+            }
+            interfaces.dropLast();
+            if (number >= linesOfHeading)
+                noteFailure(state, NOT_ITS_FORMAT, netFile);
+        }
+        m_known.endSample();
+    }
+
+    bool isDue(const HostDirectory &root, const KnownInterface &known) const {
+        return !root.own() || m_now >= known.detailsDue || m_news.areOfAll() ||
+               (known.values.index && m_news.isOf(static_cast<unsigned>(*known.values.index)));
+    }
+
+    void readDetails(Take &take, std::optional<OwnNamespace> &own, const std::string &name,
+                     KnownInterface &known) const {
+        Interface &values = known.values;
+        if (take.root.own() && std::chrono::steady_clock::now() >= take.deadline)
+            return postpone(take.sample.area(Area::Interfaces), known);
+        readInterfaceDetails(take.root, name, values);
+        known.linkDue = Time();
+        known.detailsDue = m_now + spread(detailPeriod, name);
+        if (!take.root.own())
+            return;
+        if (!own)
+            own.emplace();
+        if (own->holds(name, values))
+            return;
+        forgetAttributes(values, Absence::Unsupported);
+        values.index = own->indexOf(name);
+        known.linkDue = Time::max();
+        known.detailsDue = m_now + spread(linkPeriod, name); // it may have changed while it was looked at
+    }
+
+    // Thousands of interfaces that are all new may take longer than there is: the rest is for the next samples.
+    static void postpone(AreaState &state, KnownInterface &known) {
+        noteFailure(state, ETIMEDOUT, netDirectory);
+        forgetAttributes(known.values, Absence::TimedOut);
+        known.detailsDue = Time();
+        known.linkDue = Time::max();
+    }
+
+    static void forgetAttributes(Interface &values, Absence reason) {
+        for (const auto member : INTERFACE_COUNTS)
+            (values.*member).clear(reason);
+        for (const auto member : INTERFACE_TEXTS)
+            (values.*member).clear(reason);
+        clearLink(values, reason);
+    }
+
+    static void clearLink(Interface &values, Absence reason) {
+        values.speedBytesPerSecond.clear(reason);
+        values.duplex.clear(reason);
+        values.carrier.clear(reason);
+    }
+
+    // Below a root directory the whole area is a bounded call.
+    void readLinks(const Take &take) {
+        LinkDetails link;
+        for (const std::size_t index : m_due) {
+            readLinkDetails(take.root, take.sample.interfaces[index].name, link);
+            takeLink(link, m_rows[index]->values);
+        }
+    }
+
+    void takeAnswer(AreaState &state, const BoundedRead<LinkDetails> &read, const std::string &name,
+                    KnownInterface &known) const {
+        if (read.answer == nullptr) {
+            clearLink(known.values, absenceOf(read.error));
+            const std::string file = netDirectory + ("/" + name) + "/speed";
+            noteFailure(state, read.error, file);
+            if (read.error == ETIMEDOUT)
+                noteSilence(state, read.silentSeconds, file);
+            return; // it is asked again in the next sample
+        }
+        takeLink(*read.answer, known.values);
+        known.linkDue = m_now + spread(linkPeriod, name);
+    }
+
+    static void takeLink(const LinkDetails &link, Interface &values) {
+        values.speedBytesPerSecond = link.speedBytesPerSecond;
+        values.duplex.assign(link.duplex);
+        values.carrier = link.carrier;
+    }
+
+    static void fill(const Interface &values, Interface &interface) {
+        for (const auto member : INTERFACE_COUNTS)
+            interface.*member = values.*member;
+        for (const auto member : INTERFACE_TEXTS)
+            (interface.*member).assign(values.*member);
+        fillLink(values, interface);
+    }
+
+    static void fillLink(const Interface &values, Interface &interface) {
+        interface.speedBytesPerSecond = values.speedBytesPerSecond;
+        interface.duplex.assign(values.duplex);
+        interface.carrier = values.carrier;
+    }
+
+    SourceFile m_lines{netFile, Records::Many};
+    FileIdentity m_namespace;
+    LinkNews m_news;
+    DeviceTable<KnownInterface> m_known;
+    BoundedReads<LinkDetails> m_links{"link"};
+    std::vector<KnownInterface *> m_rows; // by place in the sample
+    std::vector<std::size_t> m_due;       // places
+    Time m_now;
+};
+
+} // namespace
+
+std::unique_ptr<AreaReader> interfaceReader() {
+    return std::make_unique<InterfaceReader>();
+}
+
+} // namespace zel

@@ -1,0 +1,34 @@
+// The fields that say which host this is.
+#include "host/Identity.h"
+
+namespace zel {
+
+namespace {
+
+constexpr Entries<Identity> identity{Area::Identity, "identity", "/proc/sys/kernel"};
+constexpr Entries<Identity> release = identity.from("/etc/os-release");
+constexpr Entries<Identity> uptime = identity.from("/proc/uptime");
+constexpr Field<Identity> fields[] = {
+    identity.info("host_name", &Identity::hostName, "Name of the host."),
+    identity.info("domain_name", &Identity::domainName, "Its NIS domain."),
+    identity.info("kernel_name", &Identity::kernelName, "Name of the kernel."),
+    identity.info("kernel_release", &Identity::kernelRelease, "Release of the kernel."),
+    identity.info("kernel_version", &Identity::kernelVersion, "Build of the kernel."),
+    identity.info("architecture", &Identity::architecture, "Architecture of the machine."),
+    release.info("os_id", &Identity::osId, "Short name of the distribution."),
+    release.info("os_name", &Identity::osName, "Name of the distribution."),
+    release.info("os_version", &Identity::osVersion, "Version of the distribution."),
+    release.info("os_pretty_name", &Identity::osPrettyName, "Name and version for people."),
+    identity.from("/proc/sys/kernel/random/boot_id").info("boot_id", &Identity::bootId, "Changes with every boot."),
+    uptime.gauge("uptime_seconds", &Identity::uptimeSeconds, Unit::Seconds, "Time since the boot."),
+    uptime.counter("idle_seconds_total", &Identity::idleSeconds, Unit::Seconds,
+                   "Idle time of all processors together."),
+};
+
+} // namespace
+
+template<> std::span<const Field<Identity>> fieldsOf<Identity>() {
+    return fields;
+}
+
+} // namespace zel

@@ -1,0 +1,65 @@
+// The fields of the interfaces.
+#include "host/Interface.h"
+
+namespace zel {
+
+namespace {
+
+constexpr Entries<Interface> dev{Area::Interfaces, "interfaces", "/proc/net/dev"};
+constexpr Entries<Interface> net = dev.from("/sys/class/net");
+
+constexpr Field<Interface> fields[] = {
+    dev.label("name", &Interface::name, "Name of the interface."),
+    net.info("index", &Interface::index, "Number of the interface."),
+
+    dev.counter("receive_bytes_total", &Interface::receiveBytes, Unit::Bytes, "Bytes received."),
+    dev.counter("receive_packets_total", &Interface::receivePackets, Unit::None, "Packets received."),
+    dev.counter("receive_errors_total", &Interface::receiveErrors, Unit::None, "Packets received with an error."),
+    dev.counter("receive_drops_total", &Interface::receiveDrops, Unit::None, "Packets received and dropped."),
+    dev.counter("receive_fifo_errors_total", &Interface::receiveFifoErrors, Unit::None,
+                "Packets lost because a buffer of the device ran over."),
+    dev.counter("receive_frame_errors_total", &Interface::receiveFrameErrors, Unit::None,
+                "Packets received with a wrong length, checksum or frame."),
+    dev.counter("receive_compressed_total", &Interface::receiveCompressed, Unit::None, "Compressed packets received."),
+    dev.counter("receive_multicast_total", &Interface::receiveMulticast, Unit::None, "Multicast packets received."),
+    dev.counter("transmit_bytes_total", &Interface::transmitBytes, Unit::Bytes, "Bytes sent."),
+    dev.counter("transmit_packets_total", &Interface::transmitPackets, Unit::None, "Packets sent."),
+    dev.counter("transmit_errors_total", &Interface::transmitErrors, Unit::None, "Packets that could not be sent."),
+    dev.counter("transmit_drops_total", &Interface::transmitDrops, Unit::None, "Packets dropped before sending."),
+    dev.counter("transmit_fifo_errors_total", &Interface::transmitFifoErrors, Unit::None,
+                "Packets not sent because a buffer of the device ran empty."),
+    dev.counter("transmit_collisions_total", &Interface::transmitCollisions, Unit::None, "Collisions while sending."),
+    dev.counter("transmit_carrier_errors_total", &Interface::transmitCarrierErrors, Unit::None,
+                "Packets not sent because the carrier was lost or the other side did not listen."),
+    dev.counter("transmit_compressed_total", &Interface::transmitCompressed, Unit::None, "Compressed packets sent."),
+
+    net.gauge("speed_bytes_per_second", &Interface::speedBytesPerSecond, Unit::Bytes, "Speed of the link."),
+    net.info("duplex", &Interface::duplex, "full or half."),
+    net.state("operational_state", &Interface::operationalState, "State as RFC 2863 defines it (operstate)."),
+    net.state("up", &Interface::up, "1 when the interface is switched on."),
+    net.state("carrier", &Interface::carrier, "1 when the link has a carrier."),
+    net.counter("carrier_changes_total", &Interface::carrierChanges, Unit::None, "How often the carrier came or went.",
+                32),
+    net.counter("carrier_up_total", &Interface::carrierUpChanges, Unit::None, "How often the carrier came.", 32),
+    net.counter("carrier_down_total", &Interface::carrierDownChanges, Unit::None, "How often the carrier went.", 32),
+    net.state("dormant", &Interface::dormant, "1 when it waits for another event, such as a log-in."),
+    net.gauge("mtu_bytes", &Interface::mtuBytes, Unit::Bytes, "Largest packet that it sends."),
+    net.gauge("queue_length", &Interface::queueLength, Unit::None, "Packets that its queue holds at most."),
+    net.info("type", &Interface::type, "Kind of hardware (ARPHRD_*)."),
+    net.info("flags", &Interface::flags, "Flags of the interface (IFF_*)."),
+    net.info("link_index", &Interface::linkIndex, "Number of the interface that it stands on, or of its other end."),
+    net.info("address", &Interface::address, "Hardware address."),
+    net.info("alias", &Interface::alias, "Text that an administrator gave it."),
+    net.info("driver", &Interface::driver, "Driver of the device."),
+    net.info("kind", &Interface::kind, "Kind of interface (DEVTYPE)."),
+    net.info("master", &Interface::master, "Bond or bridge that it belongs to."),
+    net.info("role", &Interface::role, "bond, bridge, bond_port or bridge_port."),
+};
+
+} // namespace
+
+template<> std::span<const Field<Interface>> fieldsOf<Interface>() {
+    return fields;
+}
+
+} // namespace zel

@@ -1,0 +1,180 @@
+// `zel show`: one sample of a host, or many.
+#include "export/Csv.h"
+#include "export/Json.h"
+#include "host/Sampler.h"
+#include "zel/Duration.h"
+#include "zel/Output.h"
+#include "zel/Pace.h"
+#include "zel/SampleTables.h"
+#include "zel/Terminal.h"
+#include "zel/commands/ShowRequest.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+constexpr std::chrono::seconds longWait{1}; // from here on the reader is told what is waited for
+
+constexpr Example examples[] = {
+    {"zel show", "an overview of this host, measured for a second"},
+    {"zel show disks interfaces --every 2s", "both tables each two seconds, until Ctrl-C"},
+    {"zel show processes --raw", "all processes with their counters, without waiting"},
+    {"zel show cpu memory --format json", "counters and sizes for a program, one line"},
+    {"zel show disks --rates --format csv --every 10s --count 360 > disks.csv", "an hour of disk rates"},
+    {"zel show filesystems --all", "every field of every filesystem"},
+    {"zel show --root /host", "the host whose root directory a container has at /host"},
+};
+
+constexpr std::string_view about =
+    "Without an area: all of them, as an overview that leaves out what is quiet or small.\n"
+    "Tables show rates: a first sample is taken, then one after --every (1s), and so on, so that the first output is "
+    "right already. With --raw, and where an area has nothing to rate, the first sample is shown at once.\n"
+    "What could not be read is said on standard error, with the file and the reason. Ctrl-C ends repeated samples "
+    "after "
+    "the one that is being written.";
+
+constexpr Example exitStatus[] = {
+    {"0", "done; also when the reader of the output went away"},
+    {"1", "an area that was named could not be read at all (or none of all), or the output failed"},
+    {"2", "the command line is wrong"},
+    {"130", "ended by Ctrl-C"},
+};
+
+class Show {
+public:
+    explicit Show(ShowRequest request)
+        : m_request(std::move(request)),
+          m_sampler({.root = m_request.root, .areas = m_request.areas, .deadline = m_request.deadline}),
+          m_pace(m_request.interval) {}
+
+    int run() {
+        if (m_request.rates) {
+            take();
+            if (!waitFirst())
+                return Pace::end();
+        }
+        for (std::uint64_t number = 1;; ++number) {
+            take();
+            if (Pace::isEnding())
+                return Pace::end();
+            const Written written = print();
+            if (Pace::isEnding())
+                return Pace::end();
+            if (written != Written::Whole)
+                return written == Written::Failed ? EXIT_FAILED : EXIT_DONE;
+            reportFailures();
+            if (number == m_request.count)
+                return m_failed ? EXIT_FAILED : EXIT_DONE;
+            if (!m_pace.wait())
+                return Pace::end();
+        }
+    }
+
+private:
+    void take() {
+        const Progress progress("waiting for what does not answer, at most " + durationText(m_request.deadline),
+                                longWait);
+        std::swap(m_before, m_now);
+        m_sampler.take(m_now);
+    }
+    bool waitFirst() {
+        if (m_request.interval < longWait)
+            return m_pace.wait();
+        const Progress progress("measuring for " + durationText(m_request.interval));
+        return m_pace.wait();
+    }
+
+    Written print() {
+        const Rates *rates = m_request.rates ? &m_rates : nullptr;
+        if (rates != nullptr)
+            between(m_before, m_now, m_rates);
+        m_text.clear();
+        switch (m_request.format) {
+        case Format::Table:
+            m_text += m_printed ? "\n" : "";
+            writeTables(m_now, rates, {m_request.areas, m_request.everything}, style(), m_text);
+            break;
+        case Format::Json:
+            if (rates == nullptr)
+                writeJson(m_now, m_request.areas, m_text);
+            else
+                writeJson(m_now, *rates, m_request.areas, m_text);
+            m_text += '\n';
+            break;
+        case Format::Csv:
+            if (rates == nullptr)
+                writeCsv(m_now, m_request.areas, !m_printed, m_text);
+            else
+                writeCsv(m_now, *rates, m_request.areas, !m_printed, m_text);
+            break;
+        }
+        m_printed = true;
+        return writeOut(m_text);
+    }
+    // Asked for each time: the terminal may change its size.
+    Style style() const {
+        Style style = outputStyle();
+        if (m_request.wide)
+            style.width = 0;
+        return style;
+    }
+
+    // What failed is said once, and again when it fails in another way.
+    void reportFailures() {
+        std::size_t lost = 0, failed = 0, asked = 0;
+        for (std::size_t index = 0; index < AREA_COUNT; ++index) {
+            const AreaState &state = m_now.areas[index];
+            std::string &reported = m_reported[index];
+            asked += state.asked ? 1 : 0;
+            lost += state.asked && state.absence != Absence::None ? 1 : 0;
+            const std::string failure = failureText(static_cast<Area>(index), state);
+            failed += failure.empty() ? 0 : 1;
+            if (!failure.empty() && failure != reported)
+                complain(failure);
+            reported = failure;
+        }
+        m_failed = m_failed || (m_request.areas.empty() ? failed == asked : lost > 0);
+    }
+    std::string failureText(Area area, const AreaState &state) const {
+        if (!state.asked || (state.error == 0 && state.absence == Absence::None))
+            return {};
+        std::string text(areaName(area));
+        if (!state.file.empty())
+            text += ": " + (state.file[0] == '/' ? "" : m_request.root + '/') + state.file;
+        const char *const reason = state.error == 0 ? nullptr : strerrordesc_np(state.error);
+        const char *const name = state.error == 0 ? nullptr : strerrorname_np(state.error);
+        if (reason != nullptr && name != nullptr)
+            return text + ": " + reason + " (" + name + ')';
+        return text + ": " + std::string(absenceName(state.absence));
+    }
+
+    ShowRequest m_request;
+    Sampler m_sampler;
+    Pace m_pace;
+    Sample m_before, m_now;
+    Rates m_rates;
+    std::string m_text;
+    std::array<std::string, AREA_COUNT> m_reported;
+    bool m_printed = false;
+    bool m_failed = false;
+};
+
+int runShow(const Command &command, const Arguments &arguments) {
+    std::string problem;
+    ShowRequest request = readShowRequest(arguments, problem);
+    if (!problem.empty())
+        return refuse(command, problem);
+    return Show(std::move(request)).run();
+}
+
+} // namespace
+
+const Command showCommand{"show",     "[AREA...]",   "one sample of this host, or many: tables, JSON or CSV",
+                          about,      showOptions(), examples,
+                          exitStatus, runShow};
+
+} // namespace zel
