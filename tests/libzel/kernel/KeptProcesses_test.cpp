@@ -15,6 +15,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <thread>
 
 namespace {
 
@@ -151,6 +152,36 @@ TEST_F(KeptProcessesTest, PlacesAreSharedWithOthers) {
     reading.keep(pids);
     EXPECT_EQ(reading.kept.count(), 4);
     EXPECT_EQ(reading.places.taken(), 6);
+}
+
+// What a thread keeps open, the other neither reads nor closes.
+TEST_F(KeptProcessesTest, PlacesAreSharedByTwoThreads) {
+    const int setting = 18, scans = 1000;
+    zel::KeptPlaces places(setting);
+    std::vector<ProcessTexts> fresh;
+    {
+        const KeptReading reading;
+        for (const pid_t pid : pids)
+            fresh.push_back(reading.fresh(pid));
+    }
+    const auto scanOften = [&] {
+        const zel::ScopedDescriptor proc(open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        zel::KeptProcesses kept(places);
+        for (int scan = 0; scan < scans && !HasFailure(); ++scan) {
+            kept.begin(proc.get(), true);
+            for (std::size_t i = 0; i < pids.size(); ++i)
+                EXPECT_EQ(textsOf(proc.get(), pids[i], &kept), fresh[i]);
+            kept.finish();
+            EXPECT_LE(places.taken(), setting);
+            EXPECT_TRUE(scan % 50 == 0 || kept.count() >= 6) << "of eighteen places for two that want twelve";
+            if (scan % 50 == 49)
+                kept.dropAll();
+        }
+    };
+    std::thread other(scanOften);
+    scanOften();
+    other.join();
+    EXPECT_EQ(places.taken(), 0);
 }
 
 TEST_F(KeptProcessesTest, EndReturnsPlacesAndDescriptors) {
