@@ -1,6 +1,7 @@
 // Files of processes that stay open give what files that are opened anew give, whatever becomes of the process.
 #include "kernel/ProcessFiles.h"
 
+#include "Faults.h"
 #include "OwnProcess.h"
 #include "ProcessReading.h"
 #include "TempDirectory.h"
@@ -216,7 +217,9 @@ TEST(ProcessFiles, ProcessOfAnotherOwnerNowIsOpenedAnew) {
     reading.keep({child.pid()});
     child.wake();
     ASSERT_TRUE(eventually([&] { return reading.fresh(child.pid()).user == static_cast<int>(nobody); }));
+    const Fault opened(Call::Open, 0);
     const ProcessTexts kept = reading.scan(child.pid());
+    EXPECT_EQ(Fault::calls(), 4);
     EXPECT_EQ(kept, reading.fresh(child.pid()));
     EXPECT_EQ(kept.user, static_cast<int>(nobody));
 }
