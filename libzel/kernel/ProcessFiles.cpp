@@ -16,6 +16,7 @@ namespace zel {
 
 namespace {
 
+constexpr unsigned long endingFlag = 0x00000004;       // PF_EXITING
 constexpr unsigned long kernelThreadFlag = 0x00200000; // PF_KTHREAD
 constexpr std::string_view memoryOfKernelThreads = "0 0 0 0 0 0 0\n";
 
@@ -60,7 +61,7 @@ void ProcessFiles::keep(ProcessFile file, ScopedDescriptor opened) {
     if (m_kept == nullptr)
         return;
     m_kept->countUse(file);
-    if (m_process != nullptr)
+    if (m_process != nullptr && !(m_isEnding && file == ProcessFile::Io))
         m_kept->keep(*m_process, file, std::move(opened));
 }
 
@@ -146,6 +147,7 @@ char *ProcessFiles::stat() {
 }
 
 void ProcessFiles::takeFlags(unsigned long flags) {
+    m_isEnding = (flags & endingFlag) != 0;
     m_isKernelThread = (flags & kernelThreadFlag) != 0 && m_kept != nullptr && m_kept->isKernelsOwn();
 }
 
@@ -158,10 +160,13 @@ char *ProcessFiles::statm() {
     return m_text;
 }
 
-// The kernel's own file is short; one of a tree may be of any length.
+// The kernel's own file is short; one of a tree may be of any length. That of a process whose first thread has ended
+// belongs to root: its user opens it no more, though an open one still answers him.
 LinePieces ProcessFiles::io() {
     if (m_kept == nullptr || !m_kept->isKernelsOwn())
         return {open(ProcessFile::Io), m_text, m_size};
+    if (m_isEnding && m_process != nullptr)
+        m_kept->drop(*m_process, ProcessFile::Io);
     const char *text = record(ProcessFile::Io);
     return {m_text, text == nullptr ? 0 : std::strlen(text)};
 }

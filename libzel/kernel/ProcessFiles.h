@@ -30,7 +30,7 @@ public:
     /// Up to PROCESS_RECORD_SIZE bytes; null when the file is empty or cannot be read.
     char *stat();
     /// The field "flags" of stat: a kernel thread of the kernel's own /proc has no memory and no command line, and what
-    /// follows gives what its files would give, without reading them.
+    /// follows gives what its files would give, without reading them. The io of a process that ends is opened anew.
     void takeFlags(unsigned long flags);
     char *statm();
     /// None when the file cannot be read.
@@ -60,6 +60,7 @@ private:
     KeptProcess *m_process; // null for one that has nothing open
     bool m_isKernelThread = false;
     int m_error = 0;
+    bool m_isEnding = false;
     char m_path[pidRoom + nameRoom]; // "123/stat"
     char *m_pidEnd;
 };

@@ -38,8 +38,8 @@ inline unsigned long flagsOf(const std::string &stat) {
 
 /// The texts of process `pid` below the open /proc `directory`.
 inline ProcessTexts textsOf(int directory, int pid, zel::KeptProcesses *kept = nullptr) {
-    static char text[16384];
-    static char line[10241];
+    thread_local char text[16384];
+    thread_local char line[10241];
     ProcessTexts texts;
     zel::ProcessFiles files(directory, pid, text, sizeof(text), kept);
     texts.exists = files.owner(texts.user);
@@ -92,8 +92,8 @@ public:
     zel::KeptProcesses kept;
 };
 
-/// A child that does `work` and then sleeps until the end of this object. It is stopped where it sleeps, so that what
-/// its files say does not change by itself.
+/// A child that does `work` and then sleeps until the end of this object. It sleeps before this object is there, so
+/// that what its files say does not change by itself.
 class Child {
 public:
     explicit Child(const std::function<void()> &work = [] {}) {
@@ -107,6 +107,8 @@ public:
         char byte = 0;
         static_cast<void>(!read(done[0], &byte, 1)); // ends with the first byte or with the child
         close(done[0]);
+        for (int look = 0; look < mostLooks && !isAsleep(); ++look)
+            usleep(1000);
     }
     ~Child() { end(); }
     Child(const Child &) = delete;
@@ -130,6 +132,15 @@ public:
     }
 
 private:
+    static constexpr int mostLooks = 10000;
+
+    bool isAsleep() const {
+        char text[512] = {};
+        const std::string path = "/proc/" + std::to_string(m_pid) + "/stat";
+        const zel::ScopedDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        return read(file.get(), text, sizeof(text) - 1) > 0 && std::string(text).find(") S ") != std::string::npos;
+    }
+
     [[noreturn]] static void run(const std::function<void()> &work, const int *done) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         work();

@@ -1,6 +1,7 @@
 // What the driver sets before it builds the first collector: its source is compiled in, under another entry point.
 #include "LogGate.h"
 #include "NCmdScheduler.h"
+#include "OwnProcess.h"
 #include "Settings.h"
 #include "StreamCapture.h"
 
@@ -158,6 +159,20 @@ TEST(DriverExit, MessageIsHandedToPerror) {
     errno = ENOENT;
     prog_exit("start");
     EXPECT_EQ(streams.err(), "start: No such file or directory\n");
+}
+
+TEST(DriverDefaults, SoftLimitOfDescriptorsIsRaisedToWhatCanBeUsed) {
+    EXPECT_TRUE(trueInChild([] {
+        const rlimit few{64, 5000};
+        setrlimit(RLIMIT_NOFILE, &few);
+        char program[] = "libzelinfo";
+        char *arguments[] = {program, nullptr};
+        const StreamCapture usage;
+        driverMain(1, arguments);
+        rlimit raised{};
+        getrlimit(RLIMIT_NOFILE, &raised);
+        return raised.rlim_cur == 5000 && raised.rlim_max == 5000;
+    }));
 }
 
 } // namespace

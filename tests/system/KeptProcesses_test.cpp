@@ -2,7 +2,7 @@
 // change: the same rows, and no descriptor more than it has places.
 //
 // ZEL_DIFFERENTIAL_SECONDS asks for a longer comparison, such as 600; ZEL_PROCESS_CHURN_CYCLES for more cycles of
-// churn, such as 10000.
+// churn, such as 10000, and ZEL_PROCESS_CHURN_PRESENT for more processes that are there at a time, such as 5000.
 #include "Faults.h"
 #include "MM_PROC_Info.h"
 #include "OwnProcess.h"
@@ -38,6 +38,18 @@ int openDescriptors() {
     for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator("/proc/self/fd"))
         ++count;
     return count;
+}
+
+// Raises the limit to what `files` need, where it may be. Returns how many there is room for, beside what tests open.
+int makeRoomForDescriptors(int files) {
+    constexpr rlim_t ofTests = 200;
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t needed = static_cast<rlim_t>(files) + ofTests;
+    const rlimit raised{std::max(limit.rlim_cur, needed), std::max(limit.rlim_max, needed)};
+    if (setrlimit(RLIMIT_NOFILE, &raised) == 0)
+        return files;
+    return std::min(files, static_cast<int>(limit.rlim_cur - ofTests));
 }
 
 int descriptorsOfAProgram() {
@@ -129,10 +141,22 @@ private:
     std::vector<pid_t> m_pids;
 };
 
+using Rows = std::map<int, std::string>; // by pid: what does not follow the clock
+
+Rows rowsOf(const ProcessTable &table) {
+    const auto pids = table.values("PID");
+    Rows rows;
+    for (const char *column : {"ARGS", "VSZ", "RSS", "STAT", "NICE", "PPID", "USER", "CTIME", "THCNT", "APPID", "PRI",
+                               "IOBYTECOM", "NAME"}) {
+        const auto values = table.values(column);
+        for (std::size_t i = 0; i < pids.size(); ++i)
+            rows[std::atoi(pids[i].c_str())] += values[i] + "|";
+    }
+    return rows;
+}
+
 // A collector whose scans keep at most `places` files open.
 struct Collector {
-    using Rows = std::map<int, std::string>; // by pid: what does not follow the clock
-
     explicit Collector(int limit) : places(limit) {}
 
     const char *text() {
@@ -140,31 +164,20 @@ struct Collector {
         return processes.fMGetProc(0);
     }
     ProcessTable scan() { return ProcessTable(text()); }
-    Rows rows() {
-        const ProcessTable table = scan();
-        const auto pids = table.values("PID");
-        Rows rows;
-        for (const char *column : {"ARGS", "VSZ", "RSS", "STAT", "NICE", "PPID", "USER", "CTIME", "THCNT", "APPID",
-                                   "PRI", "IOBYTECOM", "NAME"}) {
-            const auto values = table.values(column);
-            for (std::size_t i = 0; i < pids.size(); ++i)
-                rows[std::atoi(pids[i].c_str())] += values[i] + "|";
-        }
-        return rows;
-    }
+    Rows rows() { return rowsOf(scan()); }
 
     int places;
     CMM_PROC_Info processes;
 };
 
 // A row that is the same before and after, of files that are opened anew, is so in between. Returns how many are.
-int expectBetween(const Collector::Rows &before, const Collector::Rows &kept, const Collector::Rows &after) {
-    const auto rowOf = [](const Collector::Rows &rows, int pid) {
+int expectBetween(const Rows &before, const Rows &kept, const Rows &after) {
+    const auto rowOf = [](const Rows &rows, int pid) {
         const auto found = rows.find(pid);
         return found == rows.end() ? std::string("(none)") : found->second;
     };
     int compared = 0;
-    Collector::Rows all = kept;
+    Rows all = kept;
     all.insert(before.begin(), before.end());
     for (const auto &[pid, row] : all) {
         const std::string fresh = rowOf(before, pid);
@@ -190,10 +203,10 @@ TEST(KeptProcessScans, GiveTheRowsOfFreshScansOverAChurningSet) {
             for (int i = 0; i < 5; ++i)
                 processes.change();
             usleep(1000);
-            const Collector::Rows before = none.rows();
-            const Collector::Rows ofAll = all.rows();
-            const Collector::Rows ofFew = few.rows();
-            const Collector::Rows after = none.rows();
+            const Rows before = none.rows();
+            const Rows ofAll = all.rows();
+            const Rows ofFew = few.rows();
+            const Rows after = none.rows();
             compared += expectBetween(before, ofAll, after) + expectBetween(before, ofFew, after);
         }
         EXPECT_GT(compared, 100 * cycles);
@@ -203,17 +216,20 @@ TEST(KeptProcessScans, GiveTheRowsOfFreshScansOverAChurningSet) {
 
 TEST(KeptProcessScans, DescriptorsStayFlatWhileProcessesComeAndGo) {
     amongOwnProcesses([] {
-        constexpr int present = 100, replaced = 10, pids = 5000;
+        constexpr int pids = 5000;
+        const int present = static_cast<int>(wanted("ZEL_PROCESS_CHURN_PRESENT", 100));
+        const int replaced = present / 10;
         const long cycles = wanted("ZEL_PROCESS_CHURN_CYCLES", pids / replaced);
+        const int places = makeRoomForDescriptors(10 * present);
         const int atStart = openDescriptors();
         {
             ChurningProcesses processes(2);
-            processes.bringTo(present);
-            Collector all(2000), few(64);
+            processes.bringTo(static_cast<std::size_t>(present));
+            Collector all(places), few(64);
             all.scan();
             few.scan();
             for (long cycle = 0; cycle < cycles && !testing::Test::HasFailure(); ++cycle) {
-                processes.replace(replaced);
+                processes.replace(static_cast<std::size_t>(replaced));
                 all.processes.fProcMapUpdate();
                 all.text();
                 all.processes.fProcMapErase();
@@ -235,16 +251,17 @@ TEST(KeptProcessScans, LoseNoProcessWhereDescriptorsAreUsedUp) {
         ChurningProcesses processes(3);
         processes.bringTo(40);
         g_nProcExtendFlag = 1;
-        const rlimit few{200, 200};
-        setrlimit(RLIMIT_NOFILE, &few);
+        const rlim_t few = 200 + static_cast<rlim_t>(openDescriptors()); // other tests may have left some open
+        const rlimit limit{few, few};
+        setrlimit(RLIMIT_NOFILE, &limit);
         Collector kept(100), none(0);
         kept.rows();
         kept.rows();
-        const Collector::Rows before = none.rows();
+        const Rows before = none.rows();
         std::vector<zel::ScopedDescriptor> used;
         for (int number = dup(STDIN_FILENO); number >= 0; number = dup(STDIN_FILENO))
             used.emplace_back(number);
-        const Collector::Rows withoutAny = kept.rows();
+        const Rows withoutAny = kept.rows();
         EXPECT_LT(zel::keptPlacesTaken(), 100);
         EXPECT_GE(zel::keptPlacesTaken(), 90);
         used.clear();
@@ -286,7 +303,7 @@ TEST(KeptProcessScans, FaultsLeaveNoTrace) {
                         kept.processes.fMGetProc(0);
                         happened = Fault::happened();
                     }
-                    const Collector::Rows before = none.rows();
+                    const Rows before = none.rows();
                     EXPECT_GE(expectBetween(before, kept.rows(), none.rows()), 6) << callName(call) << " " << number;
                 }
             }

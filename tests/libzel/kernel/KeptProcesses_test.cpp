@@ -7,14 +7,17 @@
 #include "TempDirectory.h"
 
 #include <algorithm>
+#include <atomic>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <memory>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <thread>
 
 namespace {
 
@@ -151,6 +154,55 @@ TEST_F(KeptProcessesTest, PlacesAreSharedWithOthers) {
     reading.keep(pids);
     EXPECT_EQ(reading.kept.count(), 4);
     EXPECT_EQ(reading.places.taken(), 6);
+}
+
+TEST(KeptPlaces, EachIsTakenByOneThread) {
+    const int setting = 2;
+    zel::KeptPlaces places(setting);
+    std::atomic<int> inUse = 0;
+    const auto takeOften = [&] {
+        for (int i = 0; i < 200000; ++i) {
+            if (!places.takeWithin(1))
+                continue;
+            EXPECT_EQ(inUse.fetch_add(1), 0);
+            inUse.fetch_sub(1);
+            places.giveBack();
+        }
+    };
+    std::thread other(takeOften);
+    takeOften();
+    other.join();
+    EXPECT_EQ(places.taken(), 0);
+}
+
+// What a thread keeps open, the other neither reads nor closes.
+TEST_F(KeptProcessesTest, PlacesAreSharedByTwoThreads) {
+    const int setting = 18, scans = 1000;
+    zel::KeptPlaces places(setting);
+    std::vector<ProcessTexts> fresh;
+    {
+        const KeptReading reading;
+        for (const pid_t pid : pids)
+            fresh.push_back(reading.fresh(pid));
+    }
+    const auto scanOften = [&] {
+        const zel::ScopedDescriptor proc(open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        zel::KeptProcesses kept(places);
+        for (int scan = 0; scan < scans && !HasFailure(); ++scan) {
+            kept.begin(proc.get(), true);
+            for (std::size_t i = 0; i < pids.size(); ++i)
+                EXPECT_EQ(textsOf(proc.get(), pids[i], &kept), fresh[i]);
+            kept.finish();
+            EXPECT_LE(places.taken(), setting);
+            EXPECT_TRUE(scan % 50 == 0 || kept.count() >= 6) << "of eighteen places for two that want twelve";
+            if (scan % 50 == 49)
+                kept.dropAll();
+        }
+    };
+    std::thread other(scanOften);
+    scanOften();
+    other.join();
+    EXPECT_EQ(places.taken(), 0);
 }
 
 TEST_F(KeptProcessesTest, EndReturnsPlacesAndDescriptors) {
@@ -357,6 +409,62 @@ TEST_F(KeptProcessesTest, StatOfAnotherProcessIsNotBelieved) {
     close(number);
 }
 
+// Taken by another file after the look that a scan begins with: the reading itself finds out.
+TEST_F(KeptProcessesTest, NumberThatIsLostInTheMiddleOfAScanIsNotBelieved) {
+    const zel::ScopedDescriptor proc(open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto nameOf = [](ProcessFile file) {
+        return std::string(file == ProcessFile::CommandLine ? "/proc/1/cmdline" : "/proc/1/stat");
+    };
+    for (const ProcessFile file : everyFile) {
+        KeptReading reading;
+        reading.keep(pids);
+        reading.kept.begin(proc.get(), true);
+        const int number = reading.kept.find(pids[1])->descriptor(file);
+        const zel::ScopedDescriptor other(open(nameOf(file).c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(dup2(other.get(), number), number);
+        EXPECT_EQ(textsOf(proc.get(), pids[1], &reading.kept), reading.fresh(pids[1])) << static_cast<int>(file);
+        close(number);
+    }
+}
+
+// A file of the right kind, where everything was closed before.
+TEST_F(KeptProcessesTest, SameFileOfAnotherProcessIsNotBelievedOnceFilesWereClosed) {
+    const Child busy([] { std::ofstream("/dev/null") << "text for its figures" << std::flush; });
+    for (const ProcessFile file : {ProcessFile::Io, ProcessFile::Statm}) {
+        KeptReading reading;
+        reading.keep(pids);
+        const std::string ofOther =
+            file == ProcessFile::Io ? "/proc/" + std::to_string(busy.pid()) + "/io" : std::string("/proc/1/statm");
+        const int number = descriptorOf(reading, pids[1], file);
+        for (const pid_t pid : pids)
+            close(descriptorOf(reading, pid, ProcessFile::CommandLine));
+        const zel::ScopedDescriptor other(open(ofOther.c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(dup2(other.get(), number), number);
+        expectFresh(reading, "with the file of another");
+        close(number);
+    }
+}
+
+// Without stat, whose text names its process, the number itself tells.
+TEST_F(KeptProcessesTest, NumberThatANewProcessGetsIsReadForItAlone) {
+    const Child busy([] { std::ofstream("/dev/null") << "text for its figures" << std::flush; });
+    KeptReading reading(4); // command lines and io of two
+    const std::vector<pid_t> known{pids[0], pids[1]};
+    const std::vector<pid_t> later{busy.pid(), pids[0], pids[1]};
+    reading.keep(known);
+    reading.scan(later); // it becomes known
+    reading.setting = 6;
+    const zel::ScopedDescriptor proc(open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    reading.kept.begin(proc.get(), true);
+    const int number = reading.kept.find(pids[0])->descriptor(ProcessFile::Io);
+    ASSERT_GE(number, 0);
+    close(number);
+    for (const pid_t pid : later)
+        EXPECT_EQ(textsOf(proc.get(), pid, &reading.kept), reading.fresh(pid));
+    EXPECT_EQ(reading.kept.find(busy.pid())->descriptor(ProcessFile::Io), number)
+        << "which the system handed out again";
+}
+
 // Numbers that somebody closed go to files that are opened next: those of a new process.
 TEST_F(KeptProcessesTest, NumberThatIsHandedOutAgainHasOneOwner) {
     KeptReading reading;
@@ -419,6 +527,23 @@ TEST_F(KeptProcessesTest, WayIsMadeInTheMiddleOfAScan) {
         EXPECT_FALSE(texts.stat.empty());
         EXPECT_FALSE(texts.commandLine.empty());
         EXPECT_EQ(reading.kept.count(), 7);
+        return !testing::Test::HasFailure();
+    }));
+}
+
+// For what a scan opens beside the files of processes, such as the table of users.
+TEST_F(KeptProcessesTest, ScanBeginsWithTwoDescriptorsToSpare) {
+    EXPECT_TRUE(trueInChild([this] {
+        const rlimit few{64, 64};
+        setrlimit(RLIMIT_NOFILE, &few);
+        KeptReading reading(8);
+        reading.keep({pids[0], pids[1]});
+        const zel::ScopedDescriptor proc(open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        const auto used = useUp(0);
+        reading.kept.begin(proc.get(), true);
+        EXPECT_EQ(reading.kept.count(), 6);
+        const zel::ScopedDescriptor first(dup(proc.get())), second(dup(proc.get()));
+        EXPECT_TRUE(first.valid() && second.valid());
         return !testing::Test::HasFailure();
     }));
 }

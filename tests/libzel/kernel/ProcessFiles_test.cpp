@@ -1,6 +1,7 @@
 // Files of processes that stay open give what files that are opened anew give, whatever becomes of the process.
 #include "kernel/ProcessFiles.h"
 
+#include "Faults.h"
 #include "OwnProcess.h"
 #include "ProcessReading.h"
 #include "TempDirectory.h"
@@ -8,9 +9,11 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <thread>
 
 namespace {
 
@@ -39,6 +42,13 @@ void becomeOrdinaryUser() {
     const bool root = geteuid() == 0;
     EXPECT_TRUE(!root || (setresgid(nobody, nobody, nobody) == 0 && setresuid(nobody, nobody, nobody) == 0));
     prctl(PR_SET_DUMPABLE, 1); // its files below /proc are its own again
+}
+
+bool holdOnly(int capability) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    data[0].effective = data[0].permitted = 1U << capability;
+    return syscall(SYS_capset, &header, data) == 0;
 }
 
 const char *program = nullptr;
@@ -113,6 +123,62 @@ TEST(ProcessFiles, ZombieIsReadAsOne) {
     EXPECT_EQ(kept.statm, "0 0 0 0 0 0 0\n");
 }
 
+// The io of a process without memory belongs to root: its user opens it no more, but an open file still answers him.
+TEST(ProcessFiles, ZombieHidesItsIoFromItsUser) {
+    EXPECT_TRUE(trueInChild([] {
+        becomeOrdinaryUser();
+        const Child child;
+        KeptReading reading;
+        reading.keep({child.pid()});
+        EXPECT_FALSE(reading.scan(child.pid()).io.empty());
+        child.becomeZombie();
+        for (int scan = 0; scan < 3; ++scan)
+            EXPECT_EQ(reading.scan(child.pid()), reading.fresh(child.pid())) << scan;
+        return !testing::Test::HasFailure();
+    }));
+}
+
+// Its first thread has ended, another works on.
+TEST(ProcessFiles, ProcessWhoseFirstThreadHasEndedIsReadAsItIs) {
+    for (const bool ordinary : {false, true}) {
+        EXPECT_TRUE(trueInChild([ordinary] {
+            if (ordinary)
+                becomeOrdinaryUser();
+            const Child child([] {
+                signal(SIGUSR1, [](int) { syscall(SYS_exit, 0); });
+                std::thread([] { pause(); }).detach();
+            });
+            KeptReading reading;
+            reading.keep({child.pid()});
+            EXPECT_EQ(reading.kept.count(), 4);
+            syscall(SYS_tgkill, child.pid(), child.pid(), SIGUSR1);
+            EXPECT_TRUE(eventually([&] { return reading.fresh(child.pid()).stat.find(") Z ") != std::string::npos; }));
+            for (int scan = 0; scan < 3; ++scan)
+                EXPECT_EQ(reading.scan(child.pid()), reading.fresh(child.pid())) << scan;
+            EXPECT_EQ(reading.scan(child.pid()).io.empty(), ordinary || geteuid() != 0);
+            return !testing::Test::HasFailure();
+        })) << ordinary;
+    }
+}
+
+// The thread that runs another program takes the place of the first one, with its number.
+TEST(ProcessFiles, ProgramThatAThreadRunsIsReadAsItIs) {
+    const Child child([] {
+        signal(SIGUSR1, becomeSleep);
+        std::thread([] { pause(); }).detach();
+        sigset_t ofTheThread;
+        sigemptyset(&ofTheThread);
+        sigaddset(&ofTheThread, SIGUSR1);
+        pthread_sigmask(SIG_BLOCK, &ofTheThread, nullptr);
+    });
+    KeptReading reading;
+    reading.keep({child.pid()});
+    child.wake();
+    ASSERT_TRUE(eventually(
+        [&] { return reading.fresh(child.pid()).commandLine.starts_with("sleep") && isAsleep(reading, child.pid()); }));
+    EXPECT_EQ(reading.scan(child.pid()), reading.fresh(child.pid()));
+}
+
 TEST(ProcessFiles, ProcessThatRunsAnotherProgramShowsItsCommandLine) {
     const Child child([] { signal(SIGUSR1, becomeSleep); });
     KeptReading reading;
@@ -151,7 +217,9 @@ TEST(ProcessFiles, ProcessOfAnotherOwnerNowIsOpenedAnew) {
     reading.keep({child.pid()});
     child.wake();
     ASSERT_TRUE(eventually([&] { return reading.fresh(child.pid()).user == static_cast<int>(nobody); }));
+    const Fault opened(Call::Open, 0);
     const ProcessTexts kept = reading.scan(child.pid());
+    EXPECT_EQ(Fault::calls(), 4);
     EXPECT_EQ(kept, reading.fresh(child.pid()));
     EXPECT_EQ(kept.user, static_cast<int>(nobody));
 }
@@ -232,6 +300,36 @@ TEST_P(HidingProc, HidesAProcessThatWasReadBefore) {
         own.wake();
         EXPECT_TRUE(eventually([&] { return isAsleep(reading, own.pid()); }));
         EXPECT_EQ(reading.scan(own.pid()), reading.fresh(own.pid()));
+        return !testing::Test::HasFailure();
+    }));
+}
+
+TEST_P(HidingProc, HidesFromTheRemountOn) {
+    SKIP_UNLESS_ROOT();
+    const TempDirectory directory;
+    const Child ofRoot;
+    const std::string options = "hidepid=" + std::to_string(GetParam());
+    ASSERT_EQ(chmod(directory.path().c_str(), 0755), 0);
+    EXPECT_TRUE(trueInChild([&] {
+        const char *proc = directory.path().c_str();
+        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("proc", proc, "proc", 0, nullptr) != 0)
+            return true; // no rights to mount here
+        KeptReading reading(1000, proc);
+        // An ordinary user but for the right to remount.
+        EXPECT_EQ(prctl(PR_SET_KEEPCAPS, 1), 0);
+        becomeOrdinaryUser();
+        EXPECT_TRUE(holdOnly(CAP_SYS_ADMIN));
+        reading.keep({ofRoot.pid()});
+        EXPECT_EQ(reading.kept.count(), 3) << "without io";
+        EXPECT_FALSE(reading.scan(ofRoot.pid()).stat.empty());
+        EXPECT_EQ(mount("proc", proc, "proc", MS_REMOUNT, options.c_str()), 0);
+        EXPECT_EQ(reading.scan(ofRoot.pid()), reading.fresh(ofRoot.pid()));
+        EXPECT_EQ(reading.scan(ofRoot.pid()).stat, "");
+        EXPECT_EQ(reading.kept.count(), 0);
+        EXPECT_EQ(mount("proc", proc, "proc", MS_REMOUNT, "hidepid=0"), 0);
+        EXPECT_EQ(reading.scan(ofRoot.pid()), reading.fresh(ofRoot.pid()));
+        EXPECT_FALSE(reading.scan(ofRoot.pid()).stat.empty());
         return !testing::Test::HasFailure();
     }));
 }

@@ -8,6 +8,7 @@
 #include "SystemHooks.h"
 #include "kernel/KeptFile.h"
 
+#include <atomic>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <random>
@@ -123,6 +124,19 @@ TEST(KeptTable, NamespacesOfThreadsAndOfTheProcessAreThoseOfATableThatIsOpenedAn
         ASSERT_EQ(setns(first, CLONE_NEWNET), 0);
         compare("back in the first");
         EXPECT_NE(rowsOf(kept, -1).find("zt0"), std::string::npos);
+        std::atomic<int> step = 0;
+        std::thread staying([&compare, &step] {
+            compare("in a thread before the first one leaves");
+            step = 1;
+            while (step != 2)
+                usleep(1000);
+            compare("in a thread after the first one has left");
+        });
+        while (step != 1)
+            usleep(1000);
+        EXPECT_EQ(unshare(CLONE_NEWNET), 0);
+        step = 2;
+        staying.join();
         close(first);
     });
     if (!reason.empty())
