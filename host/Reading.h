@@ -21,8 +21,9 @@ enum class Absence : unsigned char {
 /// "not_yet", "unsupported", "denied", "vanished", "timed_out", "malformed"; "" for None.
 std::string_view absenceName(Absence absence);
 
-/// The reason that an error number of a failed read stands for: EACCES and EPERM are denied, ESRCH and ENODEV vanished,
-/// ENOENT, ENOTDIR and EOPNOTSUPP unsupported, ETIMEDOUT and EAGAIN timed out, anything else malformed.
+/// The reason that an error number of a failed read stands for: EACCES and EPERM are denied; ESRCH, ENODEV and ENXIO
+/// vanished; ENOENT, ENOTDIR, ELOOP, EOPNOTSUPP, ENOSYS and EINVAL unsupported; ETIMEDOUT and EAGAIN timed out;
+/// anything else malformed.
 Absence absenceOf(int error);
 
 template<class T> class Reading {

@@ -31,6 +31,13 @@ const DurationUnit *unitNamed(std::string_view name) {
     return nullptr;
 }
 
+// Proposes seconds only where they would be taken.
+std::string missingUnitText(std::string_view text, milliseconds least, milliseconds most) {
+    const std::string seconds = std::string(text) + 's';
+    const std::string problem = readDuration(seconds, least, most).problem;
+    return "the unit is missing; " + (problem.empty() ? "did you mean " + seconds + '?' : problem);
+}
+
 } // namespace
 
 std::string durationText(milliseconds duration) {
@@ -54,7 +61,7 @@ ReadDuration readDuration(std::string_view text, milliseconds least, millisecond
     const std::string_view name(rest, static_cast<std::size_t>(end - rest));
     const DurationUnit *unit = unitNamed(name);
     if (unit == nullptr && name.empty())
-        return {{}, "the unit is missing; did you mean " + std::string(text) + "s?"};
+        return {{}, missingUnitText(text, least, most)};
     if (unit == nullptr)
         return {{}, std::string(examples)};
     if (number > most.count() / unit->milliseconds)

@@ -34,12 +34,16 @@ TEST(Reading, ReasonsHaveTheNamesThatTheFormatsWrite) {
 
 TEST(Reading, ErrorNumbersOfFailedReadsHaveAReason) {
     EXPECT_EQ(zel::absenceOf(0), Absence::None);
-    EXPECT_EQ(zel::absenceOf(EACCES), Absence::Denied);
-    EXPECT_EQ(zel::absenceOf(ESRCH), Absence::Vanished);
-    EXPECT_EQ(zel::absenceOf(ENOENT), Absence::Unsupported);
-    EXPECT_EQ(zel::absenceOf(ETIMEDOUT), Absence::TimedOut);
-    EXPECT_EQ(zel::absenceOf(EAGAIN), Absence::TimedOut);
-    EXPECT_EQ(zel::absenceOf(EIO), Absence::Malformed);
+    for (const int error : {EACCES, EPERM})
+        EXPECT_EQ(zel::absenceOf(error), Absence::Denied) << error;
+    for (const int error : {ESRCH, ENODEV, ENXIO})
+        EXPECT_EQ(zel::absenceOf(error), Absence::Vanished) << error;
+    for (const int error : {ENOENT, ENOTDIR, ELOOP, EOPNOTSUPP, ENOSYS, EINVAL})
+        EXPECT_EQ(zel::absenceOf(error), Absence::Unsupported) << error;
+    for (const int error : {ETIMEDOUT, EAGAIN})
+        EXPECT_EQ(zel::absenceOf(error), Absence::TimedOut) << error;
+    for (const int error : {EIO, EBADMSG, EMFILE})
+        EXPECT_EQ(zel::absenceOf(error), Absence::Malformed) << error;
 }
 
 } // namespace

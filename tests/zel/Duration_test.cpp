@@ -39,6 +39,8 @@ TEST(Duration, IsNotNegative) {
 
 TEST(Duration, WithoutAUnitIsAskedForIt) {
     EXPECT_EQ(read("5").problem, "the unit is missing; did you mean 5s?");
+    EXPECT_EQ(read("0").problem, "the unit is missing; the least is 10ms") << "0s would be refused too";
+    EXPECT_EQ(read("86401").problem, "the unit is missing; the most is 24h");
 }
 
 TEST(Duration, OfAnotherFormIsShownTheRightOne) {
