@@ -4,6 +4,7 @@
 #include "HostRoot.h"
 #include "Settings.h"
 
+#include <cstring>
 #include <sys/stat.h>
 
 namespace zel {
@@ -23,7 +24,7 @@ bool KeptFile::isCurrent(Place place) const {
 }
 
 int KeptFile::descriptor(const char *path, Place place) {
-    if (m_file.valid() && (path != m_path || !isOurs() || !isCurrent(place)))
+    if (m_file.valid() && (std::strcmp(path, m_path) != 0 || !isOurs() || !isCurrent(place)))
         drop();
     return m_file.get();
 }
