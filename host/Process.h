@@ -14,6 +14,9 @@
 // A process that went while it was read is left out and counted. One whose stat cannot be read or parsed is in the list
 // with the reasons. I/O counters of other users' processes need their rights or CAP_SYS_PTRACE; so does the number of
 // descriptors on kernels before 6.2, where they are counted one by one.
+//
+// One that holds up whoever reads it (it waits under the lock of its own memory) has what owner, stat and statm say.
+// Its command line, I/O, descriptors, cgroup and proportional memory are timed out until it answers again.
 #pragma once
 
 #include "host/Schema.h"

@@ -21,16 +21,22 @@ bool isAsked(const Options &options, Area area) {
     return options.areas.empty() || std::find(options.areas.begin(), options.areas.end(), area) != options.areas.end();
 }
 
+MakeReader readerOf(const Options &options, Area area) {
+    if (options.root.empty() && area == Area::Processes)
+        return ownProcessReader;
+    return readers[static_cast<std::size_t>(area)];
+}
+
 std::array<MakeReader, AREA_COUNT> askedReaders(const Options &options) {
     std::array<MakeReader, AREA_COUNT> asked{};
     for (std::size_t index = 0; index < AREA_COUNT; ++index) {
         if (isAsked(options, static_cast<Area>(index)))
-            asked[index] = readers[index];
+            asked[index] = readerOf(options, static_cast<Area>(index));
     }
     return asked;
 }
 
-// The areas of the host itself, whose kernel files do not hang.
+// The areas of the host itself, whose kernel files do not hang, but for those of processes.
 class OwnAreas {
 public:
     OwnAreas(const Options &options, const std::array<MakeReader, AREA_COUNT> &makeReader)

@@ -37,7 +37,8 @@ public:
     Sampler &operator=(Sampler &&) noexcept;
 
     /// Reads every area, within the deadline and 50 ms. What does not answer in time is "timed out" in the sample; it
-    /// holds one thread, and is asked again when that thread has returned.
+    /// holds one thread, and is asked again when that thread has returned. The processes of this host are read on a
+    /// thread of their own, one in each sample, because any of them may hang.
     Sample take();
     /// The same into `sample`, whose memory is used again: nothing is allocated in steady state.
     void take(Sample &sample);

@@ -5,6 +5,7 @@
 #include "host/areas/KnownProcesses.h"
 #include "host/areas/ProcessCount.h"
 #include "host/areas/ProcessParse.h"
+#include "host/areas/ProcessProgress.h"
 #include "host/areas/ProcessTexts.h"
 #include "host/areas/UserNames.h"
 
@@ -37,6 +38,8 @@ std::uint64_t traceOf(std::string_view text) {
 
 class ProcessReader : public AreaReader {
 public:
+    explicit ProcessReader(std::shared_ptr<ProcessProgress> progress) : m_progress(std::move(progress)) {}
+
     void read(Take &take) override {
         ScopedDescriptor proc = take.root.open("proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (!proc.valid())
@@ -49,8 +52,11 @@ public:
         take.sample.processes.clear();
         m_unread = 0;
         m_known.begin();
-        for (const std::uint64_t pid : m_pids)
+        for (const std::uint64_t pid : m_pids) {
+            if (m_progress->isGivenUp())
+                return;
             takeListed(take, pid);
+        }
         if (m_isWhole)
             m_texts.finish();
         else
@@ -82,6 +88,7 @@ private:
     void takeListed(Take &take, std::uint64_t pid) {
         Process &process = take.sample.processes.append();
         process.pid = pid;
+        m_progress->startProcess(pid);
         m_texts.select(pid);
         m_isGone = false;
         m_trace = 0;
@@ -105,6 +112,9 @@ private:
         m_isDue = known.isNew || (m_samples + process.pid) % SAMPLES_PER_READING == 0 || m_line.state == 'R';
         const bool hasMemory = !process.kernelThread || *process.kernelThread == 0;
         takeMemory(process, known, hasMemory);
+        m_progress->identify(process.startSeconds);
+        if (const SilentProcess *silent = m_progress->find(process))
+            return loseSilent(take, *silent, process, known);
         process.proportionalBytes = Absence::Unsupported;
         if (!m_isGone && hasMemory && take.options.proportionalMemory)
             takeProportional(process);
@@ -154,6 +164,17 @@ private:
         noteFailure(take.sample.area(Area::Processes), error, m_texts.path("/stat"));
         loseStat(reason, process);
         ++m_unread;
+    }
+
+    // A process that has held a reading up: what it answers under its own locks is not asked again.
+    void loseSilent(Take &take, const SilentProcess &silent, Process &process, KnownProcess &known) {
+        noteSilence(take.sample.area(Area::Processes), silent.seconds(), m_texts.path(""));
+        process.proportionalBytes = take.options.proportionalMemory ? Absence::TimedOut : Absence::Unsupported;
+        m_io.forget(process, Absence::TimedOut);
+        process.descriptors = Absence::TimedOut;
+        for (Reading<std::string> *text : {&process.commandLine, &process.cgroup, &process.container})
+            text->clear(Absence::TimedOut);
+        known.startSeconds = Absence::TimedOut; // once it answers all of it is read, as of a new one
     }
 
     // A stat line that is the same to the byte says the same of the memory, in coarser terms.
@@ -242,6 +263,7 @@ private:
         known.descriptors = error == 0 ? Count(count) : Count(reasonOf(error));
     }
 
+    std::shared_ptr<ProcessProgress> m_progress;
     ProcessUnits m_units{static_cast<double>(sysconf(_SC_CLK_TCK)), static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)),
                          true};
     SourceFile m_delays{"proc/sys/kernel/task_delayacct"};
@@ -264,7 +286,11 @@ private:
 } // namespace
 
 std::unique_ptr<AreaReader> processReader() {
-    return std::make_unique<ProcessReader>();
+    return processReader(std::make_shared<ProcessProgress>());
+}
+
+std::unique_ptr<AreaReader> processReader(std::shared_ptr<ProcessProgress> progress) {
+    return std::make_unique<ProcessReader>(std::move(progress));
 }
 
 } // namespace zel

@@ -2,50 +2,9 @@
 #include "host/areas/RootAreas.h"
 
 #include <algorithm>
-#include <atomic>
 #include <utility>
 
 namespace zel {
-
-namespace {
-
-std::string nextNumber() {
-    static std::atomic<unsigned long> last{0};
-    return std::to_string(++last);
-}
-
-void exchangeArea(Sample &one, Sample &other, Area area) {
-    std::swap(one.area(area), other.area(area));
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (section.area != area)
-            return;
-        if (section.one != nullptr)
-            std::swap(one.*section.one, other.*section.one);
-        else
-            std::swap(one.*section.many, other.*section.many);
-    });
-}
-
-} // namespace
-
-// What the call of one area reads and writes. It is the call's while that runs, and else the sampler's.
-struct RootAreas::Room {
-    std::shared_ptr<const Options> options;
-    HostDirectory root;
-    std::unique_ptr<AreaReader> reader;
-    SharedSource stat{"proc/stat", Records::One};
-    Sample sample = {};
-    bool waiting = false; // a call of it was started and has not answered
-
-    Take takeInto(Sample &target, BoundedPass::Time deadline) { return {root, *options, deadline, stat, target}; }
-
-    void read(Area area, BoundedPass::Time deadline) {
-        Take take = takeInto(sample, deadline);
-        stat.startSample();
-        beginArea(sample.area(area));
-        doStep(*reader, &AreaReader::read, take, area);
-    }
-};
 
 // One sample being read.
 struct RootAreas::InProgress {
@@ -61,7 +20,7 @@ struct RootAreas::InProgress {
 };
 
 RootAreas::RootAreas(const Options &options, const std::array<MakeReader, AREA_COUNT> &readers)
-    : m_options(std::make_shared<const Options>(options)), m_readers(readers), m_number(nextNumber()) {}
+    : m_options(std::make_shared<const Options>(options)), m_readers(readers), m_number(nextCallNumber()) {}
 
 // A directory of a filesystem that hangs cannot even be opened.
 bool RootAreas::openRoot(Sample &sample, BoundedPass::Time deadline) {
@@ -122,13 +81,13 @@ void RootAreas::read(Sample &sample, BoundedPass::Time deadline) {
 void RootAreas::startArea(std::size_t index, InProgress &pass) {
     if (!pass.sample.areas[index].asked)
         return;
-    std::shared_ptr<Room> &room = m_rooms[index];
+    std::shared_ptr<AreaRoom> &room = m_rooms[index];
     if (room == nullptr)
-        room = std::make_shared<Room>(Room{m_options, *m_root, m_readers[index]()});
+        room = std::make_shared<AreaRoom>(AreaRoom{m_options, *m_root, m_readers[index]()});
     const auto area = static_cast<Area>(index);
     room->waiting = true;
     pass.places[index] =
-        m_calls.ask(m_number + ' ' + std::string(areaName(area)), [room, area, deadline = pass.deadline](Done &) {
+        m_calls.ask(m_number + ' ' + std::string(areaName(area)), [room, area, deadline = pass.deadline](AreaRead &) {
             room->read(area, deadline);
             return 0;
         });
@@ -143,7 +102,7 @@ void RootAreas::collectWhenSettled(std::size_t index, std::chrono::nanoseconds t
 
 void RootAreas::collect(std::size_t index, InProgress &pass) {
     const auto area = static_cast<Area>(index);
-    const BoundedRead<Done> call = m_calls.wait(std::exchange(pass.places[index], InProgress::NO_PLACE));
+    const BoundedRead<AreaRead> call = m_calls.wait(std::exchange(pass.places[index], InProgress::NO_PLACE));
     --pass.silent;
     if (call.error != 0)
         return lose(pass.sample, index, call.error, call.silentSeconds);
@@ -161,7 +120,7 @@ void RootAreas::repair(void *areas) {
 // What a thread of the parent was writing may be half written: the child leaves it alone. The reference of that thread,
 // which does not exist here, keeps it from being destroyed.
 void RootAreas::renewAfterFork() {
-    for (std::shared_ptr<Room> &room : m_rooms) {
+    for (std::shared_ptr<AreaRoom> &room : m_rooms) {
         if (room != nullptr && room->waiting)
             room.reset();
     }

@@ -5,8 +5,7 @@
 // A call that hangs outlives this object, with everything that it reads and writes.
 #pragma once
 
-#include "host/areas/AreaReader.h"
-#include "host/source/BoundedReads.h"
+#include "host/areas/AreaRoom.h"
 #include "threads/ForkRepair.h"
 
 #include <array>
@@ -27,8 +26,6 @@ public:
     void read(Sample &sample, BoundedPass::Time deadline);
 
 private:
-    struct Room;
-    struct Done {};
     struct InProgress;
 
     bool openRoot(Sample &sample, BoundedPass::Time deadline);
@@ -43,9 +40,9 @@ private:
     std::array<MakeReader, AREA_COUNT> m_readers;
     std::string m_number; // of the sampler, in the names of its calls: no other joins them
     BoundedReads<std::optional<HostDirectory>> m_opening{"root"};
-    BoundedReads<Done> m_calls{"area"};
+    BoundedReads<AreaRead> m_calls{"area"};
     std::optional<HostDirectory> m_root;
-    std::array<std::shared_ptr<Room>, AREA_COUNT> m_rooms;
+    std::array<std::shared_ptr<AreaRoom>, AREA_COUNT> m_rooms;
     bool m_forked = false; // this process is the child of a fork since the last sample
     ForkRepair m_forkRepair{repair, this};
 };

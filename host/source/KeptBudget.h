@@ -18,6 +18,9 @@ public:
     bool take();
     void giveBack() { --m_taken; }
 
+    /// Another number of files; what is open beyond it stays open.
+    void limitTo(int files) { m_limit = files; }
+
     bool full() const { return m_taken >= m_limit; }
     int limit() const { return m_limit; }
     int taken() const { return m_taken; }

@@ -330,11 +330,19 @@ bool amongOwnProcesses(const std::function<void()> &body) {
     return refused.empty();
 }
 
-TEST_F(ProcessLive, NothingIsAllocatedInSteadyState) {
+// What is held when the thread of the sample before has let go of what it had.
+HeapHoldings holdingsOnceThreadsEnded() {
+    usleep(50000);
+    return heapHoldings();
+}
+
+// A sample starts one call, whatever the number of processes.
+TEST_F(ProcessLive, NothingIsAllocatedInSteadyStateButForTheCall) {
     if (getuid() != 0)
         GTEST_SKIP() << "needs root for a list of processes of its own";
     EXPECT_TRUE(amongOwnProcesses([] {
         constexpr int samples = 16; // twice the turn of every cgroup
+        constexpr long perCall = 8; // the call, its work, its answer, its place among the calls, its thread
         zel::Sampler sampler({.areas = {zel::Area::Processes}});
         Sample sample;
         std::vector<std::unique_ptr<Sleeper>> sleepers;
@@ -342,12 +350,12 @@ TEST_F(ProcessLive, NothingIsAllocatedInSteadyState) {
             sleepers.push_back(std::make_unique<Sleeper>());
         for (int i = 0; i < samples; ++i)
             sampler.take(sample);
-        const HeapHoldings before = heapHoldings();
+        const HeapHoldings before = holdingsOnceThreadsEnded();
         const long allocations = allocationsSoFar();
         for (int i = 0; i < samples; ++i)
             sampler.take(sample);
-        EXPECT_EQ(allocationsSoFar() - allocations, 0);
-        EXPECT_EQ(heapHoldings(), before);
+        EXPECT_LE(allocationsSoFar() - allocations, samples * perCall);
+        EXPECT_EQ(holdingsOnceThreadsEnded(), before);
         EXPECT_EQ(sample.processes.size(), 51u);
     }));
 }

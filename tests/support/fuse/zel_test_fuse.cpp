@@ -6,7 +6,8 @@
 //
 // mounts a filesystem of 2 GB (type "fuse.zeltest", device "zel_test_fuse") on every place and serves it, speaking the
 // kernel's protocol on /dev/fuse itself. On a directory it is empty; on a file it is one file that holds "1000", and
-// each read of it asks the server: an attribute of a driver that stops answering.
+// each read of it asks the server: an attribute of a driver that stops answering. Opened for writing it can be mapped,
+// and what is written to it is forgotten.
 //
 // With a command it does so in a mount namespace of its own and runs the command there, with its own process number in
 // ZEL_TEST_FUSE (`kill -STOP "$ZEL_TEST_FUSE"`); it ends with the command and its status.
@@ -87,15 +88,18 @@ void greet(int device, const fuse_in_header &request) {
 void describeRoot(const Mount &mount, const fuse_in_header &request) {
     fuse_attr_out answer{};
     answer.attr.ino = FUSE_ROOT_ID;
-    answer.attr.mode = mount.isFile ? S_IFREG | 0444 : S_IFDIR | 0755;
+    answer.attr.mode = mount.isFile ? S_IFREG | 0644 : S_IFDIR | 0755;
     answer.attr.size = mount.isFile ? sizeof(fileText) - 1 : 0;
     answer.attr.nlink = mount.isFile ? 1 : 2;
     reply(mount.device, request, 0, &answer, sizeof(answer));
 }
 
 void openFile(const Mount &mount, const fuse_in_header &request) {
+    fuse_open_in wanted{};
+    std::memcpy(&wanted, &request + 1, sizeof(wanted));
     fuse_open_out answer{};
-    answer.open_flags = FOPEN_DIRECT_IO; // nothing is answered from memory
+    if ((wanted.flags & O_ACCMODE) == O_RDONLY)
+        answer.open_flags = FOPEN_DIRECT_IO; // nothing is answered from memory
     reply(mount.device, request, mount.isFile ? 0 : ENOSYS, &answer, mount.isFile ? sizeof(answer) : 0);
 }
 
@@ -104,6 +108,14 @@ void readFile(const Mount &mount, const fuse_in_header &request) {
     std::memcpy(&wanted, &request + 1, sizeof(wanted));
     const std::size_t size = wanted.offset == 0 ? std::min<std::size_t>(wanted.size, sizeof(fileText) - 1) : 0;
     reply(mount.device, request, 0, fileText, size);
+}
+
+void writeFile(const Mount &mount, const fuse_in_header &request) {
+    fuse_write_in wanted{};
+    std::memcpy(&wanted, &request + 1, sizeof(wanted));
+    fuse_write_out answer{};
+    answer.size = wanted.size;
+    reply(mount.device, request, 0, &answer, sizeof(answer));
 }
 
 // 524288 blocks of 4096 bytes: 2097152 KB; half of it free, a quarter available; 1000 inodes, 900 free.
@@ -131,6 +143,8 @@ void serve(Mount &mount, const fuse_in_header &request) {
         return openFile(mount, request);
     case FUSE_READ:
         return readFile(mount, request);
+    case FUSE_WRITE:
+        return writeFile(mount, request);
     case FUSE_STATFS:
         return tellSizes(mount.device, request);
     case FUSE_LOOKUP:
