@@ -55,6 +55,14 @@ public:
         }
         return nullptr;
     }
+    /// Null for a process whose stat is to be read: the others hang there already, as while a program is started.
+    const SilentProcess *findWithoutStat(std::uint64_t pid) const {
+        for (const SilentProcess &each : m_silent) {
+            if (each.pid == pid && each.startSeconds == START_NOT_KNOWN)
+                return &each;
+        }
+        return nullptr;
+    }
 
 private:
     std::atomic<std::uint64_t> m_pid{0};

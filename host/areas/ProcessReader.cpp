@@ -105,14 +105,19 @@ private:
         takeUser(process);
         if (m_isGone)
             return;
+        if (const SilentProcess *silent = m_progress->findWithoutStat(process.pid)) {
+            loseProcess(take, ETIMEDOUT, Absence::TimedOut, process);
+            loseMemory(Absence::TimedOut, process);
+            return loseSilent(take, *silent, process, m_known.next(process));
+        }
         takeStat(take, process);
         if (m_isGone)
             return;
         KnownProcess &known = m_known.next(process);
         m_isDue = known.isNew || (m_samples + process.pid) % SAMPLES_PER_READING == 0 || m_line.state == 'R';
         const bool hasMemory = !process.kernelThread || *process.kernelThread == 0;
-        takeMemory(process, known, hasMemory);
         m_progress->identify(process.startSeconds);
+        takeMemory(process, known, hasMemory);
         if (const SilentProcess *silent = m_progress->find(process))
             return loseSilent(take, *silent, process, known);
         process.proportionalBytes = Absence::Unsupported;
