@@ -271,10 +271,13 @@ TEST(Churn, WhatIsRememberedOfAMemberIsSmall) {
                               collectors.listedDisks.fMGetIoStat(0, 1, 0);
                           }),
            recordAndNode<_ST_COMPUTE_IO>);
+    // The text of the table is kept until the next one: its room is made by names of two digits, as all that follow.
+    at(1);
+    collectors.filesystems.fMGetFileSys();
     report("mount",
            1 + bytesPerMember(mounts.present,
                               [&](int moment) {
-                                  at(moment);
+                                  host.show(moment == 0 ? 0 : turn / 4);
                                   collectors.filesystems.fMGetFileSys();
                               }),
            1);
