@@ -225,7 +225,9 @@ TEST(SilentProcess, WhatOneDeadlineDoesNotFindTheNextDoes) {
         EXPECT_TRUE(sample.processes.empty());
         EXPECT_TRUE(sample.load.load1);
         std::this_thread::sleep_for(100ms);
-        takeInTime(sampler, 0.09, sample);
+        // The next one does, where the machine has the time for a reading within the deadline.
+        for (int tries = 0; tries < 20 && sample.area(Area::Processes).absence != Absence::None; ++tries)
+            takeInTime(sampler, 0.09, sample);
         scene.expectAllButTheirs(sample);
         EXPECT_EQ(zel::boundedCallsRunning(), 1);
     });
