@@ -13,9 +13,20 @@ namespace zel {
 namespace {
 
 // By Area.
-constexpr std::array<MakeReader, AREA_COUNT> readers{cpuReader,       loadReader,      pressureReader, memoryReader,
-                                                     vmReader,        interruptReader, diskReader,     filesystemReader,
-                                                     interfaceReader, processReader,   identityReader};
+constexpr std::array<MakeReader, AREA_COUNT> readers{
+    cpuReader,       loadReader, pressureReader,   memoryReader,    vmReader,
+    interruptReader, diskReader, filesystemReader, interfaceReader,
+    nullptr, // protocols
+    processReader,
+    nullptr, // cgroups
+    nullptr, // sensors
+    nullptr, // fibrechannel
+    nullptr, // gpus
+    nullptr, // nfs
+    nullptr, // time
+    nullptr, // limits
+    identityReader,
+};
 
 bool isAsked(const Options &options, Area area) {
     return options.areas.empty() || std::find(options.areas.begin(), options.areas.end(), area) != options.areas.end();

@@ -4,9 +4,11 @@
 namespace zel {
 
 std::string_view areaName(Area area) {
-    constexpr std::array<std::string_view, AREA_COUNT> names{"cpu",        "load",       "pressure", "memory",
-                                                             "vm",         "interrupts", "disks",    "filesystems",
-                                                             "interfaces", "processes",  "identity"};
+    constexpr std::array<std::string_view, AREA_COUNT> names{
+        "cpu",         "load",       "pressure",  "memory",    "vm",       "interrupts", "disks",
+        "filesystems", "interfaces", "protocols", "processes", "cgroups",  "sensors",    "fibrechannel",
+        "gpus",        "nfs",        "time",      "limits",    "identity",
+    };
     return names[static_cast<std::size_t>(area)];
 }
 

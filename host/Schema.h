@@ -28,10 +28,18 @@ enum class Area : unsigned char {
     Disks,
     Filesystems,
     Interfaces,
+    Protocols,
     Processes,
+    Cgroups,
+    Sensors,
+    FibreChannel,
+    Gpus,
+    Nfs,
+    Time,
+    Limits,
     Identity
 };
-inline constexpr std::size_t AREA_COUNT = 11;
+inline constexpr std::size_t AREA_COUNT = 19;
 
 /// The name on the command line, such as "disks".
 std::string_view areaName(Area area);

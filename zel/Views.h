@@ -7,6 +7,7 @@
 
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace zel {
 
@@ -45,6 +46,6 @@ struct View {
 
 /// Null when the section has none.
 const View *viewOf(std::string_view section);
-std::span<const View> allViews();
+std::vector<const View *> allViews();
 
 } // namespace zel

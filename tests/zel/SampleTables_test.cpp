@@ -35,12 +35,12 @@ TEST(Views, NameFieldsOfTheSchema) {
             zel::forEachFamily<Row>(rates,
                                     [&](const zel::Family &family) { fields[section.name].insert(family.name); });
     });
-    for (const zel::View &view : zel::allViews()) {
-        ASSERT_TRUE(fields.contains(view.section)) << view.section;
-        for (const zel::ViewColumn &column : view.columns)
-            EXPECT_TRUE(fields[view.section].contains(column.field)) << view.section << '.' << column.field;
-        for (const std::string_view order : {view.order, view.orderWithoutRates})
-            EXPECT_TRUE(order.empty() || fields[view.section].contains(order)) << view.section << '.' << order;
+    for (const zel::View *view : zel::allViews()) {
+        ASSERT_TRUE(fields.contains(view->section)) << view->section;
+        for (const zel::ViewColumn &column : view->columns)
+            EXPECT_TRUE(fields[view->section].contains(column.field)) << view->section << '.' << column.field;
+        for (const std::string_view order : {view->order, view->orderWithoutRates})
+            EXPECT_TRUE(order.empty() || fields[view->section].contains(order)) << view->section << '.' << order;
     }
 }
 

@@ -1,0 +1,12 @@
+// The tables of each group of areas.
+#pragma once
+
+#include "zel/Views.h"
+
+namespace zel {
+
+std::span<const View> systemViews();
+std::span<const View> deviceViews();
+std::span<const View> processViews();
+
+} // namespace zel
