@@ -74,7 +74,8 @@ struct Family {
     std::string_view source; // the kernel file or call
     std::string_view help;
     Rights rights = Rights::Any;
-    unsigned char counterBits = 64; // at which width the kernel's counter wraps
+    unsigned char counterBits = 64;   // at which width the kernel's counter wraps
+    std::string_view providedBy = {}; // what gives it to a host that lacks it: "CONFIG_PSI=y", "module nf_conntrack"
 };
 
 /// A value of any type, or why there is none.
@@ -170,28 +171,37 @@ template<class Row> struct Entries {
     Area area;
     std::string_view section;
     std::string_view source;
+    std::string_view providedBy = {}; // see Family
 
     constexpr Field<Row> label(std::string_view name, Member<Row> member, std::string_view help) const {
-        return {{area, section, name, Unit::None, Kind::Label, source, help}, member};
+        return entry(Kind::Label, name, member, Unit::None, help);
     }
     constexpr Field<Row> counter(std::string_view name, Member<Row> member, Unit unit, std::string_view help,
                                  unsigned char bits = 64) const {
-        return {{area, section, name, unit, Kind::Counter, source, help, Rights::Any, bits}, member};
+        return entry(Kind::Counter, name, member, unit, help, bits);
     }
     constexpr Field<Row> gauge(std::string_view name, Member<Row> member, Unit unit, std::string_view help) const {
-        return {{area, section, name, unit, Kind::Gauge, source, help}, member};
+        return entry(Kind::Gauge, name, member, unit, help);
     }
     constexpr Field<Row> info(std::string_view name, Member<Row> member, std::string_view help) const {
-        return {{area, section, name, Unit::None, Kind::Info, source, help}, member};
+        return entry(Kind::Info, name, member, Unit::None, help);
     }
     constexpr Field<Row> state(std::string_view name, Member<Row> member, std::string_view help) const {
-        return {{area, section, name, Unit::None, Kind::State, source, help}, member};
+        return entry(Kind::State, name, member, Unit::None, help);
     }
     /// The same entries from another source, or with other rights: `disk.from("/sys/block/...").info(...)`.
-    constexpr Entries from(std::string_view other) const { return {area, section, other}; }
+    constexpr Entries from(std::string_view other, std::string_view provider = {}) const {
+        return {area, section, other, provider};
+    }
     static constexpr Field<Row> needing(Rights rights, Field<Row> field) {
         field.family.rights = rights;
         return field;
+    }
+
+private:
+    constexpr Field<Row> entry(Kind kind, std::string_view name, Member<Row> member, Unit unit, std::string_view help,
+                               unsigned char bits = 64) const {
+        return {{area, section, name, unit, kind, source, help, Rights::Any, bits, providedBy}, member};
     }
 };
 
