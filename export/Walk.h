@@ -30,7 +30,7 @@ inline bool isShown(std::span<const Area> areas, Area area) {
 }
 
 /// The family of the rate of a counter: "faults_total" gives "faults_per_second", "some_seconds_total" gives
-/// "some_ratio".
+/// "some_ratio", "consumed_joules_total" gives "consumed_watts".
 const Family &rateFamily(const Family &counter);
 
 /// The row of rates that belongs to row `index` of a section of the sample; null when there is none. Structs whose

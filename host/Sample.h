@@ -10,9 +10,13 @@
 #include "host/Interrupts.h"
 #include "host/Load.h"
 #include "host/Memory.h"
+#include "host/PowerSupply.h"
 #include "host/Pressure.h"
 #include "host/Process.h"
 #include "host/Rows.h"
+#include "host/Sensors.h"
+#include "host/Thermal.h"
+#include "host/Timekeeping.h"
 #include "host/Vm.h"
 
 #include <array>
@@ -53,6 +57,22 @@ struct Sample {
     Rows<Disk> disks;
     Rows<Filesystem> filesystems;
     Rows<Interface> interfaces;
+    Rows<SensorChip> sensorChips;
+    Rows<Temperature> temperatures;
+    Rows<Fan> fans;
+    Rows<FanControl> fanControls;
+    Rows<Voltage> voltages;
+    Rows<Current> currents;
+    Rows<Power> powers;
+    Rows<Energy> energies;
+    Rows<Humidity> humidities;
+    Rows<Frequency> frequencies;
+    Rows<Intrusion> intrusions;
+    Rows<ThermalZone> thermalZones;
+    Rows<CoolingDevice> coolingDevices;
+    Rows<PowerSupply> powerSupplies;
+    Rows<PowerZone> powerZones;
+    Timekeeping time;
     ProcessTotals processTotals;
     Rows<Process> processes;
     Identity identity;
@@ -112,6 +132,22 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Disks, "disks", &Sample::disks),
     sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
+    sectionOf(Area::Sensors, "sensor_chips", &Sample::sensorChips),
+    sectionOf(Area::Sensors, "temperatures", &Sample::temperatures),
+    sectionOf(Area::Sensors, "fans", &Sample::fans),
+    sectionOf(Area::Sensors, "fan_controls", &Sample::fanControls),
+    sectionOf(Area::Sensors, "voltages", &Sample::voltages),
+    sectionOf(Area::Sensors, "currents", &Sample::currents),
+    sectionOf(Area::Sensors, "powers", &Sample::powers),
+    sectionOf(Area::Sensors, "energies", &Sample::energies),
+    sectionOf(Area::Sensors, "humidities", &Sample::humidities),
+    sectionOf(Area::Sensors, "frequencies", &Sample::frequencies),
+    sectionOf(Area::Sensors, "intrusions", &Sample::intrusions),
+    sectionOf(Area::Sensors, "thermal_zones", &Sample::thermalZones),
+    sectionOf(Area::Sensors, "cooling_devices", &Sample::coolingDevices),
+    sectionOf(Area::Sensors, "power_supplies", &Sample::powerSupplies),
+    sectionOf(Area::Sensors, "power_zones", &Sample::powerZones),
+    sectionOf(Area::Time, "time", &Sample::time),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),
 };

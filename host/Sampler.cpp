@@ -19,11 +19,11 @@ constexpr std::array<MakeReader, AREA_COUNT> readers{
     nullptr, // protocols
     processReader,
     nullptr, // cgroups
-    nullptr, // sensors
+    sensorReader,
     nullptr, // fibrechannel
     nullptr, // gpus
     nullptr, // nfs
-    nullptr, // time
+    timeReader,
     nullptr, // limits
     identityReader,
 };

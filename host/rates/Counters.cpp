@@ -29,7 +29,8 @@ template<class Row> Number counterGrowth(const Field<Row> &field, const Row &bef
             if constexpr (std::is_same_v<decltype(place), Count Row::*>)
                 return growthOf(before.*place, now.*place, field.family.counterBits);
             else if constexpr (std::is_same_v<decltype(place), Number Row::*>)
-                return growthOf(before.*place, now.*place);
+                return field.wrapsAt == nullptr ? growthOf(before.*place, now.*place)
+                                                : wrappingGrowth(before.*place, now.*place, now.*field.wrapsAt);
             else
                 return Absence::Unsupported;
         },
