@@ -66,6 +66,7 @@ for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
 done
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
+seed host_sensors_fuzz two '\377\377\017\000' '-45123\n' '262143000000\n' '262143328850\n' 'critical\n' '\377\377\017\000-5\n' '7\n' '9\n' 'hot\n'
 seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'
 
 disks() { # NAME OPTIONS COUNTERS STAT COUNTERS STAT
