@@ -20,9 +20,9 @@ constexpr std::array<MakeReader, AREA_COUNT> readers{
     processReader,
     nullptr, // cgroups
     nullptr, // sensors
-    nullptr, // fibrechannel
+    fibreChannelReader,
     nullptr, // gpus
-    nullptr, // nfs
+    nfsReader,
     nullptr, // time
     nullptr, // limits
     identityReader,

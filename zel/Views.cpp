@@ -13,6 +13,7 @@ constexpr std::span<const View> (*groups[])() = {
     systemViews, //
     deviceViews, //
     processViews,
+    storageNetworkViews,
 };
 
 } // namespace
