@@ -22,6 +22,8 @@ public:
     bool hasOneStep() const override { return true; }
     void read(Take &take) override {
         Sample &sample = take.sample;
+        sample.nfsClientCalls.clear();
+        sample.nfsServerCalls.clear();
         readMounts(take);
         const bool client = readCounters(take, m_client, [&sample](const char *text) {
             return parseNfsClient(text, sample.nfsClient, sample.nfsClientCalls);
