@@ -26,6 +26,7 @@ rpcbind /usr/sbin/rpcbind
 procps /usr/bin/ps
 python3 /usr/bin/python3
 sysstat /usr/bin/iostat
+nfs-common /usr/sbin/mountstats
 groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file

@@ -231,7 +231,7 @@ bool parseNfsMount(const char *line, const char *end, NfsMountRows rows) {
         else
             whole &= rpc.take(text);
     }
-    rpc.finish();
+    whole &= rpc.finish();
     return whole && mount.ageSeconds.has();
 }
 

@@ -208,9 +208,18 @@ void NfsRpcLines::startOperations() {
     m_rows.mount.retransmissions = m_rows.mount.errors = 0;
 }
 
-void NfsRpcLines::finish() {
-    for (std::size_t index = 0; m_operations && index < std::size(timeSums); ++index)
+bool NfsRpcLines::finish() {
+    if (!m_operations)
+        return true;
+    bool whole = true;
+    for (Count NfsMount::*sum : sums)
+        whole &= (m_rows.mount.*sum).absence() != Absence::Malformed;
+    for (std::size_t index = 0; index < std::size(timeSums); ++index) {
+        whole &= m_milliseconds[index].has();
         m_rows.mount.*timeSums[index] = secondsOf(m_milliseconds[index]);
+    }
+    return whole && m_rows.mount.retransmissions.absence() != Absence::Malformed &&
+           m_rows.mount.errors.absence() != Absence::Malformed;
 }
 
 } // namespace zel

@@ -15,8 +15,8 @@ public:
     /// Takes the line at `text`, which is behind its tabs. False when it should be one of these lines and is not what
     /// kernels write; any other line is passed over.
     bool take(const char *text);
-    /// To be called behind the last line: gives the mount the sums of its operations.
-    void finish();
+    /// To be called behind the last line: gives the mount the sums of its operations. False when one is malformed.
+    bool finish();
 
 private:
     static constexpr std::size_t OPERATIONS_LIMIT = 256; // of one mount: NFSv4.2 has 76
