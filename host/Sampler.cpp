@@ -14,8 +14,15 @@ namespace {
 
 // By Area.
 constexpr std::array<MakeReader, AREA_COUNT> readers{
-    cpuReader,       loadReader, pressureReader,   memoryReader,    vmReader,
-    interruptReader, diskReader, filesystemReader, interfaceReader,
+    cpuReader,
+    loadReader,
+    pressureReader,
+    memoryReader,
+    vmReader,
+    interruptReader,
+    diskReader,
+    filesystemReader,
+    interfaceReader,
     nullptr, // protocols
     processReader,
     nullptr, // cgroups
