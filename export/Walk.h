@@ -57,6 +57,19 @@ inline const ProcessRates *rateRow(const Rates &rates, const Process &, std::siz
     return rowAt(rates.processes, index);
 }
 
+inline const FibreChannelRates *rateRow(const Rates &rates, const FibreChannelPort &, std::size_t index) {
+    return rowAt(rates.fibreChannelPorts, index);
+}
+inline const NfsMountRates *rateRow(const Rates &rates, const NfsMount &, std::size_t index) {
+    return rowAt(rates.nfsMounts, index);
+}
+inline const NfsOperationRates *rateRow(const Rates &rates, const NfsOperation &, std::size_t index) {
+    return rowAt(rates.nfsOperations, index);
+}
+inline const NfsTransportRates *rateRow(const Rates &rates, const NfsTransport &, std::size_t index) {
+    return rowAt(rates.nfsTransports, index);
+}
+
 /// The struct of rates of a struct of the sample; std::nullptr_t when it has none.
 template<class Row>
 using RateRow = std::remove_cv_t<

@@ -4,12 +4,14 @@
 
 #include "host/Cpu.h"
 #include "host/Disk.h"
+#include "host/FibreChannel.h"
 #include "host/Filesystem.h"
 #include "host/Identity.h"
 #include "host/Interface.h"
 #include "host/Interrupts.h"
 #include "host/Load.h"
 #include "host/Memory.h"
+#include "host/Nfs.h"
 #include "host/PowerSupply.h"
 #include "host/Pressure.h"
 #include "host/Process.h"
@@ -75,6 +77,15 @@ struct Sample {
     Timekeeping time;
     ProcessTotals processTotals;
     Rows<Process> processes;
+    Rows<FibreChannelPort> fibreChannelPorts;
+    Rows<FibreChannelEvents> fibreChannelEvents;
+    Rows<NfsMount> nfsMounts;
+    Rows<NfsOperation> nfsOperations;
+    Rows<NfsTransport> nfsTransports;
+    NfsClient nfsClient;
+    Rows<NfsClientCall> nfsClientCalls;
+    NfsServer nfsServer;
+    Rows<NfsServerCall> nfsServerCalls;
     Identity identity;
 
     std::array<AreaState, AREA_COUNT> areas;
@@ -150,6 +161,15 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Time, "time", &Sample::time),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),
+    sectionOf(Area::FibreChannel, "fibrechannel", &Sample::fibreChannelPorts),
+    sectionOf(Area::FibreChannel, "fibrechannel_events", &Sample::fibreChannelEvents),
+    sectionOf(Area::Nfs, "nfs_mounts", &Sample::nfsMounts),
+    sectionOf(Area::Nfs, "nfs_operations", &Sample::nfsOperations),
+    sectionOf(Area::Nfs, "nfs_transports", &Sample::nfsTransports),
+    sectionOf(Area::Nfs, "nfs_client", &Sample::nfsClient),
+    sectionOf(Area::Nfs, "nfs_client_calls", &Sample::nfsClientCalls),
+    sectionOf(Area::Nfs, "nfs_server", &Sample::nfsServer),
+    sectionOf(Area::Nfs, "nfs_server_calls", &Sample::nfsServerCalls),
 };
 
 /// Calls use(const Section<Row> &) for every section.

@@ -14,16 +14,14 @@ namespace {
 
 // By Area.
 constexpr std::array<MakeReader, AREA_COUNT> readers{
-    cpuReader,       loadReader, pressureReader,   memoryReader,    vmReader,
-    interruptReader, diskReader, filesystemReader, interfaceReader,
+    cpuReader,       loadReader,         pressureReader,   memoryReader,    vmReader,
+    interruptReader, diskReader,         filesystemReader, interfaceReader,
     nullptr, // protocols
     processReader,
     nullptr, // cgroups
-    sensorReader,
-    nullptr, // fibrechannel
+    sensorReader,    fibreChannelReader,
     nullptr, // gpus
-    nullptr, // nfs
-    timeReader,
+    nfsReader,       timeReader,
     nullptr, // limits
     identityReader,
 };

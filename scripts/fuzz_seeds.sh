@@ -64,6 +64,15 @@ for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
     '1 (a b) S 0 1 1 0 -1 4 5 6 7 8 9 10 11 12 20 0 1 0 30 40 50 60\n' '5 4 3 2 1 0 0\n' 'rchar: 5\n' 'a' '0::/a\n' \
     "$a/meminfo" "$a/vmstat"
 done
+nfs='device s:/a mounted on /a\\040b with fstype nfs4 statvers=1.1\n\topts:\trw,vers=4.2,rsize=4096,proto=tcp,sec=sys\n\tage:\t9\n'
+nfs+='\tcaps:\tcaps=0x3f,wtmult=512\n\tnfsv4:\tbm0=0x1,pnfs=not configured,lease_time=90\n\tevents:\t1 2 3\n\tbytes:\t1 2 3\n'
+nfs+='\tRPC iostats version: 1.1  p/v: 100003/4 (nfs)\n\txprt:\ttcp 8 0 1 0 1 5 5 0 5 0 2 6 5\n\tper-op statistics\n'
+nfs+='\t        READ: 9 9 0 5 5 1 2 3 0\n\n'
+seed host_nfs_fuzz two '' "$nfs" 'net 1 2 3 4\nrpc 5 6 7\nproc4 3 1 2 3\n' \
+  'rc 1 2 3\nfh 1 0\nio 5 6\nth 8 0\nra 32 0 0 0 0 0 0 0 0 0 0 7\nproc4ops 4 0 0 0 5\n' "device x mounted on /x with fstype ext4\n$nfs" \
+  'rpc 9 9 9\n' 'rc 2 3 4\n'
+seed host_fibrechannel_fuzz two '' 'Online\n' '16 Gbit\n' '4 Gbit, 16 Gbit\n' '0x5\n' '0x7\n' '0x9\n' 'Online\n' '8 Gbit\n' \
+  '4 Gbit, 16 Gbit\n' '0x6\n' '0xffffffffffffffff\n' '0x4\n'
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
 seed host_sensors_fuzz two '\377\377\017\000' '-45123\n' '262143000000\n' '262143328850\n' 'critical\n' '\377\377\017\000-5\n' '7\n' '9\n' 'hot\n'

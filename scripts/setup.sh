@@ -27,6 +27,7 @@ procps /usr/bin/ps
 python3 /usr/bin/python3
 sysstat /usr/bin/iostat
 lm-sensors /usr/bin/sensors
+nfs-common /usr/sbin/mountstats
 groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file

@@ -10,10 +10,11 @@ namespace zel {
 namespace {
 
 constexpr std::span<const View> (*groups[])() = {
-    systemViews,  //
-    deviceViews,  //
-    processViews, //
-    sensorViews,
+    systemViews,         //
+    deviceViews,         //
+    processViews,        //
+    sensorViews,         //
+    storageNetworkViews, //
 };
 
 } // namespace

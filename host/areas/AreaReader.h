@@ -93,6 +93,8 @@ std::unique_ptr<AreaReader> processReader();
 std::unique_ptr<AreaReader> ownProcessReader();
 std::unique_ptr<AreaReader> sensorReader();
 std::unique_ptr<AreaReader> timeReader();
+std::unique_ptr<AreaReader> fibreChannelReader();
+std::unique_ptr<AreaReader> nfsReader();
 std::unique_ptr<AreaReader> identityReader();
 
 } // namespace zel

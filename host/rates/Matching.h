@@ -46,6 +46,8 @@ private:
 void takeProcessors(const Sample &before, const Sample &now, Rates &rates);
 void takeDisks(const Sample &before, const Sample &now, Rates &rates);
 void takeInterfaces(const Sample &before, const Sample &now, Rates &rates);
+void takeFibreChannel(const Sample &before, const Sample &now, Rates &rates);
+void takeNfs(const Sample &before, const Sample &now, Rates &rates);
 void takeCounters(const Sample &before, const Sample &now, Rates &rates);
 
 } // namespace zel

@@ -9,5 +9,6 @@ std::span<const View> systemViews();
 std::span<const View> deviceViews();
 std::span<const View> processViews();
 std::span<const View> sensorViews();
+std::span<const View> storageNetworkViews();
 
 } // namespace zel
