@@ -2,6 +2,7 @@
 // its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
 #pragma once
 
+#include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
 #include "host/Filesystem.h"
@@ -55,6 +56,9 @@ struct Sample {
     Rows<Interface> interfaces;
     ProcessTotals processTotals;
     Rows<Process> processes;
+    CgroupTotals cgroupTotals;
+    Rows<Cgroup> cgroups;
+    Rows<CgroupDevice> cgroupDevices;
     Identity identity;
 
     std::array<AreaState, AREA_COUNT> areas;
@@ -114,6 +118,9 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),
+    sectionOf(Area::Cgroups, "cgroup_totals", &Sample::cgroupTotals),
+    sectionOf(Area::Cgroups, "cgroups", &Sample::cgroups),
+    sectionOf(Area::Cgroups, "cgroup_devices", &Sample::cgroupDevices),
 };
 
 /// Calls use(const Section<Row> &) for every section.

@@ -18,7 +18,7 @@ constexpr std::array<MakeReader, AREA_COUNT> readers{
     interruptReader, diskReader, filesystemReader, interfaceReader,
     nullptr, // protocols
     processReader,
-    nullptr, // cgroups
+    cgroupReader,
     nullptr, // sensors
     nullptr, // fibrechannel
     nullptr, // gpus

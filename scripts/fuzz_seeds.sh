@@ -66,6 +66,15 @@ for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
 done
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
+cgroup() { # USAGE READ: of its files those that have another form than a number
+  printf '%s\0' 'populated 1\nfrozen 0\n' 'nr_descendants 0\nnr_dying_descendants 3\n' \
+    "usage_usec $1\nuser_usec 4\nsystem_usec 5\nnr_periods 6\nnr_throttled 2\nthrottled_usec 7\n" '4096\n' '8192\n' '0\n' \
+    'anon 4096\nfile 0\npgfault 9\n' 'low 0\nmax 1\noom_kill 0\n' "8:0 rbytes=$2 wbytes=1 rios=2 wios=3 dbytes=0 dios=0\n" \
+    '3\n' 'max 0\n' "$pressure" "full${pressure#some}" "$pressure" '50000 100000\n' '100\n' '0\n' '0\n' 'max\n' 'max\n' 'max\n' '50\n'
+}
+mapfile -d '' -t cgroup_before < <(cgroup 10 512)
+mapfile -d '' -t cgroup_after < <(cgroup 20 1024)
+seed host_cgroups_fuzz two '' 'cpu memory\n' '' "${cgroup_before[@]}" 'cpu memory\n' '' "${cgroup_after[@]}"
 seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'
 
 disks() { # NAME OPTIONS COUNTERS STAT COUNTERS STAT
