@@ -10,9 +10,10 @@ namespace zel {
 namespace {
 
 constexpr std::span<const View> (*groups[])() = {
-    systemViews, //
-    deviceViews, //
-    processViews,
+    systemViews,  //
+    deviceViews,  //
+    processViews, //
+    cgroupViews,
 };
 
 } // namespace
