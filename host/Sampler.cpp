@@ -14,11 +14,10 @@ namespace {
 
 // By Area.
 constexpr std::array<MakeReader, AREA_COUNT> readers{
-    cpuReader,       loadReader, pressureReader,   memoryReader,    vmReader,
-    interruptReader, diskReader, filesystemReader, interfaceReader,
+    cpuReader,       loadReader,   pressureReader,   memoryReader,    vmReader,
+    interruptReader, diskReader,   filesystemReader, interfaceReader,
     nullptr, // protocols
-    processReader,
-    cgroupReader,
+    processReader,   cgroupReader,
     nullptr, // sensors
     nullptr, // fibrechannel
     nullptr, // gpus
