@@ -11,6 +11,29 @@ namespace zel {
 
 namespace {
 
+// A container's id is as long as a line: its first digits tell it from others.
+std::string shortened(std::string_view text) {
+    constexpr std::size_t idLength = 64, digitsShown = 12;
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t run = std::min(text.find_first_not_of(digits), text.size());
+        const std::size_t other = std::min(text.find_first_of(digits, run), text.size());
+        result += text.substr(0, run >= idLength ? digitsShown : run);
+        result += run >= idLength ? ".." : "";
+        result += text.substr(run, other - run);
+        text.remove_prefix(other);
+    }
+    return result;
+}
+Cell path(const RowValues &row, const Style &style) {
+    return {displayText(shortened(row["path"].asText()), style.charset)};
+}
+Cell container(const RowValues &row, const Style &style) {
+    const Value id = row["container"];
+    return id.has() ? Cell{displayText(shortened(id.asText()), style.charset)} : Cell{"-", Tone::Quiet};
+}
+
 // Of the periods of its limit, those in which it was held back; over the interval where there is one.
 Cell throttled(const RowValues &row, const Style &) {
     const double periods = row.number("cpu_periods_per_second", row.number("cpu_periods_total"));
@@ -48,7 +71,7 @@ constexpr ViewColumn totals[] = {
 };
 
 constexpr ViewColumn cgroups[] = {
-    {"cgroup", "path", 0, 0, true},
+    {"cgroup", "path", 0, 0, true, path, true},
     {"cpu", "cpu_usage_ratio"},
     {"cpu time", "cpu_usage_seconds_total"},
     {"limit", "cpu_limit_ratio"},
@@ -64,11 +87,11 @@ constexpr ViewColumn cgroups[] = {
     {"pressure", "cpu_some_average_10_ratio", 0, 0, false, pressure},
     {"swap", "swap_current_bytes"},
     {"killed", "oom_kills_total", 1, 1},
-    {"container", "container"},
+    {"container", "container", 0, 0, false, container, true},
 };
 
 constexpr ViewColumn devices[] = {
-    {"cgroup", "path", 0, 0, true},
+    {"cgroup", "path", 0, 0, true, path, true},
     {"device", "device"},
     {"name", "name"},
     {"read/s", "read_bytes_per_second"},
