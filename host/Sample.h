@@ -2,6 +2,7 @@
 // its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
 #pragma once
 
+#include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
 #include "host/FibreChannel.h"
@@ -86,6 +87,9 @@ struct Sample {
     Rows<NfsClientCall> nfsClientCalls;
     NfsServer nfsServer;
     Rows<NfsServerCall> nfsServerCalls;
+    CgroupTotals cgroupTotals;
+    Rows<Cgroup> cgroups;
+    Rows<CgroupDevice> cgroupDevices;
     Identity identity;
 
     std::array<AreaState, AREA_COUNT> areas;
@@ -170,6 +174,9 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Nfs, "nfs_client_calls", &Sample::nfsClientCalls),
     sectionOf(Area::Nfs, "nfs_server", &Sample::nfsServer),
     sectionOf(Area::Nfs, "nfs_server_calls", &Sample::nfsServerCalls),
+    sectionOf(Area::Cgroups, "cgroup_totals", &Sample::cgroupTotals),
+    sectionOf(Area::Cgroups, "cgroups", &Sample::cgroups),
+    sectionOf(Area::Cgroups, "cgroup_devices", &Sample::cgroupDevices),
 };
 
 /// Calls use(const Section<Row> &) for every section.

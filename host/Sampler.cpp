@@ -14,15 +14,13 @@ namespace {
 
 // By Area.
 constexpr std::array<MakeReader, AREA_COUNT> readers{
-    cpuReader,       loadReader,         pressureReader,   memoryReader,    vmReader,
-    interruptReader, diskReader,         filesystemReader, interfaceReader,
-    nullptr, // protocols
-    processReader,
-    nullptr, // cgroups
-    sensorReader,    fibreChannelReader,
-    nullptr, // gpus
+    cpuReader,       loadReader,   pressureReader,   memoryReader,       vmReader,
+    interruptReader, diskReader,   filesystemReader, interfaceReader,
+    nullptr, // protocol
+    processReader,   cgroupReader, sensorReader,     fibreChannelReader,
+    nullptr, // gpu
     nfsReader,       timeReader,
-    nullptr, // limits
+    nullptr, // limit
     identityReader,
 };
 

@@ -76,6 +76,15 @@ seed host_fibrechannel_fuzz two '' 'Online\n' '16 Gbit\n' '4 Gbit, 16 Gbit\n' '0
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
 seed host_sensors_fuzz two '\377\377\017\000' '-45123\n' '262143000000\n' '262143328850\n' 'critical\n' '\377\377\017\000-5\n' '7\n' '9\n' 'hot\n'
+cgroup() { # USAGE READ: of its files those that have another form than a number
+  printf '%s\0' 'populated 1\nfrozen 0\n' 'nr_descendants 0\nnr_dying_descendants 3\n' \
+    "usage_usec $1\nuser_usec 4\nsystem_usec 5\nnr_periods 6\nnr_throttled 2\nthrottled_usec 7\n" '4096\n' '8192\n' '0\n' \
+    'anon 4096\nfile 0\npgfault 9\n' 'low 0\nmax 1\noom_kill 0\n' "8:0 rbytes=$2 wbytes=1 rios=2 wios=3 dbytes=0 dios=0\n" \
+    '3\n' 'max 0\n' "$pressure" "full${pressure#some}" "$pressure" '50000 100000\n' '100\n' '0\n' '0\n' 'max\n' 'max\n' 'max\n' '50\n'
+}
+mapfile -d '' -t cgroup_before < <(cgroup 10 512)
+mapfile -d '' -t cgroup_after < <(cgroup 20 1024)
+seed host_cgroups_fuzz two '' 'cpu memory\n' '' "${cgroup_before[@]}" 'cpu memory\n' '' "${cgroup_after[@]}"
 seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'
 
 disks() { # NAME OPTIONS COUNTERS STAT COUNTERS STAT

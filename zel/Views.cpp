@@ -15,6 +15,7 @@ constexpr std::span<const View> (*groups[])() = {
     processViews,        //
     sensorViews,         //
     storageNetworkViews, //
+    cgroupViews,         //
 };
 
 } // namespace

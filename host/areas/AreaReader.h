@@ -95,6 +95,7 @@ std::unique_ptr<AreaReader> sensorReader();
 std::unique_ptr<AreaReader> timeReader();
 std::unique_ptr<AreaReader> fibreChannelReader();
 std::unique_ptr<AreaReader> nfsReader();
+std::unique_ptr<AreaReader> cgroupReader();
 std::unique_ptr<AreaReader> identityReader();
 
 } // namespace zel

@@ -10,5 +10,6 @@ std::span<const View> deviceViews();
 std::span<const View> processViews();
 std::span<const View> sensorViews();
 std::span<const View> storageNetworkViews();
+std::span<const View> cgroupViews();
 
 } // namespace zel
