@@ -8,11 +8,18 @@
 #include "host/Identity.h"
 #include "host/Interface.h"
 #include "host/Interrupts.h"
+#include "host/Ip.h"
+#include "host/Limits.h"
 #include "host/Load.h"
 #include "host/Memory.h"
+#include "host/MultipathTcp.h"
+#include "host/PacketPath.h"
 #include "host/Pressure.h"
 #include "host/Process.h"
 #include "host/Rows.h"
+#include "host/Sockets.h"
+#include "host/TcpExtended.h"
+#include "host/Transport.h"
 #include "host/Vm.h"
 
 #include <array>
@@ -53,8 +60,23 @@ struct Sample {
     Rows<Disk> disks;
     Rows<Filesystem> filesystems;
     Rows<Interface> interfaces;
+    Rows<Ip> ip;
+    Rows<Icmp> icmp;
+    Rows<IcmpType> icmpTypes;
+    Tcp tcp;
+    TcpExtended tcpExtended;
+    MultipathTcp multipathTcp;
+    Rows<Udp> udp;
+    Rows<ProtocolOther> protocolOthers;
+    Sockets sockets;
+    TcpStates tcpStates;
+    Rows<Softnet> softnet;
+    Conntrack conntrack;
+    Rows<Neighbours> neighbours;
     ProcessTotals processTotals;
     Rows<Process> processes;
+    Limits limits;
+    Rows<KeyUser> keyUsers;
     Identity identity;
 
     std::array<AreaState, AREA_COUNT> areas;
@@ -112,6 +134,21 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Disks, "disks", &Sample::disks),
     sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
+    sectionOf(Area::Protocols, "ip", &Sample::ip),
+    sectionOf(Area::Protocols, "icmp", &Sample::icmp),
+    sectionOf(Area::Protocols, "icmp_types", &Sample::icmpTypes),
+    sectionOf(Area::Protocols, "tcp", &Sample::tcp),
+    sectionOf(Area::Protocols, "tcp_extended", &Sample::tcpExtended),
+    sectionOf(Area::Protocols, "mptcp", &Sample::multipathTcp),
+    sectionOf(Area::Protocols, "udp", &Sample::udp),
+    sectionOf(Area::Protocols, "protocol_others", &Sample::protocolOthers),
+    sectionOf(Area::Protocols, "sockets", &Sample::sockets),
+    sectionOf(Area::Protocols, "tcp_states", &Sample::tcpStates),
+    sectionOf(Area::Protocols, "softnet", &Sample::softnet),
+    sectionOf(Area::Protocols, "conntrack", &Sample::conntrack),
+    sectionOf(Area::Protocols, "neighbours", &Sample::neighbours),
+    sectionOf(Area::Limits, "limits", &Sample::limits),
+    sectionOf(Area::Limits, "key_users", &Sample::keyUsers),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),
 };

@@ -10,8 +10,9 @@ namespace zel {
 namespace {
 
 constexpr std::span<const View> (*groups[])() = {
-    systemViews, //
-    deviceViews, //
+    systemViews,  //
+    deviceViews,  //
+    networkViews, //
     processViews,
 };
 
