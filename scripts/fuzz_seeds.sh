@@ -64,6 +64,17 @@ for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
     '1 (a b) S 0 1 1 0 -1 4 5 6 7 8 9 10 11 12 20 0 1 0 30 40 50 60\n' '5 4 3 2 1 0 0\n' 'rchar: 5\n' 'a' '0::/a\n' \
     "$a/meminfo" "$a/vmstat"
 done
+n=@linux-6.18/t0/proc/net
+track='entries found\n00000021 00000007\n'
+conn='head\n 0: 0100007F:1F90 00000000:0000 0A 00000000:00000003 00:00000000 00000000 0 0 1\n'
+seed host_protocols_fuzz linux-6.18 '' $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} \
+  'head\n192.0.2.1 0x1 0x2 02:fc:00:00:00:05 * eth0\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} 'head\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  '\030\000\000\000\024\000\002\000\000\000\000\000\000\000\000\000abcdefgh'
+y=@linux-6.18/t0/proc/sys
+seed host_limits_fuzz linux-6.18 '' $y/fs/file-nr $y/fs/dentry-state $y/kernel/sem $y/kernel/pid_max \
+  @linux-6.18/t0/proc/loadavg '    0:     9 8/8 3/1000000 40/25000000\n' 'key\n 0 1 600\n' \
+  'entries  allocs\n0000001a 00000001\n'
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
 seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'

@@ -201,17 +201,17 @@ private:
     void readQueues(Take &take) {
         for (Udp &row : take.sample.udp) {
             if (row.protocol == "udp")
-                readQueue(take, AF_INET, m_udp, row);
+                readQueue(take, AF_INET, take.sample.sockets.udpInUse, m_udp, row);
             else if (row.protocol == "udp6")
-                readQueue(take, AF_INET6, m_udp6, row);
+                readQueue(take, AF_INET6, take.sample.sockets.udp6InUse, m_udp6, row);
         }
     }
 
-    void readQueue(Take &take, unsigned char family, SourceFile &file, Udp &row) {
+    void readQueue(Take &take, unsigned char family, const Count &inUse, SourceFile &file, Udp &row) {
         QueueBytes bytes;
-        int error = ENOENT;
-        bool answered = false;
-        if (canList(take)) {
+        int error = 0;
+        bool answered = take.root.own() && inUse.valueOr(1) == 0; // nothing waits where there is no socket
+        if (!answered && canList(take)) {
             error = listUdpSockets(m_list, listUntil(take), family, bytes);
             answered = isAnswer(take, error);
         }
