@@ -226,7 +226,7 @@ TEST(ProtocolReader, EveryKeyOfACapturedHostHasItsField) {
     EXPECT_EQ(failureOf(sample, Area::Protocols), NO_FAILURE);
     // By hand from the files.
     EXPECT_TRUE(holds(rowOf(sample.ip, "ip").outTransmits, 194141U));
-    EXPECT_TRUE(lacks(sample.tcpExtended.twRecycled, Absence::Unsupported)) << "gone since 4.12";
+    EXPECT_TRUE(lacks(sample.tcpExtended.pawsPassive, Absence::Unsupported)) << "gone since 4.12";
     EXPECT_TRUE(holds(sample.multipathTcp.mpCurrEstab, 0U));
     EXPECT_TRUE(lacks(sample.multipathTcp.rcvPruned, Absence::Unsupported));
     EXPECT_TRUE(holds(rowOf(sample.icmp, "icmp6").inDestUnreachs, 3U));
