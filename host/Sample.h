@@ -10,16 +10,23 @@
 #include "host/Identity.h"
 #include "host/Interface.h"
 #include "host/Interrupts.h"
+#include "host/Ip.h"
+#include "host/Limits.h"
 #include "host/Load.h"
 #include "host/Memory.h"
+#include "host/MultipathTcp.h"
 #include "host/Nfs.h"
+#include "host/PacketPath.h"
 #include "host/PowerSupply.h"
 #include "host/Pressure.h"
 #include "host/Process.h"
 #include "host/Rows.h"
 #include "host/Sensors.h"
+#include "host/Sockets.h"
+#include "host/TcpExtended.h"
 #include "host/Thermal.h"
 #include "host/Timekeeping.h"
+#include "host/Transport.h"
 #include "host/Vm.h"
 
 #include <array>
@@ -90,6 +97,21 @@ struct Sample {
     CgroupTotals cgroupTotals;
     Rows<Cgroup> cgroups;
     Rows<CgroupDevice> cgroupDevices;
+    Rows<Ip> ip;
+    Rows<Icmp> icmp;
+    Rows<IcmpType> icmpTypes;
+    Tcp tcp;
+    TcpExtended tcpExtended;
+    MultipathTcp multipathTcp;
+    Rows<Udp> udp;
+    Rows<ProtocolOther> protocolOthers;
+    Sockets sockets;
+    TcpStates tcpStates;
+    Rows<Softnet> softnet;
+    Conntrack conntrack;
+    Rows<Neighbours> neighbours;
+    Limits limits;
+    Rows<KeyUser> keyUsers;
     Identity identity;
 
     std::array<AreaState, AREA_COUNT> areas;
@@ -163,6 +185,21 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Sensors, "power_supplies", &Sample::powerSupplies),
     sectionOf(Area::Sensors, "power_zones", &Sample::powerZones),
     sectionOf(Area::Time, "time", &Sample::time),
+    sectionOf(Area::Protocols, "ip", &Sample::ip),
+    sectionOf(Area::Protocols, "icmp", &Sample::icmp),
+    sectionOf(Area::Protocols, "icmp_types", &Sample::icmpTypes),
+    sectionOf(Area::Protocols, "tcp", &Sample::tcp),
+    sectionOf(Area::Protocols, "tcp_extended", &Sample::tcpExtended),
+    sectionOf(Area::Protocols, "mptcp", &Sample::multipathTcp),
+    sectionOf(Area::Protocols, "udp", &Sample::udp),
+    sectionOf(Area::Protocols, "protocol_others", &Sample::protocolOthers),
+    sectionOf(Area::Protocols, "sockets", &Sample::sockets),
+    sectionOf(Area::Protocols, "tcp_states", &Sample::tcpStates),
+    sectionOf(Area::Protocols, "softnet", &Sample::softnet),
+    sectionOf(Area::Protocols, "conntrack", &Sample::conntrack),
+    sectionOf(Area::Protocols, "neighbours", &Sample::neighbours),
+    sectionOf(Area::Limits, "limits", &Sample::limits),
+    sectionOf(Area::Limits, "key_users", &Sample::keyUsers),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),
     sectionOf(Area::FibreChannel, "fibrechannel", &Sample::fibreChannelPorts),

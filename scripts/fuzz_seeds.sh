@@ -73,6 +73,17 @@ seed host_nfs_fuzz two '' "$nfs" 'net 1 2 3 4\nrpc 5 6 7\nproc4 3 1 2 3\n' \
   'rpc 9 9 9\n' 'rc 2 3 4\n'
 seed host_fibrechannel_fuzz two '' 'Online\n' '16 Gbit\n' '4 Gbit, 16 Gbit\n' '0x5\n' '0x7\n' '0x9\n' 'Online\n' '8 Gbit\n' \
   '4 Gbit, 16 Gbit\n' '0x6\n' '0xffffffffffffffff\n' '0x4\n'
+n=@linux-6.18/t0/proc/net
+track='entries found\n00000021 00000007\n'
+conn='head\n 0: 0100007F:1F90 00000000:0000 0A 00000000:00000003 00:00000000 00000000 0 0 1\n'
+seed host_protocols_fuzz linux-6.18 '' $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} \
+  'head\n192.0.2.1 0x1 0x2 02:fc:00:00:00:05 * eth0\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} 'head\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  '\030\000\000\000\024\000\002\000\000\000\000\000\000\000\000\000abcdefgh'
+y=@linux-6.18/t0/proc/sys
+seed host_limits_fuzz linux-6.18 '' $y/fs/file-nr $y/fs/dentry-state $y/kernel/sem $y/kernel/pid_max \
+  @linux-6.18/t0/proc/loadavg '    0:     9 8/8 3/1000000 40/25000000\n' 'key\n 0 1 600\n' \
+  'entries  allocs\n0000001a 00000001\n'
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
 seed host_sensors_fuzz two '\377\377\017\000' '-45123\n' '262143000000\n' '262143328850\n' 'critical\n' '\377\377\017\000-5\n' '7\n' '9\n' 'hot\n'

@@ -16,6 +16,7 @@ constexpr std::span<const View> (*groups[])() = {
     sensorViews,         //
     storageNetworkViews, //
     cgroupViews,         //
+    networkViews,        //
 };
 
 } // namespace
