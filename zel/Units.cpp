@@ -51,6 +51,8 @@ std::string reasonText(Absence reason) {
         return "gone";
     case Absence::TimedOut:
         return "timed out";
+    case Absence::NotAsked:
+        return "not asked";
     case Absence::Malformed:
         return "malformed";
     }
