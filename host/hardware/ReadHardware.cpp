@@ -17,13 +17,7 @@ using Time = BoundedPass::Time;
 // By HardwarePart.
 using MakePart = const PartReader &(*)();
 constexpr MakePart partReaders[HARDWARE_PART_COUNT] = {
-    machinePart, processorsPart,
-    nullptr, // memory
-    pciPart,     networkPart,
-    nullptr, // disks
-    nullptr, // nvme
-    nullptr, // fibrechannel
-    nullptr, // gpus
+    machinePart, processorsPart, memoryPart, pciPart, networkPart, disksPart, nvmePart, fibreChannelPart, gpusPart,
 };
 
 // Calls use(section) for the sections of a part.
