@@ -15,7 +15,7 @@ enum class Absence : unsigned char {
     Denied,      // the rights of this process are not enough
     Vanished,    // the device or process went while it was read
     TimedOut,    // no answer within the deadline
-    NotAsked,    // a serial number and the like: read only when it is asked for
+    NotAsked,    // nobody asked for it: a serial number, or what would wake a device
     Malformed    // what stands there is not what belongs there
 };
 

@@ -8,6 +8,7 @@
 #include "host/areas/AreaReader.h"
 #include "host/source/HostDirectory.h"
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,12 @@ struct HardwareRead {
     Absence serials() const;
 };
 
+/// A file that was read, or the errno that kept it from that.
+struct PartText {
+    std::string text;
+    int error = 0;
+};
+
 struct PartReader {
     std::string_view directory; // of its devices, for messages: "sys/bus/pci/devices"
     /// Names the devices; null for a part that is read by one call. 0, or the errno that kept them from being listed;
@@ -34,11 +41,11 @@ struct PartReader {
     void (*read)(HardwareRead &read, const std::string &name);
     /// Appends the row of a device that did not answer: its name, and every reading for this reason (forget()).
     void (*lose)(Hardware &found, const std::string &name, Absence reason);
-    /// A file that completes the rows of all devices, such as one of names: read by a call of its own, while the
-    /// devices are asked. Null where there is none.
-    int (*readText)(const HostDirectory &root, std::string &text) = nullptr;
-    /// Completes the rows. The error is why there is no text: that of readText, or that it did not answer.
-    void (*useText)(Hardware &found, int error, std::string_view text) = nullptr;
+    /// Files that complete the rows of all devices, such as one of names: read by a call of its own, while the devices
+    /// are asked. Null where there is none.
+    void (*readTexts)(const HostDirectory &root, std::vector<PartText> &texts) = nullptr;
+    /// Completes the rows. The error is why there are no texts: their call did not answer.
+    void (*useTexts)(Hardware &found, int error, std::span<const PartText> texts) = nullptr;
 };
 
 /// Devices of a part beyond these are left out, and its state says so: EOVERFLOW.

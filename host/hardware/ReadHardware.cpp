@@ -96,6 +96,7 @@ public:
     }
 
 private:
+    using Texts = std::vector<PartText>;
     struct Part {
         HardwarePart part;
         const PartReader *reader;
@@ -136,9 +137,12 @@ private:
     void askTexts() {
         m_texts.begin(m_deadline, m_parts.size());
         for (Part &part : m_parts) {
-            if (part.reader->readText != nullptr)
-                part.text = m_texts.ask(objectOf(part), [shared = m_shared, read = part.reader->readText](
-                                                            std::string &text) { return read(shared->root, text); });
+            if (part.reader->readTexts != nullptr)
+                part.text =
+                    m_texts.ask(objectOf(part), [shared = m_shared, read = part.reader->readTexts](Texts &texts) {
+                        read(shared->root, texts);
+                        return 0;
+                    });
         }
     }
 
@@ -213,11 +217,11 @@ private:
 
     void takeTexts() {
         for (const Part &part : m_parts) {
-            if (part.reader->readText == nullptr)
+            if (part.reader->readTexts == nullptr)
                 continue;
-            const BoundedRead<std::string> read = m_texts.wait(part.text);
-            part.reader->useText(m_hardware, read.error,
-                                 read.answer == nullptr ? std::string_view() : std::string_view(*read.answer));
+            const BoundedRead<Texts> read = m_texts.wait(part.text);
+            part.reader->useTexts(m_hardware, read.error,
+                                  read.answer == nullptr ? std::span<const PartText>() : *read.answer);
         }
     }
 
@@ -227,7 +231,7 @@ private:
     Time m_start, m_deadline;
     std::shared_ptr<const Shared> m_shared;
     std::vector<Part> m_parts;
-    BoundedReads<std::string> m_texts{m_calls + " text"};
+    BoundedReads<Texts> m_texts{m_calls + " text"};
     BoundedReads<Hardware> m_devices{m_calls};
 };
 
