@@ -1,5 +1,5 @@
 // Reads graphics cards and other accelerators.
-#include "host/hardware/PartReader.h"
+#include "host/hardware/PciNames.h"
 #include "host/source/AttributeText.h"
 #include "host/source/DeviceAttributes.h"
 #include "host/source/SourceFile.h"
@@ -87,11 +87,35 @@ void loseCard(Hardware &found, const std::string &address, Absence reason) {
     forget(card, reason);
 }
 
+void readNames(const HostDirectory &root, std::vector<PartText> &texts) {
+    readPciIds(root, texts.emplace_back());
+}
+
+void useNames(Hardware &found, int error, std::span<const PartText> texts) {
+    const int failure = error != 0 ? error : texts[0].error;
+    const PciIds ids(failure == 0 ? std::string_view(texts[0].text) : std::string_view());
+    for (GpuCard &card : found.gpuCards) {
+        card.vendorName.clear(absenceOf(failure == 0 ? ENOENT : failure));
+        card.deviceName.clear(card.vendorName.absence());
+        const std::optional<std::uint16_t> vendor = pciId(card.vendorId), device = pciId(card.deviceId);
+        if (failure == 0 && vendor)
+            takeAttributeText(ids.vendor(*vendor), card.vendorName);
+        if (failure == 0 && vendor && device)
+            takeAttributeText(ids.device(*vendor, *device), card.deviceName);
+    }
+    if (!found.gpuCards.empty())
+        noteUnlessMissing(found.part(HardwarePart::Gpus), failure, PCI_IDS_FILE);
+}
+
 } // namespace
 
 const PartReader &gpusPart() {
-    static constexpr PartReader reader{
-        .directory = pciDirectory, .list = listCards, .read = readCard, .lose = loseCard};
+    static constexpr PartReader reader{.directory = pciDirectory,
+                                       .list = listCards,
+                                       .read = readCard,
+                                       .lose = loseCard,
+                                       .readTexts = readNames,
+                                       .useTexts = useNames};
     return reader;
 }
 

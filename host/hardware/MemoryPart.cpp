@@ -17,14 +17,29 @@ void loseTables(AreaState &state, int error, std::string_view file) {
     noteFailure(state, error, file);
 }
 
-void takeStructure(const SmbiosStructure &structure, Absence serials, Hardware &found) {
+// Null when there are as many as an inventory takes.
+template<class Row> Row *nextRow(Rows<Row> &rows, AreaState &state) {
+    if (rows.size() < HARDWARE_DEVICES_LIMIT)
+        return &rows.append();
+    noteFailure(state, EOVERFLOW, tables);
+    return nullptr;
+}
+
+void takeStructure(const SmbiosStructure &structure, HardwareRead &read) {
+    const Absence serials = read.serials();
     switch (structure.type()) {
     case SMBIOS_MEMORY_MODULE:
-        return takeMemoryModule(structure, serials, found.memoryModules.append());
+        if (MemoryModule *module = nextRow(read.found.memoryModules, read.state); module != nullptr)
+            takeMemoryModule(structure, serials, *module);
+        return;
     case SMBIOS_MEMORY_ARRAY:
-        return takeMemoryArray(structure, found.memoryArrays.append());
+        if (MemoryArray *array = nextRow(read.found.memoryArrays, read.state); array != nullptr)
+            takeMemoryArray(structure, *array);
+        return;
     case SMBIOS_PROCESSOR:
-        return takeProcessorSocket(structure, serials, found.processorSockets.append());
+        if (ProcessorSocket *socket = nextRow(read.found.processorSockets, read.state); socket != nullptr)
+            takeProcessorSocket(structure, serials, *socket);
+        return;
     default:
         return;
     }
@@ -56,7 +71,7 @@ void readTables(HardwareRead &read, const std::string &) {
         return loseTables(read.state, EFBIG, tableFile.path());
     SmbiosWalk walk(tableFile.text(), entry->tableLength);
     while (const std::optional<SmbiosStructure> structure = walk.next())
-        takeStructure(*structure, read.serials(), read.found);
+        takeStructure(*structure, read);
     if (!walk.whole())
         noteFailure(read.state, NOT_ITS_FORMAT, tableFile.path());
     for (MemoryArray &array : read.found.memoryArrays)
