@@ -173,7 +173,8 @@ private:
                 continue;
             }
             part.names = read.answer->names;
-            noteFailure(m_hardware.part(part.part), read.answer->error, part.reader->directory);
+            if (read.answer->error != 0)
+                noteFailure(m_hardware.part(part.part), read.answer->error, part.reader->directory);
         }
     }
 

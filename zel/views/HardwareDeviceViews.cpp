@@ -23,7 +23,6 @@ Cell moduleSpeed(const RowValues &row, const Style &) {
     return transfers > 0 ? Cell{numberText(transfers / 1e6) + " MT/s"} : Cell{"-", Tone::Quiet};
 }
 
-// A card that turns, one that does not, and what has no such property.
 Cell diskTurns(const RowValues &row, const Style &) {
     const double rotational = row.number("rotational", -1);
     return rotational < 0 ? Cell{"-", Tone::Quiet} : Cell{rotational > 0 ? "yes" : "no"};
@@ -47,7 +46,7 @@ Cell warnings(const RowValues &row, const Style &) {
     std::string text;
     for (const auto &[field, word] : bits) {
         if (row.number(field) > 0)
-            text += (text.empty() ? "" : ",") + std::string(word);
+            text.append(text.empty() ? "" : ",").append(word);
     }
     return text.empty() ? Cell{"none", Tone::Quiet} : Cell{std::move(text), Tone::Alarm};
 }

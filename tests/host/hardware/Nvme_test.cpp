@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <linux/nvme_ioctl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -36,16 +37,16 @@ TEST(NvmeHealthLog, HasEveryFieldAtItsPlace) {
     put(log, 3, 97, 1);   // percent
     put(log, 4, 10, 1);
     put(log, 5, 3, 1);
-    put(log, 32, 1000001, 16);
-    put(log, 48, 2000002, 16);
+    put(log, 32, 1000001, 8);
+    put(log, 48, 2000002, 8);
     put(log, 64, 123456789012, 8);
     put(log, 80, 987654321098, 8);
-    put(log, 96, 75, 16); // minutes
-    put(log, 112, 41, 16);
-    put(log, 128, 8760, 16); // hours
-    put(log, 144, 7, 16);
-    put(log, 160, 5, 16);
-    put(log, 176, 300, 16);
+    put(log, 96, 75, 8); // minutes
+    put(log, 112, 41, 8);
+    put(log, 128, 8760, 8); // hours
+    put(log, 144, 7, 8);
+    put(log, 160, 5, 8);
+    put(log, 176, 300, 8);
     put(log, 192, 12, 4);
     put(log, 196, 2, 4);
     const NvmeHealth health = healthOf(log);
