@@ -23,6 +23,14 @@ Cell moduleSpeed(const RowValues &row, const Style &) {
     return transfers > 0 ? Cell{numberText(transfers / 1e6) + " MT/s"} : Cell{"-", Tone::Quiet};
 }
 
+Cell socketModel(const RowValues &row, const Style &style) {
+    const Value model = row["version"];
+    if (row.number("populated", 1) == 0)
+        return {"empty", Tone::Quiet};
+    return model.type() == Value::Type::Text ? Cell{displayText(model.asText(), style.charset)}
+                                             : Cell{"-", Tone::Quiet};
+}
+
 Cell diskTurns(const RowValues &row, const Style &) {
     const double rotational = row.number("rotational", -1);
     return rotational < 0 ? Cell{"-", Tone::Quiet} : Cell{rotational > 0 ? "yes" : "no"};
@@ -30,6 +38,9 @@ Cell diskTurns(const RowValues &row, const Style &) {
 
 bool isEmptySlot(const RowValues &row) {
     return row.number("installed", 1) == 0;
+}
+bool isWithoutLog(const RowValues &row) {
+    return !row["critical_warning"].has();
 }
 bool isKernelDisk(const RowValues &row) {
     const Value kind = row["kind"];
@@ -75,9 +86,15 @@ constexpr ViewColumn arrays[] = {
     {"location", "location"},
 };
 constexpr ViewColumn sockets[] = {
-    {"socket", "socket", 0, 0, true}, {"model", "version"},   {"cores", "cores"},
-    {"enabled", "enabled_cores"},     {"threads", "threads"}, {"at boot", "boot_hertz"},
-    {"highest", "highest_hertz"},     {"status", "status"},   {"serial", "serial"},
+    {"socket", "socket", 0, 0, true},
+    {"model", "version", 0, 0, false, socketModel, true},
+    {"cores", "cores"},
+    {"enabled", "enabled_cores"},
+    {"threads", "threads"},
+    {"at boot", "boot_hertz"},
+    {"highest", "highest_hertz"},
+    {"status", "status"},
+    {"serial", "serial"},
 };
 constexpr ViewColumn disks[] = {
     {"name", "name", 0, 0, true},
@@ -149,7 +166,11 @@ constexpr View views[] = {
      .overviewHidden = "loop devices and paths"},
     {.section = "disk_members", .heading = "MEMBERS OF DISKS", .columns = members},
     {.section = "nvme_controllers", .heading = "NVME CONTROLLERS", .columns = controllers},
-    {.section = "nvme_health", .heading = "HEALTH OF NVME CONTROLLERS", .columns = health},
+    {.section = "nvme_health",
+     .heading = "HEALTH OF NVME CONTROLLERS",
+     .columns = health,
+     .overviewHides = isWithoutLog,
+     .overviewHidden = "without a log"},
     {.section = "fibre_channel_adapters", .heading = "FIBRE CHANNEL PORTS", .columns = ports},
     {.section = "gpu_cards", .heading = "GRAPHICS CARDS AND ACCELERATORS", .columns = cards},
 };
