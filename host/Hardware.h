@@ -15,11 +15,15 @@
 #pragma once
 
 #include "host/Sample.h"
-#include "host/hardware/Devices.h"
+#include "host/hardware/DiskUnit.h"
+#include "host/hardware/FibreChannelAdapter.h"
+#include "host/hardware/GpuCard.h"
 #include "host/hardware/Machine.h"
 #include "host/hardware/MemoryModule.h"
 #include "host/hardware/NetworkCard.h"
+#include "host/hardware/Nvme.h"
 #include "host/hardware/PciDevice.h"
+#include "host/hardware/ProcessorSocket.h"
 #include "host/hardware/Processors.h"
 
 #include <array>
@@ -60,9 +64,13 @@ struct Hardware {
     Rows<ProcessorNode> processorNodes;
     Rows<ProcessorVulnerability> processorVulnerabilities;
     Rows<MemoryModule> memoryModules;
+    Rows<MemoryArray> memoryArrays;
+    Rows<ProcessorSocket> processorSockets;
     Rows<PciDevice> pciDevices;
     Rows<NetworkCard> networkCards;
     Rows<DiskUnit> diskUnits;
+    Rows<DiskMember> diskMembers;
+    Rows<NvmeController> nvmeControllers;
     Rows<NvmeHealth> nvmeHealth;
     Rows<FibreChannelAdapter> fibreChannelAdapters;
     Rows<GpuCard> gpuCards;
@@ -97,9 +105,13 @@ inline constexpr std::tuple HARDWARE_SECTIONS{
     hardwareSection<ProcessorVulnerability>(HardwarePart::Processors, "processor_vulnerabilities",
                                             &Hardware::processorVulnerabilities),
     hardwareSection<MemoryModule>(HardwarePart::Memory, "memory_modules", &Hardware::memoryModules),
+    hardwareSection<MemoryArray>(HardwarePart::Memory, "memory_arrays", &Hardware::memoryArrays),
+    hardwareSection<ProcessorSocket>(HardwarePart::Memory, "processor_sockets", &Hardware::processorSockets),
     hardwareSection<PciDevice>(HardwarePart::Pci, "pci_devices", &Hardware::pciDevices),
     hardwareSection<NetworkCard>(HardwarePart::Network, "network_cards", &Hardware::networkCards),
     hardwareSection<DiskUnit>(HardwarePart::Disks, "disk_units", &Hardware::diskUnits),
+    hardwareSection<DiskMember>(HardwarePart::Disks, "disk_members", &Hardware::diskMembers),
+    hardwareSection<NvmeController>(HardwarePart::Nvme, "nvme_controllers", &Hardware::nvmeControllers),
     hardwareSection<NvmeHealth>(HardwarePart::Nvme, "nvme_health", &Hardware::nvmeHealth),
     hardwareSection<FibreChannelAdapter>(HardwarePart::FibreChannel, "fibre_channel_adapters",
                                          &Hardware::fibreChannelAdapters),

@@ -29,6 +29,7 @@ sysstat /usr/bin/iostat
 groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file
+dmidecode /usr/sbin/dmidecode
 python3 /usr/bin/python3"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps

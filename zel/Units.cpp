@@ -74,6 +74,8 @@ std::string realText(const Family &family, double number, Charset charset) {
         return hertzText(number);
     case Unit::Celsius:
         return fixed(number, 1) + " C";
+    case Unit::Volts:
+        return shortNumber(number) + " V";
     case Unit::None:
         break;
     }

@@ -58,7 +58,12 @@ int listDevices(const HostDirectory &root, const char *directory, std::vector<st
 /// Each in a file of its own.
 const PartReader &machinePart();
 const PartReader &processorsPart();
+const PartReader &memoryPart();
 const PartReader &pciPart();
 const PartReader &networkPart();
+const PartReader &disksPart();
+const PartReader &nvmePart();
+const PartReader &fibreChannelPart();
+const PartReader &gpusPart();
 
 } // namespace zel

@@ -1,6 +1,6 @@
 // Reads PCI devices, and their names from the table of pci.ids.
 #include "host/hardware/PartReader.h"
-#include "host/hardware/PciIds.h"
+#include "host/hardware/PciNames.h"
 #include "host/source/AttributeText.h"
 #include "host/source/DeviceAttributes.h"
 
@@ -12,28 +12,14 @@ namespace {
 
 constexpr const char *devices = "sys/bus/pci/devices";
 constexpr const char *slots = "sys/bus/pci/slots";
-constexpr const char *nameFiles[] = {"usr/share/misc/pci.ids", "usr/share/hwdata/pci.ids"};
 constexpr double transfersPerGiga = 1e9;
 constexpr std::uint64_t unknownWidth = 0xff; // what the kernel says of a device that does not say it
 constexpr std::size_t addressLength = sizeof("0000:00:00.0") - 1;
-constexpr std::size_t classBits = 24, idBits = 16; // of a class with its interface, of all other numbers
-
-// Sample: 0x8086
-std::optional<std::uint32_t> idIn(const Reading<std::string> &text, std::size_t bits) {
-    if (!text || text.value().size() != 2 + bits / 4 || text.value().compare(0, 2, "0x") != 0)
-        return std::nullopt;
-    std::uint32_t number = 0;
-    for (const char character : text.value().substr(2)) {
-        if (digitValue<16>(character) >= 16)
-            return std::nullopt;
-        number = number * 16 + digitValue<16>(character);
-    }
-    return number;
-}
+constexpr std::size_t classBits = 24; // of a class with its interface
 
 // A card that its maker gave no numbers.
 void dropNoSubsystem(PciDevice &device) {
-    const std::optional<std::uint32_t> vendor = idIn(device.subsystemVendorId, idBits);
+    const std::optional<std::uint16_t> vendor = pciId(device.subsystemVendorId);
     if (!vendor || (*vendor != 0 && *vendor != 0xffff))
         return;
     device.subsystemVendorId.clear(Absence::Unsupported);
@@ -129,13 +115,7 @@ void readSlots(const HostDirectory &root, PartText &text) {
 
 void readTexts(const HostDirectory &root, std::vector<PartText> &texts) {
     texts.resize(TEXTS);
-    for (const char *path : nameFiles) {
-        SourceFile file(path, Records::Many);
-        texts[NAMES].error = file.read(root);
-        texts[NAMES].text = file.text();
-        if (texts[NAMES].error != ENOENT)
-            break;
-    }
+    readPciIds(root, texts[NAMES]);
     readSlots(root, texts[SLOTS]);
 }
 
@@ -144,15 +124,11 @@ void takeName(std::string_view name, Reading<std::string> &reading) {
 }
 
 void nameDevice(const PciIds &ids, PciDevice &device) {
-    const auto id = [](const Reading<std::string> &text) {
-        const std::optional<std::uint32_t> number = idIn(text, idBits);
-        return number ? std::optional(static_cast<std::uint16_t>(*number)) : std::nullopt;
-    };
-    if (const std::optional<std::uint32_t> kind = idIn(device.classId, classBits))
+    if (const std::optional<std::uint32_t> kind = pciNumber(device.classId, classBits))
         takeName(ids.className(static_cast<std::uint8_t>(*kind >> 16U), static_cast<std::uint8_t>(*kind >> 8U)),
                  device.className);
-    const auto vendor = id(device.vendorId), model = id(device.deviceId);
-    const auto cardVendor = id(device.subsystemVendorId), card = id(device.subsystemId);
+    const auto vendor = pciId(device.vendorId), model = pciId(device.deviceId);
+    const auto cardVendor = pciId(device.subsystemVendorId), card = pciId(device.subsystemId);
     if (vendor)
         takeName(ids.vendor(*vendor), device.vendorName);
     if (vendor && model)
@@ -196,9 +172,9 @@ void useTexts(Hardware &found, int error, std::span<const PartText> texts) {
     }
     AreaState &state = found.part(HardwarePart::Pci);
     if (error != 0)
-        noteFailure(state, error, nameFiles[0]);
+        noteFailure(state, error, PCI_IDS_FILE);
     else
-        noteUnlessMissing(state, nameError, nameFiles[0]);
+        noteUnlessMissing(state, nameError, PCI_IDS_FILE);
 }
 
 } // namespace

@@ -17,13 +17,7 @@ using Time = BoundedPass::Time;
 // By HardwarePart.
 using MakePart = const PartReader &(*)();
 constexpr MakePart partReaders[HARDWARE_PART_COUNT] = {
-    machinePart, processorsPart,
-    nullptr, // memory
-    pciPart,     networkPart,
-    nullptr, // disks
-    nullptr, // nvme
-    nullptr, // fibrechannel
-    nullptr, // gpus
+    machinePart, processorsPart, memoryPart, pciPart, networkPart, disksPart, nvmePart, fibreChannelPart, gpusPart,
 };
 
 // Calls use(section) for the sections of a part.
@@ -179,7 +173,8 @@ private:
                 continue;
             }
             part.names = read.answer->names;
-            noteFailure(m_hardware.part(part.part), read.answer->error, part.reader->directory);
+            if (read.answer->error != 0)
+                noteFailure(m_hardware.part(part.part), read.answer->error, part.reader->directory);
         }
     }
 

@@ -2,6 +2,7 @@
 #include "zel/views/HardwareViews.h"
 
 #include "zel/Units.h"
+#include "zel/views/HardwareDeviceViews.h"
 
 #include <algorithm>
 
@@ -182,9 +183,13 @@ constexpr View views[] = {
 } // namespace
 
 const View *hardwareViewOf(std::string_view section) {
-    const auto *const found =
-        std::find_if(std::begin(views), std::end(views), [&](const View &view) { return view.section == section; });
-    return found == std::end(views) ? nullptr : found;
+    for (const std::span<const View> some : {std::span<const View>(views), hardwareDeviceViews()}) {
+        const auto found =
+            std::find_if(some.begin(), some.end(), [&](const View &view) { return view.section == section; });
+        if (found != some.end())
+            return &*found;
+    }
+    return nullptr;
 }
 
 } // namespace zel
