@@ -37,9 +37,10 @@ enum class Area : unsigned char {
     Nfs,
     Time,
     Limits,
-    Identity
+    Identity,
+    Hardware // of no sample: the inventory (host/Hardware.h), which is read on demand
 };
-inline constexpr std::size_t AREA_COUNT = 19;
+inline constexpr std::size_t AREA_COUNT = 19; // of samples
 
 /// The name on the command line, such as "disks".
 std::string_view areaName(Area area);
@@ -201,8 +202,14 @@ template<class Row> struct Entries {
     constexpr Field<Row> info(std::string_view name, Member<Row> member, std::string_view help) const {
         return entry(Kind::Info, name, member, Unit::None, help);
     }
+    constexpr Field<Row> info(std::string_view name, Member<Row> member, Unit unit, std::string_view help) const {
+        return entry(Kind::Info, name, member, unit, help);
+    }
     constexpr Field<Row> state(std::string_view name, Member<Row> member, std::string_view help) const {
         return entry(Kind::State, name, member, Unit::None, help);
+    }
+    constexpr Field<Row> state(std::string_view name, Member<Row> member, Unit unit, std::string_view help) const {
+        return entry(Kind::State, name, member, unit, help);
     }
     /// The same entries from another source, or with other rights: `disk.from("/sys/block/...").info(...)`.
     constexpr Entries from(std::string_view other, std::string_view provider = {}) const {

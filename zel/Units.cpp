@@ -6,10 +6,13 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <ctime>
 
 namespace zel {
 
 namespace {
+
+constexpr std::int64_t nanosecondsPerSecond = 1000000000;
 
 constexpr double minute = 60, hour = 60 * minute, day = 24 * hour;
 
@@ -51,6 +54,8 @@ std::string reasonText(Absence reason) {
         return "gone";
     case Absence::TimedOut:
         return "timed out";
+    case Absence::NotAsked:
+        return "not asked";
     case Absence::Malformed:
         return "malformed";
     }
@@ -131,6 +136,15 @@ std::string numberText(double number) {
     if (size == 0)
         return "0";
     return fixed(number, size < 9.995 ? 2 : size < 99.95 ? 1 : 0);
+}
+
+std::string localTimeText(std::int64_t nanoseconds) {
+    const std::time_t seconds = nanoseconds / nanosecondsPerSecond;
+    std::tm parts{};
+    char text[64];
+    if (localtime_r(&seconds, &parts) == nullptr || std::strftime(text, sizeof(text), "%F %T %Z", &parts) == 0)
+        return {};
+    return text;
 }
 
 std::string valueText(const Family &family, const Value &value, Charset charset) {
