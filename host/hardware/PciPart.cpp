@@ -163,7 +163,8 @@ void useTexts(Hardware &found, int error, std::span<const PartText> texts) {
     for (PciDevice &device : found.pciDevices) {
         for (const auto name : names)
             (device.*name).clear(nameError == 0 ? Absence::Unsupported : absenceOf(nameError));
-        nameDevice(ids, device);
+        if (nameError == 0)
+            nameDevice(ids, device);
         if (slotError == 0)
             placeInSlot(texts[SLOTS].text, device);
         else
