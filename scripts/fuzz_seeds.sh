@@ -180,6 +180,10 @@ for options in '\000' '\001' '\011' '\002'; do
   seed inventory_fuzz "long-${options#\\}" "$options" '\036\377TORVCPU|a long inventory ' '\036\377TORVDISK|b' \
     '\036\377 TORVHBA|c\n'
 done
+seed host_hardware_fuzz card '' '1af4  Red Hat, Inc.\n\t1041  Virtio network\n\t\t1af4 0001  Card\nC 02  Network\n\t00  Ethernet\n' \
+  'processor\t: 0\nmodel name\t: CPU\nflags\t\t: aes vmx\naddress sizes\t: 46 bits physical, 48 bits virtual\n' '0x020000\n' \
+  '0x1af4\n' '0x1041\n' '0x1af4\n' '0x0001\n' '8.0 GT/s PCIe\n' '16\n' '0000:00:01\n' '0\n' '0-1\n' '1\n' '48K\n' '0-1\n' \
+  'Node 0 MemTotal: 5 kB\n' '0-1,4\n' '23\n' 'Maker\n' '\006\000\000\000\001' '0\n' '25000\n'
 # A memory module, an array and a socket, with and without an entry point.
 tables=''
 tables+='\021\050\001\000\000\000\000\000\000\000\000\000\377\177\000\000\001\002\032\000\000\200\014\000\000\000\000\000'

@@ -30,6 +30,9 @@ groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file
 dmidecode /usr/sbin/dmidecode
+pciutils /usr/bin/lspci
+pci.ids /usr/share/misc/pci.ids
+ethtool /usr/sbin/ethtool
 python3 /usr/bin/python3"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps

@@ -1,11 +1,10 @@
-// A host whose hardware a test writes, and inventories of it.
+// A host whose hardware a test writes, as /sys and /proc show it, and the inventory of it.
 #pragma once
 
 #include "TempDirectory.h"
 #include "host/Hardware.h"
 
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <initializer_list>
 #include <string>
 #include <utility>
@@ -19,37 +18,36 @@ public:
             write(path, text);
     }
 
+    std::string path(const std::string &below = "") const { return (m_root.path() / below).string(); }
     void write(const std::string &path, const std::string &text) const { m_root.write(path, text); }
     /// Files of one directory.
     void write(const std::string &directory, Files files) const {
         for (const auto &[name, text] : files)
             write(directory + '/' + name, text);
     }
-    void link(const std::string &path, const std::string &target) const {
-        std::filesystem::create_directories((m_root.path() / path).parent_path());
-        std::filesystem::create_symlink(target, m_root.path() / path);
-    }
     void remove(const std::string &path) const { m_root.remove(path); }
-    /// A device at `place` below sys/devices, with its files, and a link to it in each class: "block", "class/fc_host".
+
+    /// A symbolic link at `path` below the root, as it stands there.
+    void link(const std::string &path, const std::string &target) const {
+        const std::filesystem::path place = m_root.path() / path;
+        std::filesystem::create_directories(place.parent_path());
+        std::filesystem::create_symlink(target, place);
+    }
+    /// A device at `place` below sys/devices, with its files and a link in each class ("block", "class/fc_host").
     void device(const std::string &place, std::initializer_list<const char *> classes, Files files) const {
         std::filesystem::create_directories(m_root.path() / "sys/devices" / place);
         write("sys/devices/" + place, files);
         for (const std::string name : classes) {
-            std::string up = "../devices/";
-            for (const char letter : name)
-                up.insert(0, letter == '/' ? "../" : "");
+            const std::string up = name.find('/') == std::string::npos ? "../devices/" : "../../devices/";
             link("sys/" + name + "/" + place.substr(place.rfind('/') + 1), up + place);
         }
     }
-    std::string path(const std::string &below = "") const { return (m_root.path() / below).string(); }
 
     zel::HardwareOptions options(std::vector<zel::HardwarePart> parts) const {
-        return {.root = m_root.path().string(), .parts = std::move(parts)};
+        return {.root = path(), .parts = std::move(parts)};
     }
     zel::Hardware read(zel::HardwarePart part, bool serials = false) const {
-        zel::HardwareOptions wanted = options({part});
-        wanted.serials = serials;
-        return zel::readHardware(wanted);
+        return zel::readHardware({.root = path(), .parts = {part}, .serials = serials});
     }
 
 private:
