@@ -206,6 +206,8 @@ void TableSink::writeTable(const View &view) {
     const std::vector<Placed> columns = place(view);
     if (isOverview() && (rows.size() < view.overviewLeast || columns.empty()))
         return;
+    if (view.onlyWithRows && m_rows.size() == 0)
+        return;
     std::vector<Table::Column> titles;
     for (const Placed &placed : columns)
         titles.push_back({std::string(placed.column->title), isText(placed), placed.column->stays});
