@@ -14,15 +14,11 @@ namespace {
 
 // By Area.
 constexpr std::array<MakeReader, AREA_COUNT> readers{
-    cpuReader,    loadReader,       pressureReader,  memoryReader,   vmReader,      interruptReader,
-    diskReader,   filesystemReader, interfaceReader, protocolReader, processReader,
-    nullptr, // cgroups
-    nullptr, // sensors
-    nullptr, // fibrechannel
-    nullptr, // gpus
-    nullptr, // nfs
-    nullptr, // time
-    limitsReader, identityReader,
+    cpuReader,       loadReader,   pressureReader,   memoryReader,       vmReader,
+    interruptReader, diskReader,   filesystemReader, interfaceReader,    protocolReader,
+    processReader,   cgroupReader, sensorReader,     fibreChannelReader,
+    nullptr, // gpu
+    nfsReader,       timeReader,   limitsReader,     identityReader,
 };
 
 bool isAsked(const Options &options, Area area) {

@@ -15,8 +15,10 @@ namespace {
 constexpr std::int64_t second = 1000000000;
 constexpr std::size_t longestText = 16384;
 
-// A priority of a swap device, a process or its niceness is negative by right, and what no field has may be.
+// A priority of a swap device, a process or its niceness is negative by right, and so is what a sensor measures.
 bool mayBeNegative(const zel::Family &family) {
+    return family.name == "priority" || family.name == "nice" || family.area == zel::Area::Sensors;
+    // A priority of a swap device, a process or its niceness is negative by right, and what no field has may be.
     return family.name == "priority" || family.name == "nice" || family.name == "max_conn" ||
            family.section == "protocol_others";
 }
@@ -24,7 +26,8 @@ bool mayBeNegative(const zel::Family &family) {
 // What a device or a process says of itself is malformed in its reading alone: its schema entry names the file.
 bool isOfADevice(const zel::Family &family) {
     using enum zel::Area;
-    return family.area == Disks || family.area == Interfaces || family.area == Processes;
+    return family.area == Disks || family.area == Interfaces || family.area == Processes || family.area == Sensors ||
+           family.area == FibreChannel;
 }
 
 void ensureValue(const zel::Sample &sample, const zel::Family &family, const zel::Value &value) {

@@ -93,6 +93,11 @@ std::unique_ptr<AreaReader> protocolReader();
 std::unique_ptr<AreaReader> processReader();
 /// Of this host: one whose processes cannot hold the sample up (OwnProcesses.cpp).
 std::unique_ptr<AreaReader> ownProcessReader();
+std::unique_ptr<AreaReader> sensorReader();
+std::unique_ptr<AreaReader> timeReader();
+std::unique_ptr<AreaReader> fibreChannelReader();
+std::unique_ptr<AreaReader> nfsReader();
+std::unique_ptr<AreaReader> cgroupReader();
 std::unique_ptr<AreaReader> limitsReader();
 std::unique_ptr<AreaReader> identityReader();
 
