@@ -107,10 +107,10 @@ struct Source {
     const NumberFile *what;
     Attribute file;
 };
-std::vector<Source> sourcesOf(std::span<const NumberFile> files) {
+std::vector<Source> sourcesOf(std::span<const NumberFile> files, KeptScope scope) {
     std::vector<Source> sources;
     for (const NumberFile &file : files)
-        sources.push_back({&file, Attribute(file.path)});
+        sources.push_back({&file, Attribute(file.path, scope)});
     return sources;
 }
 
@@ -244,8 +244,8 @@ private:
         note(take, error, m_keyUsers.path());
     }
 
-    std::vector<Source> m_uses = sourcesOf(uses);
-    std::vector<Source> m_limits = sourcesOf(limits);
+    std::vector<Source> m_uses = sourcesOf(uses, KeptScope::Machine);
+    std::vector<Source> m_limits = sourcesOf(limits, KeptScope::Never);
     std::vector<SourceFile> m_lines, m_tables;
     NetFiles m_net;
     SourceFile m_arp{"proc/net/stat/arp_cache", Records::Many};

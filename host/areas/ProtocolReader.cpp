@@ -102,6 +102,7 @@ private:
         }
         Sockets &sockets = take.sample.sockets;
         sockets.tcpOrphansLimit = m_orphansLimit.number(take.root);
+        note(take, m_orphansLimit.error(), m_orphansLimit.path());
         sockets.tcpMemoryLimitBytes = memoryLimit(take, m_tcpMemory);
         sockets.udpMemoryLimitBytes = memoryLimit(take, m_udpMemory);
         return any;

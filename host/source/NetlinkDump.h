@@ -4,6 +4,8 @@
 
 #include "host/ScopedHandle.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
@@ -13,6 +15,12 @@
 #include <vector>
 
 namespace zel {
+
+/// The error of the kernel in the message that ends a list: 0 or an errno, which it negates; EBADMSG for anything else.
+inline int endOfList(std::optional<int> code) {
+    constexpr int errnoAtMost = 4095;
+    return !code ? 0 : *code <= 0 && *code >= -errnoAtMost ? -*code : EBADMSG;
+}
 
 /// Calls use(type, payload) for each message of a part of a list. Gives nothing while the list goes on, 0 at its end,
 /// the error that the kernel put in its place, or EBADMSG when a message is longer than the part.
@@ -69,7 +77,7 @@ template<class Use> std::optional<int> forEachMessage(std::span<const char> part
             return EBADMSG;
         const std::span<const char> payload = part.subspan(NLMSG_HDRLEN, head->nlmsg_len - NLMSG_HDRLEN);
         if (head->nlmsg_type == NLMSG_DONE || head->nlmsg_type == NLMSG_ERROR)
-            return -payloadAs<int>(payload).value_or(0);
+            return endOfList(payloadAs<int>(payload));
         use(head->nlmsg_type, payload);
         part = part.subspan(std::min<std::size_t>(NLMSG_ALIGN(head->nlmsg_len), part.size()));
     }

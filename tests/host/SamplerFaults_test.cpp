@@ -8,8 +8,8 @@ namespace {
 
 using zel::Area;
 
-const std::vector<Area> ownAreas{Area::Cpu, Area::Load,       Area::Pressure, Area::Memory,
-                                 Area::Vm,  Area::Interrupts, Area::Identity};
+const std::vector<Area> ownAreas{Area::Cpu,        Area::Load,      Area::Pressure, Area::Memory,  Area::Vm,
+                                 Area::Interrupts, Area::Protocols, Area::Limits,   Area::Identity};
 
 std::size_t valuesOf(const zel::Sample &sample) {
     std::size_t values = 0;
@@ -48,6 +48,13 @@ bool survives(const std::string &root, Call call, long number, std::size_t whole
 }
 
 void fillHost(const SampledHost &host) {
+    host.write("proc/net/snmp", "Tcp: InSegs\nTcp: 5\nUdp: InDatagrams\nUdp: 6\n");
+    host.write("proc/net/sockstat", "TCP: inuse 5\n");
+    host.write("proc/net/tcp", "heading\n");
+    host.write("proc/net/udp", "heading\n");
+    host.write("proc/net/arp", "heading\n1.2.3.4 0x1 0x2 aa * eth0\n");
+    host.write("proc/sys/fs/file-nr", "5 0 7\n");
+    host.write("proc/sys/kernel/pid_max", "32768\n");
     host.write("proc/stat", "cpu  1 2 3 4 5 6 7 8 9 10\ncpu0 1 2 3 4 5 6 7 8 9 10\nintr 5\nctxt 6\n");
     host.write("sys/devices/system/cpu/present", "0\n");
     host.write("sys/devices/system/cpu/cpu0/cpufreq/scaling_cur_freq", "1000\n");

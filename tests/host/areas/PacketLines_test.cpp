@@ -37,6 +37,13 @@ TEST(SocketStatistics, PagesAreBytes) {
     EXPECT_EQ(failureOf(sample, Area::Protocols), NO_FAILURE);
 }
 
+TEST(SocketStatistics, LimitsThatAreNoNumbersAreFailures) {
+    for (const char *path : {"proc/sys/net/ipv4/tcp_max_orphans", "proc/sys/net/ipv4/udp_mem"}) {
+        SampledHost host(Area::Protocols, {{"proc/net/sockstat", "TCP: inuse 4\n"}, {path, "many of them\n"}});
+        EXPECT_EQ(failureOf(host.take(), Area::Protocols), std::pair(EBADMSG, std::string(path)));
+    }
+}
+
 TEST(SocketStatistics, WhatIsDamagedOrNew) {
     SampledHost host(Area::Protocols,
                      {{"proc/net/sockstat", "sockets: used x\nTCP: inuse 4 news 5 mem 9999999999999999999\n"

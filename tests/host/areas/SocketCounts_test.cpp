@@ -143,6 +143,9 @@ TEST(NetlinkDump, GivesTheErrorOfTheKernel) {
     EXPECT_EQ(zel::forEachMessage(message(NLMSG_ERROR, 20, text), ignore), std::optional(ENOENT));
     EXPECT_EQ(zel::forEachMessage(message(NLMSG_DONE, 20, text), ignore), std::optional(ENOENT));
     EXPECT_EQ(zel::forEachMessage(message(NLMSG_DONE, 16, ""), ignore), std::optional(0));
+    const std::string none("\0\0\0\x80\1\0\0\0", 8); // no errno is that small, nor positive
+    EXPECT_EQ(zel::forEachMessage(message(NLMSG_DONE, 20, none.substr(0, 4)), ignore), std::optional(EBADMSG));
+    EXPECT_EQ(zel::forEachMessage(message(NLMSG_ERROR, 20, none.substr(4)), ignore), std::optional(EBADMSG));
 }
 
 TEST(NetlinkDump, MessagesThatDoNotFitAreRefused) {
