@@ -26,6 +26,8 @@ public:
         readSource(take, m_sources, time.sources);
         if (take.root.own())
             return readOwn(take.sample);
+        if (m_source.error() != 0)
+            return loseArea(take.sample, Area::Time, m_source.error(), m_source.path());
         loseClocks(time);
         loseAdjustment(time, Absence::Unsupported);
     }

@@ -18,6 +18,7 @@ namespace zel {
 
 namespace {
 
+constexpr const char *environmentFile = "proc/1/environ";
 constexpr std::string_view none = "none", unknownMachine = "vm-other", unknownContainer = "container-other";
 
 struct Sign {
@@ -57,11 +58,13 @@ std::string_view kindOfText(std::string_view text) {
     return sign == std::end(firmwareSigns) ? std::string_view() : sign->kind;
 }
 
-std::string_view kindByFirmware(const HostDirectory &root) {
+// `readable` becomes true where there is something that would have told.
+std::string_view kindByFirmware(const HostDirectory &root, bool &readable) {
     DeviceAttributes files(root, "sys/class/dmi", "id");
     for (const char *file : {"product_name", "sys_vendor", "board_vendor", "bios_vendor", "product_version"}) {
         if (files.read(file) != 0)
             continue;
+        readable = true;
         if (const std::string_view kind = kindOfText(files.text()); !kind.empty())
             return kind;
     }
@@ -87,10 +90,11 @@ std::string_view kindByProcessor() {
 #endif
 
 // Sample: flags           : fpu vme de pse tsc msr hypervisor lahf_lm
-bool flagsNameHypervisor(const HostDirectory &root) {
+bool flagsNameHypervisor(const HostDirectory &root, bool &readable) {
     SourceFile file("proc/cpuinfo", Records::Many, KeptScope::Never);
     if (file.read(root) != 0)
         return false;
+    readable = true;
     for (const char *line = file.text().data(); *line != '\0'; line = nextLine(line)) {
         if (!startsWith(line, "flags"))
             continue;
@@ -187,7 +191,8 @@ std::string_view hypervisorOf(std::string_view signature) {
 }
 
 void readVirtualisation(const HostDirectory &root, Reading<std::string> &kind) {
-    const std::string_view firmware = kindByFirmware(root);
+    bool readable = root.own();
+    const std::string_view firmware = kindByFirmware(root, readable);
     if (isMoreThanItsHypervisor(firmware))
         return kind.set(firmware);
     if (exists(root, "proc/xen"))
@@ -199,31 +204,33 @@ void readVirtualisation(const HostDirectory &root, Reading<std::string> &kind) {
         return kind.set(firmware);
     if (const std::string_view other = kindByOtherFiles(root); !other.empty())
         return kind.set(other);
-    const bool isVirtual = !processor.empty() || (!root.own() && flagsNameHypervisor(root));
-    kind.set(isVirtual ? unknownMachine : none);
+    if (!processor.empty() || (!root.own() && flagsNameHypervisor(root, readable)))
+        return kind.set(unknownMachine);
+    if (readable)
+        return kind.set(none);
+    kind.clear(Absence::Unsupported);
 }
 
-// Where systemd is the first process, it has written down what it found.
+// Where systemd is the first process, it has written down what it found. Otherwise nobody knows of no container who may
+// not read the environment of that process.
 void readContainer(const HostDirectory &root, Reading<std::string> &kind) {
     if (exists(root, "proc/vz") && !exists(root, "proc/bc"))
         return kind.set(std::string_view("openvz"));
     if (isWindowsSubsystem(root))
         return kind.set(std::string_view("wsl"));
-    bool denied = false;
-    for (const char *path : {"run/host/container-manager", "run/systemd/container", "proc/1/environ"}) {
+    int error = 0; // of the last file
+    for (const char *path : {"run/host/container-manager", "run/systemd/container", environmentFile}) {
         SourceFile file(path, Records::Many, KeptScope::Never);
-        const int error = file.read(root);
-        denied = denied || absenceOf(error) == Absence::Denied;
-        const bool isEnvironment = std::strcmp(path, "proc/1/environ") == 0;
-        const std::string_view text = isEnvironment ? containerIn(file.text()) : file.text();
+        error = file.read(root);
+        const std::string_view text = path == environmentFile ? containerIn(file.text()) : file.text();
         if (const std::optional<std::string_view> name = containerNamed(text))
             return kind.set(*name);
     }
     if (const std::string_view name = containerByFiles(root); !name.empty())
         return kind.set(name);
-    if (denied && !exists(root, "run/systemd/system"))
-        return kind.clear(Absence::Denied);
-    kind.set(none);
+    if (error == 0 || exists(root, "run/systemd/system"))
+        return kind.set(none);
+    kind.clear(absenceOf(error));
 }
 
 } // namespace zel

@@ -8,10 +8,11 @@
 namespace zel {
 
 /// "none", or what runs the machine: kvm, qemu, vmware, microsoft, xen, oracle, amazon, ... and vm-other. On this host
-/// the processor is asked too.
+/// the processor is asked too. Unsupported where there is nothing that would tell.
 void readVirtualisation(const HostDirectory &root, Reading<std::string> &kind);
 
 /// "none", or what the first process runs in: docker, podman, lxc, systemd-nspawn, wsl, ... and container-other.
+/// Denied or unsupported where nobody can know.
 void readContainer(const HostDirectory &root, Reading<std::string> &kind);
 
 /// The kind that the twelve letters of a hypervisor's signature stand for; vm-other for one that nobody knows.

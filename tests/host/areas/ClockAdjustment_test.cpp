@@ -102,6 +102,14 @@ TEST(TimeReader, BelowARootThereIsTheClockSourceAlone) {
     EXPECT_EQ(failureOf(sample, Area::Time), NO_FAILURE);
 }
 
+TEST(TimeReader, RootWithoutAClockSourceHasNothing) {
+    SampledHost host({Area::Time});
+    const zel::Sample &sample = host.take();
+    EXPECT_EQ(sample.area(Area::Time).absence, Absence::Unsupported);
+    EXPECT_TRUE(lacks(sample.time.source, Absence::Unsupported));
+    EXPECT_TRUE(lacks(sample.time.monotonic, Absence::Unsupported));
+}
+
 TEST(TimeReader, ClocksOfThisHostGoOn) {
     zel::Sampler sampler({.areas = {Area::Time}});
     const zel::Sample before = sampler.take(), after = sampler.take();

@@ -28,6 +28,7 @@ TEST(Virtualisation, MachineHasTheNamesOfItsFirmware) {
     EXPECT_TRUE(holds(identity.machineVendor, "Dell Inc."));
     EXPECT_TRUE(holds(identity.machineName, "R740"));
     SampledHost bare({Area::Identity});
+    EXPECT_TRUE(lacks(bare.take().identity.virtualisation, Absence::Unsupported));
     EXPECT_TRUE(lacks(bare.take().identity.machineVendor, Absence::Unsupported));
 }
 
@@ -57,7 +58,12 @@ TEST(Virtualisation, SignaturesOfHypervisors) {
 TEST(Virtualisation, ContainerIsWhatItsManagerSays) {
     SampledHost host({Area::Identity});
     const auto container = [&host] { return host.take().identity.container; };
+    EXPECT_TRUE(lacks(container(), Absence::Unsupported)) << "nothing is there that would tell";
+    host.write("proc/1/environ", std::string("TERM=linux\0HOME=/\0", 18));
     EXPECT_TRUE(holds(container(), "none"));
+    host.remove("proc/1/environ");
+    host.write("run/systemd/system/x", "");
+    EXPECT_TRUE(holds(container(), "none")) << "systemd would have written it down";
     host.write(".dockerenv", "");
     EXPECT_TRUE(holds(container(), "docker"));
     host.write("run/.containerenv", "");
