@@ -53,8 +53,8 @@ bool isPlumbing(const RowValues &row) {
     const Value kind = row["class_id"];
     if (kind.type() != Value::Type::Text)
         return false;
-    const std::string_view base = kind.asText().substr(0, 4);
-    return base == "0x05" || base == "0x06" || base == "0x08" || base == "0x11";
+    const std::string_view base = kind.asText().substr(0, 4), subclass = kind.asText().substr(0, 6);
+    return base == "0x06" || base == "0x08" || base == "0x11" || subclass == "0x0580";
 }
 
 Cell bitSpeed(const RowValues &row, std::string_view field) {
