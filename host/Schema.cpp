@@ -13,7 +13,8 @@ std::string_view areaName(Area area) {
 }
 
 std::string_view unitName(Unit unit) {
-    constexpr std::string_view names[] = {"", "seconds", "bytes", "ratio", "hertz", "celsius", "volts"};
+    constexpr std::string_view names[] = {"",      "seconds", "bytes", "ratio",  "hertz",    "celsius",
+                                          "volts", "amperes", "watts", "joules", "coulombs", "rpm"};
     return names[static_cast<std::size_t>(unit)];
 }
 

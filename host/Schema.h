@@ -45,8 +45,21 @@ inline constexpr std::size_t AREA_COUNT = 19; // of samples
 /// The name on the command line, such as "disks".
 std::string_view areaName(Area area);
 
-/// Base units only: a reader never has to scale.
-enum class Unit : unsigned char { None, Seconds, Bytes, Ratio, Hertz, Celsius, Volts };
+/// Base units only: a reader never has to scale. Fans turn so often per minute, as everybody counts them.
+enum class Unit : unsigned char {
+    None,
+    Seconds,
+    Bytes,
+    Ratio,
+    Hertz,
+    Celsius,
+    Volts,
+    Amperes,
+    Watts,
+    Joules,
+    Coulombs,
+    RevolutionsPerMinute
+};
 enum class Kind : unsigned char {
     Counter, // only grows, until it wraps or its owner starts anew
     Gauge,

@@ -76,6 +76,16 @@ std::string realText(const Family &family, double number, Charset charset) {
         return fixed(number, 1) + " C";
     case Unit::Volts:
         return shortNumber(number) + " V";
+    case Unit::Amperes:
+        return shortNumber(number) + " A";
+    case Unit::Watts:
+        return shortNumber(number) + " W";
+    case Unit::Joules:
+        return scaled(number, 1000, std::array{"J", "kJ", "MJ", "GJ", "TJ"});
+    case Unit::Coulombs:
+        return shortNumber(number / hour) + " Ah"; // as everybody counts what a battery holds
+    case Unit::RevolutionsPerMinute:
+        return fixed(number, 0) + " rpm";
     case Unit::None:
         break;
     }

@@ -1,10 +1,7 @@
 // Reading an inventory: which parts, whatever hangs, whatever the root is.
 #include "HardwareHost.h"
 #include "SampledHost.h"
-
-#include "FuseMounts.h"
-#include "PrivateMounts.h"
-#include "threads/BoundedCall.h"
+#include "SilentFile.h"
 
 #include <cerrno>
 #include <set>
@@ -70,24 +67,6 @@ TEST(Hardware, PartsHaveNamesOfTheirOwn) {
     std::set<std::string_view> names;
     for (std::size_t part = 0; part < zel::HARDWARE_PART_COUNT; ++part)
         EXPECT_TRUE(names.insert(zel::hardwarePartName(static_cast<HardwarePart>(part))).second);
-}
-
-// Calls body with a server in the place of a file of `host`.
-void withSilentFile(const HardwareHost &host, const std::string &file, const std::function<void()> &body) {
-    const std::string reason = withPrivateMounts([&] {
-        const FuseMounts mounts({host.path(file)});
-        if (!mounts.work()) {
-            std::puts("no FUSE here: nothing was tested");
-            return;
-        }
-        mounts.stop();
-        body();
-        mounts.resume();
-        while (zel::boundedCallsRunning() != 0)
-            std::this_thread::sleep_for(1ms);
-    });
-    if (!reason.empty())
-        GTEST_SKIP() << reason;
 }
 
 TEST(Hardware, ADeviceThatDoesNotAnswerIsTimedOutAndTheOthersAreThere) {

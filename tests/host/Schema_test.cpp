@@ -78,9 +78,17 @@ TEST(Schema, RowsOfListsHaveLabelsThatNoReasonReplaces) {
 }
 
 // Which ending a unit has, and no other has.
-const std::map<Unit, std::string> endings{{Unit::Seconds, "_seconds"}, {Unit::Bytes, "_bytes"},
-                                          {Unit::Ratio, "_ratio"},     {Unit::Hertz, "_hertz"},
-                                          {Unit::Celsius, "_celsius"}, {Unit::Volts, "_volts"}};
+const std::map<Unit, std::string> endings{{Unit::Seconds, "_seconds"},
+                                          {Unit::Bytes, "_bytes"},
+                                          {Unit::Ratio, "_ratio"},
+                                          {Unit::Hertz, "_hertz"},
+                                          {Unit::Celsius, "_celsius"},
+                                          {Unit::Volts, "_volts"},
+                                          {Unit::Amperes, "_amperes"},
+                                          {Unit::Watts, "_watts"},
+                                          {Unit::Joules, "_joules"},
+                                          {Unit::Coulombs, "_coulombs"},
+                                          {Unit::RevolutionsPerMinute, "_rpm"}};
 
 std::string withoutEnding(std::string name, const std::string &ending) {
     if (name.ends_with(ending))
