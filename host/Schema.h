@@ -149,6 +149,8 @@ using Member =
 template<class Row> struct Field {
     Family family;
     Member<Row> member;
+    /// Of a counter that begins again at 0 where its own device says, not at a number of bits: the member that says it.
+    Number Row::*wrapsAt = nullptr;
 
     Value of(const Row &row) const {
         return std::visit([&row](auto place) { return valueOf(row.*place); }, member);
@@ -217,11 +219,15 @@ template<class Row> struct Entries {
         field.family.rights = rights;
         return field;
     }
+    static constexpr Field<Row> wrapping(Number Row::*at, Field<Row> field) {
+        field.wrapsAt = at;
+        return field;
+    }
 
 private:
     constexpr Field<Row> entry(Kind kind, std::string_view name, Member<Row> member, Unit unit, std::string_view help,
                                unsigned char bits = 64) const {
-        return {{area, section, name, unit, kind, source, help, Rights::Any, bits, providedBy}, member};
+        return {{area, section, name, unit, kind, source, help, Rights::Any, bits, providedBy}, member, nullptr};
     }
 };
 

@@ -64,8 +64,38 @@ for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
     '1 (a b) S 0 1 1 0 -1 4 5 6 7 8 9 10 11 12 20 0 1 0 30 40 50 60\n' '5 4 3 2 1 0 0\n' 'rchar: 5\n' 'a' '0::/a\n' \
     "$a/meminfo" "$a/vmstat"
 done
+nfs='device s:/a mounted on /a\\040b with fstype nfs4 statvers=1.1\n\topts:\trw,vers=4.2,rsize=4096,proto=tcp,sec=sys\n\tage:\t9\n'
+nfs+='\tcaps:\tcaps=0x3f,wtmult=512\n\tnfsv4:\tbm0=0x1,pnfs=not configured,lease_time=90\n\tevents:\t1 2 3\n\tbytes:\t1 2 3\n'
+nfs+='\tRPC iostats version: 1.1  p/v: 100003/4 (nfs)\n\txprt:\ttcp 8 0 1 0 1 5 5 0 5 0 2 6 5\n\tper-op statistics\n'
+nfs+='\t        READ: 9 9 0 5 5 1 2 3 0\n\n'
+seed host_nfs_fuzz two '' "$nfs" 'net 1 2 3 4\nrpc 5 6 7\nproc4 3 1 2 3\n' \
+  'rc 1 2 3\nfh 1 0\nio 5 6\nth 8 0\nra 32 0 0 0 0 0 0 0 0 0 0 7\nproc4ops 4 0 0 0 5\n' "device x mounted on /x with fstype ext4\n$nfs" \
+  'rpc 9 9 9\n' 'rc 2 3 4\n'
+seed host_fibrechannel_fuzz two '' 'Online\n' '16 Gbit\n' '4 Gbit, 16 Gbit\n' '0x5\n' '0x7\n' '0x9\n' 'Online\n' '8 Gbit\n' \
+  '4 Gbit, 16 Gbit\n' '0x6\n' '0xffffffffffffffff\n' '0x4\n'
+n=@linux-6.18/t0/proc/net
+track='entries found\n00000021 00000007\n'
+conn='head\n 0: 0100007F:1F90 00000000:0000 0A 00000000:00000003 00:00000000 00000000 0 0 1\n'
+seed host_protocols_fuzz linux-6.18 '' $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} \
+  'head\n192.0.2.1 0x1 0x2 02:fc:00:00:00:05 * eth0\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} 'head\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  '\030\000\000\000\024\000\002\000\000\000\000\000\000\000\000\000abcdefgh'
+y=@linux-6.18/t0/proc/sys
+seed host_limits_fuzz linux-6.18 '' $y/fs/file-nr $y/fs/dentry-state $y/kernel/sem $y/kernel/pid_max \
+  @linux-6.18/t0/proc/loadavg '    0:     9 8/8 3/1000000 40/25000000\n' 'key\n 0 1 600\n' \
+  'entries  allocs\n0000001a 00000001\n'
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
+seed host_sensors_fuzz two '\377\377\017\000' '-45123\n' '262143000000\n' '262143328850\n' 'critical\n' '\377\377\017\000-5\n' '7\n' '9\n' 'hot\n'
+cgroup() { # USAGE READ: of its files those that have another form than a number
+  printf '%s\0' 'populated 1\nfrozen 0\n' 'nr_descendants 0\nnr_dying_descendants 3\n' \
+    "usage_usec $1\nuser_usec 4\nsystem_usec 5\nnr_periods 6\nnr_throttled 2\nthrottled_usec 7\n" '4096\n' '8192\n' '0\n' \
+    'anon 4096\nfile 0\npgfault 9\n' 'low 0\nmax 1\noom_kill 0\n' "8:0 rbytes=$2 wbytes=1 rios=2 wios=3 dbytes=0 dios=0\n" \
+    '3\n' 'max 0\n' "$pressure" "full${pressure#some}" "$pressure" '50000 100000\n' '100\n' '0\n' '0\n' 'max\n' 'max\n' 'max\n' '50\n'
+}
+mapfile -d '' -t cgroup_before < <(cgroup 10 512)
+mapfile -d '' -t cgroup_after < <(cgroup 20 1024)
+seed host_cgroups_fuzz two '' 'cpu memory\n' '' "${cgroup_before[@]}" 'cpu memory\n' '' "${cgroup_after[@]}"
 seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'
 
 disks() { # NAME OPTIONS COUNTERS STAT COUNTERS STAT

@@ -26,6 +26,8 @@ rpcbind /usr/sbin/rpcbind
 procps /usr/bin/ps
 python3 /usr/bin/python3
 sysstat /usr/bin/iostat
+lm-sensors /usr/bin/sensors
+nfs-common /usr/sbin/mountstats
 groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file

@@ -10,9 +10,13 @@ namespace zel {
 namespace {
 
 constexpr std::span<const View> (*groups[])() = {
-    systemViews, //
-    deviceViews, //
-    processViews,
+    systemViews,         //
+    deviceViews,         //
+    processViews,        //
+    sensorViews,         //
+    storageNetworkViews, //
+    cgroupViews,         //
+    networkViews,        //
 };
 
 } // namespace
