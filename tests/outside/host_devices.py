@@ -144,7 +144,7 @@ def compare_memory(directory):
         slots=("Number Of Devices", number), error_correction=("Error Correction Type", lambda value: value)))
     compare_rows("processor_sockets", ours["processor_sockets"], of_type(4), dict(
         socket=("Socket Designation", text), type=("Type", text), manufacturer=("Manufacturer", text), version=("Version", text),
-        volts=("Voltage", number), bus_hertz=("External Clock", number), highest_hertz=("Max Speed", number),
+        core_volts=("Voltage", number), bus_hertz=("External Clock", number), highest_hertz=("Max Speed", number),
         boot_hertz=("Current Speed", number), cores=("Core Count", number), enabled_cores=("Core Enabled", number),
         threads=("Thread Count", number), serial=("Serial Number", text), asset_tag=("Asset Tag", text),
         part_number=("Part Number", text)))

@@ -71,7 +71,7 @@ constexpr std::array socketFields = rootFields<ProcessorSocket>({
                 "Highest frequency of the processors that the socket takes."),
     socket.info("boot_hertz", &ProcessorSocket::bootHertz, Unit::Hertz, "Frequency at boot."),
     socket.info("bus_hertz", &ProcessorSocket::busHertz, Unit::Hertz, "Frequency of the bus."),
-    socket.info("volts", &ProcessorSocket::volts, Unit::Volts, "Voltage of the processor."),
+    socket.info("core_volts", &ProcessorSocket::volts, Unit::Volts, "Voltage of the processor."),
     socket.info("part_number", &ProcessorSocket::partNumber, "Part number."),
     socket.info("serial", &ProcessorSocket::serial, "Serial number."),
     socket.info("asset_tag", &ProcessorSocket::assetTag, "Asset tag."),

@@ -13,11 +13,11 @@ using zel::Hardware;
 using zel::HardwarePart;
 using zel::PciDevice;
 
-constexpr const char *names = "15b3  Mellanox Technologies\n"
-                              "\t1017  MT27800 Family [ConnectX-5]\n"
-                              "\t\t15b3 0006  ConnectX-5 EN\n"
-                              "C 02  Network controller\n"
-                              "\t00  Ethernet controller\n";
+constexpr const char *nameTable = "15b3  Mellanox Technologies\n"
+                                  "\t1017  MT27800 Family [ConnectX-5]\n"
+                                  "\t\t15b3 0006  ConnectX-5 EN\n"
+                                  "C 02  Network controller\n"
+                                  "\t00  Ethernet controller\n";
 
 // A card behind a bridge, as a kernel of 6.1 shows it.
 class CardHost : public HardwareHost {
@@ -43,7 +43,7 @@ public:
         link(std::string(place) + "/iommu_group", "../../../../kernel/iommu_groups/27");
         write("sys/bus/pci/slots/7-1/address", "0000:03:00\n");
         write("sys/bus/pci/slots/2/address", "0000:04:00\n");
-        write("usr/share/misc/pci.ids", names);
+        write("usr/share/misc/pci.ids", nameTable);
     }
     PciDevice device() const {
         const Hardware hardware = read(HardwarePart::Pci);
@@ -93,7 +93,7 @@ TEST(PciPart, WithoutATableTheNamesAreUnsupportedAndNothingFailed) {
 TEST(PciPart, TheTableOfTheOtherPackageServesToo) {
     const CardHost host;
     std::filesystem::remove_all(host.path("usr"));
-    host.write("usr/share/hwdata/pci.ids", names);
+    host.write("usr/share/hwdata/pci.ids", nameTable);
     EXPECT_TRUE(holds(host.device().vendorName, "Mellanox Technologies"));
 }
 
