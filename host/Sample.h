@@ -5,6 +5,7 @@
 #include "host/Cpu.h"
 #include "host/Disk.h"
 #include "host/Filesystem.h"
+#include "host/Gpu.h"
 #include "host/Identity.h"
 #include "host/Interface.h"
 #include "host/Interrupts.h"
@@ -55,6 +56,8 @@ struct Sample {
     Rows<Interface> interfaces;
     ProcessTotals processTotals;
     Rows<Process> processes;
+    Rows<Gpu> gpus;
+    Rows<GpuProcess> gpuProcesses;
     Identity identity;
 
     std::array<AreaState, AREA_COUNT> areas;
@@ -114,6 +117,8 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),
+    sectionOf(Area::Gpus, "gpus", &Sample::gpus),
+    sectionOf(Area::Gpus, "gpu_processes", &Sample::gpuProcesses),
 };
 
 /// Calls use(const Section<Row> &) for every section.

@@ -21,7 +21,7 @@ constexpr std::array<MakeReader, AREA_COUNT> readers{
     nullptr, // cgroups
     nullptr, // sensors
     nullptr, // fibrechannel
-    nullptr, // gpus
+    gpuReader,
     nullptr, // nfs
     nullptr, // time
     nullptr, // limits

@@ -13,7 +13,7 @@ std::string_view areaName(Area area) {
 }
 
 std::string_view unitName(Unit unit) {
-    constexpr std::string_view names[] = {"", "seconds", "bytes", "ratio", "hertz", "celsius"};
+    constexpr std::string_view names[] = {"", "seconds", "bytes", "ratio", "hertz", "celsius", "watts", "joules"};
     return names[static_cast<std::size_t>(unit)];
 }
 

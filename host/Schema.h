@@ -45,7 +45,7 @@ inline constexpr std::size_t AREA_COUNT = 19;
 std::string_view areaName(Area area);
 
 /// Base units only: a reader never has to scale.
-enum class Unit : unsigned char { None, Seconds, Bytes, Ratio, Hertz, Celsius };
+enum class Unit : unsigned char { None, Seconds, Bytes, Ratio, Hertz, Celsius, Watts, Joules };
 enum class Kind : unsigned char {
     Counter, // only grows, until it wraps or its owner starts anew
     Gauge,

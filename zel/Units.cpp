@@ -69,6 +69,10 @@ std::string realText(const Family &family, double number, Charset charset) {
         return hertzText(number);
     case Unit::Celsius:
         return fixed(number, 1) + " C";
+    case Unit::Watts:
+        return shortNumber(number) + " W";
+    case Unit::Joules:
+        return joulesText(number);
     case Unit::None:
         break;
     }
@@ -107,6 +111,11 @@ std::string percentText(double ratio) {
 std::string hertzText(double hertz) {
     constexpr std::array units{"Hz", "kHz", "MHz", "GHz"};
     return scaled(hertz, 1000, units);
+}
+
+std::string joulesText(double joules) {
+    constexpr std::array units{"J", "kJ", "MJ", "GJ"};
+    return scaled(joules, 1000, units);
 }
 
 std::string bitsText(double bits) {

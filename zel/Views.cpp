@@ -12,7 +12,8 @@ namespace {
 constexpr std::span<const View> (*groups[])() = {
     systemViews, //
     deviceViews, //
-    processViews,
+    processViews, //
+    gpuViews,
 };
 
 } // namespace

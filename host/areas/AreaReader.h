@@ -91,6 +91,7 @@ std::unique_ptr<AreaReader> interfaceReader();
 std::unique_ptr<AreaReader> processReader();
 /// Of this host: one whose processes cannot hold the sample up (OwnProcesses.cpp).
 std::unique_ptr<AreaReader> ownProcessReader();
+std::unique_ptr<AreaReader> gpuReader();
 std::unique_ptr<AreaReader> identityReader();
 
 } // namespace zel

@@ -8,5 +8,6 @@ namespace zel {
 std::span<const View> systemViews();
 std::span<const View> deviceViews();
 std::span<const View> processViews();
+std::span<const View> gpuViews();
 
 } // namespace zel
