@@ -64,6 +64,10 @@ for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
     '1 (a b) S 0 1 1 0 -1 4 5 6 7 8 9 10 11 12 20 0 1 0 30 40 50 60\n' '5 4 3 2 1 0 0\n' 'rchar: 5\n' 'a' '0::/a\n' \
     "$a/meminfo" "$a/vmstat"
 done
+seed host_gpus_fuzz two '' 'DRIVER=amdgpu\nPCI_ID=1002:73BF\nPCI_SLOT_NAME=0000:03:00.0\n' 'active\n' '47\n' '9000\n' \
+  '4000\n' '0: 500Mhz\n1: 2475Mhz *\n' '16.0 GT/s PCIe\n' 'ue: 2\nce: 11\n' '54000\n' 'edge\n' '1\n' \
+  'drm-driver:\tamdgpu\ndrm-client-id:\t26\ndrm-pdev:\t0000:03:00.0\ndrm-memory-vram: 5 KiB\ndrm-engine-gfx:\t7 ns\n' \
+  'DRIVER=amdgpu\nPCI_ID=1002:73BF\nPCI_SLOT_NAME=0000:03:00.0\n' 'suspended\n'
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
 seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'

@@ -10,8 +10,8 @@ namespace zel {
 namespace {
 
 constexpr std::span<const View> (*groups[])() = {
-    systemViews, //
-    deviceViews, //
+    systemViews,  //
+    deviceViews,  //
     processViews, //
     gpuViews,
 };

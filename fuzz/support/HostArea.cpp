@@ -23,7 +23,7 @@ bool mayBeNegative(const zel::Family &family) {
 // What a device or a process says of itself is malformed in its reading alone: its schema entry names the file.
 bool isOfADevice(const zel::Family &family) {
     using enum zel::Area;
-    return family.area == Disks || family.area == Interfaces || family.area == Processes;
+    return family.area == Disks || family.area == Interfaces || family.area == Processes || family.area == Gpus;
 }
 
 void ensureValue(const zel::Sample &sample, const zel::Family &family, const zel::Value &value) {

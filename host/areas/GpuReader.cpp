@@ -12,8 +12,10 @@
 #include "threads/ForkRepair.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
+#include <new>
 #include <utility>
 
 namespace zel {
@@ -30,6 +32,19 @@ constexpr std::string_view nvidia = "nvidia";
 
 // What only a loaded driver makes: the last one is that of a virtual machine of Windows.
 constexpr const char *driverFiles[] = {"proc/driver/nvidia/version", "dev/nvidiactl", "dev/dxg"};
+
+// Sessions that are not closed: their library may hang, or belong to the process that this one was forked from.
+struct Abandoned {
+    std::shared_ptr<NvmlSession> session;
+    const Abandoned *next;
+};
+std::atomic<const Abandoned *> allAbandoned{nullptr}; // without a lock, which a fork might leave locked
+
+void neverClose(std::shared_ptr<NvmlSession> session) {
+    auto *last = new (std::nothrow) Abandoned{std::move(session), allAbandoned.load()};
+    while (last != nullptr && !allAbandoned.compare_exchange_weak(last->next, last)) {
+    }
+}
 
 // NVIDIA's library, from one sample to the next.
 class NvmlGpus {
@@ -116,9 +131,9 @@ private:
         }
     }
 
-    // Nobody else has this session, but the thread of a call that runs still: then it is left to that thread.
+    // A session that a call may be using is left to it.
     void close() {
-        if (m_session == nullptr)
+        if (m_session == nullptr || !m_session->wasUsed())
             return;
         if (m_forked || !m_isIdle)
             return abandon();
@@ -135,9 +150,9 @@ private:
         abandon();
     }
 
-    // It is never closed: the library may hang, or belong to the process that this one was forked from.
     void abandon() {
-        static_cast<void>(new (std::nothrow) std::shared_ptr<NvmlSession>(m_session)); // NOLINT: for ever
+        if (m_session != nullptr)
+            neverClose(std::move(m_session));
         m_session.reset();
     }
 

@@ -170,10 +170,12 @@ void readMemory(DeviceAttributes &card, Gpu &gpu) {
     gpu.memoryUsedBytes = card.number("device/mem_info_vram_used");
     gpu.visibleUsedBytes = card.number("device/mem_info_vis_vram_used");
     gpu.systemUsedBytes = card.number("device/mem_info_gtt_used");
-    if (gpu.memoryTotalBytes && gpu.memoryUsedBytes && *gpu.memoryUsedBytes <= *gpu.memoryTotalBytes)
-        gpu.memoryFreeBytes = *gpu.memoryTotalBytes - *gpu.memoryUsedBytes;
+    if (!gpu.memoryUsedBytes || !gpu.memoryTotalBytes)
+        gpu.memoryFreeBytes = (gpu.memoryUsedBytes ? gpu.memoryTotalBytes : gpu.memoryUsedBytes).absence();
+    else if (*gpu.memoryUsedBytes > *gpu.memoryTotalBytes)
+        gpu.memoryFreeBytes = Absence::Malformed;
     else
-        gpu.memoryFreeBytes = gpu.memoryUsedBytes ? gpu.memoryTotalBytes.absence() : gpu.memoryUsedBytes.absence();
+        gpu.memoryFreeBytes = *gpu.memoryTotalBytes - *gpu.memoryUsedBytes;
 }
 
 // Sample: ue: 0

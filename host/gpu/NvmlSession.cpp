@@ -64,6 +64,7 @@ void NvmlSession::readGpus(NvmlAnswer &answer) {
 }
 
 void NvmlSession::read(NvmlAnswer &answer) {
+    m_wasUsed = true;
     const std::int64_t before = nanosecondsOf(CLOCK_THREAD_CPUTIME_ID);
     answer.error = begin(answer);
     if (answer.error == 0)

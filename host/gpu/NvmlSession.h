@@ -5,6 +5,7 @@
 #include "host/gpu/NvmlLibrary.h"
 #include "host/gpu/NvmlReadings.h"
 
+#include <atomic>
 #include <chrono>
 #include <string>
 
@@ -29,6 +30,8 @@ public:
     void read(NvmlAnswer &answer);
     /// Closes the library.
     void close() { m_library.close(); }
+    /// Whether any call has used it: it may be open. For any thread.
+    bool wasUsed() const { return m_wasUsed; }
 
 private:
     struct Known {
@@ -41,6 +44,7 @@ private:
     void describe(unsigned count);
     void readGpus(NvmlAnswer &answer);
 
+    std::atomic<bool> m_wasUsed{false};
     NvmlLibrary m_library;
     NvmlProcesses m_processes;
     std::vector<Known> m_gpus;

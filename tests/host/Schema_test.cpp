@@ -73,13 +73,9 @@ TEST(Schema, RowsOfListsHaveLabelsThatNoReasonReplaces) {
 }
 
 // Which ending a unit has, and no other has.
-const std::map<Unit, std::string> endings{{Unit::Seconds, "_seconds"},
-                                          {Unit::Bytes, "_bytes"},
-                                          {Unit::Ratio, "_ratio"},
-                                          {Unit::Hertz, "_hertz"},
-                                          {Unit::Celsius, "_celsius"},
-                                          {Unit::Watts, "_watts"},
-                                          {Unit::Joules, "_joules"}};
+const std::map<Unit, std::string> endings{
+    {Unit::Seconds, "_seconds"}, {Unit::Bytes, "_bytes"}, {Unit::Ratio, "_ratio"},  {Unit::Hertz, "_hertz"},
+    {Unit::Celsius, "_celsius"}, {Unit::Watts, "_watts"}, {Unit::Joules, "_joules"}};
 
 std::string withoutEnding(std::string name, const std::string &ending) {
     if (name.ends_with(ending))

@@ -14,6 +14,11 @@ using zel::Gpu;
 using zel::GpuProcess;
 using zel::Sample;
 
+// More than a machine needs that does other things too.
+zel::Options gpusOf(const char *library) {
+    return {.areas = {Area::Gpus}, .deadline = std::chrono::seconds(60), .gpuLibrary = library};
+}
+
 class NvmlReadings : public testing::Test {
 protected:
     // The first GPU of a sample that is taken while the library answers `lines`.
@@ -34,7 +39,7 @@ protected:
 
 private:
     void take(const char *library) {
-        zel::Sampler sampler({.areas = {Area::Gpus}, .gpuLibrary = library});
+        zel::Sampler sampler(gpusOf(library));
         sampler.take(m_sample);
     }
 
@@ -238,7 +243,7 @@ TEST_F(NvmlReadings, OfNoGpuAreAnAreaThatThisHostHasNot) {
 
 TEST_F(NvmlReadings, HaveARateOfEnergy) {
     const NvmlStandIn library;
-    zel::Sampler sampler({.areas = {Area::Gpus}, .gpuLibrary = paths::nvml});
+    zel::Sampler sampler(gpusOf(paths::nvml));
     library.answers("nvmlDeviceGetTotalEnergyConsumption 1000000");
     const Sample before = sampler.take();
     library.answers("nvmlDeviceGetTotalEnergyConsumption 1500000");
@@ -268,12 +273,12 @@ TEST_F(NvmlReadings, ListProcessesOfBothKinds) {
 TEST_F(NvmlReadings, ListProcessesInEveryLayout) {
     const NvmlStandIn library;
     Sample sample;
-    zel::Sampler({.areas = {Area::Gpus}, .gpuLibrary = paths::nvmlOld}).take(sample);
+    zel::Sampler(gpusOf(paths::nvmlOld)).take(sample);
     ASSERT_EQ(sample.gpuProcesses.size(), 4U);
     EXPECT_EQ(sample.gpuProcesses[1].pid, 72U);
     EXPECT_TRUE(holds(sample.gpuProcesses[1].usedBytes, 8192));
     library.answers("long_processes 1");
-    zel::Sampler({.areas = {Area::Gpus}, .gpuLibrary = paths::nvml}).take(sample);
+    zel::Sampler(gpusOf(paths::nvml)).take(sample);
     ASSERT_EQ(sample.gpuProcesses.size(), 4U);
     EXPECT_EQ(sample.gpuProcesses[1].pid, 72U);
     EXPECT_TRUE(holds(sample.gpuProcesses[1].usedBytes, 8192));

@@ -16,8 +16,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <mutex>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -33,11 +35,30 @@ struct Answer {
     std::string text;
 };
 
+// The lines of the file. A test puts another file in its place: only then it is read anew.
+std::vector<std::string> linesNow() {
+    static std::mutex lock;
+    static std::vector<std::string> lines;
+    static struct stat known {};
+    const std::lock_guard held(lock);
+    const char *path = std::getenv("ZEL_TEST_NVML");
+    struct stat now {};
+    if (path == nullptr || stat(path, &now) != 0)
+        return {};
+    if (now.st_ino != known.st_ino || now.st_mtim.tv_nsec != known.st_mtim.tv_nsec ||
+        now.st_mtim.tv_sec != known.st_mtim.tv_sec) {
+        known = now;
+        lines.clear();
+        std::ifstream file(path);
+        for (std::string line; std::getline(file, line);)
+            lines.push_back(line);
+    }
+    return lines;
+}
+
 // The rest of the line that begins with the key and a blank; false without one.
 bool lineOf(const std::string &key, std::string &rest) {
-    const char *path = std::getenv("ZEL_TEST_NVML");
-    std::ifstream file(path == nullptr ? "" : path);
-    for (std::string line; std::getline(file, line);) {
+    for (const std::string &line : linesNow()) {
         if (line.rfind(key + ' ', 0) == 0) {
             rest = line.substr(key.size() + 1);
             return true;
