@@ -41,3 +41,7 @@ set(ZEL_PUBLIC_HEADERS
     libzel/push_network.h)
 # Those of the typed model: what lies at the root of host/.
 file(GLOB ZEL_HOST_HEADERS RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS host/*.h)
+# And the rows of the inventory, which host/Hardware.h includes.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/host/Hardware.h)
+file(STRINGS ${PROJECT_SOURCE_DIR}/host/Hardware.h ZEL_HARDWARE_HEADERS REGEX "^#include \"host/hardware/")
+list(TRANSFORM ZEL_HARDWARE_HEADERS REPLACE "^#include \"(.*)\"" "\\1")

@@ -1,16 +1,13 @@
 // Writes samples and rates as JSON.
 #include "export/Json.h"
 
-#include "export/Text.h"
+#include "export/JsonSink.h"
 #include "export/Walk.h"
-
-#include <cstring>
 
 namespace zel {
 
 namespace {
 
-constexpr double nanosecondsPerSecond = 1e9;
 constexpr char32_t lastOfBasicPlane = 0xffff;
 
 void appendUnit(std::string &out, unsigned unit) {
@@ -41,126 +38,6 @@ void appendPlain(std::string &out, std::string_view text) {
     out.append(text.substr(start));
 }
 
-void appendValue(std::string &out, const Value &value) {
-    switch (value.type()) {
-    case Value::Type::Absent:
-        out += "null";
-        break;
-    case Value::Type::Unsigned:
-        appendNumber(out, value.asUnsigned());
-        break;
-    case Value::Type::Real:
-        appendNumber(out, value.asReal());
-        break;
-    case Value::Type::Text:
-        appendJsonText(out, value.asText());
-        break;
-    }
-}
-
-// The members of one object, from its opening brace on.
-class JsonSink {
-public:
-    explicit JsonSink(std::string &out) : m_out(out) { m_out += '{'; }
-
-    void beginSection(std::string_view name, bool list) {
-        key(name);
-        m_list = list;
-        m_firstRow = true;
-        if (list)
-            m_out += '[';
-    }
-    void endSection() {
-        if (m_list)
-            m_out += ']';
-        m_first = false;
-    }
-    void beginRow() {
-        if (!m_firstRow)
-            m_out += ',';
-        m_firstRow = false;
-        m_out += '{';
-        m_first = true;
-        m_absences = 0;
-    }
-    void endRow() {
-        m_out += m_absences > 0 ? "}}" : "}";
-        m_first = false;
-    }
-    void field(const Family &family, const Value &value) {
-        key(family.name);
-        appendValue(m_out, value);
-        m_absences += value.has() ? 0 : 1;
-    }
-    bool hasAbsences() {
-        if (m_absences > 0)
-            openObject("absent");
-        return m_absences > 0;
-    }
-    void absence(const Family &family, Absence reason) { text(family.name, absenceName(reason)); }
-
-    // Names are of the schema: letters, digits and underscores.
-    void key(std::string_view name) {
-        m_out += m_first ? std::string_view("\"") : std::string_view(",\"");
-        m_out += name;
-        m_out += std::string_view("\":");
-        m_first = false;
-    }
-    void text(std::string_view name, std::string_view value) {
-        key(name);
-        appendJsonText(m_out, value);
-    }
-    template<class Numeral> void number(std::string_view name, Numeral value) {
-        key(name);
-        appendNumber(m_out, value);
-    }
-    void seconds(std::string_view name, std::int64_t nanoseconds) {
-        key(name);
-        appendSeconds(m_out, nanoseconds);
-    }
-    void timestamp(std::string_view name, std::int64_t nanoseconds) {
-        key(name);
-        m_out += '"';
-        appendTimestamp(m_out, nanoseconds);
-        m_out += '"';
-    }
-    void openObject(std::string_view name) {
-        key(name);
-        m_out += '{';
-        m_first = true;
-    }
-    void closeObject() {
-        m_out += '}';
-        m_first = false;
-    }
-
-private:
-    std::string &m_out;
-    std::size_t m_absences = 0;
-    bool m_first = true;
-    bool m_firstRow = true;
-    bool m_list = false;
-};
-
-void writeError(const AreaState &state, JsonSink &sink) {
-    const char *const text = strerrordesc_np(state.error);
-    sink.openObject("error");
-    sink.text("file", state.file);
-    sink.number("errno", static_cast<std::uint64_t>(state.error));
-    sink.text("text", text == nullptr ? "" : text);
-    sink.closeObject();
-}
-
-// Since when it, or something of it, does not answer.
-void writeSilence(const Sample &sample, const AreaState &state, JsonSink &sink) {
-    if (state.silentSeconds <= 0)
-        return;
-    const double since = sample.elapsedSeconds - state.silentSeconds; // from the start of the sample on
-    sink.number("silent_seconds", state.silentSeconds);
-    sink.timestamp("silent_since",
-                   sample.realtimeNanoseconds + static_cast<std::int64_t>(since * nanosecondsPerSecond));
-}
-
 // When each area was read, what that cost, and what failed in it.
 void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sink) {
     sink.openObject("areas");
@@ -171,7 +48,7 @@ void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sin
         sink.openObject(areaName(static_cast<Area>(index)));
         sink.seconds("monotonic_seconds", state.monotonicNanoseconds);
         sink.number("cost_seconds", state.costSeconds);
-        writeSilence(sample, state, sink);
+        writeSilence({sample.realtimeNanoseconds, sample.elapsedSeconds}, state, sink);
         if (state.error != 0)
             writeError(state, sink);
         if (state.absence != Absence::None)

@@ -14,24 +14,30 @@ struct NamedFamily {
     Family family;
 };
 
+// What a unit is per second: seconds are a share of the time, joules are watts; of any other there is no name.
+Unit unitOfRate(Unit unit) {
+    return unit == Unit::Seconds ? Unit::Ratio : unit == Unit::Joules ? Unit::Watts : unit;
+}
+
 std::string rateName(const Family &counter) {
-    constexpr std::string_view total = "_total", seconds = "_seconds";
+    constexpr std::string_view total = "_total";
     std::string name(counter.name);
     if (name.ends_with(total))
         name.resize(name.size() - total.size());
-    if (counter.unit != Unit::Seconds)
+    const Unit unit = unitOfRate(counter.unit);
+    if (unit == counter.unit)
         return name + "_per_second";
-    if (name.ends_with(seconds))
-        name.resize(name.size() - seconds.size());
-    return name + "_ratio";
+    const std::string ending = '_' + std::string(unitName(counter.unit));
+    if (name.ends_with(ending))
+        name.resize(name.size() - ending.size());
+    return name + '_' + std::string(unitName(unit));
 }
 
 std::unique_ptr<NamedFamily> makeRateFamily(const Family &counter) {
     auto made = std::make_unique<NamedFamily>(NamedFamily{rateName(counter), counter});
     made->family.name = made->name;
     made->family.kind = Kind::Gauge;
-    if (counter.unit == Unit::Seconds)
-        made->family.unit = Unit::Ratio;
+    made->family.unit = unitOfRate(counter.unit);
     return made;
 }
 

@@ -30,7 +30,7 @@ inline bool isShown(std::span<const Area> areas, Area area) {
 }
 
 /// The family of the rate of a counter: "faults_total" gives "faults_per_second", "some_seconds_total" gives
-/// "some_ratio".
+/// "some_ratio", "consumed_joules_total" gives "consumed_watts".
 const Family &rateFamily(const Family &counter);
 
 /// The row of rates that belongs to row `index` of a section of the sample; null when there is none. Structs whose
@@ -55,6 +55,19 @@ inline const InterfaceRates *rateRow(const Rates &rates, const Interface &, std:
 }
 inline const ProcessRates *rateRow(const Rates &rates, const Process &, std::size_t index) {
     return rowAt(rates.processes, index);
+}
+
+inline const FibreChannelRates *rateRow(const Rates &rates, const FibreChannelPort &, std::size_t index) {
+    return rowAt(rates.fibreChannelPorts, index);
+}
+inline const NfsMountRates *rateRow(const Rates &rates, const NfsMount &, std::size_t index) {
+    return rowAt(rates.nfsMounts, index);
+}
+inline const NfsOperationRates *rateRow(const Rates &rates, const NfsOperation &, std::size_t index) {
+    return rowAt(rates.nfsOperations, index);
+}
+inline const NfsTransportRates *rateRow(const Rates &rates, const NfsTransport &, std::size_t index) {
+    return rowAt(rates.nfsTransports, index);
 }
 
 /// The struct of rates of a struct of the sample; std::nullptr_t when it has none.

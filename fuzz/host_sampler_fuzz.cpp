@@ -31,7 +31,10 @@ constexpr const char *files[] = {"proc/stat",
                                  "sys/class/block/sda/size",
                                  "sys/class/block/sda/queue/scheduler",
                                  "sys/devices/system/cpu/present",
-                                 "sys/devices/system/node/node0/meminfo"};
+                                 "sys/devices/system/node/node0/meminfo",
+                                 "sys/fs/cgroup/cgroup.controllers",
+                                 "sys/fs/cgroup/a.slice/memory.stat",
+                                 "sys/fs/cgroup/a.slice/io.stat"};
 
 } // namespace
 

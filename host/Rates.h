@@ -53,6 +53,50 @@ struct ProcessRates {
     Number delay; // share of the time in which it waited for block I/O
 };
 
+/// One Fibre Channel port. The shares are of the speed, which links with the old coding (up to 8 Gbit) use to 0.8 at
+/// most.
+struct FibreChannelRates {
+    std::string name;
+    Number transmitBytes, receiveBytes, transmitFrames, receiveFrames; // per second
+    Number inputRequests, outputRequests, controlRequests;
+    Number inputMegabytes, outputMegabytes;
+    Number loopInitialisations, notOperational;
+    Number errorFrames, dumpedFrames;
+    Number linkFailures, lossesOfSync, lossesOfSignal;
+    Number primitiveSequenceErrors, invalidTransmitWords, invalidCrcs;
+    Number packetAborts;
+    Number transmitUtilisation, receiveUtilisation, utilisation; // the last one: the larger of both
+};
+
+/// One NFS mount, all operations together. Means and shares are those of nfsiostat: 0 when there was no operation.
+struct NfsMountRates {
+    std::string device, mountPoint, type;
+    Number operations, sentBytes, receivedBytes; // per second
+    Number readBytes, writtenBytes;              // by programs, per second, cached or not
+    Number serverReadBytes, serverWrittenBytes;  // from and to the server
+    Number retransmissions, timeouts, errors;
+    Number retransmissionShare; // retransmissions per operation
+    Number operationBytes;      // per operation, sent and received
+    Number queueSeconds, roundTripSeconds, executeSeconds;
+};
+
+struct NfsOperationRates {
+    std::string device, mountPoint, type, operation;
+    Number operations, sentBytes, receivedBytes; // per second
+    Number retransmissions, timeouts, errors;
+    Number retransmissionShare;
+    Number operationBytes;
+    Number queueSeconds, roundTripSeconds, executeSeconds;
+};
+
+struct NfsTransportRates {
+    std::string device, mountPoint, type;
+    std::uint64_t transport = 0;
+    Number sends, receives, badTransactions, connects; // per second
+    // How long queues were when a request was sent, on average.
+    Number inFlight, backlog, sendingQueue, pendingQueue;
+};
+
 /// The growth of any other counter, per second.
 struct CounterRate {
     const Family *family = nullptr; // of the counter
@@ -67,6 +111,10 @@ struct Rates {
     Rows<DiskRates> disks;
     Rows<InterfaceRates> interfaces;
     Rows<ProcessRates> processes;
+    Rows<FibreChannelRates> fibreChannelPorts;
+    Rows<NfsMountRates> nfsMounts;
+    Rows<NfsOperationRates> nfsOperations;
+    Rows<NfsTransportRates> nfsTransports;
     Rows<CounterRate> counters; // of the sections that have no struct of rates, in their order
     std::array<bool, AREA_COUNT> asked{};
 
@@ -82,6 +130,10 @@ inline constexpr std::tuple RATE_SECTIONS{
     sectionOf(Area::Disks, "disks", &Rates::disks),
     sectionOf(Area::Interfaces, "interfaces", &Rates::interfaces),
     sectionOf(Area::Processes, "processes", &Rates::processes),
+    sectionOf(Area::FibreChannel, "fibrechannel", &Rates::fibreChannelPorts),
+    sectionOf(Area::Nfs, "nfs_mounts", &Rates::nfsMounts),
+    sectionOf(Area::Nfs, "nfs_operations", &Rates::nfsOperations),
+    sectionOf(Area::Nfs, "nfs_transports", &Rates::nfsTransports),
 };
 
 /// The rates between two samples. The result refers to `now` for the labels of `counters`.
@@ -94,5 +146,9 @@ template<> std::span<const Field<ProcessorRates>> fieldsOf<ProcessorRates>();
 template<> std::span<const Field<DiskRates>> fieldsOf<DiskRates>();
 template<> std::span<const Field<InterfaceRates>> fieldsOf<InterfaceRates>();
 template<> std::span<const Field<ProcessRates>> fieldsOf<ProcessRates>();
+template<> std::span<const Field<FibreChannelRates>> fieldsOf<FibreChannelRates>();
+template<> std::span<const Field<NfsMountRates>> fieldsOf<NfsMountRates>();
+template<> std::span<const Field<NfsOperationRates>> fieldsOf<NfsOperationRates>();
+template<> std::span<const Field<NfsTransportRates>> fieldsOf<NfsTransportRates>();
 
 } // namespace zel

@@ -19,6 +19,8 @@ std::string_view absenceName(Absence absence) {
         return "vanished";
     case Absence::TimedOut:
         return "timed_out";
+    case Absence::NotAsked:
+        return "not_asked";
     case Absence::Malformed:
         return "malformed";
     }

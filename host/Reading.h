@@ -15,10 +15,12 @@ enum class Absence : unsigned char {
     Denied,      // the rights of this process are not enough
     Vanished,    // the device or process went while it was read
     TimedOut,    // no answer within the deadline
+    NotAsked,    // nobody asked for it: a serial number, or what would wake a device
     Malformed    // what stands there is not what belongs there
 };
 
-/// "not_yet", "unsupported", "denied", "vanished", "timed_out", "malformed"; "" for None.
+/// "not_yet", "unsupported", "denied", "vanished", "timed_out", "not_asked", "malformed"; "" for
+/// None.
 std::string_view absenceName(Absence absence);
 
 /// The reason that an error number of a failed read stands for: EACCES and EPERM are denied; ESRCH, ENODEV and ENXIO

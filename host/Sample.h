@@ -2,18 +2,32 @@
 // its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
 #pragma once
 
+#include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
+#include "host/FibreChannel.h"
 #include "host/Filesystem.h"
 #include "host/Gpu.h"
 #include "host/Identity.h"
 #include "host/Interface.h"
 #include "host/Interrupts.h"
+#include "host/Ip.h"
+#include "host/Limits.h"
 #include "host/Load.h"
 #include "host/Memory.h"
+#include "host/MultipathTcp.h"
+#include "host/Nfs.h"
+#include "host/PacketPath.h"
+#include "host/PowerSupply.h"
 #include "host/Pressure.h"
 #include "host/Process.h"
 #include "host/Rows.h"
+#include "host/Sensors.h"
+#include "host/Sockets.h"
+#include "host/TcpExtended.h"
+#include "host/Thermal.h"
+#include "host/Timekeeping.h"
+#include "host/Transport.h"
 #include "host/Vm.h"
 
 #include <array>
@@ -54,8 +68,51 @@ struct Sample {
     Rows<Disk> disks;
     Rows<Filesystem> filesystems;
     Rows<Interface> interfaces;
+    Rows<SensorChip> sensorChips;
+    Rows<Temperature> temperatures;
+    Rows<Fan> fans;
+    Rows<FanControl> fanControls;
+    Rows<Voltage> voltages;
+    Rows<Current> currents;
+    Rows<Power> powers;
+    Rows<Energy> energies;
+    Rows<Humidity> humidities;
+    Rows<Frequency> frequencies;
+    Rows<Intrusion> intrusions;
+    Rows<ThermalZone> thermalZones;
+    Rows<CoolingDevice> coolingDevices;
+    Rows<PowerSupply> powerSupplies;
+    Rows<PowerZone> powerZones;
+    Timekeeping time;
     ProcessTotals processTotals;
     Rows<Process> processes;
+    Rows<FibreChannelPort> fibreChannelPorts;
+    Rows<FibreChannelEvents> fibreChannelEvents;
+    Rows<NfsMount> nfsMounts;
+    Rows<NfsOperation> nfsOperations;
+    Rows<NfsTransport> nfsTransports;
+    NfsClient nfsClient;
+    Rows<NfsClientCall> nfsClientCalls;
+    NfsServer nfsServer;
+    Rows<NfsServerCall> nfsServerCalls;
+    CgroupTotals cgroupTotals;
+    Rows<Cgroup> cgroups;
+    Rows<CgroupDevice> cgroupDevices;
+    Rows<Ip> ip;
+    Rows<Icmp> icmp;
+    Rows<IcmpType> icmpTypes;
+    Tcp tcp;
+    TcpExtended tcpExtended;
+    MultipathTcp multipathTcp;
+    Rows<Udp> udp;
+    Rows<ProtocolOther> protocolOthers;
+    Sockets sockets;
+    TcpStates tcpStates;
+    Rows<Softnet> softnet;
+    Conntrack conntrack;
+    Rows<Neighbours> neighbours;
+    Limits limits;
+    Rows<KeyUser> keyUsers;
     Rows<Gpu> gpus;
     Rows<GpuProcess> gpuProcesses;
     Identity identity;
@@ -115,8 +172,51 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Disks, "disks", &Sample::disks),
     sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
+    sectionOf(Area::Sensors, "sensor_chips", &Sample::sensorChips),
+    sectionOf(Area::Sensors, "temperatures", &Sample::temperatures),
+    sectionOf(Area::Sensors, "fans", &Sample::fans),
+    sectionOf(Area::Sensors, "fan_controls", &Sample::fanControls),
+    sectionOf(Area::Sensors, "voltages", &Sample::voltages),
+    sectionOf(Area::Sensors, "currents", &Sample::currents),
+    sectionOf(Area::Sensors, "powers", &Sample::powers),
+    sectionOf(Area::Sensors, "energies", &Sample::energies),
+    sectionOf(Area::Sensors, "humidities", &Sample::humidities),
+    sectionOf(Area::Sensors, "frequencies", &Sample::frequencies),
+    sectionOf(Area::Sensors, "intrusions", &Sample::intrusions),
+    sectionOf(Area::Sensors, "thermal_zones", &Sample::thermalZones),
+    sectionOf(Area::Sensors, "cooling_devices", &Sample::coolingDevices),
+    sectionOf(Area::Sensors, "power_supplies", &Sample::powerSupplies),
+    sectionOf(Area::Sensors, "power_zones", &Sample::powerZones),
+    sectionOf(Area::Time, "time", &Sample::time),
+    sectionOf(Area::Protocols, "ip", &Sample::ip),
+    sectionOf(Area::Protocols, "icmp", &Sample::icmp),
+    sectionOf(Area::Protocols, "icmp_types", &Sample::icmpTypes),
+    sectionOf(Area::Protocols, "tcp", &Sample::tcp),
+    sectionOf(Area::Protocols, "tcp_extended", &Sample::tcpExtended),
+    sectionOf(Area::Protocols, "mptcp", &Sample::multipathTcp),
+    sectionOf(Area::Protocols, "udp", &Sample::udp),
+    sectionOf(Area::Protocols, "protocol_others", &Sample::protocolOthers),
+    sectionOf(Area::Protocols, "sockets", &Sample::sockets),
+    sectionOf(Area::Protocols, "tcp_states", &Sample::tcpStates),
+    sectionOf(Area::Protocols, "softnet", &Sample::softnet),
+    sectionOf(Area::Protocols, "conntrack", &Sample::conntrack),
+    sectionOf(Area::Protocols, "neighbours", &Sample::neighbours),
+    sectionOf(Area::Limits, "limits", &Sample::limits),
+    sectionOf(Area::Limits, "key_users", &Sample::keyUsers),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),
+    sectionOf(Area::FibreChannel, "fibrechannel", &Sample::fibreChannelPorts),
+    sectionOf(Area::FibreChannel, "fibrechannel_events", &Sample::fibreChannelEvents),
+    sectionOf(Area::Nfs, "nfs_mounts", &Sample::nfsMounts),
+    sectionOf(Area::Nfs, "nfs_operations", &Sample::nfsOperations),
+    sectionOf(Area::Nfs, "nfs_transports", &Sample::nfsTransports),
+    sectionOf(Area::Nfs, "nfs_client", &Sample::nfsClient),
+    sectionOf(Area::Nfs, "nfs_client_calls", &Sample::nfsClientCalls),
+    sectionOf(Area::Nfs, "nfs_server", &Sample::nfsServer),
+    sectionOf(Area::Nfs, "nfs_server_calls", &Sample::nfsServerCalls),
+    sectionOf(Area::Cgroups, "cgroup_totals", &Sample::cgroupTotals),
+    sectionOf(Area::Cgroups, "cgroups", &Sample::cgroups),
+    sectionOf(Area::Cgroups, "cgroup_devices", &Sample::cgroupDevices),
     sectionOf(Area::Gpus, "gpus", &Sample::gpus),
     sectionOf(Area::Gpus, "gpu_processes", &Sample::gpuProcesses),
 };

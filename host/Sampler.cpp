@@ -14,18 +14,10 @@ namespace {
 
 // By Area.
 constexpr std::array<MakeReader, AREA_COUNT> readers{
-    cpuReader,       loadReader, pressureReader,   memoryReader,    vmReader,
-    interruptReader, diskReader, filesystemReader, interfaceReader,
-    nullptr, // protocols
-    processReader,
-    nullptr, // cgroups
-    nullptr, // sensors
-    nullptr, // fibrechannel
-    gpuReader,
-    nullptr, // nfs
-    nullptr, // time
-    nullptr, // limits
-    identityReader,
+    cpuReader,       loadReader,   pressureReader,   memoryReader,       vmReader,
+    interruptReader, diskReader,   filesystemReader, interfaceReader,    protocolReader,
+    processReader,   cgroupReader, sensorReader,     fibreChannelReader, gpuReader,
+    nfsReader,       timeReader,   limitsReader,     identityReader,
 };
 
 bool isAsked(const Options &options, Area area) {
@@ -59,8 +51,9 @@ public:
     }
 
     void read(Sample &sample, const Options &options, BoundedPass::Time deadline) {
-        Take take{m_root, options, deadline, m_stat, sample};
+        Take take{m_root, options, deadline, m_stat, m_loadavg, sample};
         m_stat.startSample();
+        m_loadavg.startSample();
         for (std::size_t index = 0; index < AREA_COUNT; ++index) {
             sample.areas[index].asked = m_areas[index] != nullptr;
             if (m_areas[index] == nullptr)
@@ -84,6 +77,7 @@ public:
 private:
     HostDirectory m_root;
     SharedSource m_stat{"proc/stat", Records::One};
+    SharedSource m_loadavg{"proc/loadavg", Records::One};
     std::array<std::unique_ptr<AreaReader>, AREA_COUNT> m_areas;
 };
 

@@ -4,16 +4,17 @@
 namespace zel {
 
 std::string_view areaName(Area area) {
-    constexpr std::array<std::string_view, AREA_COUNT> names{
+    constexpr std::array<std::string_view, AREA_COUNT + 1> names{
         "cpu",         "load",       "pressure",  "memory",    "vm",       "interrupts", "disks",
         "filesystems", "interfaces", "protocols", "processes", "cgroups",  "sensors",    "fibrechannel",
-        "gpus",        "nfs",        "time",      "limits",    "identity",
+        "gpus",        "nfs",        "time",      "limits",    "identity", "hardware",
     };
     return names[static_cast<std::size_t>(area)];
 }
 
 std::string_view unitName(Unit unit) {
-    constexpr std::string_view names[] = {"", "seconds", "bytes", "ratio", "hertz", "celsius", "watts", "joules"};
+    constexpr std::string_view names[] = {"",      "seconds", "bytes", "ratio",  "hertz",    "celsius",
+                                          "volts", "amperes", "watts", "joules", "coulombs", "rpm"};
     return names[static_cast<std::size_t>(unit)];
 }
 

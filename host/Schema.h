@@ -37,15 +37,29 @@ enum class Area : unsigned char {
     Nfs,
     Time,
     Limits,
-    Identity
+    Identity,
+    Hardware // of no sample: the inventory (host/Hardware.h), which is read on demand
 };
-inline constexpr std::size_t AREA_COUNT = 19;
+inline constexpr std::size_t AREA_COUNT = 19; // of samples
 
 /// The name on the command line, such as "disks".
 std::string_view areaName(Area area);
 
-/// Base units only: a reader never has to scale.
-enum class Unit : unsigned char { None, Seconds, Bytes, Ratio, Hertz, Celsius, Watts, Joules };
+/// Base units only: a reader never has to scale. Fans turn so often per minute, as everybody counts them.
+enum class Unit : unsigned char {
+    None,
+    Seconds,
+    Bytes,
+    Ratio,
+    Hertz,
+    Celsius,
+    Volts,
+    Amperes,
+    Watts,
+    Joules,
+    Coulombs,
+    RevolutionsPerMinute
+};
 enum class Kind : unsigned char {
     Counter, // only grows, until it wraps or its owner starts anew
     Gauge,
@@ -135,6 +149,8 @@ using Member =
 template<class Row> struct Field {
     Family family;
     Member<Row> member;
+    /// Of a counter that begins again at 0 where its own device says, not at a number of bits: the member that says it.
+    Number Row::*wrapsAt = nullptr;
 
     Value of(const Row &row) const {
         return std::visit([&row](auto place) { return valueOf(row.*place); }, member);
@@ -186,8 +202,14 @@ template<class Row> struct Entries {
     constexpr Field<Row> info(std::string_view name, Member<Row> member, std::string_view help) const {
         return entry(Kind::Info, name, member, Unit::None, help);
     }
+    constexpr Field<Row> info(std::string_view name, Member<Row> member, Unit unit, std::string_view help) const {
+        return entry(Kind::Info, name, member, unit, help);
+    }
     constexpr Field<Row> state(std::string_view name, Member<Row> member, std::string_view help) const {
         return entry(Kind::State, name, member, Unit::None, help);
+    }
+    constexpr Field<Row> state(std::string_view name, Member<Row> member, Unit unit, std::string_view help) const {
+        return entry(Kind::State, name, member, unit, help);
     }
     /// The same entries from another source, or with other rights: `disk.from("/sys/block/...").info(...)`.
     constexpr Entries from(std::string_view other, std::string_view provider = {}) const {
@@ -197,11 +219,15 @@ template<class Row> struct Entries {
         field.family.rights = rights;
         return field;
     }
+    static constexpr Field<Row> wrapping(Number Row::*at, Field<Row> field) {
+        field.wrapsAt = at;
+        return field;
+    }
 
 private:
     constexpr Field<Row> entry(Kind kind, std::string_view name, Member<Row> member, Unit unit, std::string_view help,
                                unsigned char bits = 64) const {
-        return {{area, section, name, unit, kind, source, help, Rights::Any, bits, providedBy}, member};
+        return {{area, section, name, unit, kind, source, help, Rights::Any, bits, providedBy}, member, nullptr};
     }
 };
 

@@ -11,10 +11,15 @@ pids=("${@:3}")
 
 # capture DIRECTORY: one moment of the host.
 capture() {
-  mkdir -p "$1/proc/net" "$1/proc/sys/vm" "$1/etc"
+  mkdir -p "$1/proc/net/stat" "$1/proc/sys/vm" "$1/proc/sys/fs" "$1/proc/sys/kernel/random" "$1/etc"
   local file pid
   for file in stat loadavg meminfo vmstat diskstats partitions net/dev uptime sys/vm/min_free_kbytes; do
     cat "/proc/$file" >"$1/proc/$file"
+  done
+  # Not every kernel has them. Left out: whatever names the host's neighbours or connections.
+  for file in net/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat,stat/nf_conntrack} sys/fs/{file-nr,inode-nr,dentry-state} \
+    sys/fs/{aio-nr,aio-max-nr} sys/kernel/{threads-max,pid_max,sem,random/entropy_avail,random/poolsize}; do
+    [ ! -e "/proc/$file" ] || cat "/proc/$file" >"$1/proc/$file"
   done
   for pid in "${pids[@]}"; do
     mkdir "$1/proc/$pid"

@@ -64,12 +64,42 @@ for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
     '1 (a b) S 0 1 1 0 -1 4 5 6 7 8 9 10 11 12 20 0 1 0 30 40 50 60\n' '5 4 3 2 1 0 0\n' 'rchar: 5\n' 'a' '0::/a\n' \
     "$a/meminfo" "$a/vmstat"
 done
+nfs='device s:/a mounted on /a\\040b with fstype nfs4 statvers=1.1\n\topts:\trw,vers=4.2,rsize=4096,proto=tcp,sec=sys\n\tage:\t9\n'
+nfs+='\tcaps:\tcaps=0x3f,wtmult=512\n\tnfsv4:\tbm0=0x1,pnfs=not configured,lease_time=90\n\tevents:\t1 2 3\n\tbytes:\t1 2 3\n'
+nfs+='\tRPC iostats version: 1.1  p/v: 100003/4 (nfs)\n\txprt:\ttcp 8 0 1 0 1 5 5 0 5 0 2 6 5\n\tper-op statistics\n'
+nfs+='\t        READ: 9 9 0 5 5 1 2 3 0\n\n'
+seed host_nfs_fuzz two '' "$nfs" 'net 1 2 3 4\nrpc 5 6 7\nproc4 3 1 2 3\n' \
+  'rc 1 2 3\nfh 1 0\nio 5 6\nth 8 0\nra 32 0 0 0 0 0 0 0 0 0 0 7\nproc4ops 4 0 0 0 5\n' "device x mounted on /x with fstype ext4\n$nfs" \
+  'rpc 9 9 9\n' 'rc 2 3 4\n'
+seed host_fibrechannel_fuzz two '' 'Online\n' '16 Gbit\n' '4 Gbit, 16 Gbit\n' '0x5\n' '0x7\n' '0x9\n' 'Online\n' '8 Gbit\n' \
+  '4 Gbit, 16 Gbit\n' '0x6\n' '0xffffffffffffffff\n' '0x4\n'
+n=@linux-6.18/t0/proc/net
+track='entries found\n00000021 00000007\n'
+conn='head\n 0: 0100007F:1F90 00000000:0000 0A 00000000:00000003 00:00000000 00000000 0 0 1\n'
+seed host_protocols_fuzz linux-6.18 '' $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} \
+  'head\n192.0.2.1 0x1 0x2 02:fc:00:00:00:05 * eth0\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} 'head\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  '\030\000\000\000\024\000\002\000\000\000\000\000\000\000\000\000abcdefgh'
+y=@linux-6.18/t0/proc/sys
+seed host_limits_fuzz linux-6.18 '' $y/fs/file-nr $y/fs/dentry-state $y/kernel/sem $y/kernel/pid_max \
+  @linux-6.18/t0/proc/loadavg '    0:     9 8/8 3/1000000 40/25000000\n' 'key\n 0 1 600\n' \
+  'entries  allocs\n0000001a 00000001\n'
 seed host_gpus_fuzz two '' 'DRIVER=amdgpu\nPCI_ID=1002:73BF\nPCI_SLOT_NAME=0000:03:00.0\n' 'active\n' '47\n' '9000\n' \
   '4000\n' '0: 500Mhz\n1: 2475Mhz *\n' '16.0 GT/s PCIe\n' 'ue: 2\nce: 11\n' '54000\n' 'edge\n' '1\n' \
   'drm-driver:\tamdgpu\ndrm-client-id:\t26\ndrm-pdev:\t0000:03:00.0\ndrm-memory-vram: 5 KiB\ndrm-engine-gfx:\t7 ns\n' \
   'DRIVER=amdgpu\nPCI_ID=1002:73BF\nPCI_SLOT_NAME=0000:03:00.0\n' 'suspended\n'
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
+seed host_sensors_fuzz two '\377\377\017\000' '-45123\n' '262143000000\n' '262143328850\n' 'critical\n' '\377\377\017\000-5\n' '7\n' '9\n' 'hot\n'
+cgroup() { # USAGE READ: of its files those that have another form than a number
+  printf '%s\0' 'populated 1\nfrozen 0\n' 'nr_descendants 0\nnr_dying_descendants 3\n' \
+    "usage_usec $1\nuser_usec 4\nsystem_usec 5\nnr_periods 6\nnr_throttled 2\nthrottled_usec 7\n" '4096\n' '8192\n' '0\n' \
+    'anon 4096\nfile 0\npgfault 9\n' 'low 0\nmax 1\noom_kill 0\n' "8:0 rbytes=$2 wbytes=1 rios=2 wios=3 dbytes=0 dios=0\n" \
+    '3\n' 'max 0\n' "$pressure" "full${pressure#some}" "$pressure" '50000 100000\n' '100\n' '0\n' '0\n' 'max\n' 'max\n' 'max\n' '50\n'
+}
+mapfile -d '' -t cgroup_before < <(cgroup 10 512)
+mapfile -d '' -t cgroup_after < <(cgroup 20 1024)
+seed host_cgroups_fuzz two '' 'cpu memory\n' '' "${cgroup_before[@]}" 'cpu memory\n' '' "${cgroup_after[@]}"
 seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'
 
 disks() { # NAME OPTIONS COUNTERS STAT COUNTERS STAT
@@ -184,6 +214,19 @@ for options in '\000' '\001' '\011' '\002'; do
   seed inventory_fuzz "long-${options#\\}" "$options" '\036\377TORVCPU|a long inventory ' '\036\377TORVDISK|b' \
     '\036\377 TORVHBA|c\n'
 done
+seed host_hardware_fuzz card '' '1af4  Red Hat, Inc.\n\t1041  Virtio network\n\t\t1af4 0001  Card\nC 02  Network\n\t00  Ethernet\n' \
+  'processor\t: 0\nmodel name\t: CPU\nflags\t\t: aes vmx\naddress sizes\t: 46 bits physical, 48 bits virtual\n' '0x020000\n' \
+  '0x1af4\n' '0x1041\n' '0x1af4\n' '0x0001\n' '8.0 GT/s PCIe\n' '16\n' '0000:00:01\n' '0\n' '0-1\n' '1\n' '48K\n' '0-1\n' \
+  'Node 0 MemTotal: 5 kB\n' '0-1,4\n' '23\n' 'Maker\n' '\006\000\000\000\001' '0\n' '25000\n'
+# A memory module, an array and a socket, with and without an entry point.
+tables=''
+tables+='\021\050\001\000\000\000\000\000\000\000\000\000\377\177\000\000\001\002\032\000\000\200\014\000\000\000\000\000'
+tables+='\000\000\001\000\000\000\000\000\000\000\000\000\101\061\000\102\000\000\020\027\002\000\000\000\000\000\000\000'
+tables+='\200\000\000\002\000\000\000\000\000\000\001\000\000\000\000\004\060\003\000\001\000\000\000\000\000\000\000\000'
+tables+='\000\000\000\000\213\000\000\000\000\000\000\101\000\000\000\000\000\000\000\000\000\000\377\000\000\000\000\000'
+tables+='\000\040\001\000\000\000\000\103\120\125\061\000\000\177\004\000\000\000\000'
+seed host_smbios_fuzz table "\\000$tables"
+seed host_smbios_fuzz entry '\030\137\123\115\063\137\315\030\003\003\000\001\000\203\000\000\000\000\000\000\000\000\000\000\000'"$tables"
 seed hardware_fuzz linux-2.4.21 '' 'desc: "Intel Corp.|82545EM Gigabit"\n' @linux-2.4.21/t0/etc/sysconfig/hwconf \
   @linux-2.4.21/t0/proc/pci
 

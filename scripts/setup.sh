@@ -13,11 +13,11 @@ ninja-build /usr/bin/ninja
 pkg-config /usr/bin/pkg-config
 libtirpc-dev /usr/include/tirpc/rpc/rpc.h
 libtirpc-common /etc/netconfig
-libcli11-dev /usr/include/CLI/CLI.hpp"
+libcli11-dev /usr/include/CLI/CLI.hpp
+nlohmann-json3-dev /usr/include/nlohmann/json.hpp"
 test="$build
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h
-nlohmann-json3-dev /usr/include/nlohmann/json.hpp
 clang-format /usr/bin/clang-format
 clang-tidy /usr/bin/clang-tidy
 shellcheck /usr/bin/shellcheck
@@ -26,9 +26,15 @@ rpcbind /usr/sbin/rpcbind
 procps /usr/bin/ps
 python3 /usr/bin/python3
 sysstat /usr/bin/iostat
+lm-sensors /usr/bin/sensors
+nfs-common /usr/sbin/mountstats
 groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file
+dmidecode /usr/sbin/dmidecode
+pciutils /usr/bin/lspci
+pci.ids /usr/share/misc/pci.ids
+ethtool /usr/sbin/ethtool
 python3 /usr/bin/python3"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps

@@ -2,12 +2,10 @@
 #include "zel/SampleTables.h"
 
 #include "export/Walk.h"
+#include "zel/TableSink.h"
 #include "zel/Units.h"
-#include "zel/Views.h"
 
 #include <algorithm>
-#include <ctime>
-#include <optional>
 
 namespace zel {
 
@@ -226,6 +224,8 @@ private:
         const std::vector<Placed> columns = place(view);
         if (isOverview() && (rows.size() < view.overviewLeast || columns.empty()))
             return;
+        if (view.onlyWithRows && m_rows.size() == 0)
+            return;
         std::vector<Table::Column> titles;
         for (const Placed &placed : columns)
             titles.push_back({std::string(placed.column->title), isText(placed), placed.column->stays});
@@ -263,7 +263,7 @@ std::string localTime(std::int64_t nanoseconds) {
 
 // When, which host, and over which time.
 std::string headLine(const Sample &sample, const Rates *rates, const Style &style) {
-    std::string line = localTime(sample.realtimeNanoseconds);
+    std::string line = localTimeText(sample.realtimeNanoseconds);
     const Identity &host = sample.identity;
     if (sample.area(Area::Identity).asked) {
         for (const Reading<std::string> *text : {&host.hostName, &host.osPrettyName, &host.kernelRelease})
@@ -297,7 +297,7 @@ bool needRates(const Shown &shown) {
 
 void writeTables(const Sample &sample, const Rates *rates, const Shown &shown, const Style &style, std::string &out) {
     std::string tables;
-    TableSink sink(shown, style, tables);
+    TableSink sink({shown.everything, shown.areas.empty(), viewOf}, style, tables);
     walk(sample, rates, shown.areas, sink);
     appendToned(out, headLine(sample, rates, style), Tone::Quiet, style);
     out += tables.empty() ? "\n" : "\n\n";

@@ -6,10 +6,13 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <ctime>
 
 namespace zel {
 
 namespace {
+
+constexpr std::int64_t nanosecondsPerSecond = 1000000000;
 
 constexpr double minute = 60, hour = 60 * minute, day = 24 * hour;
 
@@ -51,6 +54,8 @@ std::string reasonText(Absence reason) {
         return "gone";
     case Absence::TimedOut:
         return "timed out";
+    case Absence::NotAsked:
+        return "not asked";
     case Absence::Malformed:
         return "malformed";
     }
@@ -69,10 +74,18 @@ std::string realText(const Family &family, double number, Charset charset) {
         return hertzText(number);
     case Unit::Celsius:
         return fixed(number, 1) + " C";
+    case Unit::Volts:
+        return shortNumber(number) + " V";
+    case Unit::Amperes:
+        return shortNumber(number) + " A";
     case Unit::Watts:
         return shortNumber(number) + " W";
     case Unit::Joules:
-        return joulesText(number);
+        return scaled(number, 1000, std::array{"J", "kJ", "MJ", "GJ", "TJ"});
+    case Unit::Coulombs:
+        return shortNumber(number / hour) + " Ah"; // as everybody counts what a battery holds
+    case Unit::RevolutionsPerMinute:
+        return fixed(number, 0) + " rpm";
     case Unit::None:
         break;
     }
@@ -113,11 +126,6 @@ std::string hertzText(double hertz) {
     return scaled(hertz, 1000, units);
 }
 
-std::string joulesText(double joules) {
-    constexpr std::array units{"J", "kJ", "MJ", "GJ"};
-    return scaled(joules, 1000, units);
-}
-
 std::string bitsText(double bits) {
     constexpr std::array units{"bit", "kbit", "Mbit", "Gbit", "Tbit"};
     return scaled(bits, 1000, units);
@@ -128,6 +136,15 @@ std::string numberText(double number) {
     if (size == 0)
         return "0";
     return fixed(number, size < 9.995 ? 2 : size < 99.95 ? 1 : 0);
+}
+
+std::string localTimeText(std::int64_t nanoseconds) {
+    const std::time_t seconds = nanoseconds / nanosecondsPerSecond;
+    std::tm parts{};
+    char text[64];
+    if (localtime_r(&seconds, &parts) == nullptr || std::strftime(text, sizeof(text), "%F %T %Z", &parts) == 0)
+        return {};
+    return text;
 }
 
 std::string valueText(const Family &family, const Value &value, Charset charset) {

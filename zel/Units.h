@@ -17,6 +17,9 @@ std::string bitsText(double bits);
 /// A number with a fraction and no unit: a rate, a load.
 std::string numberText(double number);
 
+/// Nanoseconds since the epoch as a date and a time of day in the zone of the reader.
+std::string localTimeText(std::int64_t nanoseconds);
+
 /// A value in the unit of its family; a reason in words ("-" where this host has none); texts made safe to show.
 std::string valueText(const Family &family, const Value &value, Charset charset);
 

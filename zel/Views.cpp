@@ -10,10 +10,14 @@ namespace zel {
 namespace {
 
 constexpr std::span<const View> (*groups[])() = {
-    systemViews,  //
-    deviceViews,  //
-    processViews, //
-    gpuViews,
+    systemViews,         //
+    deviceViews,         //
+    processViews,        //
+    sensorViews,         //
+    storageNetworkViews, //
+    cgroupViews,         //
+    networkViews,        //
+    gpuViews,            //
 };
 
 } // namespace

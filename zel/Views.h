@@ -35,6 +35,7 @@ struct View {
     /// The field whose largest values come first, and the one that decides between equals and without rates.
     std::string_view order = {};
     std::string_view orderWithoutRates = {};
+    bool onlyWithRows = false;                             // says nothing where it has none, even when it was named
     std::size_t overviewLeast = 1;                         // fewer rows say nothing new when no area was named
     std::size_t overviewRows = 0;                          // how many are shown when no area was named; 0: all
     bool (*hides)(const RowValues &row) = nullptr;         // rows that only --all shows

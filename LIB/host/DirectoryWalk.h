@@ -40,8 +40,14 @@ public:
         }
         const auto *entry = reinterpret_cast<const dirent64 *>(m_entries + m_at);
         m_at += entry->d_reclen;
+        m_type = entry->d_type;
+        m_inode = entry->d_ino;
         return entry->d_name;
     }
+
+    /// Of the name given last: DT_DIR and others, DT_UNKNOWN where the filesystem does not say.
+    unsigned char type() const { return m_type; }
+    ino64_t inode() const { return m_inode; }
 
     /// After the last name: 0, or the errno that ended the walk early.
     int error() const { return m_error; }
@@ -53,6 +59,8 @@ private:
     std::size_t m_at = 0;
     std::size_t m_length = 0;
     int m_error = 0;
+    unsigned char m_type = DT_UNKNOWN;
+    ino64_t m_inode = 0;
 };
 
 } // namespace zel

@@ -15,15 +15,19 @@ namespace {
 constexpr std::int64_t second = 1000000000;
 constexpr std::size_t longestText = 16384;
 
-// A priority of a swap device, a process or its niceness is negative by right.
+// A priority of a swap device, a process or its niceness is negative by right, and so is what a sensor measures.
 bool mayBeNegative(const zel::Family &family) {
-    return family.name == "priority" || family.name == "nice";
+    return family.name == "priority" || family.name == "nice" || family.area == zel::Area::Sensors;
+    // A priority of a swap device, a process or its niceness is negative by right, and what no field has may be.
+    return family.name == "priority" || family.name == "nice" || family.name == "max_conn" ||
+           family.section == "protocol_others";
 }
 
 // What a device or a process says of itself is malformed in its reading alone: its schema entry names the file.
 bool isOfADevice(const zel::Family &family) {
     using enum zel::Area;
-    return family.area == Disks || family.area == Interfaces || family.area == Processes || family.area == Gpus;
+    return family.area == Disks || family.area == Interfaces || family.area == Processes || family.area == Sensors ||
+           family.area == FibreChannel || family.area == Gpus;
 }
 
 void ensureValue(const zel::Sample &sample, const zel::Family &family, const zel::Value &value) {
@@ -70,8 +74,9 @@ HostArea::HostArea(zel::Area area, std::unique_ptr<zel::AreaReader> reader)
 const zel::Sample &HostArea::take() {
     std::swap(m_before, m_sample);
     const auto deadline = std::chrono::steady_clock::now() + m_options.deadline;
-    zel::Take take{m_root, m_options, deadline, m_stat, m_sample};
+    zel::Take take{m_root, m_options, deadline, m_stat, m_loadavg, m_sample};
     m_stat.startSample();
+    m_loadavg.startSample();
     zel::beginArea(m_sample.area(m_area));
     m_sample.monotonicNanoseconds = m_before.monotonicNanoseconds + second;
     m_sample.area(m_area).monotonicNanoseconds = m_sample.monotonicNanoseconds;

@@ -27,6 +27,7 @@ private:
     zel::Options m_options;
     zel::HostDirectory m_root;
     zel::SharedSource m_stat{"proc/stat", zel::Records::One};
+    zel::SharedSource m_loadavg{"proc/loadavg", zel::Records::One};
     zel::Sample m_before, m_sample;
     zel::Rates m_rates;
 };

@@ -36,7 +36,8 @@ struct Take {
     const HostDirectory &root;
     const Options &options;
     std::chrono::steady_clock::time_point deadline;
-    SharedSource &stat; // proc/stat, of the areas cpu and interrupts
+    SharedSource &stat;    // proc/stat, of the areas cpu and interrupts
+    SharedSource &loadavg; // proc/loadavg, of the areas load and limits
     Sample &sample;
 };
 
@@ -88,9 +89,16 @@ std::unique_ptr<AreaReader> interruptReader();
 std::unique_ptr<AreaReader> diskReader();
 std::unique_ptr<AreaReader> filesystemReader();
 std::unique_ptr<AreaReader> interfaceReader();
+std::unique_ptr<AreaReader> protocolReader();
 std::unique_ptr<AreaReader> processReader();
 /// Of this host: one whose processes cannot hold the sample up (OwnProcesses.cpp).
 std::unique_ptr<AreaReader> ownProcessReader();
+std::unique_ptr<AreaReader> sensorReader();
+std::unique_ptr<AreaReader> timeReader();
+std::unique_ptr<AreaReader> fibreChannelReader();
+std::unique_ptr<AreaReader> nfsReader();
+std::unique_ptr<AreaReader> cgroupReader();
+std::unique_ptr<AreaReader> limitsReader();
 std::unique_ptr<AreaReader> gpuReader();
 std::unique_ptr<AreaReader> identityReader();
 

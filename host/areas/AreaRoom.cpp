@@ -9,6 +9,7 @@ namespace zel {
 void AreaRoom::read(Area area, BoundedPass::Time deadline) {
     Take take = takeInto(sample, deadline);
     stat.startSample();
+    loadavg.startSample();
     beginArea(sample.area(area));
     doStep(*reader, &AreaReader::read, take, area);
 }

@@ -19,10 +19,13 @@ struct AreaRoom {
     HostDirectory root;
     std::unique_ptr<AreaReader> reader;
     SharedSource stat{"proc/stat", Records::One};
+    SharedSource loadavg{"proc/loadavg", Records::One};
     Sample sample = {};
     bool waiting = false; // a call of it was started and has not answered
 
-    Take takeInto(Sample &target, BoundedPass::Time deadline) { return {root, *options, deadline, stat, target}; }
+    Take takeInto(Sample &target, BoundedPass::Time deadline) {
+        return {root, *options, deadline, stat, loadavg, target};
+    }
     /// The work of the call.
     void read(Area area, BoundedPass::Time deadline);
 };

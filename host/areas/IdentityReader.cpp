@@ -1,5 +1,6 @@
 // Reads which host this is. What does not change while it runs is read once.
 #include "host/areas/AreaReader.h"
+#include "host/areas/Virtualisation.h"
 #include "host/source/Attribute.h"
 #include "host/source/Clocks.h"
 #include "host/source/LineScan.h"
@@ -69,6 +70,9 @@ constexpr Fact constants[] = {{"proc/sys/kernel/ostype", &Identity::kernelName},
                               {"proc/sys/kernel/arch", &Identity::architecture},
                               {"proc/sys/kernel/random/boot_id", &Identity::bootId}};
 
+constexpr Fact machineNames[] = {{"sys/class/dmi/id/sys_vendor", &Identity::machineVendor},
+                                 {"sys/class/dmi/id/product_name", &Identity::machineName}};
+
 class IdentityReader : public AreaReader {
 public:
     IdentityReader() {
@@ -106,19 +110,24 @@ private:
                 readText(take, file, m_description.*fact.member);
             }
             readRelease(take);
+            readMachine(take);
             m_describedAt = now;
         }
         for (const Fact &fact : constants)
-            copy(m_description.*fact.member, identity.*fact.member);
-        for (auto member : {&Identity::osId, &Identity::osName, &Identity::osVersion, &Identity::osPrettyName})
-            copy(m_description.*member, identity.*member);
+            (identity.*fact.member).assign(m_description.*fact.member);
+        for (auto member :
+             {&Identity::osId, &Identity::osName, &Identity::osVersion, &Identity::osPrettyName,
+              &Identity::virtualisation, &Identity::container, &Identity::machineVendor, &Identity::machineName})
+            (identity.*member).assign(m_description.*member);
     }
 
-    static void copy(const Reading<std::string> &from, Reading<std::string> &to) {
-        if (from)
-            to.set(*from);
-        else
-            to.clear(from.absence());
+    void readMachine(Take &take) {
+        readVirtualisation(take.root, m_description.virtualisation);
+        readContainer(take.root, m_description.container);
+        for (const Fact &fact : machineNames) {
+            Attribute file(fact.path, KeptScope::Never);
+            readText(take, file, m_description.*fact.member);
+        }
     }
 
     // The first of the two files that exists counts. Values without a file have its reason.

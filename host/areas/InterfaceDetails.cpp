@@ -24,18 +24,9 @@ constexpr bool isNoSpeed(std::uint64_t megabits) {
 }
 
 // Sample: 0x1003
-Count flagsIn(const char *text) {
-    const char *cursor = skipBlanks(text);
-    if (cursor[0] != '0' || cursor[1] != 'x' || digitValue<16>(cursor[2]) >= 16)
-        return Absence::Malformed;
-    cursor += 2;
-    const ScannedNumber number = scanDigits<16>(cursor, false);
-    return number.overflow ? Count(Absence::Malformed) : Count(number.magnitude);
-}
-
 void readFlags(DeviceAttributes &files, Interface &interface) {
     const int error = files.read("flags");
-    interface.flags = error == 0 ? flagsIn(files.text().data()) : Count(absenceOf(error));
+    interface.flags = error == 0 ? attributeHexadecimal(files.text().data()) : Count(absenceOf(error));
     interface.up = interface.flags ? Count(*interface.flags & IFF_UP) : interface.flags;
 }
 

@@ -10,17 +10,17 @@ class LoadReader : public AreaReader {
 public:
     bool hasOneStep() const override { return true; }
     void read(Take &take) override {
-        if (const int error = m_file.read(take.root); error != 0)
-            return loseArea(take.sample, Area::Load, error, m_file.path());
+        const SourceFile &file = take.loadavg.file();
+        if (const int error = take.loadavg.read(take.root); error != 0)
+            return loseArea(take.sample, Area::Load, error, file.path());
         forget(take.sample.load, Absence::Malformed);
-        if (!parse(take.sample.load))
-            noteFailure(take.sample.area(Area::Load), NOT_ITS_FORMAT, m_file.path());
+        if (!parse(file.text().data(), take.sample.load))
+            noteFailure(take.sample.area(Area::Load), NOT_ITS_FORMAT, file.path());
     }
 
 private:
     // Sample: 0.37 0.60 0.24 2/212 12345
-    bool parse(Load &load) const {
-        const char *cursor = m_file.text().data();
+    static bool parse(const char *cursor, Load &load) {
         for (Number *average : {&load.load1, &load.load5, &load.load15}) {
             *average = takeDecimal(cursor);
             if (!*average)
@@ -34,8 +34,6 @@ private:
             load.lastPid = takeCount(cursor);
         return load.lastPid.has();
     }
-
-    SourceFile m_file{"proc/loadavg"};
 };
 
 } // namespace

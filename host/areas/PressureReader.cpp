@@ -1,63 +1,16 @@
 // Reads the pressure stall information.
 #include "host/areas/AreaReader.h"
-#include "host/source/LineScan.h"
+#include "host/areas/PressureLines.h"
 
 namespace zel {
 
 namespace {
 
 constexpr const char *resources[] = {"cpu", "io", "memory", "irq"};
-// By which power of ten a percentage and microseconds are divided.
-constexpr unsigned ofPercent = 2;
-constexpr unsigned ofMicroseconds = 6;
-
-// The four numbers of a line, by their keys in the kernel's order.
-struct Keyed {
-    std::string_view key;
-    unsigned shift;
-    Number Pressure::*member;
-};
-constexpr Keyed someKeys[] = {{"avg10=", ofPercent, &Pressure::someAverage10},
-                              {"avg60=", ofPercent, &Pressure::someAverage60},
-                              {"avg300=", ofPercent, &Pressure::someAverage300},
-                              {"total=", ofMicroseconds, &Pressure::someSeconds}};
-constexpr Keyed fullKeys[] = {{"avg10=", ofPercent, &Pressure::fullAverage10},
-                              {"avg60=", ofPercent, &Pressure::fullAverage60},
-                              {"avg300=", ofPercent, &Pressure::fullAverage300},
-                              {"total=", ofMicroseconds, &Pressure::fullSeconds}};
-
-// Sample: some avg10=0.23 avg60=7.99 avg300=13.40 total=233938024
-// The cursor is behind the first word. What does not follow the format is malformed, with all that stands after it.
-bool takeLine(const char *cursor, std::span<const Keyed> keys, Pressure &pressure) {
-    for (const Keyed &each : keys)
-        pressure.*each.member = Absence::Malformed;
-    for (const Keyed &each : keys) {
-        cursor = skipSpaces(cursor);
-        if (!startsWith(cursor, each.key) || isSpace(cursor[each.key.size()]))
-            return false;
-        cursor += each.key.size();
-        pressure.*each.member = takeDecimal(cursor, each.shift);
-        if (!(pressure.*each.member))
-            return false;
-    }
-    return true;
-}
-
-// False when a line is malformed, or when there is none that the kernel writes.
-bool parse(const char *line, Pressure &pressure) {
-    constexpr std::string_view some = "some ", full = "full ";
-    bool whole = true, any = false;
-    for (; *line != '\0'; line = nextLine(line)) {
-        const bool isSome = startsWith(line, some);
-        if (!isSome && !startsWith(line, full))
-            continue;
-        any = true;
-        whole &= takeLine(line + some.size(), isSome ? std::span(someKeys) : std::span(fullKeys), pressure);
-    }
-    if (!any)
-        forget(pressure, Absence::Malformed);
-    return whole && any;
-}
+constexpr PressurePlaces<Pressure> somePlaces{&Pressure::someAverage10, &Pressure::someAverage60,
+                                              &Pressure::someAverage300, &Pressure::someSeconds};
+constexpr PressurePlaces<Pressure> fullPlaces{&Pressure::fullAverage10, &Pressure::fullAverage60,
+                                              &Pressure::fullAverage300, &Pressure::fullSeconds};
 
 class PressureReader : public AreaReader {
 public:
@@ -88,7 +41,7 @@ private:
         Pressure &pressure = take.sample.pressure.append();
         pressure.resource = resources[index];
         forget(pressure, Absence::Unsupported);
-        if (!parse(file.text().data(), pressure))
+        if (!takePressure(file.text().data(), somePlaces, fullPlaces, pressure))
             noteFailure(state, NOT_ITS_FORMAT, file.path());
         return 0;
     }

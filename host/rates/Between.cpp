@@ -17,6 +17,10 @@ void between(const Sample &before, const Sample &now, Rates &rates) {
     rates.disks.clear();
     rates.interfaces.clear();
     rates.processes.clear();
+    rates.fibreChannelPorts.clear();
+    rates.nfsMounts.clear();
+    rates.nfsOperations.clear();
+    rates.nfsTransports.clear();
     rates.counters.clear();
     for (std::size_t area = 0; area < AREA_COUNT; ++area)
         rates.asked[area] = now.areas[area].asked;
@@ -24,6 +28,8 @@ void between(const Sample &before, const Sample &now, Rates &rates) {
     takeDisks(before, now, rates);
     takeInterfaces(before, now, rates);
     takeProcessRates(before.processes, now.processes, secondsBetween(before, now, Area::Processes), rates.processes);
+    takeFibreChannel(before, now, rates);
+    takeNfs(before, now, rates);
     takeCounters(before, now, rates);
 }
 

@@ -23,13 +23,33 @@ template<class Row> bool sameLabels(const Row &left, const Row &right) {
     return true;
 }
 
+template<class Row> std::size_t hashOfLabels(const Row &row) {
+    std::size_t hash = 0;
+    for (const Field<Row> &field : fieldsOf<Row>()) {
+        if (field.family.kind != Kind::Label)
+            continue;
+        constexpr std::size_t factor = 31;
+        const Value label = field.of(row);
+        hash = hash * factor + std::hash<std::string_view>{}(label.asText()) + label.asUnsigned();
+    }
+    return hash;
+}
+
+// Whether a row under the same labels is still the same thing.
+template<class Row> bool goesOn(const Row &before, const Row &now) {
+    if constexpr (std::is_same_v<Row, Cgroup> || std::is_same_v<Row, CgroupDevice>)
+        return sameReading(before.inode, now.inode);
+    return true;
+}
+
 template<class Row> Number counterGrowth(const Field<Row> &field, const Row &before, const Row &now) {
     return std::visit(
         [&](auto place) -> Number {
             if constexpr (std::is_same_v<decltype(place), Count Row::*>)
                 return growthOf(before.*place, now.*place, field.family.counterBits);
             else if constexpr (std::is_same_v<decltype(place), Number Row::*>)
-                return growthOf(before.*place, now.*place);
+                return field.wrapsAt == nullptr ? growthOf(before.*place, now.*place)
+                                                : wrappingGrowth(before.*place, now.*place, now.*field.wrapsAt);
             else
                 return Absence::Unsupported;
         },
@@ -61,9 +81,11 @@ void takeSection(const Section<Row> &section, const Sample &before, const Sample
     const bool comparable = isComparable<Row>(before, now);
     if (section.one != nullptr)
         return takeRow(&(before.*section.one), now.*section.one, seconds, rates);
-    Earlier earlier(before.*section.many, sameLabels<Row>);
-    for (const Row &row : now.*section.many)
-        takeRow(comparable ? earlier.of(row) : nullptr, row, seconds, rates);
+    Earlier earlier(before.*section.many, sameLabels<Row>, hashOfLabels<Row>);
+    for (const Row &row : now.*section.many) {
+        const Row *old = comparable ? earlier.of(row) : nullptr;
+        takeRow(old != nullptr && goesOn(*old, row) ? old : nullptr, row, seconds, rates);
+    }
 }
 
 bool isLabel(const Value &value, std::string_view text) {

@@ -71,7 +71,7 @@ void takeDisk(const Disk &before, const Disk &now, double seconds, DiskRates &ra
 
 void takeDisks(const Sample &before, const Sample &now, Rates &rates) {
     const double seconds = secondsBetween(before, now, Area::Disks);
-    Earlier earlier(before.disks, sameDisk);
+    Earlier earlier(before.disks, sameDisk, [](const Disk &disk) { return std::hash<std::string_view>{}(disk.name); });
     for (const Disk &disk : now.disks) {
         static const Disk none{};
         const Disk *old = earlier.of(disk);

@@ -31,11 +31,14 @@ Number growthOf(const Number &before, const Number &now) {
 }
 
 Number wrappingSeconds(const Number &before, const Number &now) {
-    constexpr double wrapSeconds = static_cast<double>(wrap32) / 1000;
-    if (!now || !before || *now >= *before)
+    return wrappingGrowth(before, now, static_cast<double>(wrap32) / 1000);
+}
+
+Number wrappingGrowth(const Number &before, const Number &now, const Number &wrapsAt) {
+    if (!now || !before || !wrapsAt || *now >= *before)
         return growthOf(before, now);
-    const double growth = *now + wrapSeconds - *before;
-    return growth >= 0 && growth < wrapSeconds / 2 ? Number(growth) : Number(Absence::NotYet);
+    const double growth = *now + *wrapsAt - *before;
+    return growth >= 0 && growth < *wrapsAt / 2 ? Number(growth) : Number(Absence::NotYet);
 }
 
 Number quotient(const Number &of, const Number &by, double otherwise) {

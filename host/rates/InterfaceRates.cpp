@@ -57,7 +57,8 @@ void takeInterface(const Interface &before, const Interface &now, double seconds
 
 void takeInterfaces(const Sample &before, const Sample &now, Rates &rates) {
     const double seconds = secondsBetween(before, now, Area::Interfaces);
-    Earlier earlier(before.interfaces, sameInterface);
+    Earlier earlier(before.interfaces, sameInterface,
+                    [](const Interface &interface) { return std::hash<std::string_view>{}(interface.name); });
     for (const Interface &interface : now.interfaces) {
         static const Interface none{};
         const Interface *old = earlier.of(interface);

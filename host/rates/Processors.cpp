@@ -69,8 +69,9 @@ void takeProcessors(const Sample &before, const Sample &now, Rates &rates) {
     static const Processor none{};
     const double seconds = secondsBetween(before, now, Area::Cpu);
     takeShares(before.cpu, now.cpu, rates.cpu);
-    Earlier earlier(before.processors,
-                    [](const Processor &left, const Processor &right) { return left.cpu == right.cpu; });
+    Earlier earlier(
+        before.processors, [](const Processor &left, const Processor &right) { return left.cpu == right.cpu; },
+        [](const Processor &each) { return static_cast<std::size_t>(each.cpu); });
     for (const Processor &processor : now.processors) {
         const Processor *found = earlier.of(processor);
         const Processor &old = found == nullptr ? none : *found;

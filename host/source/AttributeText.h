@@ -14,6 +14,16 @@ inline Count attributeNumber(const char *text) {
     return takeCount(cursor);
 }
 
+/// The hexadecimal number at the start of the terminated `text`, such as "0x1a".
+inline Count attributeHexadecimal(const char *text) {
+    const char *cursor = skipSpaces(text);
+    if (cursor[0] != '0' || cursor[1] != 'x' || digitValue<16>(cursor[2]) >= 16)
+        return Absence::Malformed;
+    cursor += 2;
+    const ScannedNumber number = scanDigits<16>(cursor, false);
+    return number.overflow || !endsWord(*cursor) ? Count(Absence::Malformed) : Count(number.magnitude);
+}
+
 /// `text` without the blanks around it.
 inline std::string_view trimmed(std::string_view text) {
     while (!text.empty() && (isBlank(text.back()) || text.back() == '\0'))

@@ -1,12 +1,14 @@
 // Reads attributes of devices.
 #include "host/source/DeviceAttributes.h"
 
-#include "host/HostOpen.h"
 #include "host/source/AttributeText.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <utility>
 
 namespace zel {
 
@@ -44,6 +46,28 @@ const char *DeviceAttributes::pathOf(std::string_view attribute) {
     return m_path.data();
 }
 
+int DeviceAttributes::hold() {
+    ScopedDescriptor directory = open("", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    struct stat status {};
+    if (!directory.valid() || fstat(directory.get(), &status) != 0)
+        return errno;
+    m_directory = std::move(directory);
+    m_identity = identityOf(status);
+    return 0;
+}
+
+// No link leads from a directory that is held: an attribute of sysfs is none.
+ScopedDescriptor DeviceAttributes::open(std::string_view attribute, int flags) {
+    const char *path = pathOf(attribute);
+    if (path == nullptr) {
+        errno = ENOENT;
+        return ScopedDescriptor(-1);
+    }
+    if (!m_directory.valid())
+        return m_root.open(path, flags);
+    return ScopedDescriptor(openat(m_directory.get(), path + m_prefix + 1, flags | O_NOFOLLOW));
+}
+
 int DeviceAttributes::readOpen(int file) {
     ssize_t count = 0;
     do
@@ -57,10 +81,7 @@ int DeviceAttributes::readOpen(int file) {
 }
 
 int DeviceAttributes::read(std::string_view attribute) {
-    const char *path = pathOf(attribute);
-    if (path == nullptr)
-        return ENOENT;
-    const ScopedDescriptor file = m_root.open(path, HOST_FILE_FLAGS);
+    const ScopedDescriptor file = open(attribute);
     return file.valid() ? readOpen(file.get()) : errno;
 }
 
@@ -74,10 +95,7 @@ Count DeviceAttributes::number(std::string_view attribute, KeptDescriptor &kept)
         const int error = readOpen(open);
         return error == 0 ? attributeNumber(m_text.data()) : Count(absenceOf(error));
     }
-    const char *path = pathOf(attribute);
-    if (path == nullptr)
-        return Absence::Unsupported;
-    ScopedDescriptor file = m_root.open(path, HOST_FILE_FLAGS);
+    ScopedDescriptor file = open(attribute);
     if (!file.valid())
         return absenceOf(errno);
     if (const int error = readOpen(file.get()); error != 0)
@@ -93,15 +111,11 @@ void DeviceAttributes::text(std::string_view attribute, Reading<std::string> &re
 }
 
 bool DeviceAttributes::has(std::string_view attribute) {
-    const char *path = pathOf(attribute);
-    return path != nullptr && m_root.open(path, O_PATH | O_NOFOLLOW | O_CLOEXEC).valid();
+    return open(attribute, O_PATH | O_NOFOLLOW | O_CLOEXEC).valid();
 }
 
 std::string_view DeviceAttributes::link(std::string_view attribute) {
-    const char *path = pathOf(attribute);
-    if (path == nullptr)
-        return {};
-    const ScopedDescriptor file = m_root.open(path, O_PATH | O_NOFOLLOW | O_CLOEXEC);
+    const ScopedDescriptor file = open(attribute, O_PATH | O_NOFOLLOW | O_CLOEXEC);
     if (!file.valid())
         return {};
     const ssize_t length = readlinkat(file.get(), "", m_text.data(), TEXT_SIZE);

@@ -3,6 +3,8 @@
 // They are read afresh, but for those whose file the caller keeps open. Not to be used by two threads at once.
 #pragma once
 
+#include "host/FileIdentity.h"
+#include "host/HostOpen.h"
 #include "host/Schema.h"
 #include "host/source/HostDirectory.h"
 
@@ -18,6 +20,14 @@ public:
     /// `name` is that of the device as the kernel has it: the '/' of "cciss/c0d0" is a '!' in sysfs. A name that is
     /// none of a file, such as "..", has no attributes.
     DeviceAttributes(const HostDirectory &root, std::string_view classDirectory, std::string_view name);
+
+    /// Opens the directory of the device: 0 or an errno. From then on the attributes are those of this very device,
+    /// whatever gets its name meanwhile, and only those in the directory itself.
+    int hold();
+    /// Of the directory that is held.
+    const FileIdentity &identity() const { return m_identity; }
+    /// The directory that is held once more, to walk over its names.
+    ScopedDescriptor names() { return open("."); }
 
     /// Reads an attribute: 0, or the errno that kept it from being read. EINVAL is a driver's way of saying that it has
     /// none: EOPNOTSUPP.
@@ -39,9 +49,12 @@ private:
     static constexpr std::size_t TEXT_SIZE = 4096; // of sysfs: one page
 
     const char *pathOf(std::string_view attribute);
+    ScopedDescriptor open(std::string_view attribute, int flags = HOST_FILE_FLAGS);
     int readOpen(int file);
 
     const HostDirectory &m_root;
+    ScopedDescriptor m_directory{-1}; // when it is held
+    FileIdentity m_identity;
     std::array<char, PATH_MAX> m_path;
     std::size_t m_prefix = 0; // of the path: the directory of the device; 0 when it can have none
     std::array<char, TEXT_SIZE + 1> m_text;

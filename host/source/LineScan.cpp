@@ -38,6 +38,16 @@ Count takeCount(const char *&cursor, char end) {
     return value;
 }
 
+Count takeHexadecimal(const char *&cursor, char end) {
+    const char *text = skipSpaces(cursor);
+    const char *first = text;
+    const ScannedNumber number = scanDigits<16>(text, false);
+    if (text == first || number.overflow || (*text != end && !endsWord(*text)))
+        return Absence::Malformed;
+    cursor = text;
+    return number.magnitude;
+}
+
 Number takeDecimal(const char *&cursor, unsigned shift) {
     constexpr unsigned exactDigits = 15; // fewer than a double holds
     constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10,

@@ -33,7 +33,10 @@ inline bool endsWord(char character) {
 /// them, or stays when it is malformed.
 Count takeCount(const char *&cursor, char end = ' ');
 
-/// The same with a fraction, such as "0.37", divided by 10 to the power of `shift` (at most 6) without an error of
+/// The same of hexadecimal digits.
+Count takeHexadecimal(const char *&cursor, char end = ' ');
+
+/// As takeCount, with a fraction, such as "0.37", divided by 10 to the power of `shift` (at most 6) without an error of
 /// rounding in between. Kernels write neither signs nor exponents.
 Number takeDecimal(const char *&cursor, unsigned shift = 0);
 

@@ -7,6 +7,7 @@ namespace {
 
 constexpr Entries<Identity> identity{Area::Identity, "identity", "/proc/sys/kernel"};
 constexpr Entries<Identity> release = identity.from("/etc/os-release");
+constexpr Entries<Identity> machine = identity.from("/sys/class/dmi/id", "firmware with SMBIOS (CONFIG_DMI=y)");
 constexpr Entries<Identity> uptime = identity.from("/proc/uptime");
 constexpr Field<Identity> fields[] = {
     identity.info("host_name", &Identity::hostName, "Name of the host."),
@@ -20,6 +21,13 @@ constexpr Field<Identity> fields[] = {
     release.info("os_version", &Identity::osVersion, "Version of the distribution."),
     release.info("os_pretty_name", &Identity::osPrettyName, "Name and version for people."),
     identity.from("/proc/sys/kernel/random/boot_id").info("boot_id", &Identity::bootId, "Changes with every boot."),
+    machine.info("virtualisation", &Identity::virtualisation,
+                 "Kind of virtual machine, as systemd-detect-virt names it; none on a machine of its own."),
+    identity.from("/run/systemd/container")
+        .info("container", &Identity::container,
+              "Kind of container that the first process runs in, as systemd-detect-virt names it; or none."),
+    machine.info("machine_vendor", &Identity::machineVendor, "Vendor of the machine, as its firmware says."),
+    machine.info("machine_name", &Identity::machineName, "Name of the machine, as its firmware says."),
     uptime.gauge("uptime_seconds", &Identity::uptimeSeconds, Unit::Seconds, "Time since the boot."),
     uptime.counter("idle_seconds_total", &Identity::idleSeconds, Unit::Seconds,
                    "Idle time of all processors together."),

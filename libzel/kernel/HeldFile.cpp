@@ -11,7 +11,8 @@ namespace zel {
 bool isKernelFile(int descriptor) {
     struct statfs filesystem {};
     return fstatfs(descriptor, &filesystem) == 0 &&
-           (filesystem.f_type == PROC_SUPER_MAGIC || filesystem.f_type == SYSFS_MAGIC);
+           (filesystem.f_type == PROC_SUPER_MAGIC || filesystem.f_type == SYSFS_MAGIC ||
+            filesystem.f_type == CGROUP2_SUPER_MAGIC);
 }
 
 HeldFile::HeldFile(ScopedDescriptor file) {

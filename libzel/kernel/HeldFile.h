@@ -10,7 +10,7 @@
 
 namespace zel {
 
-/// Whether an open file is of a proc or sysfs file system, where the kernel writes what is read.
+/// Whether an open file is of a proc, sysfs or cgroup2 file system, where the kernel writes what is read.
 bool isKernelFile(int descriptor);
 
 class HeldFile {

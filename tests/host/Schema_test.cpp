@@ -1,10 +1,12 @@
 // The schema holds every field of every struct, under names that follow the rules, and docs/host.md lists it.
 #include "MemberCount.h"
 #include "Paths.h"
+#include "host/Hardware.h"
 #include "host/Rates.h"
 
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
@@ -25,10 +27,13 @@ struct Three {
 static_assert(members::countOf<Three>() == 3);
 static_assert(members::countOf<zel::Load>() == 6);
 
-// Calls use(section) for the sections of samples and of rates.
+// Calls use(section) for the sections of samples, of rates and of the inventory.
 template<class Use> void forEverySection(Use &&use) {
     zel::forEachSection(use);
     std::apply([&use](const auto &...section) { (use(section), ...); }, zel::RATE_SECTIONS);
+    zel::forEachHardwareSection([&use]<class Row>(const zel::HardwareSection<Row> &section) {
+        use(static_cast<const zel::Section<Row, zel::Hardware> &>(section));
+    });
 }
 
 template<class Row> const void *addressOf(const Field<Row> &field, const Row &row) {
@@ -73,9 +78,17 @@ TEST(Schema, RowsOfListsHaveLabelsThatNoReasonReplaces) {
 }
 
 // Which ending a unit has, and no other has.
-const std::map<Unit, std::string> endings{
-    {Unit::Seconds, "_seconds"}, {Unit::Bytes, "_bytes"}, {Unit::Ratio, "_ratio"},  {Unit::Hertz, "_hertz"},
-    {Unit::Celsius, "_celsius"}, {Unit::Watts, "_watts"}, {Unit::Joules, "_joules"}};
+const std::map<Unit, std::string> endings{{Unit::Seconds, "_seconds"},
+                                          {Unit::Bytes, "_bytes"},
+                                          {Unit::Ratio, "_ratio"},
+                                          {Unit::Hertz, "_hertz"},
+                                          {Unit::Celsius, "_celsius"},
+                                          {Unit::Volts, "_volts"},
+                                          {Unit::Amperes, "_amperes"},
+                                          {Unit::Watts, "_watts"},
+                                          {Unit::Joules, "_joules"},
+                                          {Unit::Coulombs, "_coulombs"},
+                                          {Unit::RevolutionsPerMinute, "_rpm"}};
 
 std::string withoutEnding(std::string name, const std::string &ending) {
     if (name.ends_with(ending))
@@ -140,7 +153,7 @@ TEST(Schema, EveryEntryHasHelpASourceAndAWidth) {
     });
 }
 
-// docs/host.md
+// docs/host.md, docs/hardware.md
 
 std::string rowOf(const zel::Family &family) {
     std::ostringstream row;
@@ -189,26 +202,41 @@ std::string firstDifference(const std::string &expected, const std::string &foun
     return "";
 }
 
-// With ZEL_UPDATE_DOCS=1 the tables are written anew.
-TEST(Schema, DocumentListsEveryField) {
-    const std::string path = std::string(paths::sourceRoot) + "/docs/host.md";
+// Calls replace(text) with the text of a document, which has to be what that makes of it. With ZEL_UPDATE_DOCS=1 it is
+// written anew.
+void expectDocument(const std::string &name, const std::function<void(std::string &)> &replace) {
+    const std::string path = std::string(paths::sourceRoot) + "/docs/" + name;
     const std::string before = fileText(path);
     std::string after = before;
-    zel::forEachSection([&after](const auto &section) {
-        EXPECT_TRUE(replaceBetween(after, "fields " + std::string(section.name), tableOf(section))) << section.name;
-    });
-    std::apply(
-        [&after](const auto &...section) {
-            const auto replace = [&after](const auto &each) {
-                EXPECT_TRUE(replaceBetween(after, "rates " + std::string(each.name), tableOf(each))) << each.name;
-            };
-            (replace(section), ...);
-        },
-        zel::RATE_SECTIONS);
+    replace(after);
     if (std::getenv("ZEL_UPDATE_DOCS") != nullptr)
         std::ofstream(path) << after;
     else
-        EXPECT_EQ(firstDifference(after, before), "") << "ZEL_UPDATE_DOCS=1 writes the tables of docs/host.md anew";
+        EXPECT_EQ(firstDifference(after, before), "") << "ZEL_UPDATE_DOCS=1 writes the tables of " << name << " anew";
+}
+
+TEST(Schema, DocumentListsEveryField) {
+    expectDocument("host.md", [](std::string &text) {
+        zel::forEachSection([&text](const auto &section) {
+            EXPECT_TRUE(replaceBetween(text, "fields " + std::string(section.name), tableOf(section))) << section.name;
+        });
+        std::apply(
+            [&text](const auto &...section) {
+                const auto replace = [&text](const auto &each) {
+                    EXPECT_TRUE(replaceBetween(text, "rates " + std::string(each.name), tableOf(each))) << each.name;
+                };
+                (replace(section), ...);
+            },
+            zel::RATE_SECTIONS);
+    });
+}
+
+TEST(Schema, DocumentOfTheInventoryListsEveryField) {
+    expectDocument("hardware.md", [](std::string &text) {
+        zel::forEachHardwareSection([&text](const auto &section) {
+            EXPECT_TRUE(replaceBetween(text, "fields " + std::string(section.name), tableOf(section))) << section.name;
+        });
+    });
 }
 
 TEST(Schema, AreasHaveNamesAndSections) {

@@ -15,7 +15,7 @@ home=$scratch/build/home/agent/bin
 PATH=$build/bin:$PATH # for zel
 
 # Every block into a file of its own: README.md-12.cpp for the one that opens in line 12.
-for document in "$source"/README.md "$source"/docs/{format,metrics,embedding,operation,host,zel}.md; do
+for document in "$source"/README.md "$source"/docs/{format,metrics,embedding,operation,host,hardware,zel}.md; do
   awk -v stem="$scratch/blocks/$(basename "$document")" '
     /^```/ { file = file == "" && $1 ~ /^```(cpp|sh)$/ ? stem "-" NR "." substr($1, 4) : ""; next }
     file != "" { print > file }' "$document"

@@ -42,10 +42,10 @@ help_and_version() {
   expect 0
   says out "usage: zel COMMAND"
   local command
-  for command in show list; do
+  for command in show list hardware; do
     grep -qE "^  $command .* [a-z]" "$scratch/out" || fail "the table has no line for $command"
   done
-  for command in show list; do
+  for command in show list hardware; do
     expect 0 "$command" --help
     says out "usage: zel $command"
     says out "examples"
@@ -62,12 +62,14 @@ help_and_version() {
 # Every command of the examples in a help is one that zel takes.
 examples_run() {
   local command line
-  for command in show list; do
+  "$zel" hardware --format json >"$scratch/hardware.json"
+  for command in show list hardware; do
     "$zel" "$command" --help | sed -n '/^examples/,/^exit/s/^  \(zel .*\)/\1/p' >"$scratch/examples"
     [ -s "$scratch/examples" ] || fail "$command has no examples"
     while read -r line; do
       line=${line%%>*}
       line=${line//--root \/host/--root \/}
+      line=${line//--since hardware.json/--since $scratch/hardware.json}
       line=$(sed -E 's/--every [0-9a-z]+//; s/--count [0-9]+//' <<<"$line")
       # shellcheck disable=SC2086 # words of the example
       expect 0 ${line#zel }
@@ -76,8 +78,8 @@ examples_run() {
 }
 
 wrong_command_lines() {
-  refuses "there is no command 'shwo'; did you mean show? (commands: show, list)" shwo
-  refuses "there is no command 'xyzzy' (commands: show, list)" xyzzy
+  refuses "there is no command 'shwo'; did you mean show? (commands: show, list, hardware)" shwo
+  refuses "there is no command 'xyzzy' (commands: show, list, hardware)" xyzzy
   refuses "there is no option '--verson'; did you mean --version?" --verson
   refuses "there is no area 'disk'; did you mean disks? (areas: cpu, load, " show disk
   refuses "there is no area ''" show ''
@@ -301,6 +303,63 @@ hostile_names() {
   ! grep -q $'\033\|\302\233\|\342\200\256' "$scratch/out" || fail "a name steers the terminal through CSV"
 }
 
+# hardware: parts, what changed since an earlier run, files that are none of one.
+hardware() {
+  refuses "there is no part 'pic'; did you mean pci? (parts: machine, processors, memory, " hardware pic
+  refuses "there is no format 'csv' (formats: table, json)" hardware --format csv
+  refuses "--since needs a value: --since FILE" hardware --since
+  refuses "--deadline 1h: the most is 10m" hardware --deadline 1h
+  refuses "--wide and --all are for tables" hardware --format json --all
+  refuses "--root $scratch/none: No such file or directory" hardware --root "$scratch/none"
+  expect 0 hardware processors
+  says out "PROCESSORS"
+  quiet err
+  expect 0 hardware processors --all
+  says out "threads_per_core"
+  expect 0 hardware processors machine --format json
+  cp "$scratch/out" "$scratch/before"
+  expect 0 hardware processors machine --since "$scratch/before"
+  quiet out
+  quiet err
+  python3 - "$scratch/before" "$scratch/edited" <<'END'
+import json, sys
+inventory = json.load(open(sys.argv[1]))
+package = inventory["processor_packages"][0]
+package["threads"] += 1
+inventory["processor_packages"].append(dict(package, package=99))
+inventory["machine"]["host_name"] = "another\x1b[2J"
+json.dump(inventory, open(sys.argv[2], "w"))
+END
+  expect 0 hardware processors --since "$scratch/edited"
+  says out "~ processor package 0 threads: "
+  says out "- processor package 99 ("
+  [ "$(wc -l <"$scratch/out")" = 2 ] || fail "changes: $(cat "$scratch/out")"
+  expect 0 hardware machine --since "$scratch/edited"
+  says err "is of another host: another"
+  ! grep -q $'\033' "$scratch/out" "$scratch/err" || fail "a name steers the terminal through --since"
+  expect 0 hardware processors --since - --format json <"$scratch/edited"
+  python3 - "$scratch/out" <<'END' || fail "changes in JSON"
+import json, sys
+changes = json.load(open(sys.argv[1]))["changes"]
+assert [change["change"] for change in changes] == ["changed", "went"], changes
+END
+  expect 0 hardware pci --since "$scratch/before"
+  says err "pci is not compared: $scratch/before does not have it"
+  expect 1 hardware --since "$scratch/none"
+  says err "zel: hardware: --since $scratch/none: No such file or directory"
+  expect 1 hardware --since /dev/zero
+  says err "is larger than any inventory"
+  "$zel" show load --format json >"$scratch/sample"
+  local file
+  for file in /etc/passwd "$scratch/sample" /dev/null; do
+    expect 1 hardware --since "$file"
+    says err "make one with zel hardware --format json"
+    quiet out
+  done
+  expect 1 hardware processors --root "$scratch/root"
+  says err "zel: processors: $scratch/root/proc/cpuinfo: No such file or directory (ENOENT)"
+}
+
 help_and_version
 examples_run
 wrong_command_lines
@@ -312,4 +371,5 @@ json_and_csv
 names_agree
 other_roots
 hostile_names
+hardware
 exit $failed

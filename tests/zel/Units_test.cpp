@@ -54,6 +54,13 @@ TEST(Units, ValuesHaveTheUnitOfTheirFamily) {
     };
     EXPECT_EQ(text(zel::Unit::Bytes, std::uint64_t{2048}), "2.00 KiB");
     EXPECT_EQ(text(zel::Unit::Ratio, 0.5), "50.0%");
+    EXPECT_EQ(text(zel::Unit::Celsius, -5.5), "-5.5 C");
+    EXPECT_EQ(text(zel::Unit::Volts, 12.096), "12.1 V");
+    EXPECT_EQ(text(zel::Unit::Amperes, 0.25), "0.25 A");
+    EXPECT_EQ(text(zel::Unit::Watts, 125.5), "126 W");
+    EXPECT_EQ(text(zel::Unit::Joules, 131400.0), "131 kJ");
+    EXPECT_EQ(text(zel::Unit::Coulombs, 10800.0), "3.00 Ah");
+    EXPECT_EQ(text(zel::Unit::RevolutionsPerMinute, 1180.0), "1180 rpm");
     EXPECT_EQ(text(zel::Unit::None, std::uint64_t{18446744073709551615ULL}), "18446744073709551615");
     EXPECT_EQ(text(zel::Unit::None, std::string_view("a\x1b[2J")), "a?[2J");
 }

@@ -4,15 +4,12 @@
 #include "zel/Words.h"
 
 #include <algorithm>
-#include <array>
 
 namespace zel {
 
 namespace {
 
-constexpr const Command *commands[] = {&showCommand, &listCommand};
-
-constexpr std::array<std::string_view, 3> formats{"table", "json", "csv"}; // by Format
+constexpr const Command *commands[] = {&showCommand, &listCommand, &hardwareCommand};
 
 std::vector<std::string_view> areaNames() {
     std::vector<std::string_view> names;
@@ -27,31 +24,37 @@ std::span<const Command *const> allCommands() {
     return commands;
 }
 
-std::vector<Area> readAreas(const std::vector<std::string> &names, std::string &problem) {
-    const std::vector<std::string_view> known = areaNames();
-    std::vector<Area> areas;
-    for (const std::string &name : names) {
-        const auto found = std::find(known.begin(), known.end(), name);
+std::vector<std::size_t> readNames(const std::vector<std::string> &words, std::span<const std::string_view> known,
+                                   std::string_view kind, std::string &problem) {
+    std::vector<std::size_t> places;
+    for (const std::string &word : words) {
+        const auto found = std::find(known.begin(), known.end(), word);
         if (found == known.end()) {
-            problem =
-                "there is no area " + inQuotes(name) + suggestion(name, known) + " (areas: " + listed(known) + ")";
+            const std::string name(kind);
+            problem = "there is no " + name + ' ' + inQuotes(word) + suggestion(word, known) + " (" + name +
+                      "s: " + listed(known) + ")";
             return {};
         }
-        const auto area = static_cast<Area>(found - known.begin());
-        if (std::find(areas.begin(), areas.end(), area) == areas.end())
-            areas.push_back(area);
+        const auto place = static_cast<std::size_t>(found - known.begin());
+        if (std::find(places.begin(), places.end(), place) == places.end())
+            places.push_back(place);
     }
+    return places;
+}
+
+std::vector<Area> readAreas(const std::vector<std::string> &names, std::string &problem) {
+    std::vector<Area> areas;
+    for (const std::size_t place : readNames(names, areaNames(), "area", problem))
+        areas.push_back(static_cast<Area>(place));
     return areas;
 }
 
-Format readFormat(const std::optional<std::string> &name, std::string &problem) {
+Format readFormat(const std::optional<std::string> &name, std::string &problem,
+                  std::span<const std::string_view> known) {
     if (!name)
         return Format::Table;
-    const auto *found = std::find(formats.begin(), formats.end(), *name);
-    if (found == formats.end())
-        problem = "there is no format " + inQuotes(*name) + suggestion(*name, formats) +
-                  " (formats: " + listed(formats) + ")";
-    return static_cast<Format>(found - formats.begin());
+    const std::vector<std::size_t> places = readNames({*name}, known, "format", problem);
+    return places.empty() ? Format::Table : static_cast<Format>(places[0]);
 }
 
 } // namespace zel

@@ -3,6 +3,7 @@
 #include "export/Json.h"
 #include "host/Sampler.h"
 #include "zel/Duration.h"
+#include "zel/Failure.h"
 #include "zel/Output.h"
 #include "zel/Pace.h"
 #include "zel/SampleTables.h"
@@ -10,7 +11,6 @@
 #include "zel/commands/ShowRequest.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace zel {
@@ -131,25 +131,13 @@ private:
             std::string &reported = m_reported[index];
             asked += state.asked ? 1 : 0;
             lost += state.asked && state.absence != Absence::None ? 1 : 0;
-            const std::string failure = failureText(static_cast<Area>(index), state);
+            const std::string failure = failureText(areaName(static_cast<Area>(index)), m_request.root, state);
             failed += failure.empty() ? 0 : 1;
             if (!failure.empty() && failure != reported)
                 complain(failure);
             reported = failure;
         }
         m_failed = m_failed || (m_request.areas.empty() ? failed == asked : lost > 0);
-    }
-    std::string failureText(Area area, const AreaState &state) const {
-        if (!state.asked || (state.error == 0 && state.absence == Absence::None))
-            return {};
-        std::string text(areaName(area));
-        if (!state.file.empty())
-            text += ": " + (state.file[0] == '/' ? "" : m_request.root + '/') + state.file;
-        const char *const reason = state.error == 0 ? nullptr : strerrordesc_np(state.error);
-        const char *const name = state.error == 0 ? nullptr : strerrorname_np(state.error);
-        if (reason != nullptr && name != nullptr)
-            return text + ": " + reason + " (" + name + ')';
-        return text + ": " + std::string(absenceName(state.absence));
     }
 
     ShowRequest m_request;

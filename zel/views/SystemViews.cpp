@@ -40,8 +40,10 @@ bool isUnusedSize(const RowValues &row) {
 }
 
 constexpr ViewColumn identity[] = {
-    {"host", "host_name"},    {"system", "os_pretty_name"}, {"kernel", "kernel_release"}, {"machine", "architecture"},
-    {"up", "uptime_seconds"}, {"boot id", "boot_id"},       {"domain", "domain_name"},    {"build", "kernel_version"},
+    {"host", "host_name"},       {"system", "os_pretty_name"}, {"kernel", "kernel_release"},
+    {"machine", "architecture"}, {"up", "uptime_seconds"},     {"boot id", "boot_id"},
+    {"domain", "domain_name"},   {"build", "kernel_version"},  {"virtual machine", "virtualisation"},
+    {"container", "container"},  {"vendor", "machine_vendor"}, {"model", "machine_name"},
 };
 
 constexpr ViewColumn processors[] = {

@@ -36,6 +36,16 @@ TEST(Growth, CounterThatFellByLittleWasReset) {
     EXPECT_EQ(growthOf(Number(5.0), Number(4.9)).absence(), Absence::NotYet);
 }
 
+TEST(Growth, CounterThatWrapsAtItsOwnRange) {
+    const Number range(1000.0);
+    EXPECT_EQ(*zel::wrappingGrowth(Number(950.0), Number(30.0), range), 80);
+    EXPECT_EQ(*zel::wrappingGrowth(Number(100.0), Number(900.0), range), 800);
+    EXPECT_EQ(zel::wrappingGrowth(Number(400.0), Number(30.0), range).absence(), Absence::NotYet) << "it was reset";
+    EXPECT_EQ(zel::wrappingGrowth(Number(950.0), Number(30.0), Number()).absence(), Absence::NotYet) << "no range";
+    EXPECT_EQ(zel::wrappingGrowth(Number(5000.0), Number(30.0), range).absence(), Absence::NotYet) << "beyond it";
+    EXPECT_EQ(zel::wrappingGrowth(Number(1.0), Number(Absence::Denied), range).absence(), Absence::Denied);
+}
+
 TEST(Growth, WithoutBothValuesItHasTheReason) {
     EXPECT_EQ(growthOf(Count(1), Count(Absence::Denied)).absence(), Absence::Denied);
     EXPECT_EQ(growthOf(Count(Absence::TimedOut), Count(1)).absence(), Absence::TimedOut);

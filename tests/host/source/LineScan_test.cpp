@@ -44,6 +44,20 @@ TEST(LineScan, CountMayEndAtAnotherCharacter) {
     EXPECT_EQ(*text, '/');
 }
 
+TEST(LineScan, HexadecimalIsDigitsOfEitherCaseAlone) {
+    const auto hexadecimal = [](const char *&cursor) { return zel::takeHexadecimal(cursor); };
+    EXPECT_EQ(taken(" 0000588a x", hexadecimal).value, 0x588a);
+    EXPECT_EQ(taken(" 0000588a x", hexadecimal).used, 9U);
+    EXPECT_EQ(taken("FF\n", hexadecimal).value, 255);
+    for (const char *text : {"", " ", "\nff", "0x5", "-1", "fg", "10000000000000000"}) {
+        EXPECT_FALSE(taken(text, hexadecimal).has) << text;
+        EXPECT_EQ(taken(text, hexadecimal).used, 0U) << text;
+    }
+    const char *pair = "0000000A:0000000b";
+    EXPECT_EQ(*zel::takeHexadecimal(pair, ':'), 10U);
+    EXPECT_EQ(*pair, ':');
+}
+
 TEST(LineScan, DecimalIsWhatTheTextSays) {
     const auto decimal = [](const char *&cursor) { return takeDecimal(cursor); };
     EXPECT_EQ(taken("0.37 x", decimal).value, 0.37);

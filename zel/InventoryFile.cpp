@@ -1,0 +1,101 @@
+// Reads inventories: files, JSON, and whether that has the right shape.
+#include "zel/InventoryFile.h"
+
+#include "host/Hardware.h"
+#include "zel/HardwareChanges.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zel {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// What an inventory nests: the object, a list, a row, its reasons. What is deeper is not kept.
+constexpr int deepest = 6;
+
+bool isLabel(const Json &row, std::string_view name) {
+    const auto found = row.find(name);
+    return found != row.end() && (found->is_string() || found->is_number_unsigned());
+}
+
+template<class Row> bool isRow(const Json &row) {
+    if (!row.is_object())
+        return false;
+    for (const Field<Row> &field : fieldsOf<Row>()) {
+        if (field.family.kind == Kind::Label && !isLabel(row, field.family.name))
+            return false;
+        const auto found = row.find(field.family.name);
+        if (found != row.end() && found->is_structured())
+            return false;
+    }
+    const auto reasons = row.find("absent");
+    return reasons == row.end() || reasons->is_object();
+}
+
+template<class Row> bool hasShape(const HardwareSection<Row> &section, const Json &inventory) {
+    const auto found = inventory.find(section.name);
+    if (found == inventory.end())
+        return true;
+    if (section.many == nullptr)
+        return isRow<Row>(*found);
+    return found->is_array() &&
+           std::all_of(found->begin(), found->end(), [](const Json &row) { return isRow<Row>(row); });
+}
+
+bool hasParts(const Json &inventory) {
+    const auto parts = inventory.find("parts");
+    return parts != inventory.end() && parts->is_object() &&
+           std::all_of(parts->begin(), parts->end(), [](const Json &part) { return part.is_object(); });
+}
+
+} // namespace
+
+Json readInventory(std::string_view text, std::string &problem) {
+    Json inventory = Json::parse(
+        text, [](int depth, Json::parse_event_t, Json &) { return depth <= deepest; }, false);
+    if (inventory.is_discarded()) {
+        problem = "is no JSON: make one with zel hardware --format json";
+        return inventory;
+    }
+    if (!inventory.is_object() || !hasParts(inventory)) {
+        problem = "is no inventory: make one with zel hardware --format json";
+        return inventory;
+    }
+    forEachHardwareSection([&](const auto &section) {
+        if (problem.empty() && !hasShape(section, inventory))
+            problem = "is no inventory: '" + std::string(section.name) + "' is not what zel hardware writes";
+    });
+    return inventory;
+}
+
+std::string readEarlierInventory(const std::string &file, std::string &problem) {
+    constexpr std::size_t piece = 65536;
+    const bool isInput = file == "-";
+    const int descriptor = isInput ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    std::string text;
+    ssize_t count = descriptor < 0 ? -1 : 1;
+    while (count > 0 && text.size() <= EARLIER_INVENTORY_LIMIT) {
+        const std::size_t length = text.size();
+        text.resize(length + piece);
+        do
+            count = read(descriptor, text.data() + length, piece);
+        while (count < 0 && errno == EINTR);
+        text.resize(length + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    if (count < 0)
+        problem = std::strerror(errno);
+    else if (text.size() > EARLIER_INVENTORY_LIMIT)
+        problem = "it is larger than any inventory (" + std::to_string(EARLIER_INVENTORY_LIMIT >> 20U) + " MiB)";
+    if (descriptor >= 0 && !isInput)
+        close(descriptor);
+    if (!problem.empty())
+        problem = "--since " + file + ": " + problem;
+    return text;
+}
+
+} // namespace zel
