@@ -12,7 +12,6 @@ std::string bytesText(double bytes);
 std::string secondsText(double seconds, Charset charset);
 std::string percentText(double ratio);
 std::string hertzText(double hertz);
-std::string joulesText(double joules);
 std::string bitsText(double bits);
 /// A number with a fraction and no unit: a rate, a load.
 std::string numberText(double number);
