@@ -7,6 +7,7 @@
 #include "host/Disk.h"
 #include "host/FibreChannel.h"
 #include "host/Filesystem.h"
+#include "host/Gpu.h"
 #include "host/Identity.h"
 #include "host/Interface.h"
 #include "host/Interrupts.h"
@@ -112,6 +113,8 @@ struct Sample {
     Rows<Neighbours> neighbours;
     Limits limits;
     Rows<KeyUser> keyUsers;
+    Rows<Gpu> gpus;
+    Rows<GpuProcess> gpuProcesses;
     Identity identity;
 
     std::array<AreaState, AREA_COUNT> areas;
@@ -214,6 +217,8 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Cgroups, "cgroup_totals", &Sample::cgroupTotals),
     sectionOf(Area::Cgroups, "cgroups", &Sample::cgroups),
     sectionOf(Area::Cgroups, "cgroup_devices", &Sample::cgroupDevices),
+    sectionOf(Area::Gpus, "gpus", &Sample::gpus),
+    sectionOf(Area::Gpus, "gpu_processes", &Sample::gpuProcesses),
 };
 
 /// Calls use(const Section<Row> &) for every section.

@@ -16,8 +16,7 @@ namespace {
 constexpr std::array<MakeReader, AREA_COUNT> readers{
     cpuReader,       loadReader,   pressureReader,   memoryReader,       vmReader,
     interruptReader, diskReader,   filesystemReader, interfaceReader,    protocolReader,
-    processReader,   cgroupReader, sensorReader,     fibreChannelReader,
-    nullptr, // gpu
+    processReader,   cgroupReader, sensorReader,     fibreChannelReader, gpuReader,
     nfsReader,       timeReader,   limitsReader,     identityReader,
 };
 

@@ -25,6 +25,7 @@ struct Options {
     std::vector<Area> areas = {}; // empty: all of them
     std::chrono::milliseconds deadline = DEADLINE_DEFAULT;
     bool proportionalMemory = false;    // read smaps_rollup of every process: dear
+    std::string gpuLibrary = {};        // NVIDIA's NVML; empty: libnvidia-ml.so.1, where its driver is loaded
     int keptFiles = KEPT_FILES_DEFAULT; // descriptors that stay open: -1 a quarter of the soft limit, 0 none
 };
 

@@ -84,6 +84,10 @@ y=@linux-6.18/t0/proc/sys
 seed host_limits_fuzz linux-6.18 '' $y/fs/file-nr $y/fs/dentry-state $y/kernel/sem $y/kernel/pid_max \
   @linux-6.18/t0/proc/loadavg '    0:     9 8/8 3/1000000 40/25000000\n' 'key\n 0 1 600\n' \
   'entries  allocs\n0000001a 00000001\n'
+seed host_gpus_fuzz two '' 'DRIVER=amdgpu\nPCI_ID=1002:73BF\nPCI_SLOT_NAME=0000:03:00.0\n' 'active\n' '47\n' '9000\n' \
+  '4000\n' '0: 500Mhz\n1: 2475Mhz *\n' '16.0 GT/s PCIe\n' 'ue: 2\nce: 11\n' '54000\n' 'edge\n' '1\n' \
+  'drm-driver:\tamdgpu\ndrm-client-id:\t26\ndrm-pdev:\t0000:03:00.0\ndrm-memory-vram: 5 KiB\ndrm-engine-gfx:\t7 ns\n' \
+  'DRIVER=amdgpu\nPCI_ID=1002:73BF\nPCI_SLOT_NAME=0000:03:00.0\n' 'suspended\n'
 pressure='some avg10=0.00 avg60=7.99 avg300=13.40 total=233938024\n'
 seed host_pressure_fuzz two '' "$pressure" "full${pressure#some}" "$pressure" ''
 seed host_sensors_fuzz two '\377\377\017\000' '-45123\n' '262143000000\n' '262143328850\n' 'critical\n' '\377\377\017\000-5\n' '7\n' '9\n' 'hot\n'

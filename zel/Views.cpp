@@ -17,6 +17,7 @@ constexpr std::span<const View> (*groups[])() = {
     storageNetworkViews, //
     cgroupViews,         //
     networkViews,        //
+    gpuViews,            //
 };
 
 } // namespace

@@ -27,7 +27,7 @@ bool mayBeNegative(const zel::Family &family) {
 bool isOfADevice(const zel::Family &family) {
     using enum zel::Area;
     return family.area == Disks || family.area == Interfaces || family.area == Processes || family.area == Sensors ||
-           family.area == FibreChannel;
+           family.area == FibreChannel || family.area == Gpus;
 }
 
 void ensureValue(const zel::Sample &sample, const zel::Family &family, const zel::Value &value) {

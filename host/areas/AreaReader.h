@@ -99,6 +99,7 @@ std::unique_ptr<AreaReader> fibreChannelReader();
 std::unique_ptr<AreaReader> nfsReader();
 std::unique_ptr<AreaReader> cgroupReader();
 std::unique_ptr<AreaReader> limitsReader();
+std::unique_ptr<AreaReader> gpuReader();
 std::unique_ptr<AreaReader> identityReader();
 
 } // namespace zel

@@ -11,5 +11,7 @@ extern const char *const preload; // the library that freezes the driver's clock
 extern const char *const commandRunner;
 extern const char *const inventoryProgram;
 extern const char *const fuseServer; // see support/fuse
+extern const char *const nvml;       // see support/gpu
+extern const char *const nvmlOld;    // the same with fewer functions
 
 } // namespace paths

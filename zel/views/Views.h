@@ -12,5 +12,6 @@ std::span<const View> processViews();
 std::span<const View> sensorViews();
 std::span<const View> storageNetworkViews();
 std::span<const View> cgroupViews();
+std::span<const View> gpuViews();
 
 } // namespace zel
