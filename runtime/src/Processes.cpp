@@ -83,9 +83,15 @@ void signalDescendants(int number) {
     appendChildren(getpid(), list);
     for (std::size_t i = 0; i < list.count; ++i) {
         const pid_t process = list.processes[i];
-        appendChildren(process, list);
         setpriority(PRIO_PROCESS, static_cast<id_t>(process), lowestPriority);
-        kill(process, number);
+        // What is stopped starts no other process: its children are all there are. Those of what is killed go
+        // elsewhere.
+        const bool stops = number == SIGSTOP;
+        if (stops)
+            kill(process, number);
+        appendChildren(process, list);
+        if (!stops)
+            kill(process, number);
     }
 }
 
