@@ -20,13 +20,18 @@ template<class T> bool sameReading(const Reading<T> &left, const Reading<T> &rig
     return left.absence() == right.absence() && (!left || *left == *right);
 }
 
+/// For rows that are few: all of them are looked at.
+struct SameHash {
+    template<class Row> std::size_t operator()(const Row &) const { return 0; }
+};
+
 /// Finds the earlier row of each later one. The kernel lists things in an order that lasts: the row after the one found
 /// last is tried first. The first one that is elsewhere, or nowhere, has all rows put in the order of their hashes: so
 /// a list of which everything came anew takes no longer than one that was sorted.
-template<class Row, class Same, class Hash> class Earlier {
+template<class Row, class Same, class Hash = SameHash> class Earlier {
 public:
     /// Rows that are the same have the same hash.
-    Earlier(const Rows<Row> &rows, Same same, Hash hash) : m_rows(rows), m_same(same), m_hash(hash) {}
+    Earlier(const Rows<Row> &rows, Same same, Hash hash = {}) : m_rows(rows), m_same(same), m_hash(hash) {}
 
     const Row *of(const Row &row) {
         if (m_next == m_rows.size() || !m_same(m_rows[m_next], row))
