@@ -19,7 +19,7 @@ public:
     void write(const std::string &path, const std::string &text) const { m_files.write(path, text); }
     const Sample &take() {
         const auto deadline = std::chrono::steady_clock::now() + m_options.deadline;
-        zel::Take take{m_root, m_options, deadline, m_stat, m_sample};
+        zel::Take take{m_root, m_options, deadline, m_stat, m_loadAverage, m_sample};
         zel::beginArea(m_sample.area(Area::Nfs));
         m_reader->read(take);
         return m_sample;
@@ -30,6 +30,7 @@ private:
     zel::Options m_options;
     zel::HostDirectory m_root{m_files.path().string()};
     zel::SharedSource m_stat{"proc/stat", zel::Records::One};
+    zel::SharedSource m_loadAverage{"proc/loadavg", zel::Records::One};
     std::unique_ptr<zel::AreaReader> m_reader = zel::nfsReader();
     Sample m_sample;
 };
