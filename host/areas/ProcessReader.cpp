@@ -120,7 +120,7 @@ private:
         takeMemory(process, known, hasMemory);
         if (const SilentProcess *silent = m_progress->find(process))
             return loseSilent(take, *silent, process, known);
-        process.proportionalBytes = Absence::Unsupported;
+        process.proportionalBytes = take.options.proportionalMemory ? Absence::Unsupported : Absence::NotAsked;
         if (!m_isGone && hasMemory && take.options.proportionalMemory)
             takeProportional(process);
         if (!m_isGone)
@@ -174,7 +174,7 @@ private:
     // A process that has held a reading up: what it answers under its own locks is not asked again.
     void loseSilent(Take &take, const SilentProcess &silent, Process &process, KnownProcess &known) {
         noteSilence(take.sample.area(Area::Processes), silent.seconds(), m_texts.path(""));
-        process.proportionalBytes = take.options.proportionalMemory ? Absence::TimedOut : Absence::Unsupported;
+        process.proportionalBytes = take.options.proportionalMemory ? Absence::TimedOut : Absence::NotAsked;
         m_io.forget(process, Absence::TimedOut);
         process.descriptors = Absence::TimedOut;
         for (Reading<std::string> *text : {&process.commandLine, &process.cgroup, &process.container})

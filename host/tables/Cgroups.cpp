@@ -26,7 +26,9 @@ constexpr Field<CgroupTotals> totalsFields[] = {
 };
 
 constexpr Entries<Cgroup> tree{Area::Cgroups, "cgroups", "/sys/fs/cgroup", version2};
-constexpr Entries<Cgroup> cgroup = tree.from("/sys/fs/cgroup/**/cgroup.events", version2);
+constexpr Entries<Cgroup> cgroup = tree.from("/sys/fs/cgroup/**/cgroup.events", "a cgroup below the root");
+constexpr Entries<Cgroup> unit = tree.from("/sys/fs/cgroup", "systemd, which names its units so");
+constexpr Entries<Cgroup> contained = tree.from("/sys/fs/cgroup", "a cgroup of a container");
 constexpr Entries<Cgroup> counts = tree.from("/sys/fs/cgroup/**/cgroup.stat", version2);
 constexpr Entries<Cgroup> usage = tree.from("/sys/fs/cgroup/**/cpu.stat", version2);
 constexpr Entries<Cgroup> cpu = tree.from("/sys/fs/cgroup/**/cpu.stat", cpuController);
@@ -47,8 +49,8 @@ constexpr Field<Cgroup> memoryFile(std::string_view file, std::string_view name,
 constexpr Field<Cgroup> fields[] = {
     tree.label("path", &Cgroup::path, "Path below the mount point; / is the root."),
     tree.info("inode", &Cgroup::inode, "Its inode, which is the id of the cgroup."),
-    tree.info("unit_type", &Cgroup::unitType, "Type of the unit, where systemd gave the name: service, slice, scope."),
-    tree.info("container", &Cgroup::container, "Container that it is, or is in."),
+    unit.info("unit_type", &Cgroup::unitType, "Type of the unit, where systemd gave the name: service, slice, scope."),
+    contained.info("container", &Cgroup::container, "Container that it is, or is in."),
     cgroup.state("populated", &Cgroup::populated, "1 when there is a process in it."),
     cgroup.state("frozen", &Cgroup::frozen, "1 when its processes are stopped."),
     counts.gauge("descendants", &Cgroup::descendants, Unit::None, "Cgroups below it."),

@@ -26,8 +26,11 @@ constexpr Field<Cpu> cpuFields[] = {
 };
 
 constexpr Entries<Processor> each{Area::Cpu, "processors", stat};
-constexpr Entries<Processor> frequency = each.from("/sys/devices/system/cpu/cpu*/cpufreq");
-constexpr Entries<Processor> throttle = each.from("/sys/devices/system/cpu/cpu*/thermal_throttle");
+constexpr Entries<Processor> frequency = each.from(
+    "/sys/devices/system/cpu/cpu*/cpufreq", "a cpufreq driver (CONFIG_CPU_FREQ=y); hypervisors mostly give none");
+constexpr Entries<Processor> throttle =
+    each.from("/sys/devices/system/cpu/cpu*/thermal_throttle",
+              "an Intel processor and CONFIG_X86_THERMAL_VECTOR=y; hypervisors mostly give none");
 constexpr Field<Processor> processorFields[] = {
     each.label("cpu", &Processor::cpu, "Number of the processor, from 0."),
     each.counter("user_seconds_total", &Processor::userSeconds, Unit::Seconds, "Time in user mode, guests included."),

@@ -11,16 +11,23 @@ constexpr unsigned char millisecondBits = 32;
 constexpr Entries<Disk> stat{Area::Disks, "disks", "/proc/diskstats"};
 constexpr Entries<Disk> block = stat.from("/sys/class/block");
 constexpr Entries<Disk> queue = stat.from("/sys/class/block/*/queue");
-constexpr Entries<Disk> device = stat.from("/sys/class/block/*/device");
-constexpr Entries<Disk> mapper = stat.from("/sys/class/block/*/dm");
-constexpr Entries<Disk> raid = stat.from("/sys/class/block/*/md");
+constexpr Entries<Disk> device =
+    stat.from("/sys/class/block/*/device", "a device whose driver asks it (SCSI, ATA, NVMe)");
+constexpr Entries<Disk> identified = stat.from("/sys/class/block", "a device whose driver asks it (SCSI, ATA, NVMe)");
+constexpr Entries<Disk> discarding = stat.from("/proc/diskstats", "kernel 4.18 or later");
+constexpr Entries<Disk> flushing = stat.from("/proc/diskstats", "kernel 5.5 or later");
+constexpr Entries<Disk> numbered = stat.from("/sys/class/block", "kernel 5.15 or later");
+constexpr Entries<Disk> partition = stat.from("/sys/class/block", "a disk with partitions");
+constexpr Entries<Disk> mapper =
+    stat.from("/sys/class/block/*/dm", "a device of the device mapper (LVM, multipath, dm-crypt)");
+constexpr Entries<Disk> raid = stat.from("/sys/class/block/*/md", "an md array");
 
 constexpr Field<Disk> fields[] = {
     stat.label("name", &Disk::name, "Name of the device as the kernel has it."),
     stat.info("major", &Disk::major, "Major device number."),
     stat.info("minor", &Disk::minor, "Minor device number."),
-    block.info("sequence", &Disk::sequence, "Number of the disk in the order of their coming (diskseq)."),
-    block.info("parent", &Disk::parent, "Disk that a partition is part of."),
+    numbered.info("sequence", &Disk::sequence, "Number of the disk in the order of their coming (diskseq)."),
+    partition.info("parent", &Disk::parent, "Disk that a partition is part of."),
 
     stat.counter("reads_total", &Disk::reads, Unit::None, "Reads completed."),
     stat.counter("reads_merged_total", &Disk::readsMerged, Unit::None, "Reads merged with another request."),
@@ -37,14 +44,15 @@ constexpr Field<Disk> fields[] = {
                  millisecondBits),
     stat.counter("weighted_io_seconds_total", &Disk::weightedSeconds, Unit::Seconds,
                  "Time of all requests together, also of those in progress.", millisecondBits),
-    stat.counter("discards_total", &Disk::discards, Unit::None, "Discards completed."),
-    stat.counter("discards_merged_total", &Disk::discardsMerged, Unit::None, "Discards merged with another request."),
-    stat.counter("discarded_bytes_total", &Disk::discardedBytes, Unit::Bytes, "Bytes discarded."),
-    stat.counter("discard_seconds_total", &Disk::discardSeconds, Unit::Seconds,
-                 "Time of all discards together, waiting included.", millisecondBits),
-    stat.counter("flushes_total", &Disk::flushes, Unit::None, "Flushes completed."),
-    stat.counter("flush_seconds_total", &Disk::flushSeconds, Unit::Seconds,
-                 "Time of all flushes together, waiting included.", millisecondBits),
+    discarding.counter("discards_total", &Disk::discards, Unit::None, "Discards completed."),
+    discarding.counter("discards_merged_total", &Disk::discardsMerged, Unit::None,
+                       "Discards merged with another request."),
+    discarding.counter("discarded_bytes_total", &Disk::discardedBytes, Unit::Bytes, "Bytes discarded."),
+    discarding.counter("discard_seconds_total", &Disk::discardSeconds, Unit::Seconds,
+                       "Time of all discards together, waiting included.", millisecondBits),
+    flushing.counter("flushes_total", &Disk::flushes, Unit::None, "Flushes completed."),
+    flushing.counter("flush_seconds_total", &Disk::flushSeconds, Unit::Seconds,
+                     "Time of all flushes together, waiting included.", millisecondBits),
 
     block.gauge("size_bytes", &Disk::sizeBytes, Unit::Bytes, "Size of the device."),
     block.state("read_only", &Disk::readOnly, "1 when nothing can be written to it."),
@@ -57,7 +65,7 @@ constexpr Field<Disk> fields[] = {
     device.info("vendor", &Disk::vendor, "Vendor, as the device says."),
     device.info("model", &Disk::model, "Model, as the device says."),
     device.info("serial", &Disk::serial, "Serial number."),
-    block.info("wwid", &Disk::worldWideId, "World-wide identifier."),
+    identified.info("wwid", &Disk::worldWideId, "World-wide identifier."),
     device.info("firmware", &Disk::firmware, "Revision of its firmware."),
     mapper.info("device_mapper_name", &Disk::deviceMapperName, "Name below /dev/mapper."),
     mapper.info("device_mapper_uuid", &Disk::deviceMapperUuid, "UUID that the device mapper has for it."),

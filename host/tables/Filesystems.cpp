@@ -7,6 +7,7 @@ namespace {
 
 constexpr Entries<Filesystem> mount{Area::Filesystems, "filesystems", "/proc/self/mountinfo"};
 constexpr Entries<Filesystem> size = mount.from("statfs");
+constexpr Entries<Filesystem> shared = mount.from("/proc/self/mountinfo", "mount --make-shared");
 constexpr Field<Filesystem> fields[] = {
     mount.info("mount_id", &Filesystem::mountId, "Number of the mount."),
     mount.label("mount_point", &Filesystem::mountPoint, "Directory that it is mounted at."),
@@ -18,8 +19,8 @@ constexpr Field<Filesystem> fields[] = {
     mount.info("root", &Filesystem::root, "Directory of the filesystem that is mounted."),
     mount.info("options", &Filesystem::options, "Options of the mount, as the kernel writes them."),
     mount.info("super_options", &Filesystem::superOptions, "Options of the filesystem, as the kernel writes them."),
-    mount.info("propagation", &Filesystem::propagation,
-               "With which mounts it shares what is mounted below it; unsupported when with none."),
+    shared.info("propagation", &Filesystem::propagation,
+                "With which mounts it shares what is mounted below it; unsupported when with none."),
     size.gauge("size_bytes", &Filesystem::sizeBytes, Unit::Bytes, "Size of the filesystem."),
     size.gauge("free_bytes", &Filesystem::freeBytes, Unit::Bytes, "Free space, what is reserved for root included."),
     size.gauge("available_bytes", &Filesystem::availableBytes, Unit::Bytes, "Space that users without rights can use."),

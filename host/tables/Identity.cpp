@@ -6,12 +6,13 @@ namespace zel {
 namespace {
 
 constexpr Entries<Identity> identity{Area::Identity, "identity", "/proc/sys/kernel"};
-constexpr Entries<Identity> release = identity.from("/etc/os-release");
+constexpr Entries<Identity> nis = identity.from("/proc/sys/kernel", "an NIS domain that is set (domainname)");
+constexpr Entries<Identity> release = identity.from("/etc/os-release", "a distribution that has this file");
 constexpr Entries<Identity> machine = identity.from("/sys/class/dmi/id", "firmware with SMBIOS (CONFIG_DMI=y)");
 constexpr Entries<Identity> uptime = identity.from("/proc/uptime");
 constexpr Field<Identity> fields[] = {
     identity.info("host_name", &Identity::hostName, "Name of the host."),
-    identity.info("domain_name", &Identity::domainName, "Its NIS domain."),
+    nis.info("domain_name", &Identity::domainName, "Its NIS domain."),
     identity.info("kernel_name", &Identity::kernelName, "Name of the kernel."),
     identity.info("kernel_release", &Identity::kernelRelease, "Release of the kernel."),
     identity.info("kernel_version", &Identity::kernelVersion, "Build of the kernel."),

@@ -6,7 +6,15 @@ namespace zel {
 namespace {
 
 constexpr Entries<Interface> dev{Area::Interfaces, "interfaces", "/proc/net/dev"};
-constexpr Entries<Interface> net = dev.from("/sys/class/net");
+constexpr std::string_view directory = "/sys/class/net";
+constexpr Entries<Interface> net = dev.from(directory);
+constexpr Entries<Interface> link = dev.from(directory, "a link that is up, of a driver that knows its speed");
+constexpr Entries<Interface> changes = dev.from(directory, "kernel 3.15 or later");
+constexpr Entries<Interface> eachChange = dev.from(directory, "kernel 4.16 or later");
+constexpr Entries<Interface> named = dev.from(directory, "ip link set NAME alias TEXT");
+constexpr Entries<Interface> device = dev.from(directory, "a device with a driver, not a virtual interface");
+constexpr Entries<Interface> typed = dev.from(directory, "an interface of a kind: a bridge, a VLAN, a tunnel");
+constexpr Entries<Interface> member = dev.from(directory, "a bond or a bridge");
 
 constexpr Field<Interface> fields[] = {
     dev.label("name", &Interface::name, "Name of the interface."),
@@ -33,15 +41,16 @@ constexpr Field<Interface> fields[] = {
                 "Packets not sent because the carrier was lost or the other side did not listen."),
     dev.counter("transmit_compressed_total", &Interface::transmitCompressed, Unit::None, "Compressed packets sent."),
 
-    net.gauge("speed_bytes_per_second", &Interface::speedBytesPerSecond, Unit::Bytes, "Speed of the link."),
-    net.info("duplex", &Interface::duplex, "full or half."),
+    link.gauge("speed_bytes_per_second", &Interface::speedBytesPerSecond, Unit::Bytes, "Speed of the link."),
+    link.info("duplex", &Interface::duplex, "full or half."),
     net.state("operational_state", &Interface::operationalState, "State as RFC 2863 defines it (operstate)."),
     net.state("up", &Interface::up, "1 when the interface is switched on."),
     net.state("carrier", &Interface::carrier, "1 when the link has a carrier."),
-    net.counter("carrier_changes_total", &Interface::carrierChanges, Unit::None, "How often the carrier came or went.",
-                32),
-    net.counter("carrier_up_total", &Interface::carrierUpChanges, Unit::None, "How often the carrier came.", 32),
-    net.counter("carrier_down_total", &Interface::carrierDownChanges, Unit::None, "How often the carrier went.", 32),
+    changes.counter("carrier_changes_total", &Interface::carrierChanges, Unit::None,
+                    "How often the carrier came or went.", 32),
+    eachChange.counter("carrier_up_total", &Interface::carrierUpChanges, Unit::None, "How often the carrier came.", 32),
+    eachChange.counter("carrier_down_total", &Interface::carrierDownChanges, Unit::None, "How often the carrier went.",
+                       32),
     net.state("dormant", &Interface::dormant, "1 when it waits for another event, such as a log-in."),
     net.gauge("mtu_bytes", &Interface::mtuBytes, Unit::Bytes, "Largest packet that it sends."),
     net.gauge("queue_length", &Interface::queueLength, Unit::None, "Packets that its queue holds at most."),
@@ -49,11 +58,11 @@ constexpr Field<Interface> fields[] = {
     net.info("flags", &Interface::flags, "Flags of the interface (IFF_*)."),
     net.info("link_index", &Interface::linkIndex, "Number of the interface that it stands on, or of its other end."),
     net.info("address", &Interface::address, "Hardware address."),
-    net.info("alias", &Interface::alias, "Text that an administrator gave it."),
-    net.info("driver", &Interface::driver, "Driver of the device."),
-    net.info("kind", &Interface::kind, "Kind of interface (DEVTYPE)."),
-    net.info("master", &Interface::master, "Bond or bridge that it belongs to."),
-    net.info("role", &Interface::role, "bond, bridge, bond_port or bridge_port."),
+    named.info("alias", &Interface::alias, "Text that an administrator gave it."),
+    device.info("driver", &Interface::driver, "Driver of the device."),
+    typed.info("kind", &Interface::kind, "Kind of interface (DEVTYPE)."),
+    member.info("master", &Interface::master, "Bond or bridge that it belongs to."),
+    member.info("role", &Interface::role, "bond, bridge, bond_port or bridge_port."),
 };
 
 } // namespace

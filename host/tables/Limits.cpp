@@ -5,6 +5,9 @@ namespace zel {
 
 namespace {
 
+constexpr std::string_view ipc = "CONFIG_SYSVIPC=y";
+constexpr std::string_view version6 = "IPv6: ipv6.disable=0 on the kernel's command line";
+
 constexpr Entries<Limits> of{Area::Limits, "limits", "/proc/sys"};
 constexpr Entries<Limits> files = of.from("/proc/sys/fs/file-nr");
 constexpr Entries<Limits> inodes = of.from("/proc/sys/fs/inode-nr");
@@ -23,9 +26,9 @@ constexpr Field<Limits> fields[] = {
                    "Directory entries in memory that nobody uses."),
     dentries.gauge("dentries_negative", &Limits::dentriesNegative, Unit::None,
                    "Directory entries of names that do not exist; 0 before kernel 5.0."),
-    of.from("/proc/sys/fs/aio-nr")
+    of.from("/proc/sys/fs/aio-nr", "CONFIG_AIO=y")
         .gauge("aio_requests", &Limits::aioRequests, Unit::None, "Asynchronous requests that programs reserved."),
-    of.from("/proc/sys/fs/aio-max-nr")
+    of.from("/proc/sys/fs/aio-max-nr", "CONFIG_AIO=y")
         .gauge("aio_requests_limit", &Limits::aioRequestsLimit, Unit::None, "Those that can be reserved."),
     of.from("/proc/loadavg").gauge("threads", &Limits::threads, Unit::None, "Threads of all processes."),
     of.from("/proc/sys/kernel/threads-max")
@@ -36,28 +39,29 @@ constexpr Field<Limits> fields[] = {
     of.from("/proc/sys/vm/max_map_count")
         .gauge("memory_maps_per_process_limit", &Limits::memoryMapsPerProcessLimit, Unit::None,
                "Mappings that a process can have."),
-    of.from("/proc/sys/fs/inotify/max_user_instances")
+    of.from("/proc/sys/fs/inotify/max_user_instances", "CONFIG_INOTIFY_USER=y")
         .gauge("inotify_instances_per_user_limit", &Limits::inotifyInstancesPerUserLimit, Unit::None,
                "Watchers that a user can have."),
-    of.from("/proc/sys/fs/inotify/max_user_watches")
+    of.from("/proc/sys/fs/inotify/max_user_watches", "CONFIG_INOTIFY_USER=y")
         .gauge("inotify_watches_per_user_limit", &Limits::inotifyWatchesPerUserLimit, Unit::None,
                "Files that a user can watch."),
-    of.from("/proc/sys/kernel/pty/nr").gauge("terminals", &Limits::terminals, Unit::None, "Pseudo terminals."),
-    of.from("/proc/sys/kernel/pty/max")
+    of.from("/proc/sys/kernel/pty/nr", "CONFIG_UNIX98_PTYS=y")
+        .gauge("terminals", &Limits::terminals, Unit::None, "Pseudo terminals."),
+    of.from("/proc/sys/kernel/pty/max", "CONFIG_UNIX98_PTYS=y")
         .gauge("terminals_limit", &Limits::terminalsLimit, Unit::None, "Pseudo terminals that there can be at most."),
-    of.from("/proc/sysvipc/sem")
+    of.from("/proc/sysvipc/sem", ipc)
         .gauge("semaphore_arrays", &Limits::semaphoreArrays, Unit::None, "System V semaphore arrays."),
-    of.from("/proc/sys/kernel/sem")
+    of.from("/proc/sys/kernel/sem", ipc)
         .gauge("semaphore_arrays_limit", &Limits::semaphoreArraysLimit, Unit::None,
                "Semaphore arrays that there can be at most."),
-    of.from("/proc/sysvipc/shm")
+    of.from("/proc/sysvipc/shm", ipc)
         .gauge("shared_memory_segments", &Limits::sharedMemorySegments, Unit::None, "System V shared memory segments."),
-    of.from("/proc/sys/kernel/shmmni")
+    of.from("/proc/sys/kernel/shmmni", ipc)
         .gauge("shared_memory_segments_limit", &Limits::sharedMemorySegmentsLimit, Unit::None,
                "Segments that there can be at most."),
-    of.from("/proc/sysvipc/msg")
+    of.from("/proc/sysvipc/msg", ipc)
         .gauge("message_queues", &Limits::messageQueues, Unit::None, "System V message queues."),
-    of.from("/proc/sys/kernel/msgmni")
+    of.from("/proc/sys/kernel/msgmni", ipc)
         .gauge("message_queues_limit", &Limits::messageQueuesLimit, Unit::None, "Queues that there can be at most."),
     of.from("/proc/sys/kernel/random/entropy_avail")
         .gauge("entropy_available_bits", &Limits::entropyAvailableBits, Unit::None, "Entropy that is there."),
@@ -67,9 +71,9 @@ constexpr Field<Limits> fields[] = {
         .gauge("arp_entries", &Limits::arpEntries, Unit::None, "ARP entries of the whole host."),
     of.from("/proc/sys/net/ipv4/neigh/default/gc_thresh3")
         .gauge("arp_entries_limit", &Limits::arpEntriesLimit, Unit::None, "ARP entries that there can be at most."),
-    of.from("/proc/net/stat/ndisc_cache")
+    of.from("/proc/net/stat/ndisc_cache", version6)
         .gauge("ndisc_entries", &Limits::ndiscEntries, Unit::None, "Neighbours of IPv6 of the whole host."),
-    of.from("/proc/sys/net/ipv6/neigh/default/gc_thresh3")
+    of.from("/proc/sys/net/ipv6/neigh/default/gc_thresh3", version6)
         .gauge("ndisc_entries_limit", &Limits::ndiscEntriesLimit, Unit::None,
                "Neighbours of IPv6 that there can be at most."),
 };

@@ -5,7 +5,8 @@ namespace zel {
 
 namespace {
 
-constexpr Entries<Pressure> pressure{Area::Pressure, "pressure", "/proc/pressure/<resource>"};
+constexpr Entries<Pressure> pressure{Area::Pressure, "pressure", "/proc/pressure/<resource>",
+                                     "CONFIG_PSI=y, and psi=1 on the kernel's command line"};
 constexpr Field<Pressure> fields[] = {
     pressure.label("resource", &Pressure::resource, "cpu, io, memory or irq."),
     pressure.gauge("some_average_10_ratio", &Pressure::someAverage10, Unit::Ratio,

@@ -7,9 +7,14 @@ namespace {
 
 constexpr Entries<Process> process{Area::Processes, "processes", "/proc/<pid>/stat"};
 constexpr Entries<Process> directory = process.from("/proc/<pid>");
-constexpr Entries<Process> group = process.from("/proc/<pid>/cgroup");
+constexpr Entries<Process> group = process.from("/proc/<pid>/cgroup", "CONFIG_CGROUPS=y");
+constexpr Entries<Process> contained = process.from("/proc/<pid>/cgroup", "a process in a container");
+constexpr Entries<Process> attached = process.from("/proc/<pid>/stat", "a process with a terminal");
+constexpr Entries<Process> delays = process.from(
+    "/proc/<pid>/stat",
+    "sysctl kernel.task_delayacct=1, or delayacct on the kernel's command line (CONFIG_TASK_DELAY_ACCT=y)");
 constexpr Entries<Process> memory = process.from("/proc/<pid>/statm");
-constexpr Entries<Process> io = process.from("/proc/<pid>/io");
+constexpr Entries<Process> io = process.from("/proc/<pid>/io", "CONFIG_TASK_IO_ACCOUNTING=y");
 constexpr Rights owner = Rights::Owner;
 
 constexpr Field<Process> processFields[] = {
@@ -19,7 +24,7 @@ constexpr Field<Process> processFields[] = {
     process.info("parent_pid", &Process::parentPid, "Process id of the parent."),
     process.info("process_group", &Process::processGroup, "Process group."),
     process.info("session", &Process::session, "Session."),
-    process.info("terminal", &Process::terminal, "Device number of the controlling terminal."),
+    attached.info("terminal", &Process::terminal, "Device number of the controlling terminal."),
     process.state("state", &Process::state, "State as the kernel writes it: R S D T t Z X I P."),
     directory.info("user_id", &Process::userId, "Effective user id."),
     directory.info("user", &Process::user, "Name of the user in /etc/passwd; no other source of names is asked."),
@@ -29,7 +34,7 @@ constexpr Field<Process> processFields[] = {
               "seven samples old."),
     group.info("cgroup", &Process::cgroup,
                "Path of the cgroup, up to seven samples old; where there are several hierarchies, that of memory."),
-    group.info("container", &Process::container, "Id or name of the container, by the path of the cgroup."),
+    contained.info("container", &Process::container, "Id or name of the container, by the path of the cgroup."),
 
     process.counter("user_seconds_total", &Process::userSeconds, Unit::Seconds, "Time in user mode."),
     process.counter("system_seconds_total", &Process::systemSeconds, Unit::Seconds, "Time in the kernel."),
@@ -37,8 +42,8 @@ constexpr Field<Process> processFields[] = {
                     "Time in user mode of children that have ended."),
     process.counter("children_system_seconds_total", &Process::childrenSystemSeconds, Unit::Seconds,
                     "Time in the kernel of children that have ended."),
-    process.counter("delay_seconds_total", &Process::delaySeconds, Unit::Seconds,
-                    "Time of waiting for block I/O, where the kernel accounts for delays."),
+    delays.counter("delay_seconds_total", &Process::delaySeconds, Unit::Seconds,
+                   "Time of waiting for block I/O, where the kernel accounts for delays."),
     process.counter("guest_seconds_total", &Process::guestSeconds, Unit::Seconds, "Time in guests, part of user."),
     process.counter("children_guest_seconds_total", &Process::childrenGuestSeconds, Unit::Seconds,
                     "Time in guests of children that have ended."),
@@ -61,7 +66,7 @@ constexpr Field<Process> processFields[] = {
     memory.gauge("shared_bytes", &Process::sharedBytes, Unit::Bytes, "Memory in RAM that files or others share."),
     memory.gauge("text_bytes", &Process::textBytes, Unit::Bytes, "Size of the code."),
     memory.gauge("data_bytes", &Process::dataBytes, Unit::Bytes, "Size of data and stack."),
-    process.needing(owner, process.from("/proc/<pid>/smaps_rollup")
+    process.needing(owner, process.from("/proc/<pid>/smaps_rollup", "kernel 4.14 or later")
                                .gauge("proportional_bytes", &Process::proportionalBytes, Unit::Bytes,
                                       "Memory in RAM, shared pages by share; only when asked for.")),
     process.needing(owner,

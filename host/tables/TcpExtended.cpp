@@ -5,9 +5,11 @@ namespace zel {
 
 namespace {
 
-constexpr Entries<TcpExtended> tcp{Area::Protocols, "tcp_extended", "/proc/net/netstat"};
+constexpr std::string_view file = "/proc/net/netstat";
+constexpr Entries<TcpExtended> always{Area::Protocols, "tcp_extended", file};
+constexpr Entries<TcpExtended> tcp = always.from(file, "a kernel of another release");
 constexpr Field<TcpExtended> fields[] = {
-    tcp.counter("syncookies_sent_total", &TcpExtended::syncookiesSent, Unit::None, "SYN cookies sent."),
+    always.counter("syncookies_sent_total", &TcpExtended::syncookiesSent, Unit::None, "SYN cookies sent."),
     tcp.counter("syncookies_recv_total", &TcpExtended::syncookiesRecv, Unit::None, "Valid SYN cookies received."),
     tcp.counter("syncookies_failed_total", &TcpExtended::syncookiesFailed, Unit::None, "Invalid SYN cookies received."),
     tcp.counter("embryonic_rsts_total", &TcpExtended::embryonicRsts, Unit::None,

@@ -55,7 +55,8 @@ constexpr Field<Udp> udpFields[] = {
 };
 
 constexpr Entries<ProtocolOther> other{Area::Protocols, "protocol_others",
-                                       "/proc/net/snmp, /proc/net/snmp6, /proc/net/netstat, /proc/net/sockstat"};
+                                       "/proc/net/snmp, /proc/net/snmp6, /proc/net/netstat, /proc/net/sockstat",
+                                       "a kernel with keys that have no field here"};
 constexpr Field<ProtocolOther> otherFields[] = {
     other.label("protocol", &ProtocolOther::protocol, "As the kernel names it."),
     other.label("key", &ProtocolOther::key, "The kernel's key."),

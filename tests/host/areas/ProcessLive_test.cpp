@@ -298,7 +298,7 @@ TEST_F(ProcessLive, HiddenProcessesAreNotListed) {
 
 TEST_F(ProcessLive, ProportionalMemoryOnlyWhenAskedFor) {
     take();
-    EXPECT_EQ(find(m_sample, getpid())->proportionalBytes.absence(), Absence::Unsupported);
+    EXPECT_EQ(find(m_sample, getpid())->proportionalBytes.absence(), Absence::NotAsked);
     zel::Sampler asking({.areas = {zel::Area::Processes}, .proportionalMemory = true});
     const Sample sample = asking.take();
     const Process *self = find(sample, getpid());

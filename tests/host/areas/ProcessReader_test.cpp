@@ -115,9 +115,10 @@ TEST_F(ProcessReader, MissingFilesHaveAReason) {
     take();
     const Process &taken = process(7);
     EXPECT_EQ(*taken.state, "S");
-    for (const auto *reading : {&taken.residentBytes, &taken.dataBytes, &taken.readBytes, &taken.writeCalls,
-                                &taken.descriptors, &taken.proportionalBytes})
+    for (const auto *reading :
+         {&taken.residentBytes, &taken.dataBytes, &taken.readBytes, &taken.writeCalls, &taken.descriptors})
         EXPECT_EQ(reading->absence(), Absence::Unsupported);
+    EXPECT_EQ(taken.proportionalBytes.absence(), Absence::NotAsked);
     for (const auto *reading : {&taken.commandLine, &taken.cgroup, &taken.container, &taken.user})
         EXPECT_EQ(reading->absence(), Absence::Unsupported);
     EXPECT_EQ(*m_sample.processTotals.unread, 0u);
