@@ -5,17 +5,31 @@
 
 namespace zel {
 
+namespace {
+
+constexpr std::string_view processes = "proc"; // the one directory of all that is read from the root alone
+
+} // namespace
+
+std::string failedFile(const std::string &root, const std::string &file) {
+    const bool isPath = file.find('/') != std::string::npos || file == processes;
+    return isPath && !file.starts_with('/') ? root + '/' + file : file;
+}
+
+std::string errorText(int error) {
+    const char *const reason = error == 0 ? nullptr : strerrordesc_np(error);
+    const char *const name = error == 0 ? nullptr : strerrorname_np(error);
+    return reason == nullptr || name == nullptr ? "" : std::string(reason) + " (" + name + ')';
+}
+
 std::string failureText(std::string_view what, const std::string &root, const AreaState &state) {
     if (!state.asked || (state.error == 0 && state.absence == Absence::None))
         return {};
     std::string text(what);
     if (!state.file.empty())
-        text += ": " + (state.file[0] == '/' ? "" : root + '/') + state.file;
-    const char *const reason = state.error == 0 ? nullptr : strerrordesc_np(state.error);
-    const char *const name = state.error == 0 ? nullptr : strerrorname_np(state.error);
-    if (reason != nullptr && name != nullptr)
-        return text + ": " + reason + " (" + name + ')';
-    return text + ": " + std::string(absenceName(state.absence));
+        text += ": " + failedFile(root, state.file);
+    const std::string error = errorText(state.error);
+    return text + ": " + (error.empty() ? std::string(absenceName(state.absence)) : error);
 }
 
 } // namespace zel

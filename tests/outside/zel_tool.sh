@@ -105,6 +105,10 @@ wrong_command_lines() {
   refuses "there is no format 'openmetrics'" show --format openmetrics
   refuses "--rates and --raw exclude each other" show --rates --raw
   refuses "--wide and --all are for tables" show --format json --all
+  refuses "--rates and --absent exclude each other" list --rates --absent
+  refuses "--root and --deadline are for --absent" list --root /
+  refuses "--root $scratch/none: No such file or directory" list --absent --root "$scratch/none"
+  refuses "--deadline 1h: the most is 10m" list --absent --deadline 1h
   refuses "--root $scratch/none: No such file or directory; a root is a directory that holds proc" show --root "$scratch/none"
   touch "$scratch/file"
   refuses "--root $scratch/file: Not a directory" show --root "$scratch/file"
@@ -274,10 +278,14 @@ other_roots() {
   expect 1 show load --root "$scratch/root" --every 20ms --count 3
   [ "$(grep -cxF "zel: load: $scratch/root/proc/loadavg: No such file or directory (ENOENT)" "$scratch/err")" = 1 ] || fail "errors: $(cat "$scratch/err")"
   expect 1 show --root "$scratch/root" --raw
+  says err "zel: memory: $scratch/root/proc/meminfo: No such file or directory (ENOENT)"
   mkdir "$scratch/root/proc"
   cp /proc/loadavg "$scratch/root/proc/"
+  # What a host does not have is no failure where nobody named it.
   expect 0 show --root "$scratch/root" --raw
-  says err "zel: memory: "
+  ! grep -q "^zel: \(memory\|gpus\):" "$scratch/err" || fail "what nobody named is a failure: $(cat "$scratch/err")"
+  expect 1 show memory --root "$scratch/root" --raw
+  says err "zel: memory: $scratch/root/proc/meminfo: No such file or directory (ENOENT)"
   expect 0 show load --root "$scratch/root"
   quiet err
   expect 1 show load memory --root "$scratch/root" --format json
@@ -287,6 +295,48 @@ areas = json.load(open(sys.argv[1]))["areas"]
 assert areas["memory"]["error"]["errno"] == errno.ENOENT and "meminfo" in areas["memory"]["error"]["file"], areas
 assert "error" not in areas["load"], areas
 END
+}
+
+# What a host lacks: every family that the sample of the same root has no value of, with its reason, and none besides.
+absent_families() {
+  local root="$source/tests/fixtures/linux-6.1.0/t0"
+  expect 0 list --absent
+  says out "ABSENT"
+  quiet err
+  expect 0 list --absent --root "$root" --format csv
+  head -n 1 "$scratch/out" | grep -qxF $'area,section,name,reason,given_by,source,file,errno,error\r' || fail "CSV: $(head -n 1 "$scratch/out")"
+  expect 0 list --absent --root "$root" --format json
+  cp "$scratch/out" "$scratch/lacks"
+  "$zel" list --format json >"$scratch/list"
+  expect 0 show --root "$root" --format json
+  python3 - "$scratch/list" "$scratch/out" "$scratch/lacks" <<'END' || fail "zel list --absent and zel show disagree"
+import json, sys
+families, sample, lacks = ([json.loads(line) for line in open(name)] for name in sys.argv[1:])
+expected = set()
+for family in families:
+    section, name = family["section"], family["name"]
+    if family["kind"] == "label" or not sample[0]["areas"].get(family["area"]):
+        continue
+    rows = sample[0][section] if isinstance(sample[0][section], list) else [sample[0][section]]
+    reasons = {row["absent"][name] if row[name] is None else "" for row in rows}
+    if not reasons & {"", "not_yet", "not_asked"}:
+        expected.add((section, name))
+found = {(lack["section"], lack["name"]) for lack in lacks}
+assert found == expected, found ^ expected
+assert len(lacks) == len(found) > 100
+for lack in lacks:
+    assert lack["reason"] in ("unsupported", "denied", "vanished", "timed_out", "malformed"), lack
+END
+  # A file that another user may not read says which right gives it.
+  [ "$(id -u)" = 0 ] && command -v setpriv >/dev/null || return 0
+  mkdir -p "$scratch/shut/proc"
+  cp /proc/loadavg "$scratch/shut/proc/"
+  chmod 600 "$scratch/shut/proc/loadavg"
+  chmod 755 "$scratch" "$scratch/shut"
+  cp "$zel" "$scratch/zel"
+  setpriv --reuid=65534 --regid=65534 --clear-groups "$scratch/zel" list --absent load --root "$scratch/shut" >"$scratch/out" 2>"$scratch/err"
+  says out "$scratch/shut/proc/loadavg: Permission denied (EACCES)"
+  grep -qE '^  load +denied +root' "$scratch/out" || fail "a denied area: $(cat "$scratch/out")"
 }
 
 # A process whose name and command line would steer a terminal.
@@ -370,6 +420,7 @@ pacing
 json_and_csv
 names_agree
 other_roots
+absent_families
 hostile_names
 hardware
 exit $failed

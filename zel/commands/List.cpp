@@ -1,20 +1,28 @@
-// `zel list`: every number that a sample can have, and what is known of it.
+// `zel list`: every number that a sample can have, and what is known of it; or those that this host lacks.
 #include "export/Csv.h"
 #include "export/Json.h"
 #include "export/Text.h"
 #include "export/Walk.h"
+#include "host/Sampler.h"
+#include "zel/Duration.h"
 #include "zel/Output.h"
 #include "zel/Terminal.h"
-#include "zel/commands/Commands.h"
+#include "zel/commands/AbsentList.h"
+#include "zel/commands/OptionValues.h"
 
 namespace zel {
 
 namespace {
 
+constexpr std::chrono::seconds longWait{1}; // from here on the reader is told what is waited for
+
 constexpr OptionEntry options[] = {
     {"--format", "FORMAT", "table (default), json: one object per line, csv"},
     {"--rates", "", "what `zel show --rates` has in the place of counters"},
+    {"--absent", "", "only what this host lacks: why, and what would give it"},
     {"--wide", "", "lines as long as they get: nothing is cut or left out on a narrow terminal"},
+    ROOT_OPTION,
+    DEADLINE_OPTION,
 };
 
 constexpr Example examples[] = {
@@ -22,6 +30,8 @@ constexpr Example examples[] = {
     {"zel list disks --wide", "the fields of disks, with what they mean"},
     {"zel list --format csv > families.csv", "the same as a table for other programs"},
     {"zel list processes --rates", "what is measured between two samples of a process"},
+    {"zel list --absent", "what this host lacks, and what would give it"},
+    {"zel list --absent disks --format json", "the same of disks, a line for every family"},
 };
 
 constexpr std::string_view about =
@@ -30,7 +40,11 @@ constexpr std::string_view about =
     "gauge "
     "goes up and down; an info describes; a state is 1 or 0 or a word; a label tells rows apart. Rights say who can "
     "read "
-    "it: any user, the owner of the process, or root.";
+    "it: any user, the owner of the process, or root.\n"
+    "With --absent a sample is taken, and what no row of it has a value of is listed: the reason (unsupported, "
+    "denied, "
+    "vanished, timed out, malformed), the kernel option, module, driver or right that would give it, and the file and "
+    "the error where something failed. A section that has nothing is one name.";
 
 constexpr Example exitStatus[] = {{"0", "done"}, {"1", "the output failed"}, {"2", "the command line is wrong"}};
 
@@ -98,29 +112,64 @@ void writeListCsv(std::span<const Area> areas, bool rates, std::string &out) {
     });
 }
 
-int runList(const Command &command, const Arguments &arguments) {
-    std::string problem;
-    const std::vector<Area> areas = readAreas(arguments.words, problem);
-    const Format format = readFormat(arguments.value("--format"), problem);
+struct Request {
+    std::vector<Area> areas;
+    Format format = Format::Table;
+    bool rates = false, absent = false, wide = false;
+    std::string root;
+    std::chrono::milliseconds deadline{};
+};
+
+Request readRequest(const Arguments &arguments, std::string &problem) {
+    Request request;
+    request.areas = readAreas(arguments.words, problem);
+    request.format = readFormat(arguments.value("--format"), problem);
+    request.rates = arguments.has("--rates");
+    request.absent = arguments.has("--absent");
+    request.wide = arguments.has("--wide");
+    request.root = readRoot(arguments, problem);
+    request.deadline = readDeadline(arguments, problem);
     if (!problem.empty())
-        return refuse(command, problem);
-    const bool rates = arguments.has("--rates");
+        return request;
+    if (request.absent && request.rates)
+        problem = "--rates and --absent exclude each other: a rate lacks what its counter lacks";
+    else if (!request.absent && (arguments.has("--root") || arguments.has("--deadline")))
+        problem = "--root and --deadline are for --absent: without it no host is read";
+    return request;
+}
+
+Sample readNow(const Request &request) {
+    const Progress progress("waiting for what does not answer, at most " + durationText(request.deadline), longWait);
+    return Sampler({.root = request.root, .areas = request.areas, .deadline = request.deadline}).take();
+}
+
+std::string textOf(const Request &request) {
     Style style = outputStyle();
-    if (arguments.has("--wide"))
+    if (request.wide)
         style.width = 0;
     std::string text;
-    if (format == Format::Json)
-        writeListJson(areas, rates, text);
-    else if (format == Format::Csv)
-        writeListCsv(areas, rates, text);
+    if (request.absent)
+        writeAbsent(readNow(request), {request.format, request.root, style}, text);
+    else if (request.format == Format::Json)
+        writeListJson(request.areas, request.rates, text);
+    else if (request.format == Format::Csv)
+        writeListCsv(request.areas, request.rates, text);
     else
-        writeListTable(areas, rates, style, text);
-    return writeOut(text) == Written::Failed ? EXIT_FAILED : EXIT_DONE;
+        writeListTable(request.areas, request.rates, style, text);
+    return text;
+}
+
+int runList(const Command &command, const Arguments &arguments) {
+    std::string problem;
+    const Request request = readRequest(arguments, problem);
+    if (!problem.empty())
+        return refuse(command, problem);
+    return writeOut(textOf(request)) == Written::Failed ? EXIT_FAILED : EXIT_DONE;
 }
 
 } // namespace
 
-const Command listCommand{"list",     "[AREA...]", "what a sample can have: names, units, kinds, sources, rights",
+const Command listCommand{"list",     "[AREA...]", "what a sample can have, or what of it this host lacks",
                           about,      options,     examples,
                           exitStatus, runList};
 

@@ -33,7 +33,8 @@ constexpr std::string_view about =
     "Without an area: all of them, as an overview that leaves out what is quiet or small.\n"
     "Tables show rates: a first sample is taken, then one after --every (1s), and so on, so that the first output is "
     "right already. With --raw, and where an area has nothing to rate, the first sample is shown at once.\n"
-    "What could not be read is said on standard error, with the file and the reason. Ctrl-C ends repeated samples "
+    "What could not be read is said on standard error, with the file and the reason; what this host does not have is "
+    "listed by zel list --absent. Ctrl-C ends repeated samples "
     "after "
     "the one that is being written.";
 
@@ -123,21 +124,28 @@ private:
         return style;
     }
 
-    // What failed is said once, and again when it fails in another way.
+    // What failed is said once, and again when it fails in another way. Without named areas one whose source this host
+    // does not have is no failure, unless there is no other.
     void reportFailures() {
+        std::array<std::string, AREA_COUNT> failures;
         std::size_t lost = 0, failed = 0, asked = 0;
         for (std::size_t index = 0; index < AREA_COUNT; ++index) {
             const AreaState &state = m_now.areas[index];
-            std::string &reported = m_reported[index];
+            failures[index] = failureText(areaName(static_cast<Area>(index)), m_request.root, state);
             asked += state.asked ? 1 : 0;
             lost += state.asked && state.absence != Absence::None ? 1 : 0;
-            const std::string failure = failureText(areaName(static_cast<Area>(index)), m_request.root, state);
-            failed += failure.empty() ? 0 : 1;
-            if (!failure.empty() && failure != reported)
-                complain(failure);
-            reported = failure;
+            failed += failures[index].empty() ? 0 : 1;
         }
-        m_failed = m_failed || (m_request.areas.empty() ? failed == asked : lost > 0);
+        const bool nothing = failed == asked;
+        for (std::size_t index = 0; index < AREA_COUNT; ++index) {
+            const bool isLacking = m_now.areas[index].absence == Absence::Unsupported;
+            if (isLacking && m_request.areas.empty() && !nothing)
+                failures[index].clear();
+            if (!failures[index].empty() && failures[index] != m_reported[index])
+                complain(failures[index]);
+        }
+        m_reported = failures;
+        m_failed = m_failed || (m_request.areas.empty() ? nothing : lost > 0);
     }
 
     ShowRequest m_request;
