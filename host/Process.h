@@ -1,12 +1,12 @@
 // Processes, from /proc/<pid>: stat, statm, io, cmdline, cgroup and the directory itself.
 //
-// A process is its pid and its start time. Each sample reads owner, stat and io of every process. The rest is read when
-// a process is new, runs, or shows that it ran, and of each process in every eighth sample, in each of some:
+// A process is its pid and its start time. Each sample reads stat and io of every process. The rest is read when a
+// process is new, runs, or shows that it ran, and of each process in every eighth sample, in each of some:
 //
 //   command line, descriptors   when stat or io are not the same to the byte as in the sample before. A process that
 //                               ran shows it there, unless it needed less than a clock tick (10 ms) in all, no new
 //                               page and no read or write: then these are up to seven samples old.
-//   statm                       when stat is not the same to the byte, which has the size and what is in RAM.
+//   owner, statm                when stat is not the same to the byte. It has the size and what is in RAM.
 //   cgroup                      when a process is new or has another name (it runs another program): the kernel makes
 //                               the path up under a lock of the whole machine. Others may move a process that does not
 //                               run: it is up to seven samples old.

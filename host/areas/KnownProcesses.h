@@ -24,6 +24,7 @@ struct KnownProcess {
     bool isNew = true;           // not of the sample before, or it runs another program
     std::uint64_t statTrace = 0; // of the stat that it had: another one when it ran or its memory changed
     std::uint64_t trace = 0;     // of stat and io
+    Count userId;
     std::array<Count, std::size(MEMORY_FIELDS)> memory;
     Reading<std::string> commandLine;
     Count descriptors;

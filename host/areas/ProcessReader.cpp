@@ -102,21 +102,20 @@ private:
 
     // Each step may find that the process is gone; then the row is taken back.
     void takeProcess(Take &take, Process &process) {
-        takeUser(process);
-        if (m_isGone)
-            return;
-        if (const SilentProcess *silent = m_progress->findWithoutStat(process.pid)) {
-            loseProcess(take, ETIMEDOUT, Absence::TimedOut, process);
-            loseMemory(Absence::TimedOut, process);
-            return loseSilent(take, *silent, process, m_known.next(process));
-        }
+        if (const SilentProcess *silent = m_progress->findWithoutStat(process.pid))
+            return loseWithoutStat(take, *silent, process);
         takeStat(take, process);
         if (m_isGone)
             return;
         KnownProcess &known = m_known.next(process);
         m_isDue = known.isNew || (m_samples + process.pid) % SAMPLES_PER_READING == 0 || m_line.state == 'R';
+        m_isStatSame = !m_isDue && known.statTrace == m_trace;
+        known.statTrace = m_trace;
         const bool hasMemory = !process.kernelThread || *process.kernelThread == 0;
         m_progress->identify(process.startSeconds);
+        takeUser(process, known);
+        if (m_isGone)
+            return;
         takeMemory(process, known, hasMemory);
         if (const SilentProcess *silent = m_progress->find(process))
             return loseSilent(take, *silent, process, known);
@@ -137,14 +136,21 @@ private:
         return Absence::Unsupported;
     }
 
-    void takeUser(Process &process) {
+    // It changes only while the process runs.
+    void takeUser(Process &process, KnownProcess &known) {
+        if (!m_isStatSame)
+            readUser(known);
+        process.userId = known.userId;
+        if (process.userId)
+            m_users.take(static_cast<uid_t>(*process.userId), process.user);
+        else
+            process.user.clear(process.userId.absence());
+    }
+
+    void readUser(KnownProcess &known) {
         uid_t user = 0;
-        if (const int error = m_texts.owner(user); error != 0) {
-            process.userId = reasonOf(error);
-            return process.user.clear(process.userId.absence());
-        }
-        process.userId = user;
-        m_users.take(user, process.user);
+        const int error = m_texts.owner(user);
+        known.userId = error == 0 ? Count(user) : Count(reasonOf(error));
     }
 
     void takeStat(Take &take, Process &process) {
@@ -171,6 +177,19 @@ private:
         ++m_unread;
     }
 
+    // Its directory says whose it is without its locks.
+    void loseWithoutStat(Take &take, const SilentProcess &silent, Process &process) {
+        loseStat(Absence::TimedOut, process);
+        KnownProcess &known = m_known.next(process);
+        m_isStatSame = false;
+        takeUser(process, known);
+        if (m_isGone)
+            return;
+        loseProcess(take, ETIMEDOUT, Absence::TimedOut, process);
+        loseMemory(Absence::TimedOut, process);
+        loseSilent(take, silent, process, known);
+    }
+
     // A process that has held a reading up: what it answers under its own locks is not asked again.
     void loseSilent(Take &take, const SilentProcess &silent, Process &process, KnownProcess &known) {
         noteSilence(take.sample.area(Area::Processes), silent.seconds(), m_texts.path(""));
@@ -186,13 +205,11 @@ private:
     void takeMemory(Process &process, KnownProcess &known, bool hasMemory) {
         if (!hasMemory)
             return loseMemory(Absence::Unsupported, process);
-        const bool isSame = !m_isDue && known.statTrace == m_trace;
-        known.statTrace = m_trace;
-        if (!isSame)
+        if (!m_isStatSame)
             readMemory(process);
         for (std::size_t field = 0; field < known.memory.size(); ++field) {
             Count &value = process.*MEMORY_FIELDS[field];
-            (isSame ? value : known.memory[field]) = isSame ? known.memory[field] : value;
+            (m_isStatSame ? value : known.memory[field]) = m_isStatSame ? known.memory[field] : value;
         }
     }
 
@@ -281,6 +298,7 @@ private:
     // Of the process that is being read:
     std::uint64_t m_trace = 0;
     bool m_isDue = false; // everything of it is read, but the cgroup
+    bool m_isStatSame = false;
     bool m_isGone = false;
     std::uint64_t m_samples = 0;
     std::uint64_t m_unread = 0;

@@ -26,7 +26,8 @@ constexpr Field<Process> processFields[] = {
     process.info("session", &Process::session, "Session."),
     attached.info("terminal", &Process::terminal, "Device number of the controlling terminal."),
     process.state("state", &Process::state, "State as the kernel writes it: R S D T t Z X I P."),
-    directory.info("user_id", &Process::userId, "Effective user id."),
+    directory.info("user_id", &Process::userId,
+                   "Effective user id; of a process that does not seem to run up to seven samples old."),
     directory.info("user", &Process::user, "Name of the user in /etc/passwd; no other source of names is asked."),
     process.from("/proc/<pid>/cmdline")
         .info("command_line", &Process::commandLine,

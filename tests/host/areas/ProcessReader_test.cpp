@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -329,6 +330,55 @@ TEST_F(ProcessReader, MemoryAndCommandLineOfAnIdleProcessAreUpToSevenSamplesOld)
         ++samples;
     } while (samples < 20 && (*process(7).commandLine != "renamed" || *process(7).residentBytes != 21 * page));
     EXPECT_LE(samples, 8);
+}
+
+// Another owner of the directory of a process, as after setuid().
+class ProcessReaderOwner : public ProcessReader {
+protected:
+    static constexpr uid_t other = 54321;
+
+    void giveAway(int pid) const { ASSERT_EQ(chown(path("proc/" + std::to_string(pid)).c_str(), other, 0), 0); }
+};
+
+TEST_F(ProcessReaderOwner, OfAProcessThatRanIsReadAtOnce) {
+    if (getuid() != 0)
+        GTEST_SKIP() << "only root gives files away";
+    for (int pid = 1; pid <= 8; ++pid)
+        put({.pid = pid});
+    take();
+    for (int pid = 1; pid <= 8; ++pid) {
+        put({.pid = pid, .utime = 1});
+        giveAway(pid);
+    }
+    take();
+    for (std::uint64_t pid = 1; pid <= 8; ++pid)
+        EXPECT_EQ(*process(pid).userId, other) << pid;
+}
+
+TEST_F(ProcessReaderOwner, OfAnIdleProcessIsUpToSevenSamplesOld) {
+    if (getuid() != 0)
+        GTEST_SKIP() << "only root gives files away";
+    put({.pid = 7});
+    take();
+    giveAway(7);
+    int samples = 0;
+    do {
+        take();
+        ++samples;
+    } while (samples < 20 && *process(7).userId != other);
+    EXPECT_LE(samples, 8);
+}
+
+TEST_F(ProcessReaderOwner, IsThatOfANewProcessUnderAnOldNumber) {
+    if (getuid() != 0)
+        GTEST_SKIP() << "only root gives files away";
+    put({.pid = 7});
+    take();
+    EXPECT_EQ(*process(7).userId, 0u);
+    put({.pid = 7, .start = 99});
+    giveAway(7);
+    take();
+    EXPECT_EQ(*process(7).userId, other);
 }
 
 TEST_F(ProcessReader, DescriptorsOfAProcessThatRunsAreCountedInEachSample) {
