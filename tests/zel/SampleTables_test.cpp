@@ -108,6 +108,12 @@ TEST(SampleTables, AnAreaThatWasNamedSaysThatItHasNothing) {
     EXPECT_THAT(textOf(sampleOf({Area::Pressure})), Not(HasSubstr("PRESSURE")));
 }
 
+TEST(SampleTables, ASectionOfOneRowWithoutValuesIsNoBareHeading) {
+    const Area named[] = {Area::Limits};
+    EXPECT_THAT(textOf(sampleOf({Area::Limits}), {named, false}), HasSubstr("\nLIMITS  none\n"));
+    EXPECT_THAT(textOf(sampleOf({Area::Limits})), Not(HasSubstr("LIMITS")));
+}
+
 TEST(SampleTables, ASampleOfWhichNothingIsKnownIsAHeadLine) {
     zel::Sample sample;
     for (zel::AreaState &state : sample.areas)
