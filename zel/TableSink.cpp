@@ -37,10 +37,11 @@ std::optional<std::size_t> fieldNamed(const SectionRows &rows, std::string_view 
     return std::nullopt;
 }
 
+// What this host has none of, or has not shown yet. A reason that somebody can do something about is worth a column.
 bool isAbsent(const SectionRows &rows, std::size_t field) {
     for (std::size_t row = 0; row < rows.size(); ++row) {
         const Value &value = rows.at(row, field);
-        if (value.has() || value.absence() == Absence::TimedOut)
+        if (value.has() || (value.absence() != Absence::Unsupported && value.absence() != Absence::NotYet))
             return false;
     }
     return true;
