@@ -10,6 +10,8 @@ namespace zel {
 
 namespace {
 
+constexpr std::string_view nothing = "none";
+
 bool isZero(const Value &value) {
     return (value.type() == Value::Type::Unsigned || value.type() == Value::Type::Real) && value.asReal() == 0;
 }
@@ -35,10 +37,11 @@ std::optional<std::size_t> fieldNamed(const SectionRows &rows, std::string_view 
     return std::nullopt;
 }
 
+// What this host has none of, or has not shown yet. A reason that somebody can do something about is worth a column.
 bool isAbsent(const SectionRows &rows, std::size_t field) {
     for (std::size_t row = 0; row < rows.size(); ++row) {
         const Value &value = rows.at(row, field);
-        if (value.has() || value.absence() == Absence::TimedOut)
+        if (value.has() || (value.absence() != Absence::Unsupported && value.absence() != Absence::NotYet))
             return false;
     }
     return true;
@@ -118,10 +121,18 @@ void TableSink::writeNamedCells(const View &view) {
         if (m_rows.size() > 0 && field && !isAbsent(m_rows, *field))
             pairs.push_back({std::string(column.title), cellOf({&column, *field}, RowValues(m_rows, 0))});
     }
-    if (pairs.empty() && isOverview())
+    if (pairs.empty() && (isOverview() || view.onlyWithRows))
         return;
     startBlock();
+    if (pairs.empty())
+        return writeNothing(view);
     writePairs(view.heading, pairs, m_style, m_out);
+}
+
+void TableSink::writeNothing(const View &view) {
+    Table table(std::string(view.heading), {});
+    table.remark(nothing);
+    table.write(m_style, m_out);
 }
 
 std::vector<TableSink::Placed> TableSink::place(const View &view) const {
@@ -213,7 +224,7 @@ void TableSink::writeTable(const View &view) {
         titles.push_back({std::string(placed.column->title), isText(placed), placed.column->stays});
     Table table(std::string(view.heading), std::move(titles));
     if (rows.empty() || columns.empty())
-        table.remark("none");
+        table.remark(nothing);
     for (const std::string &remark : remarks)
         table.remark(remark);
     if (m_totals.size() > 0 && !columns.empty())

@@ -40,6 +40,7 @@ private:
     void writeEverything();
     void writePlain();
     void writeNamedCells(const View &view);
+    void writeNothing(const View &view);
     std::vector<Placed> place(const View &view) const;
     bool isText(const Placed &placed) const;
     std::vector<std::size_t> chooseRows(const View &view, std::vector<std::string> &remarks) const;

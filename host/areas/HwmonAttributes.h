@@ -143,7 +143,7 @@ inline constexpr SensorAttribute<Power> POWER_ATTRIBUTES[] = {
 
 inline constexpr SensorAttribute<Energy> ENERGY_ATTRIBUTES[] = {
     {"label", &Energy::label},
-    {"input", &Energy::consumed, EACH_SAMPLE, MICRO},
+    {"input", &Energy::consumed, EACH_SAMPLE, MICRO_COUNTED},
     {"enable", &Energy::enabled},
 };
 

@@ -90,8 +90,8 @@ inline constexpr SensorAttribute<PowerSupply> SUPPLY_ATTRIBUTES[] = {
 
 inline constexpr SensorAttribute<PowerZone> ZONE_ATTRIBUTES[] = {
     {"name", &PowerZone::name},
-    {"energy_uj", &PowerZone::consumed, EACH_SAMPLE, MICRO},
-    {"max_energy_range_uj", &PowerZone::consumedRange, NOW_AND_THEN, MICRO},
+    {"energy_uj", &PowerZone::consumed, EACH_SAMPLE, MICRO_COUNTED},
+    {"max_energy_range_uj", &PowerZone::consumedRange, NOW_AND_THEN, MICRO_COUNTED},
     {"enabled", &PowerZone::enabled},
     {"constraint_0_name", &PowerZone::constraint0},
     {"constraint_1_name", &PowerZone::constraint1},

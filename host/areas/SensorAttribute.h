@@ -20,9 +20,11 @@ inline constexpr WhenRead EACH_SAMPLE = WhenRead::EachSample;
 struct Scale {
     double factor = 1;
     double divisor = 1;
+    bool counts = false; // a negative number is malformed
 };
 inline constexpr Scale MILLI{1, 1e3};
 inline constexpr Scale MICRO{1, 1e6};
+inline constexpr Scale MICRO_COUNTED{1, 1e6, true};
 inline constexpr Scale TENTH{1, 10};
 inline constexpr Scale PERCENT{1, 100};
 inline constexpr Scale MILLI_PERCENT{1, 1e5};

@@ -151,6 +151,8 @@ private:
             return sensorAbsence(error);
         const char *cursor = m_files.text().data();
         const Number value = takeInteger(cursor);
+        if (value && *value < 0 && scale.counts)
+            return Absence::Malformed;
         return value ? Number(*value * scale.factor / scale.divisor) : value;
     }
 

@@ -108,6 +108,26 @@ TEST(SampleTables, AnAreaThatWasNamedSaysThatItHasNothing) {
     EXPECT_THAT(textOf(sampleOf({Area::Pressure})), Not(HasSubstr("PRESSURE")));
 }
 
+TEST(SampleTables, ASectionOfOneRowWithoutValuesIsNoBareHeading) {
+    const Area named[] = {Area::Limits};
+    EXPECT_THAT(textOf(sampleOf({Area::Limits}), {named, false}), HasSubstr("\nLIMITS  none\n"));
+    EXPECT_THAT(textOf(sampleOf({Area::Limits})), Not(HasSubstr("LIMITS")));
+}
+
+TEST(SampleTables, AColumnOfReasonsIsShownUnlessTheHostHasNone) {
+    zel::Sample sample = sampleOf({Area::Sensors});
+    zel::PowerZone &zone = sample.powerZones.append();
+    zone.zone = "intel-rapl:0";
+    zone.limit0 = 95;
+    const Area named[] = {Area::Sensors};
+    zone.consumed = zel::Absence::Unsupported;
+    EXPECT_THAT(textOf(sample, {named, false}), Not(HasSubstr("consumed")));
+    zone.consumed = zel::Absence::Denied;
+    EXPECT_THAT(textOf(sample, {named, false}), HasSubstr("denied  95.0 W"));
+    zone.consumed = zel::Absence::Malformed;
+    EXPECT_THAT(textOf(sample, {named, false}), HasSubstr("malformed  95.0 W"));
+}
+
 TEST(SampleTables, ASampleOfWhichNothingIsKnownIsAHeadLine) {
     zel::Sample sample;
     for (zel::AreaState &state : sample.areas)

@@ -145,6 +145,19 @@ TEST_F(SensorReader, WhatIsNoNumberIsMalformedAlone) {
     EXPECT_TRUE(holds(sample.temperatures[6].input, 20)) << "without a line end";
 }
 
+TEST_F(SensorReader, ACounterIsNeverNegative) {
+    m_tree.device("hwmon/hwmon0", {{"name", "x\n"}, {"energy1_input", "-1\n"}, {"temp1_input", "-5000\n"}});
+    m_tree.device("powercap/intel-rapl:0",
+                  {{"name", "package-0\n"}, {"energy_uj", "-7\n"}, {"max_energy_range_uj", "-9\n"}});
+    const Sample &sample = take();
+    ASSERT_EQ(sample.energies.size(), 1U);
+    EXPECT_TRUE(lacks(sample.energies[0].consumed, Absence::Malformed));
+    EXPECT_TRUE(holds(sample.temperatures[0].input, -5)) << "others may be";
+    ASSERT_EQ(sample.powerZones.size(), 1U);
+    EXPECT_TRUE(lacks(sample.powerZones[0].consumed, Absence::Malformed));
+    EXPECT_TRUE(lacks(sample.powerZones[0].consumedRange, Absence::Malformed));
+}
+
 TEST_F(SensorReader, NamesThatAreNoneOfTheInterfaceAreLeftOut) {
     m_tree.device("hwmon/hwmon0", {{"name", "x\n"},
                                    {"temp_input", "1\n"},
