@@ -152,6 +152,7 @@ constexpr ViewColumn networkCards[] = {
     {"driver", "driver"},
     {"firmware", "firmware"},
     {"device", "device"},
+    {"slot", "slot"},
     {"address", "address"},
     {"queues in", "receive_queues"},
     {"out", "transmit_queues"},
