@@ -185,8 +185,11 @@ public:
         : m_before(before), m_after(after), m_file(file), m_result(result) {}
 
     template<class Row> void compare(const HardwareSection<Row> &section) {
-        if (!sectionIsComparable(section.part, section.name))
+        if (!sectionIsComparable(section.part, section.name)) {
+            m_result.isPartial = true;
             return;
+        }
+        m_result.hasCompared = true;
         std::vector<const Family *> families;
         for (const Field<Row> &field : fieldsOf<Row>())
             families.push_back(&field.family);

@@ -25,6 +25,8 @@ std::string readEarlierInventory(const std::string &file, std::string &problem);
 struct HardwareChanges {
     std::string text;                 // a line for each change, or one JSON object and a line feed
     std::vector<std::string> remarks; // what could not be compared, and that it is another host
+    bool hasCompared = false;         // at least one part
+    bool isPartial = false;           // not every part
     std::string problem;              // why nothing could be compared: the text is no inventory
 };
 

@@ -15,8 +15,28 @@ namespace {
 
 using Json = nlohmann::json;
 
-// What an inventory nests: the object, a list, a row, its reasons. What is deeper is not kept.
-constexpr int deepest = 6;
+// What an inventory nests: the object, a list, a row, its reasons. Deeper ones would be walked by recursion later on.
+constexpr std::size_t deepest = 6;
+
+// Looked for before parsing: a filter of the parser looks at a list again for each of its rows.
+bool isTooDeep(std::string_view text) {
+    std::size_t depth = 0;
+    bool isText = false;
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        const char letter = text[place];
+        if (letter == '"')
+            isText = !isText;
+        else if (isText)
+            place += letter == '\\' ? 1 : 0;
+        else if (letter == '[' || letter == '{')
+            ++depth;
+        else if (letter == ']' || letter == '}')
+            depth -= depth > 0 ? 1 : 0;
+        if (depth > deepest)
+            return true;
+    }
+    return false;
+}
 
 bool isLabel(const Json &row, std::string_view name) {
     const auto found = row.find(name);
@@ -56,8 +76,11 @@ bool hasParts(const Json &inventory) {
 } // namespace
 
 Json readInventory(std::string_view text, std::string &problem) {
-    Json inventory = Json::parse(
-        text, [](int depth, Json::parse_event_t, Json &) { return depth <= deepest; }, false);
+    if (isTooDeep(text)) {
+        problem = "is no inventory: make one with zel hardware --format json";
+        return {};
+    }
+    Json inventory = Json::parse(text, nullptr, false);
     if (inventory.is_discarded()) {
         problem = "is no JSON: make one with zel hardware --format json";
         return inventory;

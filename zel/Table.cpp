@@ -182,7 +182,7 @@ struct PairWidths {
 
 void writePairs(std::string_view heading, const std::vector<NamedCell> &pairs, const Style &style, std::string &out) {
     const std::size_t line = style.width > 0 ? style.width : pairLine;
-    writeHeading(heading, "", style, out);
+    writeHeading(heading, pairs.empty() ? "none" : "", style, out);
     if (pairs.empty())
         return;
     std::size_t columns = pairs.size();

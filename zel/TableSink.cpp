@@ -11,6 +11,7 @@ namespace zel {
 namespace {
 
 constexpr std::string_view nothing = "none";
+constexpr std::string_view noValue = "-"; // as cells that are made of several fields have it
 
 bool isZero(const Value &value) {
     return (value.type() == Value::Type::Unsigned || value.type() == Value::Type::Real) && value.asReal() == 0;
@@ -50,9 +51,12 @@ bool isAbsent(const SectionRows &rows, std::size_t field) {
 } // namespace
 
 Cell TableSink::cellOf(const Placed &placed, const RowValues &row) const {
-    if (placed.column->derive != nullptr)
-        return placed.column->derive(row, m_style);
     const Value &value = row.at(placed.field);
+    if (placed.column->derive != nullptr) {
+        Cell derived = placed.column->derive(row, m_style);
+        if (value.has() || derived.text != noValue)
+            return derived; // else the field says why there is none
+    }
     return {valueText(*row.section().families()[placed.field], value, m_style.charset), toneOf(*placed.column, value)};
 }
 

@@ -51,7 +51,8 @@ constexpr std::string_view chassisTypes[] = {"other",
 class Texts {
 public:
     Texts(HardwareRead &read, std::string_view directory, std::string_view name)
-        : m_read(read), m_files(read.root, directory, name) {}
+        : m_read(read), m_directory(std::string(directory).append("/").append(name)),
+          m_files(read.root, directory, name) {}
 
     void take(std::string_view file, Reading<std::string> &reading) {
         m_files.text(file, reading);
@@ -59,7 +60,7 @@ public:
         if (reading && reading.value().find('\0') != std::string::npos)
             reading.set(std::string(reading.value().c_str()));
         if (reading.absence() == Absence::Malformed)
-            noteFailure(m_read.state, NOT_ITS_FORMAT, file);
+            noteFailure(m_read.state, NOT_ITS_FORMAT, (m_directory + '/').append(file));
     }
     void takeIdentifying(std::string_view file, Reading<std::string> &reading) {
         if (const Absence reason = m_read.serials(); reason != Absence::None)
@@ -71,6 +72,7 @@ public:
 
 private:
     HardwareRead &m_read;
+    std::string m_directory;
     DeviceAttributes m_files;
 };
 

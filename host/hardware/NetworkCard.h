@@ -10,6 +10,7 @@ struct NetworkCard {
     std::string name; // of the interface: "eth0"
     Reading<std::string> driver, driverVersion, firmware;
     Reading<std::string> device;  // on its bus: "0000:00:04.0"
+    Reading<std::string> slot;    // of a PCI device: what its slot is called on the board
     Reading<std::string> address; // in use
     Reading<std::string> permanentAddress;
     Number speedBytesPerSecond;        // now

@@ -2,6 +2,7 @@
 #include "host/areas/InterfaceDetails.h"
 #include "host/hardware/EthtoolCalls.h"
 #include "host/hardware/PartReader.h"
+#include "host/hardware/PciSlots.h"
 #include "host/source/AttributeText.h"
 #include "host/source/DeviceAttributes.h"
 
@@ -114,10 +115,32 @@ void lose(Hardware &found, const std::string &name, Absence reason) {
     forget(card, reason);
 }
 
+void readTexts(const HostDirectory &root, std::vector<PartText> &texts) {
+    texts.resize(1);
+    readPciSlots(root, texts[0]);
+}
+
+void useTexts(Hardware &found, int error, std::span<const PartText> texts) {
+    const int slotError = error != 0 ? error : texts[0].error;
+    for (NetworkCard &card : found.networkCards) {
+        if (!card.device)
+            card.slot.clear(card.device.absence());
+        else if (slotError != 0)
+            card.slot.clear(absenceOf(slotError));
+        else
+            takePciSlot(texts[0].text, card.device.value(), card.slot);
+    }
+}
+
 } // namespace
 
 const PartReader &networkPart() {
-    static constexpr PartReader reader{.directory = netDirectory, .list = listCards, .read = readCard, .lose = lose};
+    static constexpr PartReader reader{.directory = netDirectory,
+                                       .list = listCards,
+                                       .read = readCard,
+                                       .lose = lose,
+                                       .readTexts = readTexts,
+                                       .useTexts = useTexts};
     return reader;
 }
 

@@ -1,6 +1,7 @@
 // Reads PCI devices, and their names from the table of pci.ids.
 #include "host/hardware/PartReader.h"
 #include "host/hardware/PciNames.h"
+#include "host/hardware/PciSlots.h"
 #include "host/source/AttributeText.h"
 #include "host/source/DeviceAttributes.h"
 
@@ -11,7 +12,6 @@ namespace zel {
 namespace {
 
 constexpr const char *devices = "sys/bus/pci/devices";
-constexpr const char *slots = "sys/bus/pci/slots";
 constexpr double transfersPerGiga = 1e9;
 constexpr std::uint64_t unknownWidth = 0xff; // what the kernel says of a device that does not say it
 constexpr std::size_t addressLength = sizeof("0000:00:00.0") - 1;
@@ -102,21 +102,10 @@ void lose(Hardware &found, const std::string &address, Absence reason) {
 
 enum TextPlace : std::size_t { NAMES, SLOTS, TEXTS };
 
-// One line each: the address of the slot, without a function, a blank and its name.
-void readSlots(const HostDirectory &root, PartText &text) {
-    std::vector<std::string> names;
-    text.error = listDevices(root, slots, names);
-    for (const std::string &name : names) {
-        DeviceAttributes files(root, slots, name);
-        if (files.read("address") == 0)
-            text.text.append(trimmed(files.text())).append(" ").append(name).append("\n");
-    }
-}
-
 void readTexts(const HostDirectory &root, std::vector<PartText> &texts) {
     texts.resize(TEXTS);
     readPciIds(root, texts[NAMES]);
-    readSlots(root, texts[SLOTS]);
+    readPciSlots(root, texts[SLOTS]);
 }
 
 void takeName(std::string_view name, Reading<std::string> &reading) {
@@ -143,19 +132,6 @@ constexpr Reading<std::string> PciDevice::*names[] = {&PciDevice::className, &Pc
                                                       &PciDevice::deviceName, &PciDevice::subsystemVendorName,
                                                       &PciDevice::subsystemName};
 
-// The name behind "0000:03:00 " for the device 0000:03:00.1.
-void placeInSlot(std::string_view lines, PciDevice &device) {
-    device.slot.clear(Absence::Unsupported);
-    const std::string_view address(device.address);
-    const std::string_view place = address.substr(0, address.rfind('.'));
-    while (!lines.empty()) {
-        const std::string_view line = lines.substr(0, lines.find('\n'));
-        lines.remove_prefix(line.size() + 1);
-        if (line.size() > place.size() && line.starts_with(place) && line[place.size()] == ' ')
-            return device.slot.set(line.substr(place.size() + 1));
-    }
-}
-
 void useTexts(Hardware &found, int error, std::span<const PartText> texts) {
     const int nameError = error != 0 ? error : texts[NAMES].error;
     const int slotError = error != 0 ? error : texts[SLOTS].error;
@@ -166,7 +142,7 @@ void useTexts(Hardware &found, int error, std::span<const PartText> texts) {
         if (nameError == 0)
             nameDevice(ids, device);
         if (slotError == 0)
-            placeInSlot(texts[SLOTS].text, device);
+            takePciSlot(texts[SLOTS].text, device.address, device.slot);
         else
             device.slot.clear(absenceOf(slotError));
     }

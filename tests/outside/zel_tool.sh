@@ -393,7 +393,7 @@ import json, sys
 changes = json.load(open(sys.argv[1]))["changes"]
 assert [change["change"] for change in changes] == ["changed", "went"], changes
 END
-  expect 0 hardware pci --since "$scratch/before"
+  expect 1 hardware pci --since "$scratch/before"
   says err "pci is not compared: $scratch/before does not have it"
   expect 1 hardware --since "$scratch/none"
   says err "zel: hardware: --since $scratch/none: No such file or directory"

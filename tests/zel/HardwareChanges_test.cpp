@@ -4,6 +4,7 @@
 #include "Mutation.h"
 #include "export/HardwareJson.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -190,6 +191,45 @@ TEST(HardwareChanges, ATextThatNestsWithoutEndIsRefused) {
     EXPECT_NE(zel::changesSince(deep, "old.json", twoCards(), ChangeFormat::Lines).problem, "");
     const std::string closed = R"({"parts":{},"pci_devices":)" + deep + std::string(1000000, ']') + "}";
     EXPECT_NE(zel::changesSince(closed, "old.json", twoCards(), ChangeFormat::Lines).problem, "");
+}
+
+TEST(HardwareChanges, BracketsInATextDoNotNest) {
+    Hardware hardware = twoCards();
+    hardware.firmware.version = std::string(R"([[[[[[[[\"[[[[[[[[\\)");
+    EXPECT_EQ(lines(hardware, hardware), "");
+}
+
+TEST(HardwareChanges, ALongFileIsReadOnce) {
+    constexpr int rows = 200000; // work that grew with their square would take minutes
+    std::string text = R"({"parts":{"pci":{}},"pci_devices":[)";
+    for (int row = 0; row < rows; ++row)
+        text += (row == 0 ? "" : ",") + (R"({"address":")" + std::to_string(row)) + "\"}";
+    const zel::HardwareChanges result = zel::changesSince(text + "]}", "old.json", twoCards(), ChangeFormat::Lines);
+    EXPECT_EQ(result.problem, "");
+    EXPECT_EQ(std::count(result.text.begin(), result.text.end(), '\n'), rows + 2);
+}
+
+TEST(HardwareChanges, ANameOfAGraphicsCardThatATableHasIsNoChange) {
+    Hardware before = twoCards(), after = twoCards();
+    for (Hardware *hardware : {&before, &after}) {
+        hardware->part(HardwarePart::Gpus).asked = true;
+        hardware->gpuCards.append().address = "0000:65:00.0";
+    }
+    before.gpuCards[0].deviceName = std::string("Device");
+    after.gpuCards[0].deviceName = std::string("Card 9000");
+    EXPECT_EQ(lines(before, after), "");
+}
+
+TEST(HardwareChanges, SayWhetherEveryPartCouldBeCompared) {
+    EXPECT_TRUE(changes(twoCards(), twoCards()).hasCompared);
+    EXPECT_FALSE(changes(twoCards(), twoCards()).isPartial);
+    Hardware older = twoCards();
+    older.part(HardwarePart::Pci).asked = false;
+    EXPECT_TRUE(changes(older, twoCards()).hasCompared);
+    EXPECT_TRUE(changes(older, twoCards()).isPartial);
+    const zel::HardwareChanges none = zel::changesSince(R"({"parts":{}})", "old.json", twoCards(), ChangeFormat::Lines);
+    EXPECT_EQ(none.problem, "");
+    EXPECT_FALSE(none.hasCompared);
 }
 
 TEST(HardwareChanges, DamagedInventoriesDoNoHarm) {

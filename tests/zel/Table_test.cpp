@@ -119,10 +119,10 @@ TEST(Pairs, ALongValueIsCutOnATerminal) {
     EXPECT_NE(out.find("v~"), out.npos);
 }
 
-TEST(Pairs, NothingIsAHeading) {
+TEST(Pairs, OfNothingTheHeadingSaysSo) {
     std::string out;
     zel::writePairs("X", {}, {}, out);
-    EXPECT_EQ(out, "X\n");
+    EXPECT_EQ(out, "X  none\n");
 }
 
 } // namespace

@@ -52,8 +52,8 @@ constexpr std::string_view about =
 
 constexpr Example exitStatus[] = {
     {"0", "done, whether something changed or not; also when the reader of the output went away"},
-    {"1", "a part that was named could not be read at all (or none of all), FILE is no inventory, or the output "
-          "failed"},
+    {"1", "a part that was named could not be read at all (or none of all), FILE is no inventory or lacks a part that "
+          "was named (or all), or the output failed"},
     {"2", "the command line is wrong"},
 };
 
@@ -90,8 +90,11 @@ std::string headLine(const Hardware &hardware, const Style &style) {
     return line + "  read in " + secondsText(hardware.elapsedSeconds, style.charset);
 }
 
-std::string tables(const Hardware &hardware, const Request &request) {
+// A part that could not be read has no tables that would say "none".
+std::string tables(Hardware hardware, const Request &request) {
     Style style = outputStyle();
+    for (AreaState &state : hardware.parts)
+        state.asked = state.asked && (request.everything || state.absence == Absence::None);
     if (request.wide)
         style.width = 0;
     std::string text, sections;
@@ -147,7 +150,8 @@ int runChanges(const Request &request) {
     }
     for (const std::string &remark : changes.remarks)
         complain("hardware: " + remark);
-    return print(changes.text, reportFailures(hardware, request));
+    const bool isLost = request.hardware.parts.empty() ? !changes.hasCompared : changes.isPartial;
+    return print(changes.text, reportFailures(hardware, request) || isLost);
 }
 
 int runHardware(const Command &command, const Arguments &arguments) {

@@ -32,7 +32,7 @@ Cell pciDevice(const RowValues &row, const Style &style) {
     return nameOrId(row, style, "device_name", "device_id");
 }
 
-// Sample: 8 GT/s x4 of 16 GT/s x8
+// Sample: 8.00 GT/s x4 of 16.0 GT/s x8
 Cell pciLink(const RowValues &row, const Style &) {
     const auto link = [&row](std::string_view speed, std::string_view width) {
         const double transfers = row.number(speed), lanes = row.number(width);
@@ -152,6 +152,7 @@ constexpr ViewColumn networkCards[] = {
     {"driver", "driver"},
     {"firmware", "firmware"},
     {"device", "device"},
+    {"slot", "slot"},
     {"address", "address"},
     {"queues in", "receive_queues"},
     {"out", "transmit_queues"},

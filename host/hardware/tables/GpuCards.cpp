@@ -7,7 +7,7 @@ namespace {
 
 constexpr Entries<GpuCard> card{Area::Hardware, "gpu_cards", "/sys/bus/pci/devices",
                                 "a PCI device of class 03 (display) or 12 (accelerator)"};
-constexpr Entries<GpuCard> names = card.from("pci.ids", "the package pci.ids or hwdata");
+constexpr Entries<GpuCard> names = card.from("/usr/share/misc/pci.ids", "the package pci.ids or hwdata");
 constexpr Entries<GpuCard> driver =
     card.from("/sys/bus/pci/devices, /proc/driver/nvidia/gpus", "the driver amdgpu or nvidia");
 constexpr Entries<GpuCard> amd = card.from("/sys/bus/pci/devices", "the driver amdgpu");

@@ -16,6 +16,8 @@ constexpr Field<NetworkCard> fields[] = {
     driver.info("driver_version", &NetworkCard::driverVersion, "Version that the driver states."),
     driver.info("firmware", &NetworkCard::firmware, "Version of the firmware, as the driver states it."),
     device.info("device", &NetworkCard::device, "Device on its bus: the address of a PCI device."),
+    card.from("/sys/bus/pci/slots", "a PCI device in a slot that the firmware or a hotplug driver names")
+        .info("slot", &NetworkCard::slot, "Physical slot."),
     card.info("address", &NetworkCard::address, "Hardware address in use."),
     card.from("SIOCETHTOOL ETHTOOL_GPERMADDR", thisHost)
         .info("permanent_address", &NetworkCard::permanentAddress, "Hardware address that it was made with."),

@@ -45,6 +45,16 @@ TEST(MachinePart, TheFirmwareDescribesTheMachine) {
     EXPECT_TRUE(lacks(hardware.firmware.secureBoot, Absence::Unsupported));
 }
 
+TEST(MachinePart, ATextThatCannotBeReadIsNamedWithItsDirectory) {
+    const Hardware hardware = HardwareHost{
+        {"sys/class/dmi/id/sys_vendor", "Maker\n"},
+        {"sys/class/dmi/id/board_name/file",
+         "a directory\n"}}.read(HardwarePart::Machine);
+    EXPECT_TRUE(holds(hardware.machine.vendor, "Maker"));
+    EXPECT_TRUE(lacks(hardware.board.name, Absence::Malformed));
+    EXPECT_EQ(hardware.part(HardwarePart::Machine).file, "sys/class/dmi/id/board_name");
+}
+
 void expectSerials(const Hardware &hardware, Absence reason) {
     for (const auto &reading :
          {hardware.machine.serial, hardware.machine.uuid, hardware.machine.deviceTreeSerial, hardware.board.serial,

@@ -56,6 +56,14 @@ TEST(NetworkPart, OnlyInterfacesOfADeviceAreCards) {
     EXPECT_EQ(hardware.part(HardwarePart::Network).error, 0);
 }
 
+TEST(NetworkPart, ACardIsInTheSlotOfItsDevice) {
+    Host host;
+    host.write("sys/bus/pci/slots/7-1/address", "0000:03:00\n");
+    const Hardware hardware = host.read(HardwarePart::Network);
+    EXPECT_TRUE(holds(cardOf(hardware, "eth0").slot, "7-1"));
+    EXPECT_TRUE(lacks(cardOf(hardware, "ens4").slot, Absence::Unsupported)) << "in no slot";
+}
+
 TEST(NetworkPart, ACardIsReadWhole) {
     const Hardware hardware = Host().read(HardwarePart::Network);
     const NetworkCard &card = cardOf(hardware, "eth0");
