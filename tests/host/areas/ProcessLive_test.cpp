@@ -49,12 +49,8 @@ std::vector<std::string> statWords(pid_t pid) {
 class Sleeper {
 public:
     explicit Sleeper(const char *name = "sleeper") : m_pid(fork()) {
-        if (m_pid != 0)
-            return;
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        prctl(PR_SET_NAME, name);
-        for (;;)
-            pause();
+        if (m_pid == 0)
+            sleepAs(name);
     }
     ~Sleeper() { end(); }
     Sleeper(const Sleeper &) = delete;
@@ -69,6 +65,18 @@ public:
         }
         m_pid = -1;
     }
+    // Under its name, however long a busy machine takes.
+    void waitUntilAsleep(const char *name = "sleeper") const {
+        constexpr std::size_t longestName = 15;
+        const std::string comm = std::string(name).substr(0, longestName) + '\n';
+        for (int step = 0; step < 10000; ++step) {
+            const std::vector<std::string> words = statWords(m_pid);
+            if (readFile("/proc/" + std::to_string(m_pid) + "/comm") == comm && !words.empty() && words[0] == "S")
+                return;
+            usleep(1000);
+        }
+        ADD_FAILURE() << name << " does not come to sleep";
+    }
     void becomeZombie() const {
         kill(m_pid, SIGKILL);
         siginfo_t info{};
@@ -76,6 +84,12 @@ public:
     }
 
 private:
+    [[noreturn]] static void sleepAs(const char *name) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        prctl(PR_SET_NAME, name);
+        for (;;)
+            pause();
+    }
     pid_t m_pid;
 };
 
@@ -419,11 +433,11 @@ TEST_F(ProcessLive, KeptAndFreshFilesSayTheSame) {
     std::vector<std::unique_ptr<Sleeper>> sleepers;
     for (int i = 0; i < 40; ++i)
         sleepers.push_back(std::make_unique<Sleeper>());
-    usleep(50000);
     Sample one, other;
     for (int round = 0; round < 30; ++round) {
         sleepers[static_cast<std::size_t>(round)] = std::make_unique<Sleeper>();
-        usleep(10000);
+        for (const auto &sleeper : sleepers)
+            sleeper->waitUntilAsleep();
         fresh.take(one);
         kept.take(other);
         for (const auto &sleeper : sleepers) {
