@@ -18,7 +18,7 @@ struct Machine {
 
 struct Chassis {
     Reading<std::string> vendor, version;
-    Count type; // number of the SMBIOS specification
+    Count type; // number of the SMBIOS standard
     Reading<std::string> typeName;
     Reading<std::string> serial, assetTag; // only when asked for
 };

@@ -9,7 +9,7 @@ namespace {
 
 constexpr const char *dmiDirectory = "sys/class/dmi";
 
-// By number, of the SMBIOS specification, from 1 on.
+// By number, of the SMBIOS standard, from 1 on.
 constexpr std::string_view chassisTypes[] = {"other",
                                              "unknown",
                                              "desktop",

@@ -25,7 +25,7 @@ inline Count scaledKnown(const Count &number, std::uint64_t factor) {
 }
 
 /// The name of a code, which counts from 1. An empty name is a code for "not known", and so is one that a later
-/// specification adds.
+/// standard adds.
 inline void takeCode(const Count &code, std::span<const std::string_view> names, Reading<std::string> &reading) {
     if (!code || *code == 0 || *code > names.size() || names[*code - 1].empty())
         reading.clear(Absence::Unsupported);

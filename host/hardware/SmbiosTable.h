@@ -22,7 +22,7 @@ inline constexpr std::size_t SMBIOS_STRUCTURES_AT_MOST = 65536;
 
 /// What the entry point says.
 struct SmbiosEntry {
-    unsigned major = 0, minor = 0; // of the specification that the table follows
+    unsigned major = 0, minor = 0; // of the SMBIOS version that the table follows
     std::uint64_t tableLength = 0; // an upper limit in the 64-bit form
 };
 

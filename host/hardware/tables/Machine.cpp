@@ -30,7 +30,7 @@ constexpr Entries<Chassis> chassis{Area::Hardware, "chassis", dmi, dmiProvider};
 constexpr Field<Chassis> chassisFields[] = {
     chassis.info("vendor", &Chassis::vendor, "Maker of the chassis."),
     chassis.info("version", &Chassis::version, "Version of the chassis."),
-    chassis.info("type", &Chassis::type, "Number of its form in the SMBIOS specification."),
+    chassis.info("type", &Chassis::type, "Number of its form in the SMBIOS standard."),
     chassis.info("type_name", &Chassis::typeName, "Its form in words."),
     chassis.needing(Rights::Root, chassis.info("serial", &Chassis::serial, "Serial number, when asked for.")),
     chassis.needing(Rights::Root, chassis.info("asset_tag", &Chassis::assetTag, "Asset tag, when asked for.")),

@@ -1,4 +1,4 @@
-// NVMe controllers of the inventory, and the SMART / Health log: its fields are where the NVMe specification has them.
+// NVMe controllers of the inventory, and the SMART / Health log: its fields are where the NVMe standard has them.
 #include "HardwareHost.h"
 #include "SampledHost.h"
 #include "SystemHooks.h"

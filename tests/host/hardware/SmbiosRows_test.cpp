@@ -1,5 +1,5 @@
 // What structures of the firmware's tables say of memory modules, their arrays and sockets of processors. Expected
-// values are those of the specification (DSP0134) for the bytes that each test writes.
+// values are those of the SMBIOS standard (DSP0134) for the bytes that each test writes.
 #include "SampledHost.h"
 #include "SmbiosImage.h"
 #include "host/hardware/SmbiosRows.h"
