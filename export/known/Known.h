@@ -69,8 +69,8 @@ template<class Row> struct KnownInfo {
 template<class Row> struct KnownTable {
     Row Sample::*one = nullptr;        // the struct of a sample,
     Rows<Row> Sample::*rows = nullptr; // or the list of them
-    std::span<const KnownLabel<Row>> labels;
-    std::span<const KnownField<Row>> fields;
+    std::span<const KnownLabel<Row>> labels = {};
+    std::span<const KnownField<Row>> fields = {};
     std::span<const KnownInfo<Row>> infos = {};
     bool (*isShown)(const Row &) = nullptr; // null: all
 
@@ -131,7 +131,22 @@ struct KnownMetrics {
     void (*listFields)(KnownFields &);
 };
 
+extern const KnownMetrics knownActivity;
 extern const KnownMetrics knownDisks;
+extern const KnownMetrics knownFilesystems;
+extern const KnownMetrics knownIdentity;
+extern const KnownMetrics knownInterfaceTraffic;
+extern const KnownMetrics knownLimits;
+extern const KnownMetrics knownLoad;
+extern const KnownMetrics knownMemory;
+extern const KnownMetrics knownPacketPath;
+extern const KnownMetrics knownPressure;
+extern const KnownMetrics knownProcessors;
+extern const KnownMetrics knownProtocols;
+extern const KnownMetrics knownSensors;
+extern const KnownMetrics knownSockets;
+extern const KnownMetrics knownTime;
+extern const KnownMetrics knownVm;
 
 /// All of them, in the order in which they are written.
 std::span<const KnownMetrics *const> knownMetrics();
