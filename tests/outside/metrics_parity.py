@@ -37,30 +37,33 @@ PREFIXES = {"mdadm": "node_md_", "tapestats": "node_tape_", "powersupplyclass": 
             "thermal_zone": "node_cooling_"}
 
 
-class Differences:
-    """The table of docs/metrics-names.md: families in the first column, and whether below a root directory only."""
+class Difference:
+    """A pattern of families, with one of a label or without, and where it holds."""
 
-    def __init__(self, path):
-        self.patterns = []  # of family, of a label or none, whether of roots only
-        rows = 0
-        with open(path) as document:
-            lines = document.read().split("<!-- differences -->")[1].splitlines()
-        for line in lines:
-            cells = [cell.strip() for cell in line.strip("|").split("|")]
-            if not line.startswith("| `"):
-                continue
-            rows += 1
-            for name in re.findall(r"`([^`]+)`", cells[0]):
-                family, _, label = name.rstrip("}").partition("{")
-                self.patterns.append((family, label, cells[1] == "recordings"))
-        if rows > DIFFERENCES_AT_MOST or rows == 0:
-            sys.exit(f"metrics_parity: {rows} differences on purpose, 1 to {DIFFERENCES_AT_MOST} are allowed")
+    def __init__(self, text, place):
+        self.family, _, self.label = text.removesuffix("}").partition("{")
+        self.place = place
 
-    def covers(self, family, labels, recorded):
+    def covers(self, family, labels, recorded, value):
+        if not fnmatch.fnmatchcase(family, self.family) or not self.holds(recorded, value):
+            return False
         texts = [f'{name}="{value}"' for name, value in labels]
-        return any((recorded or not roots_only) and fnmatch.fnmatchcase(family, pattern) and
-                   (not label or any(fnmatch.fnmatchcase(text, label) for text in texts))
-                   for pattern, label, roots_only in self.patterns)
+        return not self.label or any(fnmatch.fnmatchcase(text, self.label) for text in texts)
+
+    # `value` is what the peer has alone; None when it is not that.
+    def holds(self, recorded, value):
+        return {"all": True, "recordings": recorded, "zeros": value == 0,
+                "negative": value is not None and value < 0}[self.place]
+
+
+def read_differences(path):
+    """The table of docs/metrics-names.md."""
+    with open(path) as document:
+        lines = document.read().split("<!-- differences -->")[1].splitlines()
+    rows = [[cell.strip() for cell in line.strip("|").split("|")] for line in lines if line.startswith("| `")]
+    if not 0 < len(rows) <= DIFFERENCES_AT_MOST:
+        sys.exit(f"metrics_parity: {len(rows)} differences on purpose, 1 to {DIFFERENCES_AT_MOST} are allowed")
+    return [Difference(text, row[1]) for row in rows for text in re.findall(r"`([^`]+)`", row[0])]
 
 
 class Peer:
@@ -107,8 +110,8 @@ class Comparison:
     def fail(self, text):
         self.failures.append(f"{self.name}: {text}")
 
-    def covered(self, family, labels=frozenset()):
-        return self.differences.covers(family, labels, self.recorded)
+    def covered(self, family, labels, value=None):
+        return any(difference.covers(family, labels, self.recorded, value) for difference in self.differences)
 
     def compare(self, rounds, kind):
         """`rounds`: each what the peer said before, what we said, what the peer said after."""
@@ -132,7 +135,7 @@ class Comparison:
             self.fail(f"{kind}: {name} is {ours.kind}, of the peer {family.kind}")
         our_series = ours.series if ours else {}
         for labels in family.series.keys() - our_series.keys():
-            if self.covered(name, labels):
+            if self.covered(name, labels, family.series[labels]):
                 self.different += 1
             elif all(name in taken and labels in taken[name].series for _, _, taken in rounds):
                 self.fail(f"{kind}: {name}{shown(labels)} is the peer's only")
@@ -230,7 +233,7 @@ def hosts(source, scratch):
 
 
 def main(source, zel, program, *roots):
-    differences = Differences(os.path.join(source, "docs/metrics-names.md"))
+    differences = read_differences(os.path.join(source, "docs/metrics-names.md"))
     failures = []
     with tempfile.TemporaryDirectory() as scratch, open(os.path.join(scratch, "peer.log"), "w") as log:
         for name, root in [(root, root) for root in roots] or hosts(source, scratch):

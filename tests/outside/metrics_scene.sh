@@ -7,7 +7,7 @@ shift
 
 mount -t sysfs none /sys
 mount -t tmpfs -o size=4m first "$directory"
-mkdir "$directory"/{plain,'with blank',$'with\ttab','back\slash','"quoted"',read-only,twice,hidden,left-out}
+(cd "$directory" && mkdir plain 'with blank' $'with\ttab' 'back\slash' '"quoted"' read-only twice hidden left-out device)
 mount -t tmpfs -o size=1m none "$directory/with blank"
 mount -t tmpfs -o size=2m none "$directory/"$'with\ttab'
 mount -t tmpfs -o size=3m none "$directory/back\\slash"
@@ -19,7 +19,6 @@ mount -t tmpfs -o size=8m none "$directory/hidden"
 mount --bind "$directory/plain" "$directory/hidden"
 mount -t proc none "$directory/left-out"
 mount -t tmpfs none /mnt
-mkdir "$directory/device"
 mount -t tmpfs "a device" "$directory/device"
 
 # What this kernel has; ip is of Debian's iproute2.
