@@ -34,9 +34,8 @@ struct Interface {
     Count transmitFifoErrors, transmitCollisions, transmitCarrierErrors, transmitCompressed;
 
     Count speedBytesPerSecond;
-    Count speedKnown;            // 0: the driver says that it does not know it; none of a link that has no speed
     Reading<std::string> duplex; // "full", "half"
-    Count duplexKnown;           // as speedKnown
+    Count duplexKnown;           // 0: the driver says that it does not know it; none of a link that has no duplex
     Reading<std::string> operationalState;
     Count up;      // IFF_UP: 1 or 0
     Count carrier; // 1 or 0; none of an interface that is down

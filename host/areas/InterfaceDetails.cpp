@@ -49,18 +49,12 @@ Count readHexadecimal(DeviceAttributes &files, std::string_view attribute) {
     return error == 0 ? attributeHexadecimal(files.text().data()) : Count(absenceOf(error));
 }
 
-// Samples: 10000
-//          -1
-void readSpeed(DeviceAttributes &files, LinkDetails &link) {
-    if (const int error = files.read("speed"); error != 0) {
-        link.speedBytesPerSecond = link.speedKnown = absenceOf(error);
-        return;
-    }
-    Count &speed = link.speedBytesPerSecond = attributeNumber(files.text().data());
-    if (speed)
-        speed = isNoSpeed(*speed) ? Count(Absence::Unsupported) : scaledCount(speed, bytesPerMegabit);
-    const bool known = speed.has(), unknown = speed.absence() == Absence::Unsupported;
-    link.speedKnown = known || unknown ? Count(std::uint64_t{known}) : speed;
+// Sample: 10000
+Count readSpeed(DeviceAttributes &files) {
+    const Count megabits = files.number("speed");
+    if (megabits && isNoSpeed(*megabits))
+        return Absence::Unsupported;
+    return scaledCount(megabits, bytesPerMegabit);
 }
 
 // Sample: full
@@ -107,7 +101,7 @@ void readRole(DeviceAttributes &files, Reading<std::string> &role) {
 
 void readLinkDetails(const HostDirectory &root, std::string_view name, LinkDetails &link) {
     DeviceAttributes files(root, netDirectory, name);
-    readSpeed(files, link);
+    link.speedBytesPerSecond = readSpeed(files);
     readDuplex(files, link);
     link.carrier = files.number("carrier");
 }

@@ -11,7 +11,7 @@ namespace zel {
 
 /// What the kernel may have to ask the driver for.
 struct LinkDetails {
-    Count speedBytesPerSecond, speedKnown;
+    Count speedBytesPerSecond;
     Reading<std::string> duplex;
     Count duplexKnown;
     Count carrier;

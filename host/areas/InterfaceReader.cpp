@@ -229,7 +229,7 @@ private:
 
     static void clearLink(KnownInterface &known, Absence reason) {
         Interface &values = known.values;
-        for (Count *count : {&values.speedBytesPerSecond, &values.speedKnown, &values.duplexKnown, &values.carrier})
+        for (Count *count : {&values.speedBytesPerSecond, &values.duplexKnown, &values.carrier})
             count->clear(reason);
         values.duplex.clear(reason);
         known.bond.lose(reason);
@@ -293,7 +293,6 @@ private:
     // From an interface or an answer.
     template<class Link> static void fillLink(const Link &link, Interface &interface) {
         interface.speedBytesPerSecond = link.speedBytesPerSecond;
-        interface.speedKnown = link.speedKnown;
         interface.duplex.assign(link.duplex);
         interface.duplexKnown = link.duplexKnown;
         interface.carrier = link.carrier;

@@ -47,7 +47,6 @@ constexpr Field<Interface> fields[] = {
     dev.counter("transmit_compressed_total", &Interface::transmitCompressed, Unit::None, "Compressed packets sent."),
 
     link.gauge("speed_bytes_per_second", &Interface::speedBytesPerSecond, Unit::Bytes, "Speed of the link."),
-    net.state("speed_known", &Interface::speedKnown, "0 when the driver says that it does not know the speed."),
     link.info("duplex", &Interface::duplex, "full or half."),
     net.state("duplex_known", &Interface::duplexKnown, "0 when the driver says that it does not know the duplex."),
     net.state("operational_state", &Interface::operationalState, "State as RFC 2863 defines it (operstate)."),

@@ -103,7 +103,6 @@ TEST(InterfaceReader, TakesEveryAttribute) {
     EXPECT_TRUE(holds(eth0.broadcast, "ff:ff:ff:ff:ff:ff"));
     EXPECT_TRUE(holds(eth0.alias, "to the rack"));
     EXPECT_TRUE(holds(eth0.speedBytesPerSecond, 1250000000));
-    EXPECT_TRUE(holds(eth0.speedKnown, 1));
     EXPECT_TRUE(holds(eth0.duplex, "full"));
     EXPECT_TRUE(holds(eth0.duplexKnown, 1));
     EXPECT_TRUE(holds(eth0.kind, "wlan"));
@@ -120,7 +119,6 @@ TEST(InterfaceReader, AnInterfaceWithoutAttributesHasItsCounters) {
     EXPECT_TRUE(lacks(eth0.operationalState, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.up, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.speedBytesPerSecond, Absence::Unsupported));
-    EXPECT_TRUE(lacks(eth0.speedKnown, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.duplexKnown, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.deviceId, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.receiveNoHandler, Absence::Unsupported));
@@ -133,11 +131,9 @@ TEST(InterfaceReader, WhatStandsForNoSpeedIsUnsupported) {
     for (const char *text : {"-1\n", "4294967295\n", "65535\n", "0\n"}) {
         host.attribute("eth0", "speed", text);
         EXPECT_TRUE(lacks(host.interface().speedBytesPerSecond, Absence::Unsupported)) << text;
-        EXPECT_TRUE(holds(host.interface().speedKnown, 0)) << text;
     }
     host.attribute("eth0", "speed", "fast\n");
     EXPECT_TRUE(lacks(host.interface().speedBytesPerSecond, Absence::Malformed));
-    EXPECT_TRUE(lacks(host.interface().speedKnown, Absence::Malformed));
     host.attribute("eth0", "speed", "10\n");
     EXPECT_TRUE(holds(host.interface().speedBytesPerSecond, 1250000));
     host.attribute("eth0", "speed", "400000\n");
