@@ -30,12 +30,12 @@ constexpr KnownField<Interface> fields[] = {
     {&Interface::nameAssignment, "node_network_name_assign_type", gauge, "Who chose the name (NET_NAME_*)."},
     {&Interface::addressAssignment, "node_network_address_assign_type", gauge, "Who chose the address (NET_ADDR_*)."},
 };
+constexpr KnownTable<Interface> table{.rows = &Sample::interfaces, .labels = labels, .fields = fields};
+
 // One without a state has no attributes here: it is a stranger of the same name in another network namespace.
-bool isShown(const Interface &interface) {
+bool isOwn(const Interface &interface) {
     return interface.operationalState.has();
 }
-constexpr KnownTable<Interface> table{
-    .rows = &Sample::interfaces, .labels = labels, .fields = fields, .isShown = isShown};
 
 std::string_view duplexOf(const Interface &interface) {
     if (interface.duplexKnown.valueOr(1) == 0)
@@ -46,7 +46,7 @@ std::string_view duplexOf(const Interface &interface) {
 void writeInfo(const Sample &sample, MetricSink &sink) {
     sink.family("node_network_info", gauge, "What describes an interface.");
     for (const Interface &interface : sample.interfaces) {
-        if (!isShown(interface))
+        if (!isOwn(interface))
             continue;
         sink.label("address", interface.address).label("broadcast", interface.broadcast);
         sink.label("device", interface.name).label("duplex", duplexOf(interface));
@@ -54,7 +54,7 @@ void writeInfo(const Sample &sample, MetricSink &sink) {
     }
     sink.family("node_network_up", gauge, "1 when the operational state of the interface is up.");
     for (const Interface &interface : sample.interfaces) {
-        if (isShown(interface))
+        if (isOwn(interface))
             sink.label("device", interface.name).value(std::uint64_t{*interface.operationalState == "up"});
     }
 }

@@ -122,6 +122,7 @@ TEST(OwnBonds, OfAnOrdinaryInterfaceItIsReadWithTheRest) {
 TEST(OwnBonds, OfAPortOfABridgeToo) {
     withBond([] {
         std::filesystem::remove_all(net + "a0/bonding");
+        std::filesystem::remove_all(net + "b0/bonding_slave");
         write("a0/bridge/stp_state", "0");
         write("b0/brport/state", "3");
         Sampler sampler({.areas = {Area::Interfaces}});

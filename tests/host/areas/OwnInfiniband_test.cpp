@@ -37,6 +37,7 @@ void withPorts(const std::function<void()> &body) {
         for (const char *port : {"ports/1/", "ports/2/"}) {
             write(std::string(port) + "state", "4: ACTIVE\n");
             write(std::string(port) + "counters/symbol_error", "5\n");
+            write(std::string(port) + "counters/port_rcv_errors", "0\n");
             write(std::string(port) + "hw_counters/out_of_buffer", "6\n");
         }
         body();
