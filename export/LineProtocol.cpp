@@ -5,6 +5,7 @@
 #include "export/Walk.h"
 #include "text/DecimalText.h"
 
+#include <cstdlib>
 #include <limits>
 
 namespace zel {
@@ -23,37 +24,48 @@ void appendEscaped(std::string &out, std::string_view text, std::string_view spe
     });
 }
 
+// Whether a later mount hides the one of the row.
+const Family &hiddenFamily() {
+    for (const Field<Filesystem> &field : fieldsOf<Filesystem>()) {
+        if (field.member == Member<Filesystem>(&Filesystem::hidden))
+            return field.family;
+    }
+    std::abort(); // the schema has every member
+}
+
 class LineSink {
 public:
     LineSink(std::string_view host, std::int64_t nanoseconds, std::string &fields, std::string &out)
         : m_host(host), m_fields(fields), m_out(out) {
-        m_timeEnd = writeSignedDecimal(m_time, nanoseconds);
+        m_timeLength = static_cast<std::size_t>(writeSignedDecimal(m_time, nanoseconds) - m_time);
     }
 
     void beginSection(std::string_view name, bool) { m_measurement = name; }
     void endSection() {}
     void beginRow() {
         m_start = m_out.size();
+        m_isTwin = false;
         m_fields.clear();
         m_out += m_measurement;
         tag("host", m_host);
     }
     void endRow() {
-        if (m_fields.empty()) {
+        if (m_fields.empty() || m_isTwin) {
             m_out.resize(m_start);
             return;
         }
         m_out += ' ';
         m_out += m_fields;
         m_out += ' ';
-        m_out.append(m_time, m_timeEnd);
+        m_out.append(m_time, m_timeLength);
         m_out += '\n';
     }
     void field(const Family &family, const Value &value) {
         if (family.kind == Kind::Label)
-            label(family.name, value);
-        else
-            field(family.name, value);
+            return label(family.name, value);
+        if (&family == &m_hidden)
+            m_isTwin = value.type() == Value::Type::Unsigned && value.asUnsigned() != 0;
+        field(family.name, value);
     }
     void tag(std::string_view name, std::string_view value) {
         if (value.empty())
@@ -93,9 +105,11 @@ private:
         appendNumber(m_out, value.asUnsigned());
     }
 
+    const Family &m_hidden = hiddenFamily();
+    bool m_isTwin = false; // it has the tags of another row, which says more
     std::string_view m_host, m_measurement;
     char m_time[LONGEST_DECIMAL + 1];
-    const char *m_timeEnd;
+    std::size_t m_timeLength;
     std::size_t m_start = 0;
     std::string &m_fields, &m_out;
 };

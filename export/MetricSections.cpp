@@ -44,6 +44,12 @@ constexpr std::string_view nfsOperations[] = {
 };
 constexpr std::string_view conntrack[] = {"insert_failed_total", "dropped_total", "early_dropped_total"};
 
+constexpr std::string_view limits[] = {
+    "threads",           "threads_limit",      "pids_limit",          "inodes_allocated", "dentries_allocated",
+    "aio_requests",      "aio_requests_limit", "terminals",           "terminals_limit",  "arp_entries",
+    "arp_entries_limit", "ndisc_entries",      "ndisc_entries_limit",
+};
+
 constexpr DefaultSection defaults[] = {
     {"identity", identity},
     {"cpu", cpu},
@@ -67,10 +73,9 @@ constexpr DefaultSection defaults[] = {
     {"cooling_devices", {}},
     {"power_supplies", {}},
     {"power_zones", {}},
-    {"time", {}},
     {"tcp_states", {}},
     {"conntrack", conntrack},
-    {"limits", {}},
+    {"limits", limits},
     {"process_totals", {}},
     {"processes", processes},
     {"fibrechannel", {}},

@@ -15,16 +15,21 @@ template<class Row> bool isText(const Field<Row> &field) {
            std::holds_alternative<std::string Row::*>(field.member);
 }
 
-// What a process has as labels beside those of the schema, and what leaves the machine only when it is asked for.
-template<class Row> bool isTextLeftOut(const Field<Row> &, bool) {
+// The text of a process that leaves the machine only when it is asked for, and then whichever sections were chosen.
+template<class Row> bool isSecret(const Field<Row> &) {
     return false;
 }
-bool isTextLeftOut(const Field<Process> &field, bool commandLines) {
-    if (field.member == Member<Process>(&Process::commandLine))
-        return !commandLines;
-    return field.member == Member<Process>(&Process::user) || field.member == Member<Process>(&Process::cgroup);
+bool isSecret(const Field<Process> &field) {
+    return field.member == Member<Process>(&Process::commandLine);
 }
 
+// What every series of a process has as a label, beside what the schema calls one.
+template<class Row> bool isMoreLabel(const Field<Row> &) {
+    return false;
+}
+bool isMoreLabel(const Field<Process> &field) {
+    return field.member == Member<Process>(&Process::user) || field.member == Member<Process>(&Process::cgroup);
+}
 template<class Row> void addMoreLabels(const Row &, MetricSink &) {}
 void addMoreLabels(const Process &process, MetricSink &sink) {
     sink.label("user", process.user).label("cgroup", process.cgroup);
@@ -93,6 +98,15 @@ std::string familyName(std::string_view section, std::string_view field) {
     return "zel_" + std::string(section) + '_' + std::string(field);
 }
 
+// Only names of counters end in _total: readers of metrics take the type from that.
+std::string gaugeName(std::string_view section, std::string_view field) {
+    constexpr std::string_view total = "total";
+    std::string name = familyName(section, field);
+    if (name.ends_with(total))
+        name.replace(name.size() - total.size(), total.size(), "all");
+    return name;
+}
+
 } // namespace
 
 template<class Row>
@@ -104,13 +118,16 @@ void MetricsWriter::plan(std::string_view section, const KnownFields &known, Pla
             planned.labelNames.push_back(known.labelName(field.family));
             continue;
         }
-        if (known.has(field.family) || !m_options.sections.has(section, field.family.name))
+        if (known.has(field.family) || isMoreLabel(field))
             continue;
-        if (!isText(field))
-            planned.numbers.push_back({place, familyName(section, field.family.name),
-                                       field.family.kind == Kind::Counter ? MetricType::Counter : MetricType::Gauge});
-        else if (!isTextLeftOut(field, m_options.commandLines))
+        if (isSecret(field) ? !m_options.commandLines : !m_options.sections.has(section, field.family.name))
+            continue;
+        if (isText(field))
             planned.texts.push_back(place);
+        else if (field.family.kind == Kind::Counter)
+            planned.numbers.push_back({place, familyName(section, field.family.name), MetricType::Counter});
+        else
+            planned.numbers.push_back({place, gaugeName(section, field.family.name), MetricType::Gauge});
     }
     planned.infoName = familyName(section, "info");
     planned.infoHelp = "Texts of " + std::string(section) + " as labels.";

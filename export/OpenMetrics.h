@@ -38,7 +38,7 @@ struct MetricOptions {
     std::size_t processes = METRIC_PROCESSES_DEFAULT; // the most of each of processor time, memory and I/O
     std::size_t cgroups = METRIC_CGROUPS_DEFAULT;
     bool commandLines = false;
-    std::string version; // of the program
+    std::string version = {}; // of the program
 };
 
 /// Its memory is used again from text to text: in steady state nothing is allocated. It belongs to one thread.

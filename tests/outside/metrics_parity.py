@@ -15,7 +15,7 @@ import listed_tree
 import metric_text
 
 FORMATS = ("openmetrics",)
-RECORDED = ("linux-6.18/t0", "linux-6.1.0/t0")
+RECORDED = ("linux-6.18/t0", "linux-6.1.0/t0", "linux-5.10/t0", "linux-2.6.18/t0", "linux-2.4.20/t0")
 WRITTEN = "parity/host.files"
 ROUNDS = 6  # readings of this machine, each between two of the peer
 DIFFERENCES_AT_MOST = 10
