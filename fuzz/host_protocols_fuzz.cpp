@@ -19,6 +19,8 @@ constexpr const char *files[] = {
     "proc/net/udp",
     "proc/sys/net/netfilter/nf_conntrack_count",
     "proc/sys/net/ipv4/tcp_mem",
+    "proc/net/ip_vs_stats",
+    "proc/net/ip_vs",
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/AnySection.h"
+#include "host/Bond.h"
 #include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
@@ -10,9 +11,11 @@
 #include "host/Filesystem.h"
 #include "host/Gpu.h"
 #include "host/Identity.h"
+#include "host/Infiniband.h"
 #include "host/Interface.h"
 #include "host/Interrupts.h"
 #include "host/Ip.h"
+#include "host/Ipvs.h"
 #include "host/Limits.h"
 #include "host/Load.h"
 #include "host/Memory.h"
@@ -69,6 +72,10 @@ struct Sample {
     Rows<Disk> disks;
     Rows<Filesystem> filesystems;
     Rows<Interface> interfaces;
+    Rows<Bond> bonds;
+    Rows<BondPort> bondPorts;
+    Rows<InfinibandPort> infinibandPorts;
+    Rows<InfinibandCounter> infinibandCounters;
     Rows<SensorChip> sensorChips;
     Rows<Temperature> temperatures;
     Rows<Fan> fans;
@@ -112,6 +119,8 @@ struct Sample {
     Rows<Softnet> softnet;
     Conntrack conntrack;
     Rows<Neighbours> neighbours;
+    Ipvs ipvs;
+    Rows<IpvsBackend> ipvsBackends;
     Limits limits;
     Rows<KeyUser> keyUsers;
     Rows<Gpu> gpus;
@@ -175,6 +184,10 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Disks, "disks", &Sample::disks),
     sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
+    sectionOf(Area::Interfaces, "bonds", &Sample::bonds),
+    sectionOf(Area::Interfaces, "bond_ports", &Sample::bondPorts),
+    sectionOf(Area::Interfaces, "infiniband_ports", &Sample::infinibandPorts),
+    sectionOf(Area::Interfaces, "infiniband_counters", &Sample::infinibandCounters),
     sectionOf(Area::Sensors, "sensor_chips", &Sample::sensorChips),
     sectionOf(Area::Sensors, "temperatures", &Sample::temperatures),
     sectionOf(Area::Sensors, "fans", &Sample::fans),
@@ -204,6 +217,8 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Protocols, "softnet", &Sample::softnet),
     sectionOf(Area::Protocols, "conntrack", &Sample::conntrack),
     sectionOf(Area::Protocols, "neighbours", &Sample::neighbours),
+    sectionOf(Area::Protocols, "ipvs", &Sample::ipvs),
+    sectionOf(Area::Protocols, "ipvs_backends", &Sample::ipvsBackends),
     sectionOf(Area::Limits, "limits", &Sample::limits),
     sectionOf(Area::Limits, "key_users", &Sample::keyUsers),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),

@@ -74,11 +74,20 @@ seed host_nfs_fuzz two '' "$nfs" 'net 1 2 3 4\nrpc 5 6 7\nproc4 3 1 2 3\n' \
 seed host_fibrechannel_fuzz two '' 'Online\n' '16 Gbit\n' '4 Gbit, 16 Gbit\n' '0x5\n' '0x7\n' '0x9\n' 'Online\n' '8 Gbit\n' \
   '4 Gbit, 16 Gbit\n' '0x6\n' '0xffffffffffffffff\n' '0x4\n'
 n=@linux-6.18/t0/proc/net
+dev='head\nhead\n bond0: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16\n  eth0: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16\n'
+port='4: ACTIVE\n'
+seed host_interfaces_fuzz two '' "$dev" 'active-backup 1\n' 'eth0 eth1\n' '10000\n' 'full\n' '0x1443\n' '0x1\n' 'DEVTYPE=bond\n' 'up\n' '3\n' \
+  '16.31.1014\n' "$port" '100 Gb/sec (4X EDR)\n' '0x3\n' '5\n' '6\n' '7\n' "$dev" '802.3ad 4\n' 'eth0\n' '-1\n' 'unknown\n' '0x1443\n' '1\n' '' \
+  'down\n' '4\n' '16.31.1014\n' '1: DOWN\n' '2.5 Gb/sec (1X SDR)\n' '0\n' '9\n' 'N/A (no PMA)\n' '7\n'
 track='entries found\n00000021 00000007\n'
 conn='head\n 0: 0100007F:1F90 00000000:0000 0A 00000000:00000003 00:00000000 00000000 0 0 1\n'
+balancer='head\nhead\n 16AA370 E33656E5 0 51D8C8883AB3 0\n'
+servers='head\nhead\nhead\nTCP  C0000201:0CEA wlc\n  -> C0000202:0CEA Tunnel 100 248 2\n'
+servers+='TCP  [2001:0db8:0000:0000:0000:0000:0000:0001]:0050 rr\n  -> [2001:0db8:0000:0000:0000:0000:0000:0002]:0050 Route 1 2 3\n'
+servers+='FWM  10001000 wlc\n  -> C0000202:0CEA Masq 1 2 3\n'
 seed host_protocols_fuzz linux-6.18 '' $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} \
-  'head\n192.0.2.1 0x1 0x2 02:fc:00:00:00:05 * eth0\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
-  $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} 'head\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
+  'head\n192.0.2.1 0x1 0x2 02:fc:00:00:00:05 * eth0\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' "$balancer" "$servers" \
+  $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} 'head\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' "$balancer" "$servers" \
   '\030\000\000\000\024\000\002\000\000\000\000\000\000\000\000\000abcdefgh'
 y=@linux-6.18/t0/proc/sys
 seed host_limits_fuzz linux-6.18 '' $y/fs/file-nr $y/fs/dentry-state $y/kernel/sem $y/kernel/pid_max \

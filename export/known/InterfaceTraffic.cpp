@@ -19,6 +19,8 @@ constexpr KnownField<Interface> fields[] = {
      "Packets received with a wrong length, checksum or frame."},
     {&Interface::receiveCompressed, "node_network_receive_compressed_total", counter, "Compressed packets received."},
     {&Interface::receiveMulticast, "node_network_receive_multicast_total", counter, "Multicast packets received."},
+    {&Interface::receiveNoHandler, "node_network_receive_nohandler_total", counter,
+     "Packets dropped because the bond or team of this port does not use it."},
     {&Interface::transmitBytes, "node_network_transmit_bytes_total", counter, "Bytes sent."},
     {&Interface::transmitPackets, "node_network_transmit_packets_total", counter, "Packets sent."},
     {&Interface::transmitErrors, "node_network_transmit_errs_total", counter, "Packets that could not be sent."},

@@ -6,9 +6,25 @@ namespace zel {
 namespace {
 
 constexpr const KnownMetrics *all[] = {
-    &knownIdentity,  &knownProcessors, &knownLoad,        &knownPressure,         &knownMemory,  &knownVm,
-    &knownActivity,  &knownDisks,      &knownFilesystems, &knownInterfaceTraffic, &knownSensors, &knownTime,
-    &knownProtocols, &knownSockets,    &knownPacketPath,  &knownLimits,
+    &knownIdentity,
+    &knownProcessors,
+    &knownLoad,
+    &knownPressure,
+    &knownMemory,
+    &knownVm,
+    &knownActivity,
+    &knownDisks,
+    &knownFilesystems,
+    &knownInterfaceTraffic,
+    &knownInterfaceAttributes,
+    &knownInfiniband,
+    &knownSensors,
+    &knownTime,
+    &knownProtocols,
+    &knownSockets,
+    &knownPacketPath,
+    &knownIpvs,
+    &knownLimits,
 };
 
 } // namespace

@@ -18,16 +18,51 @@ namespace {
 constexpr const char *netDirectory = "sys/class/net";
 constexpr std::uint64_t bytesPerMegabit = 125000;
 
+constexpr struct {
+    std::string_view attribute;
+    Count Interface::*member;
+} numbers[] = {
+    {"ifindex", &Interface::index},
+    {"carrier_changes", &Interface::carrierChanges},
+    {"carrier_up_count", &Interface::carrierUpChanges},
+    {"carrier_down_count", &Interface::carrierDownChanges},
+    {"dormant", &Interface::dormant},
+    {"mtu", &Interface::mtuBytes},
+    {"tx_queue_len", &Interface::queueLength},
+    {"type", &Interface::type},
+    {"iflink", &Interface::linkIndex},
+    {"link_mode", &Interface::linkMode},
+    {"netdev_group", &Interface::group},
+    {"name_assign_type", &Interface::nameAssignment},
+    {"addr_assign_type", &Interface::addressAssignment},
+    {NO_HANDLER_FILE, &Interface::receiveNoHandler},
+};
+
 // What drivers say in the place of a speed that they do not know: -1 in 32 and in 16 bits, and 0.
 constexpr bool isNoSpeed(std::uint64_t megabits) {
     return megabits == 0 || megabits == 0xFFFF || megabits >= 0xFFFFFFFF;
 }
 
 // Sample: 0x1003
-void readFlags(DeviceAttributes &files, Interface &interface) {
-    const int error = files.read("flags");
-    interface.flags = error == 0 ? attributeHexadecimal(files.text().data()) : Count(absenceOf(error));
-    interface.up = interface.flags ? Count(*interface.flags & IFF_UP) : interface.flags;
+Count readHexadecimal(DeviceAttributes &files, std::string_view attribute) {
+    const int error = files.read(attribute);
+    return error == 0 ? attributeHexadecimal(files.text().data()) : Count(absenceOf(error));
+}
+
+// Sample: 10000
+Count readSpeed(DeviceAttributes &files) {
+    const Count megabits = files.number("speed");
+    if (megabits && isNoSpeed(*megabits))
+        return Absence::Unsupported;
+    return scaledCount(megabits, bytesPerMegabit);
+}
+
+// Sample: full
+void readDuplex(DeviceAttributes &files, LinkDetails &link) {
+    files.text("duplex", link.duplex);
+    link.duplexKnown = link.duplex ? Count(std::uint64_t{*link.duplex != "unknown"}) : Count(link.duplex.absence());
+    if (link.duplexKnown && *link.duplexKnown == 0)
+        link.duplex.clear(Absence::Unsupported);
 }
 
 // Sample: DEVTYPE=vlan
@@ -66,36 +101,31 @@ void readRole(DeviceAttributes &files, Reading<std::string> &role) {
 
 void readLinkDetails(const HostDirectory &root, std::string_view name, LinkDetails &link) {
     DeviceAttributes files(root, netDirectory, name);
-    link.speedBytesPerSecond = files.number("speed");
-    if (link.speedBytesPerSecond)
-        link.speedBytesPerSecond = isNoSpeed(*link.speedBytesPerSecond)
-                                       ? Count(Absence::Unsupported)
-                                       : Count(*link.speedBytesPerSecond * bytesPerMegabit);
-    files.text("duplex", link.duplex);
-    if (link.duplex && *link.duplex == "unknown")
-        link.duplex.clear(Absence::Unsupported);
+    link.speedBytesPerSecond = readSpeed(files);
+    readDuplex(files, link);
     link.carrier = files.number("carrier");
 }
 
 void readInterfaceDetails(const HostDirectory &root, std::string_view name, Interface &interface) {
     DeviceAttributes files(root, netDirectory, name);
-    interface.index = files.number("ifindex");
+    for (const auto &[attribute, member] : numbers)
+        interface.*member = files.number(attribute);
+    interface.flags = readHexadecimal(files, "flags");
+    interface.up = interface.flags ? Count(*interface.flags & IFF_UP) : interface.flags;
+    interface.deviceId = readHexadecimal(files, "dev_id");
     files.text("operstate", interface.operationalState);
-    readFlags(files, interface);
-    interface.carrierChanges = files.number("carrier_changes");
-    interface.carrierUpChanges = files.number("carrier_up_count");
-    interface.carrierDownChanges = files.number("carrier_down_count");
-    interface.dormant = files.number("dormant");
-    interface.mtuBytes = files.number("mtu");
-    interface.queueLength = files.number("tx_queue_len");
-    interface.type = files.number("type");
-    interface.linkIndex = files.number("iflink");
     files.text("address", interface.address);
+    files.text("broadcast", interface.broadcast);
     files.text("ifalias", interface.alias);
     readKind(files, interface.kind);
     takeLink(files, "device/driver", interface.driver);
     takeLink(files, "master", interface.master);
     readRole(files, interface.role);
+}
+
+bool mayLackHandler(const Interface &interface) {
+    const std::string_view role = interface.role ? std::string_view(*interface.role) : std::string_view();
+    return role == "bond" || (interface.master && role != "bridge_port");
 }
 
 OwnNamespace::OwnNamespace() : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}

@@ -1,6 +1,7 @@
-// Reads the protocols: the counters of /proc/net, sockets and connections, packet queues, connection tracking and
-// neighbours.
+// Reads the protocols: the counters of /proc/net, sockets and connections, packet queues, connection tracking,
+// neighbours and the kernel's load balancer.
 #include "host/areas/AreaReader.h"
+#include "host/areas/IpvsLines.h"
 #include "host/areas/NeighbourTable.h"
 #include "host/areas/PacketLines.h"
 #include "host/areas/ProtocolLines.h"
@@ -37,6 +38,7 @@ public:
         if (!any && !sockets && !softnet)
             return loseArea(take.sample, Area::Protocols, m_snmpError, m_snmp.path());
         readConntrack(take);
+        readIpvs(take);
         readStates(take);
         readQueues(take);
         take.sample.neighbours.clear();
@@ -152,6 +154,20 @@ private:
         note(take, m_conntrackMax.error(), m_conntrackMax.path());
     }
 
+    // Where there is no load balancer one file is looked for in vain.
+    void readIpvs(Take &take) {
+        Sample &sample = take.sample;
+        sample.ipvsBackends.clear();
+        const int error = m_net.read(take.root, m_ipvsStatistics);
+        note(take, error, m_ipvsStatistics.path());
+        forget(sample.ipvs, absenceOf(error));
+        if (error != 0)
+            return;
+        noteFormat(take, takeIpvsStatistics(m_ipvsStatistics.text().data(), sample.ipvs), m_ipvsStatistics.path());
+        const auto parse = [&sample](const char *text) { return takeIpvsBackends(text, sample.ipvsBackends); };
+        countLines(take, m_ipvs, parse);
+    }
+
     bool canList(const Take &take) const {
         return take.root.own() && coarseSeconds() - m_refusedAt >= secondsBeforeNextList;
     }
@@ -244,6 +260,8 @@ private:
     SourceFile m_softnet{"proc/net/softnet_stat", Records::Many};
     SourceFile m_conntrack{"proc/net/stat/nf_conntrack", Records::Many};
     SourceFile m_arp{"proc/net/arp", Records::Many};
+    SourceFile m_ipvsStatistics{"proc/net/ip_vs_stats", Records::Many};
+    SourceFile m_ipvs{"proc/net/ip_vs", Records::Many};
     SourceFile m_tcp{"proc/net/tcp", Records::Many};
     SourceFile m_tcp6{"proc/net/tcp6", Records::Many};
     SourceFile m_udp{"proc/net/udp", Records::Many};

@@ -1,4 +1,4 @@
-// The tables of disks, filesystems and interfaces.
+// The tables of disks, filesystems, interfaces, bonds and InfiniBand ports.
 #include "zel/views/Views.h"
 
 #include "zel/Units.h"
@@ -10,6 +10,8 @@
 namespace zel {
 
 namespace {
+
+constexpr std::size_t notInOverview = static_cast<std::size_t>(-1); // the least rows that one shows
 
 bool hasNoAnswer(const RowValues &row) {
     return !row["size_bytes"].has();
@@ -43,9 +45,14 @@ Cell filesystemState(const RowValues &row, const Style &style) {
 }
 
 // Networks count in bits, and frames in bytes without a prefix.
+Cell speedCell(double bytesPerSecond) {
+    return bytesPerSecond > 0 ? Cell{bitsText(8 * bytesPerSecond) + "/s"} : Cell{"-", Tone::Quiet};
+}
 Cell speed(const RowValues &row, const Style &) {
-    const double bits = 8 * row.number("speed_bytes_per_second");
-    return bits > 0 ? Cell{bitsText(bits) + "/s"} : Cell{"-", Tone::Quiet};
+    return speedCell(row.number("speed_bytes_per_second"));
+}
+Cell infinibandSpeed(const RowValues &row, const Style &) {
+    return speedCell(row.number("rate_bytes_per_second"));
 }
 Cell mtu(const RowValues &row, const Style &style) {
     static const Family plain{Area::Interfaces, "interfaces", "mtu", Unit::None, Kind::Info, "", ""};
@@ -132,6 +139,78 @@ constexpr ViewColumn interfaces[] = {
     {"address", "address"},
 };
 
+// What should be up and is not.
+Cell upOrAlarm(const Value &state, std::string_view up, const Style &style) {
+    if (!state.has())
+        return {state.absence() == Absence::TimedOut ? "no answer" : "-",
+                state.absence() == Absence::TimedOut ? Tone::Alarm : Tone::Quiet};
+    return {std::string(displayText(state.asText(), style.charset)),
+            state.asText() == up ? Tone::Quiet : Tone::Warning};
+}
+Cell linkState(const RowValues &row, const Style &style) {
+    return upOrAlarm(row["link_state"], "up", style);
+}
+Cell portState(const RowValues &row, const Style &style) {
+    return upOrAlarm(row["state"], "ACTIVE", style);
+}
+// Fewer ports than there are: the bond works on, and nothing else would say so.
+Cell portsUp(const RowValues &row, const Style &) {
+    const double up = row.number("ports_up"), all = row.number("ports");
+    if (!row["ports_up"].has())
+        return {"-", Tone::Quiet};
+    return {std::to_string(static_cast<std::uint64_t>(up)), up < all ? Tone::Alarm : Tone::Plain};
+}
+
+constexpr ViewColumn bonds[] = {
+    {"name", "name"},
+    {"mode", "mode"},
+    {"link", "link_state", 0, 0, true, linkState, true},
+    {"ports", "ports"},
+    {"up", "ports_up", 0, 0, true, portsUp},
+    {"active port", "active_port"},
+};
+
+constexpr ViewColumn bondPorts[] = {
+    {"bond", "bond"},
+    {"port", "name"},
+    {"state", "state"},
+    {"link", "link_state", 0, 0, true, linkState, true},
+    {"failures", "link_failures_total"},
+    {"failures/s", "link_failures_per_second", 0.001, 1},
+};
+
+constexpr ViewColumn infinibandPorts[] = {
+    {"device", "device"},
+    {"port", "port"},
+    {"state", "state", 0, 0, true, portState, true},
+    {"speed", "rate_bytes_per_second", 0, 0, false, infinibandSpeed},
+    {"received/s", "receive_bytes_per_second"},
+    {"sent/s", "transmit_bytes_per_second"},
+    {"packets in/s", "receive_packets_per_second"},
+    {"out/s", "transmit_packets_per_second"},
+    {"errors in/s", "receive_errors_per_second", 0.001, 10},
+    {"dropped/s", "transmit_discards_per_second", 0.001, 10},
+    {"received", "receive_bytes_total"},
+    {"sent", "transmit_bytes_total"},
+    {"errors in", "receive_errors_total"},
+    {"dropped", "transmit_discards_total"},
+    {"symbol errors", "symbol_errors_total"},
+    {"link downed", "link_downed_total"},
+    {"link layer", "link_layer"},
+    {"firmware", "firmware"},
+};
+
+constexpr ViewColumn infinibandCounters[] = {
+    {"device", "device"},
+    {"port", "port"},
+    {"counter", "name"},
+    {"value", "value_total"},
+    {"value/s", "value_per_second"},
+};
+bool hasNotCounted(const RowValues &row) {
+    return row.number("value_total") + row.number("value_per_second") == 0;
+}
+
 constexpr View views[] = {
     {.section = "disks",
      .heading = "DISKS",
@@ -148,6 +227,24 @@ constexpr View views[] = {
      .hides = isEmptyFilesystem,
      .hidden = "without a size or hidden"},
     {.section = "interfaces", .heading = "INTERFACES", .columns = interfaces, .overviewRows = 16},
+    {.section = "bonds", .heading = "BONDS", .columns = bonds, .onlyWithRows = true, .overviewRows = 16},
+    {.section = "bond_ports",
+     .heading = "BOND PORTS",
+     .columns = bondPorts,
+     .onlyWithRows = true,
+     .overviewLeast = notInOverview},
+    {.section = "infiniband_ports",
+     .heading = "INFINIBAND PORTS",
+     .columns = infinibandPorts,
+     .onlyWithRows = true,
+     .overviewRows = 16},
+    {.section = "infiniband_counters",
+     .heading = "INFINIBAND COUNTERS",
+     .columns = infinibandCounters,
+     .onlyWithRows = true,
+     .overviewLeast = notInOverview,
+     .hides = hasNotCounted,
+     .hidden = "never counted"},
 };
 
 } // namespace

@@ -244,6 +244,25 @@ constexpr ViewColumn neighbours[] = {
     {"permanent", "permanent"},
 };
 
+constexpr ViewColumn ipvs[] = {
+    {"connections/s", "connections_per_second"}, {"packets in/s", "incoming_packets_per_second"},
+    {"out/s", "outgoing_packets_per_second"},    {"received/s", "incoming_bytes_per_second"},
+    {"sent/s", "outgoing_bytes_per_second"},     {"connections", "connections_total"},
+    {"packets in", "incoming_packets_total"},    {"out", "outgoing_packets_total"},
+    {"received", "incoming_bytes_total"},        {"sent", "outgoing_bytes_total"},
+};
+
+constexpr ViewColumn ipvsBackends[] = {
+    {"protocol", "protocol"},
+    {"service", "service"},
+    {"server", "server"},
+    {"scheduler", "scheduler"},
+    {"by", "forwarding"},
+    {"weight", "weight"},
+    {"active", "active_connections"},
+    {"inactive", "inactive_connections"},
+};
+
 constexpr ViewColumn limits[] = {
     {"files", "files_allocated"},
     {"files share", "files_allocated", 0, 0, false, fileShare},
@@ -289,6 +308,16 @@ constexpr View views[] = {
     {.section = "softnet", .heading = "PACKET QUEUES", .columns = softnet, .overviewLeast = notInOverview},
     {.section = "conntrack", .heading = "CONNECTION TRACKING", .layout = View::Layout::Pairs, .columns = conntrack},
     {.section = "neighbours", .heading = "NEIGHBOURS", .columns = neighbours, .overviewLeast = notInOverview},
+    {.section = "ipvs",
+     .heading = "LOAD BALANCER",
+     .layout = View::Layout::Pairs,
+     .columns = ipvs,
+     .onlyWithRows = true},
+    {.section = "ipvs_backends",
+     .heading = "LOAD BALANCER SERVERS",
+     .columns = ipvsBackends,
+     .onlyWithRows = true,
+     .overviewLeast = notInOverview},
     {.section = "limits", .heading = "LIMITS", .layout = View::Layout::Pairs, .columns = limits},
     {.section = "key_users", .heading = "KEY RINGS", .columns = keyUsers, .overviewLeast = notInOverview},
 };

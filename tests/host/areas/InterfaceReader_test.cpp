@@ -61,7 +61,14 @@ TEST(InterfaceReader, TakesEveryAttribute) {
              {"tx_queue_len", "1000\n"},
              {"type", "1\n"},
              {"iflink", "2\n"},
+             {"link_mode", "1\n"},
+             {"netdev_group", "7\n"},
+             {"dev_id", "0x1a\n"},
+             {"name_assign_type", "4\n"},
+             {"addr_assign_type", "3\n"},
+             {"statistics/rx_nohandler", "77\n"},
              {"address", "52:54:00:12:34:56\n"},
+             {"broadcast", "ff:ff:ff:ff:ff:ff\n"},
              {"ifalias", "to the rack\n"},
              {"speed", "10000\n"},
              {"duplex", "full\n"},
@@ -86,10 +93,18 @@ TEST(InterfaceReader, TakesEveryAttribute) {
     EXPECT_TRUE(holds(eth0.queueLength, 1000));
     EXPECT_TRUE(holds(eth0.type, 1));
     EXPECT_TRUE(holds(eth0.linkIndex, 2));
+    EXPECT_TRUE(holds(eth0.linkMode, 1));
+    EXPECT_TRUE(holds(eth0.group, 7));
+    EXPECT_TRUE(holds(eth0.deviceId, 26));
+    EXPECT_TRUE(holds(eth0.nameAssignment, 4));
+    EXPECT_TRUE(holds(eth0.addressAssignment, 3));
+    EXPECT_TRUE(holds(eth0.receiveNoHandler, 77));
     EXPECT_TRUE(holds(eth0.address, "52:54:00:12:34:56"));
+    EXPECT_TRUE(holds(eth0.broadcast, "ff:ff:ff:ff:ff:ff"));
     EXPECT_TRUE(holds(eth0.alias, "to the rack"));
     EXPECT_TRUE(holds(eth0.speedBytesPerSecond, 1250000000));
     EXPECT_TRUE(holds(eth0.duplex, "full"));
+    EXPECT_TRUE(holds(eth0.duplexKnown, 1));
     EXPECT_TRUE(holds(eth0.kind, "wlan"));
     EXPECT_TRUE(holds(eth0.driver, "ixgbe"));
     EXPECT_TRUE(holds(eth0.master, "bond0"));
@@ -104,6 +119,9 @@ TEST(InterfaceReader, AnInterfaceWithoutAttributesHasItsCounters) {
     EXPECT_TRUE(lacks(eth0.operationalState, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.up, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.speedBytesPerSecond, Absence::Unsupported));
+    EXPECT_TRUE(lacks(eth0.duplexKnown, Absence::Unsupported));
+    EXPECT_TRUE(lacks(eth0.deviceId, Absence::Unsupported));
+    EXPECT_TRUE(lacks(eth0.receiveNoHandler, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.driver, Absence::Unsupported));
     EXPECT_TRUE(lacks(eth0.role, Absence::Unsupported));
 }
@@ -126,8 +144,10 @@ TEST(InterfaceReader, AnUnknownDuplexIsUnsupported) {
     NetHost host({"eth0"});
     host.attribute("eth0", "duplex", "unknown\n");
     EXPECT_TRUE(lacks(host.interface().duplex, Absence::Unsupported));
+    EXPECT_TRUE(holds(host.interface().duplexKnown, 0));
     host.attribute("eth0", "duplex", "half\n");
     EXPECT_TRUE(holds(host.interface().duplex, "half"));
+    EXPECT_TRUE(holds(host.interface().duplexKnown, 1));
 }
 
 TEST(InterfaceReader, FlagsThatAreNoneAreMalformedAndSoIsUp) {
