@@ -2,9 +2,11 @@
 // its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
 #pragma once
 
+#include "host/Btrfs.h"
 #include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
+#include "host/Edac.h"
 #include "host/FibreChannel.h"
 #include "host/Filesystem.h"
 #include "host/Gpu.h"
@@ -29,6 +31,8 @@
 #include "host/Timekeeping.h"
 #include "host/Transport.h"
 #include "host/Vm.h"
+#include "host/Xfs.h"
+#include "host/Zfs.h"
 
 #include <array>
 #include <cstdint>
@@ -61,12 +65,23 @@ struct Sample {
     Rows<MemoryNode> memoryNodes;
     Rows<HugePages> hugePages;
     Rows<Swap> swaps;
+    Rows<EdacController> edacControllers;
+    Rows<EdacRow> edacRows;
+    Rows<EdacModule> edacModules;
     Vm vm;
     Activity activity;
     Rows<InterruptLine> interrupts;
     Rows<SoftIrq> softirqs;
     Rows<Disk> disks;
     Rows<Filesystem> filesystems;
+    Rows<Btrfs> btrfs;
+    Rows<BtrfsSpace> btrfsSpaces;
+    Rows<BtrfsProfile> btrfsProfiles;
+    Rows<BtrfsDevice> btrfsDevices;
+    Rows<Xfs> xfs;
+    Rows<ZfsValue> zfs;
+    Rows<ZfsPool> zfsPools;
+    Rows<ZfsDataset> zfsDatasets;
     Rows<Interface> interfaces;
     Rows<SensorChip> sensorChips;
     Rows<Temperature> temperatures;
@@ -165,12 +180,23 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Memory, "memory_nodes", &Sample::memoryNodes),
     sectionOf(Area::Memory, "huge_pages", &Sample::hugePages),
     sectionOf(Area::Memory, "swaps", &Sample::swaps),
+    sectionOf(Area::Memory, "edac_controllers", &Sample::edacControllers),
+    sectionOf(Area::Memory, "edac_rows", &Sample::edacRows),
+    sectionOf(Area::Memory, "edac_modules", &Sample::edacModules),
     sectionOf(Area::Vm, "vm", &Sample::vm),
     sectionOf(Area::Interrupts, "activity", &Sample::activity),
     sectionOf(Area::Interrupts, "interrupts", &Sample::interrupts),
     sectionOf(Area::Interrupts, "softirqs", &Sample::softirqs),
     sectionOf(Area::Disks, "disks", &Sample::disks),
     sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
+    sectionOf(Area::Filesystems, "btrfs", &Sample::btrfs),
+    sectionOf(Area::Filesystems, "btrfs_spaces", &Sample::btrfsSpaces),
+    sectionOf(Area::Filesystems, "btrfs_profiles", &Sample::btrfsProfiles),
+    sectionOf(Area::Filesystems, "btrfs_devices", &Sample::btrfsDevices),
+    sectionOf(Area::Filesystems, "xfs", &Sample::xfs),
+    sectionOf(Area::Filesystems, "zfs", &Sample::zfs),
+    sectionOf(Area::Filesystems, "zfs_pools", &Sample::zfsPools),
+    sectionOf(Area::Filesystems, "zfs_datasets", &Sample::zfsDatasets),
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
     sectionOf(Area::Sensors, "sensor_chips", &Sample::sensorChips),
     sectionOf(Area::Sensors, "temperatures", &Sample::temperatures),

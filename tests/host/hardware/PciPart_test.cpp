@@ -2,6 +2,7 @@
 #include "HardwareHost.h"
 #include "SampledHost.h"
 #include "host/hardware/PartReader.h"
+#include "host/source/Listing.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -173,11 +174,11 @@ TEST(PciPart, AHostWithoutABusHasNoDevicesAndNoFailure) {
 TEST(PciPart, MoreDevicesThanTheLimitAreLeftOutAndThatIsSaid) {
     const HardwareHost host;
     std::filesystem::create_directories(host.path("sys/bus/pci/devices"));
-    for (std::size_t number = 0; number < zel::HARDWARE_DEVICES_LIMIT + 1; ++number)
+    for (std::size_t number = 0; number < zel::LISTING_LIMIT + 1; ++number)
         std::filesystem::create_directory(host.path("sys/bus/pci/devices/" + std::to_string(number)));
     std::vector<std::string> names;
-    EXPECT_EQ(zel::listDevices(zel::HostDirectory(host.path()), "sys/bus/pci/devices", names), EOVERFLOW);
-    EXPECT_EQ(names.size(), zel::HARDWARE_DEVICES_LIMIT);
+    EXPECT_EQ(zel::listDevices(zel::HostDirectory(host.path()), "sys/bus/pci/devices", names), E2BIG);
+    EXPECT_EQ(names.size(), zel::LISTING_LIMIT);
 }
 
 } // namespace
