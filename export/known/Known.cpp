@@ -6,9 +6,11 @@ namespace zel {
 namespace {
 
 constexpr const KnownMetrics *all[] = {
-    &knownIdentity,  &knownProcessors, &knownLoad,        &knownPressure,         &knownMemory,  &knownVm,
-    &knownActivity,  &knownDisks,      &knownFilesystems, &knownInterfaceTraffic, &knownSensors, &knownTime,
-    &knownProtocols, &knownSockets,    &knownPacketPath,  &knownLimits,
+    &knownIdentity, &knownProcessors,    &knownLoad,       &knownPressure,     &knownMemory,
+    &knownVm,       &knownActivity,      &knownDisks,      &knownFilesystems,  &knownInterfaceTraffic,
+    &knownSensors,  &knownTime,          &knownProtocols,  &knownSockets,      &knownPacketPath,
+    &knownLimits,   &knownBtrfs,         &knownXfs,        &knownZfs,          &knownEdac,
+    &knownThermal,  &knownPowerSupplies, &knownPowerZones, &knownFibreChannel, &knownNfs,
 };
 
 } // namespace
