@@ -139,8 +139,18 @@ std::span<const Method> methodsOf(std::uint64_t version, std::span<const Method>
     }
 }
 
+// Calls that only ask whether the other side is there: of the server they have no series.
+constexpr bool isShown(const NfsClientCall &) {
+    return true;
+}
+bool isShown(const NfsServerCall &call) {
+    return call.operation != "NULL";
+}
+
 template<class Call> void writeCalls(const Rows<Call> &calls, std::span<const Method> version4, MetricSink &sink) {
     for (const Call &call : calls) {
+        if (!isShown(call))
+            continue;
         for (const Method &method : methodsOf(call.version, version4)) {
             if (method.operation == call.operation)
                 sink.label("method", method.method).label("proto", call.version).value(call.calls);

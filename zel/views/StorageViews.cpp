@@ -46,6 +46,11 @@ constexpr ViewColumn btrfsDevices[] = {
     {"device", "device", 0, 0, true},
     {"size", "size_bytes"},
     {"not allocated", "unused_bytes"},
+    {"write errors/s", "write_errors_per_second", 0.001, 0.001},
+    {"read/s", "read_errors_per_second", 0.001, 0.001},
+    {"flush/s", "flush_errors_per_second", 0.001, 0.001},
+    {"corrupt/s", "corruption_errors_per_second", 0.001, 0.001},
+    {"generation/s", "generation_errors_per_second", 0.001, 0.001},
     {"write errors", "write_errors_total", 1, 1},
     {"read", "read_errors_total", 1, 1},
     {"flush", "flush_errors_total", 1, 1},
@@ -108,7 +113,9 @@ constexpr ViewColumn zfsDatasets[] = {
 };
 
 bool hasNoError(const RowValues &row) {
-    return row.number("corrected_errors_total") + row.number("uncorrected_errors_total") == 0;
+    return row.number("corrected_errors_total") + row.number("uncorrected_errors_total") +
+               row.number("corrected_errors_per_second") + row.number("uncorrected_errors_per_second") ==
+           0;
 }
 constexpr ViewColumn controllers[] = {
     {"controller", "controller"},
@@ -123,6 +130,8 @@ constexpr ViewColumn controllers[] = {
 constexpr ViewColumn rows[] = {
     {"controller", "controller"},
     {"row", "row"},
+    {"corrected/s", "corrected_errors_per_second", 0.001, 1},
+    {"uncorrected/s", "uncorrected_errors_per_second", 0.001, 0.001},
     {"corrected", "corrected_errors_total", 1},
     {"uncorrected", "uncorrected_errors_total", 1, 1},
 };
@@ -132,6 +141,8 @@ constexpr ViewColumn modules[] = {
     {"label", "label"},
     {"type", "type"},
     {"size", "size_bytes"},
+    {"corrected/s", "corrected_errors_per_second", 0.001, 1},
+    {"uncorrected/s", "uncorrected_errors_per_second", 0.001, 0.001},
     {"corrected", "corrected_errors_total", 1},
     {"uncorrected", "uncorrected_errors_total", 1, 1},
 };

@@ -49,6 +49,7 @@ TEST(KnownNfs, OperationsHaveTheNamesOfTheirVersion) {
 TEST(KnownNfs, TheServerCountsTheOperationsOfCompounds) {
     zel::Sample sample;
     addCall(sample.nfsServerCalls, 4, "COMPOUND", 1);
+    addCall(sample.nfsServerCalls, 3, "NULL", 1);
     addCall(sample.nfsServerCalls, 4, "WRITE", 2);
     addCall(sample.nfsServerCalls, 4, "LOOKUPP", 3);
     addCall(sample.nfsServerCalls, 2, "WRCACHE", 4);
