@@ -2,7 +2,6 @@
 #include "HardwareHost.h"
 #include "SampledHost.h"
 #include "host/hardware/PartReader.h"
-#include "host/source/Listing.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -169,16 +168,6 @@ TEST(PciPart, AHostWithoutABusHasNoDevicesAndNoFailure) {
     EXPECT_TRUE(hardware.pciDevices.empty());
     EXPECT_EQ(hardware.part(HardwarePart::Pci).error, 0);
     EXPECT_TRUE(hardware.part(HardwarePart::Pci).asked);
-}
-
-TEST(PciPart, MoreDevicesThanTheLimitAreLeftOutAndThatIsSaid) {
-    const HardwareHost host;
-    std::filesystem::create_directories(host.path("sys/bus/pci/devices"));
-    for (std::size_t number = 0; number < zel::LISTING_LIMIT + 1; ++number)
-        std::filesystem::create_directory(host.path("sys/bus/pci/devices/" + std::to_string(number)));
-    std::vector<std::string> names;
-    EXPECT_EQ(zel::listDevices(zel::HostDirectory(host.path()), "sys/bus/pci/devices", names), E2BIG);
-    EXPECT_EQ(names.size(), zel::LISTING_LIMIT);
 }
 
 } // namespace

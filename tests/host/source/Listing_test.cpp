@@ -1,5 +1,6 @@
 // Listings of directories: one limit, and what is listed until then counts.
 #include "SampledHost.h"
+#include "host/hardware/PartReader.h"
 #include "host/source/Listing.h"
 #include "host/source/NamedDirectory.h"
 #include "host/source/NumberedDirectory.h"
@@ -25,18 +26,29 @@ void fill(const std::string &directory, const std::string &prefix, std::size_t r
 }
 
 TEST(Listing, MoreThanTheLimitAreLeftOutAndThatIsSaid) {
+    constexpr const char *directory = "sys/class/fc_host";
     const TempDirectory scratch;
-    fill(scratch.path() / "nodes", "node");
+    fill(scratch.path() / directory, "host", 20);
     const HostDirectory root(scratch.path());
-    zel::NumberedDirectory numbers("nodes", "node", 99999);
+    zel::NumberedDirectory numbers(directory, "host", 99999);
     EXPECT_EQ(numbers.read(root), E2BIG);
     EXPECT_EQ(numbers.numbers().size(), 16384U);
-    zel::NamedDirectory names("nodes", "node");
+    zel::NamedDirectory names(directory, "host");
     EXPECT_EQ(names.read(root), E2BIG);
     EXPECT_EQ(names.names().size(), 16384U);
-    zel::NamedDirectory few("nodes", "node", "de1638");
+    zel::NamedDirectory few(directory, "host", "st1638");
     EXPECT_EQ(few.read(root), 0) << "what is not asked for does not count";
-    EXPECT_EQ(few.names().size(), 6U) << "node1638 and node16380 to node16384";
+    EXPECT_EQ(few.names().size(), 6U) << "host1638 and host16380 to host16384";
+    std::vector<std::string> devices;
+    EXPECT_EQ(zel::listDevices(root, directory, devices), E2BIG);
+    EXPECT_EQ(devices.size(), 16384U);
+
+    zel::Sampler sampler(
+        {.root = scratch.path(), .areas = {zel::Area::FibreChannel}, .deadline = std::chrono::minutes(1)});
+    const zel::Sample sample = sampler.take();
+    EXPECT_EQ(failureOf(sample, zel::Area::FibreChannel), std::pair(E2BIG, std::string(directory)));
+    EXPECT_EQ(sample.area(zel::Area::FibreChannel).absence, zel::Absence::None) << "the area is not lost";
+    EXPECT_GE(sample.fibreChannelPorts.size(), 19U) << "one entry at most was left out";
 }
 
 TEST(Listing, HiddenNamesAreLeftOutAndTypesAreTold) {
@@ -54,17 +66,6 @@ TEST(Listing, HiddenNamesAreLeftOutAndTypesAreTold) {
     EXPECT_EQ(entries, (std::vector<std::string>{"directory/", "file"}));
     EXPECT_EQ(zel::listEntries(HostDirectory(scratch.path()), "none", entries, take), ENOENT);
     EXPECT_EQ(zel::listEntries(HostDirectory(scratch.path()), "all/file", entries, take), ENOTDIR);
-}
-
-TEST(Listing, PortsOfAListThatWasCutAreRead) {
-    const TempDirectory scratch;
-    fill(scratch.path() / "sys/class/fc_host", "host", 20);
-    zel::Sampler sampler(
-        {.root = scratch.path(), .areas = {zel::Area::FibreChannel}, .deadline = std::chrono::minutes(1)});
-    const zel::Sample sample = sampler.take();
-    EXPECT_EQ(failureOf(sample, zel::Area::FibreChannel), std::pair(E2BIG, std::string("sys/class/fc_host")));
-    EXPECT_EQ(sample.area(zel::Area::FibreChannel).absence, zel::Absence::None) << "the area is not lost";
-    EXPECT_GE(sample.fibreChannelPorts.size(), 19U) << "one entry at most was left out";
 }
 
 } // namespace
