@@ -1,15 +1,18 @@
 // Whole samples of the typed model. Without processes beside their own system calls alone, made again in the same
 // order; with processes, which sleep in a pid namespace of the program's own (needs root), beside the fresh floor: the
-// list of /proc and 13 calls per process (one stat; open, read and close of stat, statm, io and cmdline). JSON beside a
-// copy of its text.
+// list of /proc and 13 calls per process (one stat; open, read and close of stat, statm, io and cmdline). Each format
+// beside a copy of its text.
 #include "Floor.h"
 #include "Harness.h"
 #include "OwnHost.h"
 #include "Replay.h"
 #include "export/Json.h"
+#include "export/LineProtocol.h"
+#include "export/OpenMetrics.h"
 #include "host/DirectoryWalk.h"
 #include "host/Sampler.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -110,26 +113,50 @@ bench::Family processFamily(const char *name, Areas areas, bool kept) {
             }};
 }
 
-bench::Family jsonFamily() {
-    return {"host/json of processes", bench::Source::PageCache, {1000}, [](long size, std::string &whyNot) {
+// A sample as a text, beside a copy of the text.
+bench::Family textFamily(const char *name, std::function<void(const zel::Sample &, std::string &)> write,
+                         std::vector<zel::Area> areas) {
+    return {name, bench::Source::PageCache, {1000}, [write, areas](long size, std::string &whyNot) {
                 bench::Work work;
                 if (!bringTo(size, whyNot))
                     return work;
-                auto host = std::make_shared<Host>(zel::Options{.areas = {zel::Area::Processes}});
+                auto host = std::make_shared<Host>(zel::Options{.areas = areas});
                 auto text = std::make_shared<std::string>();
                 auto copy = std::make_shared<std::string>();
-                work.sample = [host, text] {
+                work.sample = [host, text, write] {
                     text->clear();
-                    zel::writeJson(host->sample, {}, *text);
+                    write(host->sample, *text);
                     bench::keep(text->data());
                 };
                 work.sample();
+                std::printf("%ld lines, %zu bytes\n", std::count(text->begin(), text->end(), '\n'), text->size());
                 work.floor = [text, copy] {
                     copy->assign(*text);
                     bench::keep(copy->data());
                 };
                 return work;
             }};
+}
+
+bench::Family jsonFamily(const char *name, std::vector<zel::Area> areas) {
+    return textFamily(
+        name, [](const zel::Sample &sample, std::string &out) { zel::writeJson(sample, {}, out); }, std::move(areas));
+}
+
+bench::Family metricsFamily(const char *name, const zel::MetricSections &sections) {
+    auto writer = std::make_shared<zel::MetricsWriter>(zel::MetricOptions{.sections = sections});
+    return textFamily(name,
+                      [writer](const zel::Sample &sample, std::string &out) {
+                          writer->write(sample, nullptr, {}, zel::MetricFormat::PrometheusText, out);
+                      },
+                      {});
+}
+
+bench::Family lineFamily() {
+    auto writer = std::make_shared<zel::LineWriter>();
+    return textFamily(
+        "host/line protocol",
+        [writer](const zel::Sample &sample, std::string &out) { writer->write(sample, nullptr, {}, "host", out); }, {});
 }
 
 void raiseDescriptorLimit() {
@@ -150,6 +177,9 @@ int main(int argc, char **argv) {
     bench::add({wholeFamily("host/all but processes", allButProcesses()),
                 processFamily("host/processes, all kept", Areas::Processes, true),
                 processFamily("host/processes, none kept", Areas::Processes, false),
-                processFamily("host/all, all kept", Areas::All, true), jsonFamily()});
+                processFamily("host/all, all kept", Areas::All, true),
+                jsonFamily("host/json of processes", {zel::Area::Processes}), jsonFamily("host/json", {}),
+                metricsFamily("host/metrics", zel::MetricSections::defaults()),
+                metricsFamily("host/metrics of all sections", zel::MetricSections::all()), lineFamily()});
     return bench::run(argc, argv);
 }

@@ -10,8 +10,10 @@ namespace {
 using Counts = std::array<std::uint64_t, ABSENCE_COUNT>;
 
 template<class Row, class T> void countField(std::span<const Row> rows, Reading<T> Row::*member, Counts &counts) {
-    for (const Row &row : rows)
-        ++counts[static_cast<std::size_t>((row.*member).absence())];
+    for (const Row &row : rows) {
+        if (const Absence reason = (row.*member).absence(); reason != Absence::None)
+            ++counts[static_cast<std::size_t>(reason)];
+    }
 }
 // What tells rows apart is never absent.
 template<class Row> void countField(std::span<const Row>, std::uint64_t Row::*, Counts &) {}
@@ -23,7 +25,7 @@ AbsenceCounts countAbsences(const Sample &sample) {
     AbsenceCounts all{};
     for (std::size_t area = 0; area < AREA_COUNT; ++area) {
         const AreaState &state = sample.areas[area];
-        if (state.asked)
+        if (state.asked && state.absence != Absence::None)
             ++all[area][static_cast<std::size_t>(state.absence)];
     }
     forEachSection([&]<class Row>(const Section<Row> &section) {

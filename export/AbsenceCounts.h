@@ -8,7 +8,7 @@
 
 namespace zel {
 
-inline constexpr std::size_t ABSENCE_COUNT = 8; // the reasons, and None
+inline constexpr std::size_t ABSENCE_COUNT = 8; // the reasons, and None, whose count stays 0
 
 /// By Area and Absence. An area that is lost as a whole counts as one reading more: it may have no rows.
 using AbsenceCounts = std::array<std::array<std::uint64_t, ABSENCE_COUNT>, AREA_COUNT>;

@@ -5,6 +5,7 @@
 #include "export/Walk.h"
 #include "text/DecimalText.h"
 
+#include <cstdlib>
 #include <limits>
 
 namespace zel {
@@ -23,6 +24,15 @@ void appendEscaped(std::string &out, std::string_view text, std::string_view spe
     });
 }
 
+// Whether a later mount hides the one of the row.
+const Family &hiddenFamily() {
+    for (const Field<Filesystem> &field : fieldsOf<Filesystem>()) {
+        if (field.member == Member<Filesystem>(&Filesystem::hidden))
+            return field.family;
+    }
+    std::abort(); // the schema has every member
+}
+
 class LineSink {
 public:
     LineSink(std::string_view host, std::int64_t nanoseconds, std::string &fields, std::string &out)
@@ -34,12 +44,13 @@ public:
     void endSection() {}
     void beginRow() {
         m_start = m_out.size();
+        m_isTwin = false;
         m_fields.clear();
         m_out += m_measurement;
         tag("host", m_host);
     }
     void endRow() {
-        if (m_fields.empty()) {
+        if (m_fields.empty() || m_isTwin) {
             m_out.resize(m_start);
             return;
         }
@@ -51,9 +62,10 @@ public:
     }
     void field(const Family &family, const Value &value) {
         if (family.kind == Kind::Label)
-            label(family.name, value);
-        else
-            field(family.name, value);
+            return label(family.name, value);
+        if (&family == &m_hidden)
+            m_isTwin = value.type() == Value::Type::Unsigned && value.asUnsigned() != 0;
+        field(family.name, value);
     }
     void tag(std::string_view name, std::string_view value) {
         if (value.empty())
@@ -93,6 +105,8 @@ private:
         appendNumber(m_out, value.asUnsigned());
     }
 
+    const Family &m_hidden = hiddenFamily();
+    bool m_isTwin = false; // it has the tags of another row, which says more
     std::string_view m_host, m_measurement;
     char m_time[LONGEST_DECIMAL + 1];
     std::size_t m_timeLength;

@@ -5,8 +5,9 @@
 // The measurement is the section, labels are tags, all other fields are fields: whole numbers with an i, numbers with
 // a fraction as the shortest text that gives the same number again, texts in quotes. The time is that of the sample, in
 // nanoseconds. An absent value is left out, and a row without values too; so is a whole number that does not fit 63
-// bits, which readers refuse. The measurement "areas" says of each area what reading it cost, since when it has not
-// answered, and why it has nothing: cost_seconds, silent_seconds, absent.
+// bits, which readers refuse. A mount that a later one hides has the tags of that one, and no line. The measurement
+// "areas" says of each area what reading it cost, since when it has not answered, and why it has nothing: cost_seconds,
+// silent_seconds, absent.
 //
 // Commas, blanks, equals signs and backslashes of tags are escaped by a backslash, quotes and backslashes of texts too.
 // Bytes that are no UTF-8 are U+FFFD, and so are characters that act on a terminal or turn the direction of a line: a

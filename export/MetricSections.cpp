@@ -44,6 +44,12 @@ constexpr std::string_view nfsOperations[] = {
 };
 constexpr std::string_view conntrack[] = {"insert_failed_total", "dropped_total", "early_dropped_total"};
 
+constexpr std::string_view limits[] = {
+    "threads",           "threads_limit",      "pids_limit",          "inodes_allocated", "dentries_allocated",
+    "aio_requests",      "aio_requests_limit", "terminals",           "terminals_limit",  "arp_entries",
+    "arp_entries_limit", "ndisc_entries",      "ndisc_entries_limit",
+};
+
 constexpr DefaultSection defaults[] = {
     {"identity", identity},
     {"cpu", cpu},
@@ -64,10 +70,9 @@ constexpr DefaultSection defaults[] = {
     {"cooling_devices", {}},
     {"power_supplies", {}},
     {"power_zones", {}},
-    {"time", {}},
     {"tcp_states", {}},
     {"conntrack", conntrack},
-    {"limits", {}},
+    {"limits", limits},
     {"process_totals", {}},
     {"processes", processes},
     {"fibrechannel", {}},
@@ -80,13 +85,8 @@ constexpr DefaultSection defaults[] = {
 
 // The place of a section in SECTIONS; SECTION_COUNT when there is none of the name.
 std::size_t placeOf(std::string_view name) {
-    std::size_t place = SECTION_COUNT, index = 0;
-    forEachSection([&](const auto &section) {
-        if (section.name == name)
-            place = index;
-        ++index;
-    });
-    return place;
+    const auto found = std::ranges::find(sections(), name, &AnySection<Sample>::name);
+    return static_cast<std::size_t>(found - sections().begin());
 }
 
 bool isDefault(std::string_view section, std::string_view field) {

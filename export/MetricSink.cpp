@@ -4,6 +4,7 @@
 #include "export/Text.h"
 
 #include <cmath>
+#include <cstring>
 
 namespace zel {
 
@@ -39,16 +40,37 @@ std::string_view typeName(MetricFormat format, std::string_view name, MetricType
     return open ? "unknown" : "untyped";
 }
 
-// Whether the byte stands for itself in every place: most texts are made of such bytes alone.
-constexpr bool isOrdinary(char byte) {
-    return isPlainByte(byte) && byte != '"' && byte != '\\';
+constexpr std::uint64_t everyByte = 0x0101010101010101U, highBits = everyByte << 7U;
+
+// The high bit of every byte of the word that is below `least`, which is at most 0x80, or above 0x7f.
+constexpr std::uint64_t bytesBelow(std::uint64_t word, std::uint64_t least) {
+    return (word - everyByte * least) | word;
+}
+constexpr std::uint64_t bytesEqual(std::uint64_t word, char byte) {
+    return bytesBelow(word ^ everyByte * static_cast<unsigned char>(byte), 1);
+}
+
+// The length of the text up to the first byte that may not stand for itself: a control, a quote, a backslash, anything
+// beyond ASCII. It is looked for in eight bytes at a time, and may be said to be earlier than it is.
+std::size_t ordinaryLength(std::string_view text) {
+    std::size_t at = 0;
+    for (std::uint64_t word = 0; at + sizeof(word) <= text.size(); at += sizeof(word)) {
+        std::memcpy(&word, text.data() + at, sizeof(word));
+        const std::uint64_t special =
+            bytesBelow(word, ' ') | bytesEqual(word, '"') | bytesEqual(word, '\\') | bytesEqual(word, '\x7f');
+        if ((special & highBits) != 0)
+            return at;
+    }
+    while (at < text.size() && isPlainByte(text[at]) && text[at] != '"' && text[at] != '\\')
+        ++at;
+    return at;
 }
 
 void appendEscapedText(std::string &out, std::string_view text, std::string_view special) {
-    std::size_t ordinary = 0;
-    while (ordinary < text.size() && isOrdinary(text[ordinary]))
-        ++ordinary;
+    const std::size_t ordinary = ordinaryLength(text);
     out.append(text.substr(0, ordinary));
+    if (ordinary == text.size())
+        return;
     forEachPiece(text.substr(ordinary), [&](std::string_view piece, const Character &first) {
         if (first.kind == Character::Kind::Plain)
             appendWithBackslashes(out, piece, special);
@@ -92,6 +114,8 @@ void MetricSink::family(std::string_view name, MetricType type, std::string_view
 }
 
 void MetricSink::beginLabel(std::string_view name) {
+    if (m_ofRow)
+        m_labels.assign(rowLabels());
     if (!m_labels.empty())
         m_labels += ',';
     m_labels += name;
@@ -146,6 +170,7 @@ void MetricSink::writeHeader() {
 bool MetricSink::beginSample() {
     if (m_hidden)
         return false;
+    const std::string_view labels = m_ofRow ? rowLabels() : std::string_view(m_labels);
     if (!m_ofRow) {
         const std::size_t offset = m_seriesText.size();
         m_seriesText += m_labels;
@@ -155,9 +180,9 @@ bool MetricSink::beginSample() {
     if (!m_headerWritten)
         writeHeader();
     *m_out += m_name;
-    if (!m_labels.empty()) {
+    if (!labels.empty()) {
         *m_out += '{';
-        *m_out += m_labels;
+        *m_out += labels;
         *m_out += '}';
     }
     *m_out += ' ';
@@ -215,11 +240,14 @@ void MetricSink::keepRow(bool shown) {
 }
 
 MetricSink &MetricSink::row(std::size_t index) {
-    const Row &row = m_rows[index];
-    m_labels.assign(m_rowText, row.offset, row.length);
+    m_row = index;
     m_ofRow = true;
-    m_hidden = !row.shown;
+    m_hidden = !m_rows[index].shown;
     return *this;
+}
+
+std::string_view MetricSink::rowLabels() const {
+    return std::string_view(m_rowText).substr(m_rows[m_row].offset, m_rows[m_row].length);
 }
 
 } // namespace zel

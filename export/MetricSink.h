@@ -100,6 +100,7 @@ private:
     void beginLabel(std::string_view name);
     void writeHeader();
     void writeHeaderLine(std::string_view keyword, std::string_view text);
+    std::string_view rowLabels() const;
     bool beginSample();
     void endSample();
 
@@ -109,8 +110,9 @@ private:
     MetricType m_type = MetricType::Unknown;
     bool m_headerWritten = false;
 
-    std::string m_labels;  // of the series that is begun
-    bool m_ofRow = false;  // they are those of a row, and no more
+    std::string m_labels; // of the series that is begun
+    bool m_ofRow = false; // it has those of m_row instead, and no more
+    std::size_t m_row = 0;
     bool m_hidden = false; // it is that of a row that is not shown
     LabelSet m_series;     // of the family, in m_seriesText
     std::string m_seriesText;

@@ -59,6 +59,32 @@ std::int64_t fractionOf(std::int64_t nanoseconds) {
     return rest < 0 ? rest + nanosecondsPerSecond : rest;
 }
 
+// A number that is a whole number of millionths, as most times of the kernel are: what std::to_chars gives, in a third
+// of its time. Decimals of 15 digits or less are those of one double each, so none is shorter; where an exponent would
+// be shorter, and for all other numbers, nothing is written.
+bool appendMillionths(std::string &out, double number) {
+    constexpr double scale = 1e6, least = 0.001, most = 1e9;
+    constexpr std::uint64_t shorterWithExponent = 100000; // 1e+05
+    if (!(number >= least && number < most))
+        return false;
+    const auto millionths = static_cast<std::uint64_t>(number * scale + 0.5);
+    if (static_cast<double>(millionths) / scale != number)
+        return false;
+    const std::uint64_t whole = millionths / 1000000;
+    std::uint64_t fraction = millionths % 1000000;
+    if (fraction == 0 && whole % shorterWithExponent == 0)
+        return false;
+    appendNumber(out, whole);
+    if (fraction == 0)
+        return true;
+    std::size_t digits = 6;
+    for (; fraction % 10 == 0; fraction /= 10)
+        --digits;
+    out += '.';
+    appendPadded(out, static_cast<std::int64_t>(fraction), digits);
+    return true;
+}
+
 } // namespace
 
 void appendNumber(std::string &out, std::uint64_t number) {
@@ -67,6 +93,8 @@ void appendNumber(std::string &out, std::uint64_t number) {
 }
 
 void appendNumber(std::string &out, double number) {
+    if (appendMillionths(out, number))
+        return;
     char text[longestReal];
     out.append(text, std::to_chars(text, text + sizeof(text), number).ptr);
 }

@@ -2,8 +2,8 @@
 // its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
 #pragma once
 
-#include "host/Btrfs.h"
 #include "host/AnySection.h"
+#include "host/Btrfs.h"
 #include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"

@@ -37,7 +37,9 @@ xfsprogs /usr/sbin/mkfs.xfs
 pciutils /usr/bin/lspci
 pci.ids /usr/share/misc/pci.ids
 ethtool /usr/sbin/ethtool
-prometheus-node-exporter /usr/bin/prometheus-node-exporter"
+prometheus-node-exporter /usr/bin/prometheus-node-exporter
+prometheus /usr/bin/promtool
+python3-prometheus-client /usr/lib/python3/dist-packages/prometheus_client"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file

@@ -169,6 +169,19 @@ TEST(LineProtocol, RatesStandInPlaceOfCounters) {
     EXPECT_FALSE(point.fields.contains("forks_total"));
 }
 
+TEST(LineProtocol, AMountThatIsHiddenHasNoLine) {
+    zel::Sample sample = sampleOf(Area::Filesystems);
+    for (const std::uint64_t hidden : {1U, 0U}) {
+        zel::Filesystem &filesystem = sample.filesystems.append();
+        filesystem.mountPoint = "/mnt";
+        filesystem.hidden = hidden;
+        filesystem.mountId = 7 + hidden;
+    }
+    const std::vector<Point> points = pointsOf(sample);
+    ASSERT_EQ(points.size(), 2U);
+    EXPECT_EQ(points[0].fields.at("mount_id"), "7i");
+}
+
 // Readers keep one type for a field, and one point for a time and a set of tags.
 TEST(LineProtocol, AFullSampleHasNoPointTwiceAndEveryValueHasItsType) {
     const zel::Sample sample = FullSample::make();

@@ -63,7 +63,9 @@ TEST(OpenMetrics, EveryNumberOfTheSchemaHasOneName) {
             const bool text = std::holds_alternative<zel::Reading<std::string> Row::*>(field.member);
             if (field.family.kind == zel::Kind::Label || text)
                 continue;
-            const std::string name = "zel_" + std::string(section.name) + "_" + std::string(field.family.name);
+            std::string name = "zel_" + std::string(section.name) + "_" + std::string(field.family.name);
+            if (name == "zel_process_totals_total")
+                name = "zel_process_totals_all"; // a gauge
             EXPECT_EQ(all.has(name), !known.has(field.family)) << name;
         }
     });

@@ -101,8 +101,12 @@ wrong_command_lines() {
   refuses "--count -3: a count" show --count -3
   refuses "--count many: a count" show --count many
   refuses "--count 2x: a count" show --count 2x
-  refuses "there is no format 'jsn'; did you mean json? (formats: table, json, csv)" show --format jsn
-  refuses "there is no format 'openmetrics'" show --format openmetrics
+  refuses "there is no format 'jsn'; did you mean json? (formats: table, json, csv, openmetrics, prometheus, line)" show --format jsn
+  refuses "there is no format 'openmetric'; did you mean openmetrics?" show --format openmetric
+  refuses "there is no format 'line' (formats: table, json, csv)" list --format line
+  refuses "--rates: openmetrics and prometheus have counters" show --format openmetrics --rates
+  refuses "--wide is for tables" show --format prometheus --wide
+  refuses "--wide and --all are for tables: json, csv and line always have every field" show --format line --all
   refuses "--rates and --raw exclude each other" show --rates --raw
   refuses "--wide and --all are for tables" show --format json --all
   refuses "--rates and --absent exclude each other" list --rates --absent

@@ -22,6 +22,7 @@ public:
             m_lines.push_back(line);
     }
 
+    const Lines &lines() const { return m_lines; }
     /// The series of a family, as they are written.
     Lines series(const std::string &family) const {
         Lines found;

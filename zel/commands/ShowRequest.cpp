@@ -19,10 +19,12 @@ constexpr std::uint64_t countMost = 1000000000;
 constexpr OptionEntry options[] = {
     {"--every", "TIME", "a sample each TIME (500ms, 1s, 2m, 1h) until Ctrl-C or --count"},
     {"--count", "N", "end after N outputs; each second without --every"},
-    {"--format", "FORMAT", "table (default), json: one object per line, csv, openmetrics, line: line protocol"},
+    {"--format", "FORMAT",
+     "table (default), json: one object per line, csv, openmetrics, prometheus: its text format, "
+     "line: line protocol"},
     {"--rates", "", "growth per second and shares of the time between two samples; tables have them by default"},
     {"--raw", "", "counters as the kernel has them, at once; all formats but tables have them by default"},
-    {"--all", "", "every field of every row, by the names that json and csv use; in openmetrics too"},
+    {"--all", "", "every field of every row, by the names that json and csv use; of metrics too"},
     {"--wide", "", "lines as long as they get: nothing is cut or left out on a narrow terminal"},
     ROOT_OPTION,
     DEADLINE_OPTION,
@@ -47,9 +49,9 @@ bool wantsRates(const Arguments &arguments, const ShowRequest &request) {
 
 // What a format has no use for; empty when there is nothing.
 std::string conflictOf(const Arguments &arguments, Format format) {
-    const bool metrics = format == Format::OpenMetrics;
+    const bool metrics = format == Format::OpenMetrics || format == Format::Prometheus;
     if (metrics && arguments.has("--rates"))
-        return "--rates: openmetrics has counters, of which its readers take the rates";
+        return "--rates: openmetrics and prometheus have counters, of which their readers take the rates";
     if (metrics && arguments.has("--wide"))
         return "--wide is for tables";
     if (format != Format::Table && !metrics && (arguments.has("--wide") || arguments.has("--all")))

@@ -9,7 +9,7 @@
 namespace zel {
 
 ShowText::ShowText(const ShowRequest &request) : m_request(request) {
-    if (request.format == Format::OpenMetrics)
+    if (request.format == Format::OpenMetrics || request.format == Format::Prometheus)
         m_metrics.emplace(
             MetricOptions{.sections = request.everything ? MetricSections::all() : MetricSections::defaults(),
                           .version = ZEL_VERSION});
@@ -48,6 +48,8 @@ void ShowText::append(const Sample &sample, const Rates *rates) {
         return;
     case Format::OpenMetrics:
         return m_metrics->write(sample, nullptr, m_request.areas, MetricFormat::OpenMetrics, m_text);
+    case Format::Prometheus:
+        return m_metrics->write(sample, nullptr, m_request.areas, MetricFormat::PrometheusText, m_text);
     case Format::Line:
         return appendLines(sample, rates);
     }
