@@ -16,12 +16,13 @@ struct PowerSupply {
     Count online, present, authentic, calibrate, cycles;
     Number capacity, capacityAlertMin, capacityAlertMax, chargeStart, chargeEnd;
     Count chargeControlLimit, chargeControlLimitMax;
-    Number energy, energyAverage, energyFull, energyFullDesign, energyEmpty, charge, chargeAverage, chargeFull,
-        chargeFullDesign, chargeEmpty, chargeCounter, voltage, voltageAverage, voltageOpen, voltageBoot, voltageMin,
-        voltageMax, voltageMinDesign, voltageMaxDesign, constantChargeVoltage, constantChargeVoltageMax, current,
-        currentAverage, currentBoot, currentMax, inputCurrentLimit, constantChargeCurrent, constantChargeCurrentMax,
-        prechargeCurrent, chargeTermCurrent, power, powerAverage, temperature, ambient, temperatureMin, temperatureMax,
-        temperatureAlertMin, temperatureAlertMax, timeToEmpty, timeToEmptyAverage, timeToFull, timeToFullAverage;
+    Number energy, energyAverage, energyFull, energyFullDesign, energyEmpty, energyEmptyDesign, charge, chargeAverage,
+        chargeFull, chargeFullDesign, chargeEmpty, chargeEmptyDesign, chargeCounter, voltage, voltageAverage,
+        voltageOpen, voltageBoot, voltageMin, voltageMax, voltageMinDesign, voltageMaxDesign, constantChargeVoltage,
+        constantChargeVoltageMax, current, currentAverage, currentBoot, currentMax, inputCurrentLimit,
+        constantChargeCurrent, constantChargeCurrentMax, prechargeCurrent, chargeTermCurrent, power, powerAverage,
+        temperature, ambient, temperatureMin, temperatureMax, temperatureAlertMin, temperatureAlertMax, timeToEmpty,
+        timeToEmptyAverage, timeToFull, timeToFullAverage;
 };
 
 /// What a part of the machine consumes, as its processors count it (RAPL).

@@ -4,9 +4,11 @@
 
 #include "host/AnySection.h"
 #include "host/Bond.h"
+#include "host/Btrfs.h"
 #include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
+#include "host/Edac.h"
 #include "host/FibreChannel.h"
 #include "host/Filesystem.h"
 #include "host/Gpu.h"
@@ -33,6 +35,8 @@
 #include "host/Timekeeping.h"
 #include "host/Transport.h"
 #include "host/Vm.h"
+#include "host/Xfs.h"
+#include "host/Zfs.h"
 
 #include <array>
 #include <cstdint>
@@ -65,12 +69,23 @@ struct Sample {
     Rows<MemoryNode> memoryNodes;
     Rows<HugePages> hugePages;
     Rows<Swap> swaps;
+    Rows<EdacController> edacControllers;
+    Rows<EdacRow> edacRows;
+    Rows<EdacModule> edacModules;
     Vm vm;
     Activity activity;
     Rows<InterruptLine> interrupts;
     Rows<SoftIrq> softirqs;
     Rows<Disk> disks;
     Rows<Filesystem> filesystems;
+    Rows<Btrfs> btrfs;
+    Rows<BtrfsSpace> btrfsSpaces;
+    Rows<BtrfsProfile> btrfsProfiles;
+    Rows<BtrfsDevice> btrfsDevices;
+    Rows<Xfs> xfs;
+    Rows<ZfsValue> zfs;
+    Rows<ZfsPool> zfsPools;
+    Rows<ZfsDataset> zfsDatasets;
     Rows<Interface> interfaces;
     Rows<Bond> bonds;
     Rows<BondPort> bondPorts;
@@ -177,12 +192,23 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Memory, "memory_nodes", &Sample::memoryNodes),
     sectionOf(Area::Memory, "huge_pages", &Sample::hugePages),
     sectionOf(Area::Memory, "swaps", &Sample::swaps),
+    sectionOf(Area::Memory, "edac_controllers", &Sample::edacControllers),
+    sectionOf(Area::Memory, "edac_rows", &Sample::edacRows),
+    sectionOf(Area::Memory, "edac_modules", &Sample::edacModules),
     sectionOf(Area::Vm, "vm", &Sample::vm),
     sectionOf(Area::Interrupts, "activity", &Sample::activity),
     sectionOf(Area::Interrupts, "interrupts", &Sample::interrupts),
     sectionOf(Area::Interrupts, "softirqs", &Sample::softirqs),
     sectionOf(Area::Disks, "disks", &Sample::disks),
     sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
+    sectionOf(Area::Filesystems, "btrfs", &Sample::btrfs),
+    sectionOf(Area::Filesystems, "btrfs_spaces", &Sample::btrfsSpaces),
+    sectionOf(Area::Filesystems, "btrfs_profiles", &Sample::btrfsProfiles),
+    sectionOf(Area::Filesystems, "btrfs_devices", &Sample::btrfsDevices),
+    sectionOf(Area::Filesystems, "xfs", &Sample::xfs),
+    sectionOf(Area::Filesystems, "zfs", &Sample::zfs),
+    sectionOf(Area::Filesystems, "zfs_pools", &Sample::zfsPools),
+    sectionOf(Area::Filesystems, "zfs_datasets", &Sample::zfsDatasets),
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
     sectionOf(Area::Interfaces, "bonds", &Sample::bonds),
     sectionOf(Area::Interfaces, "bond_ports", &Sample::bondPorts),

@@ -56,7 +56,7 @@ for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
   seed host_load_fuzz $kernel '' "$a/loadavg" "$b/loadavg"
   seed host_vm_fuzz $kernel '' "$a/vmstat" "$b/vmstat"
   seed host_memory_fuzz $kernel '' "$a/meminfo" 'Node 0 MemTotal: 5 kB\n' 'numa_hit 5\n' '4\n' \
-    'Filename Type Size Used Priority\n/dev/a\\\\040b partition 100 4 -2\n' "$b/meminfo"
+    'Filename Type Size Used Priority\n/dev/a\\\\040b partition 100 4 -2\n' '5\n' 'skx_edac\n' '6\n' 'slot 1\n' '8192\n' "$b/meminfo"
   seed host_interrupts_fuzz $kernel '' "$a/stat" '  CPU0 CPU1\n 24: 5 6 IO-APIC 5-edge acpi\nERR: 0\n' \
     '  CPU0 CPU1\nNET_RX: 4294967295 7\n' "$b/stat" '  CPU0 CPU1\n 24: 7 6 IO-APIC 5-edge acpi\nERR: 0\n'
   seed host_sampler_fuzz $kernel '' "$a/stat" '8 0 sda 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17\n' \
@@ -71,6 +71,11 @@ nfs+='\t        READ: 9 9 0 5 5 1 2 3 0\n\n'
 seed host_nfs_fuzz two '' "$nfs" 'net 1 2 3 4\nrpc 5 6 7\nproc4 3 1 2 3\n' \
   'rc 1 2 3\nfh 1 0\nio 5 6\nth 8 0\nra 32 0 0 0 0 0 0 0 0 0 0 7\nproc4ops 4 0 0 0 5\n' "device x mounted on /x with fstype ext4\n$nfs" \
   'rpc 9 9 9\n' 'rc 2 3 4\n'
+mounted='23 1 8:1 / / rw - xfs /dev/sda1 rw\n'
+counted='13 1 0x01 4\nname type data\nhits 4 8772612\nfree 3 -5\n'
+seed host_storage_fuzz two '' "$mounted" 'data one\n' '16384\n' '5\n' '7\n' '9\n' 'rw 5 6\nvnodes 1 2 3 4 5 6 7 8\n' "$counted" \
+  'ONLINE\n' '12 3\nnread wtime wcnt\n1 2 3\n' '1 2\nname type data\ndataset_name 7 tank/a\nwrites 4 1\n' "$mounted" '\n' '1\n' '5\n' '8\n' \
+  '9\n' 'rw 4294967295 7\n' "$counted" 'SUSPENDED\n' '12 3\nnread\n5\n' '1 2\nname type data\ndataset_name 7 tank/a\nwrites 4 0\n'
 seed host_fibrechannel_fuzz two '' 'Online\n' '16 Gbit\n' '4 Gbit, 16 Gbit\n' '0x5\n' '0x7\n' '0x9\n' 'Online\n' '8 Gbit\n' \
   '4 Gbit, 16 Gbit\n' '0x6\n' '0xffffffffffffffff\n' '0x4\n'
 n=@linux-6.18/t0/proc/net

@@ -32,6 +32,8 @@ groff-base /usr/bin/groff
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file
 dmidecode /usr/sbin/dmidecode
+btrfs-progs /usr/bin/btrfs
+xfsprogs /usr/sbin/mkfs.xfs
 pciutils /usr/bin/lspci
 pci.ids /usr/share/misc/pci.ids
 ethtool /usr/sbin/ethtool

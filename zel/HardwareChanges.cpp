@@ -230,7 +230,7 @@ private:
     // A list that was not read to its end lacks rows that may be there.
     static bool isComplete(const Json &inventory, HardwarePart part) {
         const Json &error = memberOf(stateOf(inventory, hardwarePartName(part)), "error");
-        return !error.is_object() || memberOf(error, "errno") != EOVERFLOW;
+        return !error.is_object() || memberOf(error, "errno") != E2BIG;
     }
 
     const Json &m_before, &m_after;

@@ -14,6 +14,7 @@ constexpr std::span<const View> (*groups[])() = {
     deviceViews,         //
     processViews,        //
     sensorViews,         //
+    storageViews,        //
     storageNetworkViews, //
     cgroupViews,         //
     networkViews,        //

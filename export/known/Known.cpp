@@ -25,6 +25,15 @@ constexpr const KnownMetrics *all[] = {
     &knownPacketPath,
     &knownIpvs,
     &knownLimits,
+    &knownBtrfs,
+    &knownXfs,
+    &knownZfs,
+    &knownEdac,
+    &knownThermal,
+    &knownPowerSupplies,
+    &knownPowerZones,
+    &knownFibreChannel,
+    &knownNfs,
 };
 
 } // namespace

@@ -132,7 +132,10 @@ struct KnownMetrics {
 };
 
 extern const KnownMetrics knownActivity;
+extern const KnownMetrics knownBtrfs;
 extern const KnownMetrics knownDisks;
+extern const KnownMetrics knownEdac;
+extern const KnownMetrics knownFibreChannel;
 extern const KnownMetrics knownFilesystems;
 extern const KnownMetrics knownIdentity;
 extern const KnownMetrics knownInfiniband;
@@ -142,14 +145,20 @@ extern const KnownMetrics knownIpvs;
 extern const KnownMetrics knownLimits;
 extern const KnownMetrics knownLoad;
 extern const KnownMetrics knownMemory;
+extern const KnownMetrics knownNfs;
 extern const KnownMetrics knownPacketPath;
+extern const KnownMetrics knownPowerSupplies;
+extern const KnownMetrics knownPowerZones;
 extern const KnownMetrics knownPressure;
 extern const KnownMetrics knownProcessors;
 extern const KnownMetrics knownProtocols;
 extern const KnownMetrics knownSensors;
 extern const KnownMetrics knownSockets;
+extern const KnownMetrics knownThermal;
 extern const KnownMetrics knownTime;
 extern const KnownMetrics knownVm;
+extern const KnownMetrics knownXfs;
+extern const KnownMetrics knownZfs;
 
 /// All of them, in the order in which they are written.
 std::span<const KnownMetrics *const> knownMetrics();

@@ -1,11 +1,15 @@
 // Reads the mount table, and asks every mount for its sizes: those that cannot hang at once, the others by calls that
 // are held to the deadline.
 #include "host/areas/AreaReader.h"
+#include "host/areas/BtrfsStatistics.h"
 #include "host/areas/MountSize.h"
 #include "host/areas/MountTable.h"
+#include "host/areas/XfsStatistics.h"
+#include "host/areas/ZfsStatistics.h"
 #include "host/source/BoundedReads.h"
 #include "kernel/DoubtfulMounts.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <iterator>
@@ -67,6 +71,9 @@ public:
             else
                 askNow(take, mount, filesystem, watch);
         }
+        m_btrfs.read(take, m_table.mounts(), live);
+        m_xfs.read(take, mountsOf("xfs"));
+        m_zfs.read(take, mountsOf("zfs"));
     }
 
     void ask(Take &take) override {
@@ -82,6 +89,7 @@ public:
                 return error;
             });
         }
+        m_btrfs.ask(take);
     }
 
     void finish(Take &take) override {
@@ -99,6 +107,7 @@ public:
             setAnswer(take, read.error, read.answer == nullptr ? nullptr : &read.answer->status, filesystem);
         }
         m_doubts.endPass();
+        m_btrfs.finish(take);
     }
 
 private:
@@ -121,6 +130,12 @@ private:
         }
         m_file = &first->file;
         return ENOENT;
+    }
+
+    std::size_t mountsOf(std::string_view type) const {
+        const std::vector<Mount> &mounts = m_table.mounts();
+        return static_cast<std::size_t>(
+            std::count_if(mounts.begin(), mounts.end(), [type](const Mount &mount) { return mount.type == type; }));
     }
 
     // Whether what is asked is what the table is about: a recording has a table, but its mounts are not here.
@@ -166,6 +181,9 @@ private:
     std::vector<Doubtful> m_doubtful;
     BoundedReads<MountAnswer> m_calls{"statfs"};
     std::string m_subject;
+    BtrfsStatistics m_btrfs;
+    XfsStatistics m_xfs;
+    ZfsStatistics m_zfs;
 };
 
 } // namespace

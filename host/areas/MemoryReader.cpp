@@ -1,5 +1,6 @@
-// Reads memory: the machine's, that of the nodes, huge pages, swap devices.
+// Reads memory: the machine's, that of the nodes, huge pages, swap devices, and the errors of memory.
 #include "host/areas/AreaReader.h"
+#include "host/areas/EdacErrors.h"
 #include "host/areas/KeyedLines.h"
 #include "host/areas/MemoryKeys.h"
 #include "host/source/Attribute.h"
@@ -86,6 +87,7 @@ public:
         readNodes(take);
         readHugePages(take);
         readSwaps(take);
+        m_edac.read(take);
     }
 
 private:
@@ -181,6 +183,7 @@ private:
     std::map<std::uint64_t, NodeFiles> m_nodes;
     NumberedDirectory m_pageSizes{hugePageDirectory, "hugepages-", pageKilobytesLimit};
     std::map<std::uint64_t, HugePageFiles> m_hugePages;
+    EdacErrors m_edac;
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 // Reads the tables of the firmware: memory modules and their arrays, sockets of processors.
 #include "host/hardware/PartReader.h"
 #include "host/hardware/SmbiosRows.h"
+#include "host/source/Listing.h"
 #include "host/source/SourceFile.h"
 
 #include <cerrno>
@@ -19,9 +20,9 @@ void loseTables(AreaState &state, int error, std::string_view file) {
 
 // Null when there are as many as an inventory takes.
 template<class Row> Row *nextRow(Rows<Row> &rows, AreaState &state) {
-    if (rows.size() < HARDWARE_DEVICES_LIMIT)
+    if (rows.size() < LISTING_LIMIT)
         return &rows.append();
-    noteFailure(state, EOVERFLOW, tables);
+    noteFailure(state, E2BIG, tables);
     return nullptr;
 }
 

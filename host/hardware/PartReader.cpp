@@ -1,11 +1,10 @@
 // What the readers of the parts of the inventory share.
 #include "host/hardware/PartReader.h"
 
-#include "host/DirectoryWalk.h"
+#include "host/source/Listing.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace zel {
@@ -17,22 +16,12 @@ Absence HardwareRead::serials() const {
 }
 
 int listDevices(const HostDirectory &root, const char *directory, std::vector<std::string> &names) {
-    ScopedDescriptor opened = root.open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (!opened.valid())
-        return errno == ENOENT ? 0 : errno;
-    DirectoryRoom<32768> room;
-    DirectoryWalk walk(std::move(opened), room);
-    bool all = true;
-    while (const char *name = walk.next()) {
-        if (name[0] == '.')
-            continue;
-        all = names.size() < HARDWARE_DEVICES_LIMIT;
-        if (!all)
-            break;
-        names.emplace_back(name);
-    }
+    const int error = listEntries(root, directory, names, [](const char *name, unsigned char, std::string &entry) {
+        entry = name;
+        return true;
+    });
     std::sort(names.begin(), names.end());
-    return all ? walk.error() : EOVERFLOW;
+    return error == ENOENT ? 0 : error;
 }
 
 } // namespace zel

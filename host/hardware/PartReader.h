@@ -48,11 +48,8 @@ struct PartReader {
     void (*useTexts)(Hardware &found, int error, std::span<const PartText> texts) = nullptr;
 };
 
-/// Devices of a part beyond these are left out, and its state says so: EOVERFLOW.
-inline constexpr std::size_t HARDWARE_DEVICES_LIMIT = 4096;
-
-/// The names in a directory, in ascending order, at most HARDWARE_DEVICES_LIMIT. 0, or an errno; a directory that does
-/// not exist has no names and is no failure.
+/// Adds the names in a directory, and puts all in ascending order. 0, or an errno: E2BIG when names beyond the first
+/// LISTING_LIMIT (source/Listing.h) were left out. A directory that does not exist has no names and is no failure.
 int listDevices(const HostDirectory &root, const char *directory, std::vector<std::string> &names);
 
 /// Each in a file of its own.

@@ -1,11 +1,9 @@
 // Lists the devices of a class.
 #include "host/source/NamedDirectory.h"
 
-#include "host/DirectoryWalk.h"
+#include "host/source/Listing.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
 
 namespace zel {
 
@@ -19,25 +17,16 @@ int NamedDirectory::read(const HostDirectory &root) {
 
 int NamedDirectory::list(const HostDirectory &root) {
     m_names.clear();
-    ScopedDescriptor opened = root.open(m_path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (!opened.valid())
-        return errno;
-    DirectoryRoom<4096> room;
-    DirectoryWalk walk(std::move(opened), room);
-    bool all = true;
-    while (const char *entry = walk.next()) {
-        const std::string_view name(entry);
-        if (name.front() == '.' || !name.starts_with(m_prefix) || name.find(m_part) == name.npos)
-            continue;
-        if (m_names.size() < ENTRIES_LIMIT)
-            m_names.emplace_back(name);
-        else
-            all = false;
-    }
+    const int error = listEntries(root, path(), m_names, [this](std::string_view name, unsigned char, auto &entry) {
+        const bool wanted = name.starts_with(m_prefix) && name.find(m_part) != name.npos;
+        if (wanted)
+            entry = name;
+        return wanted;
+    });
     std::sort(m_names.begin(), m_names.end(), [](const std::string &one, const std::string &other) {
         return one.size() != other.size() ? one.size() < other.size() : one < other;
     });
-    return walk.error() != 0 || all ? walk.error() : E2BIG;
+    return error;
 }
 
 } // namespace zel

@@ -4,7 +4,6 @@
 #include "host/source/Clocks.h"
 #include "host/source/HostDirectory.h"
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,25 +15,24 @@ namespace zel {
 class NamedDirectory {
 public:
     static constexpr std::int64_t SECONDS_BEFORE_NEXT_LOOK = 30;
-    static constexpr std::size_t ENTRIES_LIMIT = 4096;
 
-    /// All three are literals. Names that do not hold `part` are left out.
-    NamedDirectory(const char *path, std::string_view prefix, std::string_view part = {})
-        : m_path(path), m_prefix(prefix), m_part(part) {}
+    /// `prefix` and `part` are literals. Names that do not hold `part` are left out.
+    NamedDirectory(std::string path, std::string_view prefix, std::string_view part = {})
+        : m_path(std::move(path)), m_prefix(prefix), m_part(part) {}
 
-    /// 0, or the errno that kept the directory from being read; E2BIG when names beyond the first ENTRIES_LIMIT were
-    /// left out.
+    /// 0, the errno that kept the directory from being read, or E2BIG when names beyond the first LISTING_LIMIT
+    /// (source/Listing.h) were left out.
     int read(const HostDirectory &root);
     /// The shorter ones first, equally long ones in the order of their letters, so that hwmon2 comes before hwmon10.
     const std::vector<std::string> &names() const { return m_names; }
-    const char *path() const { return m_path; }
+    const char *path() const { return m_path.c_str(); }
     /// The next read lists the entries anew.
     void expire() { m_listedAt = LONG_AGO; }
 
 private:
     int list(const HostDirectory &root);
 
-    const char *m_path;
+    std::string m_path;
     std::string_view m_prefix, m_part;
     std::vector<std::string> m_names;
     std::int64_t m_listedAt = LONG_AGO; // of a coarse monotonic clock

@@ -1,14 +1,12 @@
 // Lists sysfs directories whose entries are numbered.
 #include "host/source/NumberedDirectory.h"
 
-#include "host/DirectoryWalk.h"
 #include "host/source/Clocks.h"
+#include "host/source/Listing.h"
 #include "text/NumberScan.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 
 namespace zel {
 
@@ -22,21 +20,16 @@ int NumberedDirectory::read(const HostDirectory &root) {
 
 int NumberedDirectory::list(const HostDirectory &root) {
     m_numbers.clear();
-    ScopedDescriptor opened = root.open(m_path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (!opened.valid())
-        return errno;
-    DirectoryRoom<4096> room;
-    DirectoryWalk walk(std::move(opened), room);
     const std::size_t length = std::strlen(m_prefix);
-    while (const char *name = walk.next()) {
+    const int error = listEntries(root, path(), m_numbers, [&](const char *name, unsigned char, std::uint64_t &entry) {
         const char *cursor = name + length;
         unsigned long long number = 0;
-        if (m_numbers.size() < ENTRIES_LIMIT && std::strncmp(name, m_prefix, length) == 0 && *cursor != ' ' &&
-            scanPlain(cursor, number) && number < m_end)
-            m_numbers.push_back(number);
-    }
+        const bool wanted = std::strncmp(name, m_prefix, length) == 0 && *cursor != ' ' && scanPlain(cursor, number);
+        entry = number;
+        return wanted && number < m_end;
+    });
     std::sort(m_numbers.begin(), m_numbers.end());
-    return walk.error();
+    return error;
 }
 
 } // namespace zel

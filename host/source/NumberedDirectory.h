@@ -5,6 +5,7 @@
 #include "host/source/HostDirectory.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace zel {
@@ -15,25 +16,23 @@ class NumberedDirectory {
 public:
     static constexpr std::int64_t SECONDS_BEFORE_NEXT_LOOK = 30;
 
-    /// Entries with a number from `end` on, and those beyond the first ENTRIES_LIMIT, are left out. `path` and `prefix`
-    /// are literals.
-    NumberedDirectory(const char *path, const char *prefix, std::uint64_t end)
-        : m_path(path), m_prefix(prefix), m_end(end) {}
+    /// Entries with a number from `end` on are left out. `prefix` is a literal.
+    NumberedDirectory(std::string path, const char *prefix, std::uint64_t end)
+        : m_path(std::move(path)), m_prefix(prefix), m_end(end) {}
 
-    /// 0, or the errno that kept the directory from being read.
+    /// 0, the errno that kept the directory from being read, or E2BIG when entries beyond the first LISTING_LIMIT
+    /// (source/Listing.h) were left out.
     int read(const HostDirectory &root);
     /// In ascending order; after a failure those before it.
     const std::vector<std::uint64_t> &numbers() const { return m_numbers; }
-    const char *path() const { return m_path; }
+    const char *path() const { return m_path.c_str(); }
     /// The next read lists the entries anew.
     void expire() { m_listedAt = LONG_AGO; }
 
 private:
-    static constexpr std::size_t ENTRIES_LIMIT = 4096;
-
     int list(const HostDirectory &root);
 
-    const char *m_path;
+    std::string m_path;
     const char *m_prefix;
     std::uint64_t m_end;
     std::vector<std::uint64_t> m_numbers;

@@ -170,14 +170,4 @@ TEST(PciPart, AHostWithoutABusHasNoDevicesAndNoFailure) {
     EXPECT_TRUE(hardware.part(HardwarePart::Pci).asked);
 }
 
-TEST(PciPart, MoreDevicesThanTheLimitAreLeftOutAndThatIsSaid) {
-    const HardwareHost host;
-    std::filesystem::create_directories(host.path("sys/bus/pci/devices"));
-    for (std::size_t number = 0; number < zel::HARDWARE_DEVICES_LIMIT + 1; ++number)
-        std::filesystem::create_directory(host.path("sys/bus/pci/devices/" + std::to_string(number)));
-    std::vector<std::string> names;
-    EXPECT_EQ(zel::listDevices(zel::HostDirectory(host.path()), "sys/bus/pci/devices", names), EOVERFLOW);
-    EXPECT_EQ(names.size(), zel::HARDWARE_DEVICES_LIMIT);
-}
-
 } // namespace
