@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/AnySection.h"
+#include "host/Bcache.h"
 #include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
@@ -25,6 +26,7 @@
 #include "host/Rows.h"
 #include "host/Sensors.h"
 #include "host/Sockets.h"
+#include "host/StorageDevices.h"
 #include "host/TcpExtended.h"
 #include "host/Thermal.h"
 #include "host/Timekeeping.h"
@@ -67,6 +69,13 @@ struct Sample {
     Rows<InterruptLine> interrupts;
     Rows<SoftIrq> softirqs;
     Rows<Disk> disks;
+    Rows<UdevDisk> udevDisks;
+    Rows<MdArray> mdArrays;
+    Rows<NvmeState> nvmeStates;
+    Rows<Tape> tapes;
+    Rows<BcacheSet> bcacheSets;
+    Rows<BcacheBackingDevice> bcacheBackingDevices;
+    Rows<BcacheCacheDevice> bcacheCacheDevices;
     Rows<Filesystem> filesystems;
     Rows<Interface> interfaces;
     Rows<SensorChip> sensorChips;
@@ -173,6 +182,13 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Interrupts, "interrupts", &Sample::interrupts),
     sectionOf(Area::Interrupts, "softirqs", &Sample::softirqs),
     sectionOf(Area::Disks, "disks", &Sample::disks),
+    sectionOf(Area::Disks, "udev_disks", &Sample::udevDisks),
+    sectionOf(Area::Disks, "md_arrays", &Sample::mdArrays),
+    sectionOf(Area::Disks, "nvme_states", &Sample::nvmeStates),
+    sectionOf(Area::Disks, "tapes", &Sample::tapes),
+    sectionOf(Area::Disks, "bcache_sets", &Sample::bcacheSets),
+    sectionOf(Area::Disks, "bcache_backing_devices", &Sample::bcacheBackingDevices),
+    sectionOf(Area::Disks, "bcache_cache_devices", &Sample::bcacheCacheDevices),
     sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
     sectionOf(Area::Interfaces, "interfaces", &Sample::interfaces),
     sectionOf(Area::Sensors, "sensor_chips", &Sample::sensorChips),

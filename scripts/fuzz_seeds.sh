@@ -100,6 +100,12 @@ cgroup() { # USAGE READ: of its files those that have another form than a number
 mapfile -d '' -t cgroup_before < <(cgroup 10 512)
 mapfile -d '' -t cgroup_after < <(cgroup 20 1024)
 seed host_cgroups_fuzz two '' 'cpu memory\n' '' "${cgroup_before[@]}" 'cpu memory\n' '' "${cgroup_after[@]}"
+array='md6 : active raid1 sdb2[2](F) sdc[1](S) sda2[0]\n      195310144 blocks [2/1] [U_]\n'
+array+='      [=>..]  recovery =  8.5% (16775552/195310144) finish=17.0min speed=259783K/sec\n'
+written='rate:\t\t4.0k/sec\ntarget:\t\t1.0G\nproportional:\t-2.5M\nintegral:\t0.0k\nchange:\t\t-1.5k/sec\n'
+seed host_storage_fuzz two '' "$array" 'E:ID_MODEL=a\nE:ID_ATA_ROTATION_RATE_RPM=7200\n' '1\n' '500\n' 'live\n' 'x\n' \
+  '1.5k\n' '5\n' '2.0M\n' "$written" '4.5k\n' 'md6 : inactive sda2[0](S)\n      19 blocks\n' 'E:DM_NAME=b\n' '0\n' '900\n' \
+  'dead\n' '' '0.0k\n' '6\n' '0.0k\n' '' '4.6k\n'
 seed host_identity_fuzz two '' '5.00 6.00\n' 'ID=debian\nNAME="a \\\\"b\\\\""\n' 'host\n' '6.00 7.00\n'
 
 disks() { # NAME OPTIONS COUNTERS STAT COUNTERS STAT

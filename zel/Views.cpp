@@ -12,6 +12,7 @@ namespace {
 constexpr std::span<const View> (*groups[])() = {
     systemViews,         //
     deviceViews,         //
+    storageViews,        //
     processViews,        //
     sensorViews,         //
     storageNetworkViews, //

@@ -7,6 +7,7 @@ namespace zel {
 
 std::span<const View> systemViews();
 std::span<const View> deviceViews();
+std::span<const View> storageViews();
 std::span<const View> networkViews();
 std::span<const View> processViews();
 std::span<const View> sensorViews();
