@@ -89,6 +89,8 @@ struct Sample {
     Rows<Humidity> humidities;
     Rows<Frequency> frequencies;
     Rows<Intrusion> intrusions;
+    Rows<ProcessorVoltage> processorVoltages;
+    Rows<SensorSetting> sensorSettings;
     Rows<ThermalZone> thermalZones;
     Rows<CoolingDevice> coolingDevices;
     Rows<PowerSupply> powerSupplies;
@@ -122,10 +124,12 @@ struct Sample {
     Conntrack conntrack;
     Rows<Neighbours> neighbours;
     Limits limits;
+    SecurityModules securityModules;
     Rows<KeyUser> keyUsers;
     Rows<Gpu> gpus;
     Rows<GpuProcess> gpuProcesses;
     Identity identity;
+    Dmi dmi;
 
     std::array<AreaState, AREA_COUNT> areas;
 
@@ -169,6 +173,7 @@ constexpr Section<Row, Whole> sectionOf(Area area, std::string_view name, Rows<R
 /// All sections, in the order in which they are written.
 inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Identity, "identity", &Sample::identity),
+    sectionOf(Area::Identity, "dmi", &Sample::dmi),
     sectionOf(Area::Cpu, "cpu", &Sample::cpu),
     sectionOf(Area::Cpu, "processors", &Sample::processors),
     sectionOf(Area::Load, "load", &Sample::load),
@@ -202,6 +207,8 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Sensors, "humidities", &Sample::humidities),
     sectionOf(Area::Sensors, "frequencies", &Sample::frequencies),
     sectionOf(Area::Sensors, "intrusions", &Sample::intrusions),
+    sectionOf(Area::Sensors, "processor_voltages", &Sample::processorVoltages),
+    sectionOf(Area::Sensors, "sensor_settings", &Sample::sensorSettings),
     sectionOf(Area::Sensors, "thermal_zones", &Sample::thermalZones),
     sectionOf(Area::Sensors, "cooling_devices", &Sample::coolingDevices),
     sectionOf(Area::Sensors, "power_supplies", &Sample::powerSupplies),
@@ -221,6 +228,7 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Protocols, "conntrack", &Sample::conntrack),
     sectionOf(Area::Protocols, "neighbours", &Sample::neighbours),
     sectionOf(Area::Limits, "limits", &Sample::limits),
+    sectionOf(Area::Limits, "security", &Sample::securityModules),
     sectionOf(Area::Limits, "key_users", &Sample::keyUsers),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),

@@ -50,9 +50,11 @@ for kernel in linux-2.4.20 linux-2.6.18 linux-5.10 linux-6.1.0; do
   done
 done
 
+scheduled='cpu0 0 0 0 0 0 0 2045936778163039 343796328169361'
 for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
   a=@$kernel/t0/proc b=@$kernel/t1/proc
-  seed host_cpu_fuzz $kernel '' "$a/stat" '0-1\n' '2400000\n' "$b/stat" '0-3,5\n' '-1\n'
+  seed host_cpu_fuzz $kernel '' "$a/stat" '0-1\n' '2400000\n' "version 15\n$scheduled 7\n" '1\n' "$b/stat" '0-3,5\n' \
+    '-1\n' "version 15\n$scheduled 8\n" '\n'
   seed host_load_fuzz $kernel '' "$a/loadavg" "$b/loadavg"
   seed host_vm_fuzz $kernel '' "$a/vmstat" "$b/vmstat"
   seed host_memory_fuzz $kernel '' "$a/meminfo" 'Node 0 MemTotal: 5 kB\n' 'numa_hit 5\n' '4\n' \
