@@ -6,9 +6,14 @@ namespace zel {
 namespace {
 
 constexpr const KnownMetrics *all[] = {
-    &knownIdentity,  &knownProcessors, &knownLoad,        &knownPressure,         &knownMemory,  &knownVm,
-    &knownActivity,  &knownDisks,      &knownFilesystems, &knownInterfaceTraffic, &knownSensors, &knownTime,
-    &knownProtocols, &knownSockets,    &knownPacketPath,  &knownLimits,
+    &knownIdentity,         &knownProcessors,     &knownLoad,
+    &knownPressure,         &knownMemory,         &knownVm,
+    &knownActivity,         &knownDisks,          &knownFilesystems,
+    &knownInterfaceTraffic, &knownSensors,        &knownTime,
+    &knownProtocols,        &knownSockets,        &knownPacketPath,
+    &knownLimits,           &knownDistribution,   &knownProcessorDetails,
+    &knownUdevDisks,        &knownStorageDevices, &knownBcache,
+    &knownDriverSettings,   &knownSecurity,
 };
 
 } // namespace

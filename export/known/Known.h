@@ -132,7 +132,10 @@ struct KnownMetrics {
 };
 
 extern const KnownMetrics knownActivity;
+extern const KnownMetrics knownBcache;
 extern const KnownMetrics knownDisks;
+extern const KnownMetrics knownDistribution;
+extern const KnownMetrics knownDriverSettings;
 extern const KnownMetrics knownFilesystems;
 extern const KnownMetrics knownIdentity;
 extern const KnownMetrics knownInterfaceTraffic;
@@ -141,11 +144,15 @@ extern const KnownMetrics knownLoad;
 extern const KnownMetrics knownMemory;
 extern const KnownMetrics knownPacketPath;
 extern const KnownMetrics knownPressure;
+extern const KnownMetrics knownProcessorDetails;
 extern const KnownMetrics knownProcessors;
 extern const KnownMetrics knownProtocols;
+extern const KnownMetrics knownSecurity;
 extern const KnownMetrics knownSensors;
 extern const KnownMetrics knownSockets;
+extern const KnownMetrics knownStorageDevices;
 extern const KnownMetrics knownTime;
+extern const KnownMetrics knownUdevDisks;
 extern const KnownMetrics knownVm;
 
 /// All of them, in the order in which they are written.
