@@ -1,4 +1,5 @@
-// /proc/stat, the processors that are present and their frequency as the typed model reads them, at two moments.
+// /proc/stat, the processors that are present or isolated, their frequency and what the scheduler counts, as the typed
+// model reads them, at two moments.
 #include "Ensure.h"
 #include "FuzzTarget.h"
 #include "HostArea.h"
@@ -18,6 +19,8 @@ FUZZ_TARGET(host_cpu_fuzz) {
         fuzz::hostFile("proc/stat", input);
         fuzz::hostFile("sys/devices/system/cpu/present", input);
         fuzz::hostFile("sys/devices/system/cpu/cpu0/cpufreq/scaling_cur_freq", input);
+        fuzz::hostFile("proc/schedstat", input);
+        fuzz::hostFile("sys/devices/system/cpu/isolated", input);
         ensureOrder(area.take());
     }
 }

@@ -1,4 +1,4 @@
-// /proc/uptime, names of the host and os-release as the typed model reads them.
+// /proc/uptime, names of the host, os-release and texts of the firmware as the typed model reads them.
 #include "FuzzTarget.h"
 #include "HostArea.h"
 
@@ -8,6 +8,7 @@ FUZZ_TARGET(host_identity_fuzz) {
         fuzz::hostFile("proc/uptime", input);
         fuzz::hostFile("etc/os-release", input);
         fuzz::hostFile("proc/sys/kernel/hostname", input);
+        fuzz::hostFile("sys/class/dmi/id/product_name", input);
         area.take();
     }
 }

@@ -29,7 +29,11 @@ constexpr const char *names[] = {"name",
                                  "humidity1_input",
                                  "freq1_input",
                                  "intrusion0_alarm",
-                                 "update_interval"};
+                                 "update_interval",
+                                 "cpu0_vid",
+                                 "vrm",
+                                 "pwm1_auto_point1_temp",
+                                 "power1_oem_info"};
 
 // The files that the bits of a number name, all with the same text; the others are not there.
 void chipFiles(unsigned chosen, const std::string &text) {

@@ -14,6 +14,8 @@ struct Identity {
     Reading<std::string> domainName;
     Reading<std::string> kernelName, kernelRelease, kernelVersion, architecture;
     Reading<std::string> osId, osName, osVersion, osPrettyName;
+    Reading<std::string> osIdLike, osVersionName, osCodename, osBuildId, osImageId, osImageVersion, osVariant,
+        osVariantId;
     Reading<std::string> bootId;
     Reading<std::string> virtualisation, container;  // "none" where it is neither
     Reading<std::string> machineVendor, machineName; // as the firmware says
@@ -21,6 +23,17 @@ struct Identity {
     Number idleSeconds; // all processors together
 };
 
+/// What the firmware says of the machine (SMBIOS): a text that it leaves empty is empty here. Serial numbers are for
+/// root alone.
+struct Dmi {
+    Reading<std::string> biosDate, biosRelease, biosVendor, biosVersion;
+    Reading<std::string> boardAssetTag, boardName, boardSerial, boardVendor, boardVersion;
+    Reading<std::string> chassisAssetTag, chassisSerial, chassisVendor, chassisVersion;
+    Reading<std::string> productFamily, productName, productSerial, productSku, productUuid, productVersion;
+    Reading<std::string> systemVendor;
+};
+
 template<> std::span<const Field<Identity>> fieldsOf<Identity>();
+template<> std::span<const Field<Dmi>> fieldsOf<Dmi>();
 
 } // namespace zel

@@ -1,5 +1,5 @@
 // What a host can run out of, with its use: files, inodes, asynchronous I/O, threads, pids, terminals, System V
-// objects, entropy, neighbours, key rings. Any user.
+// objects, entropy, neighbours, key rings; and whether SELinux limits what programs may do. Any user.
 //
 // Uses are read in each sample. Limits, which only an administrator changes, are read every 30 seconds on this host.
 #pragma once
@@ -51,7 +51,16 @@ struct KeyUser {
     Count bytesLimit;
 };
 
+/// What keeps programs from doing all that their user may: SELinux, whose file system is at /sys/fs/selinux. It changes
+/// with the command line of the kernel, and by setenforce.
+struct SecurityModules {
+    Count selinuxEnabled;                   // 1 or 0
+    Count selinuxEnforcing;                 // 1, or 0 when it only reports; none where it is not enabled
+    Reading<std::string> selinuxConfigured; // "enforcing", "permissive" or "disabled" at the next boot
+};
+
 template<> std::span<const Field<Limits>> fieldsOf<Limits>();
+template<> std::span<const Field<SecurityModules>> fieldsOf<SecurityModules>();
 template<> std::span<const Field<KeyUser>> fieldsOf<KeyUser>();
 
 } // namespace zel

@@ -5,6 +5,7 @@
 #include "host/AnySection.h"
 #include "host/Bond.h"
 #include "host/Btrfs.h"
+#include "host/Bcache.h"
 #include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
@@ -30,6 +31,7 @@
 #include "host/Rows.h"
 #include "host/Sensors.h"
 #include "host/Sockets.h"
+#include "host/StorageDevices.h"
 #include "host/TcpExtended.h"
 #include "host/Thermal.h"
 #include "host/Timekeeping.h"
@@ -77,6 +79,13 @@ struct Sample {
     Rows<InterruptLine> interrupts;
     Rows<SoftIrq> softirqs;
     Rows<Disk> disks;
+    Rows<UdevDisk> udevDisks;
+    Rows<MdArray> mdArrays;
+    Rows<NvmeState> nvmeStates;
+    Rows<Tape> tapes;
+    Rows<BcacheSet> bcacheSets;
+    Rows<BcacheBackingDevice> bcacheBackingDevices;
+    Rows<BcacheCacheDevice> bcacheCacheDevices;
     Rows<Filesystem> filesystems;
     Rows<Btrfs> btrfs;
     Rows<BtrfsSpace> btrfsSpaces;
@@ -102,6 +111,8 @@ struct Sample {
     Rows<Humidity> humidities;
     Rows<Frequency> frequencies;
     Rows<Intrusion> intrusions;
+    Rows<ProcessorVoltage> processorVoltages;
+    Rows<SensorSetting> sensorSettings;
     Rows<ThermalZone> thermalZones;
     Rows<CoolingDevice> coolingDevices;
     Rows<PowerSupply> powerSupplies;
@@ -137,10 +148,12 @@ struct Sample {
     Ipvs ipvs;
     Rows<IpvsBackend> ipvsBackends;
     Limits limits;
+    SecurityModules securityModules;
     Rows<KeyUser> keyUsers;
     Rows<Gpu> gpus;
     Rows<GpuProcess> gpuProcesses;
     Identity identity;
+    Dmi dmi;
 
     std::array<AreaState, AREA_COUNT> areas;
 
@@ -184,6 +197,7 @@ constexpr Section<Row, Whole> sectionOf(Area area, std::string_view name, Rows<R
 /// All sections, in the order in which they are written.
 inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Identity, "identity", &Sample::identity),
+    sectionOf(Area::Identity, "dmi", &Sample::dmi),
     sectionOf(Area::Cpu, "cpu", &Sample::cpu),
     sectionOf(Area::Cpu, "processors", &Sample::processors),
     sectionOf(Area::Load, "load", &Sample::load),
@@ -200,6 +214,13 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Interrupts, "interrupts", &Sample::interrupts),
     sectionOf(Area::Interrupts, "softirqs", &Sample::softirqs),
     sectionOf(Area::Disks, "disks", &Sample::disks),
+    sectionOf(Area::Disks, "udev_disks", &Sample::udevDisks),
+    sectionOf(Area::Disks, "md_arrays", &Sample::mdArrays),
+    sectionOf(Area::Disks, "nvme_states", &Sample::nvmeStates),
+    sectionOf(Area::Disks, "tapes", &Sample::tapes),
+    sectionOf(Area::Disks, "bcache_sets", &Sample::bcacheSets),
+    sectionOf(Area::Disks, "bcache_backing_devices", &Sample::bcacheBackingDevices),
+    sectionOf(Area::Disks, "bcache_cache_devices", &Sample::bcacheCacheDevices),
     sectionOf(Area::Filesystems, "filesystems", &Sample::filesystems),
     sectionOf(Area::Filesystems, "btrfs", &Sample::btrfs),
     sectionOf(Area::Filesystems, "btrfs_spaces", &Sample::btrfsSpaces),
@@ -225,6 +246,8 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Sensors, "humidities", &Sample::humidities),
     sectionOf(Area::Sensors, "frequencies", &Sample::frequencies),
     sectionOf(Area::Sensors, "intrusions", &Sample::intrusions),
+    sectionOf(Area::Sensors, "processor_voltages", &Sample::processorVoltages),
+    sectionOf(Area::Sensors, "sensor_settings", &Sample::sensorSettings),
     sectionOf(Area::Sensors, "thermal_zones", &Sample::thermalZones),
     sectionOf(Area::Sensors, "cooling_devices", &Sample::coolingDevices),
     sectionOf(Area::Sensors, "power_supplies", &Sample::powerSupplies),
@@ -246,6 +269,7 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Protocols, "ipvs", &Sample::ipvs),
     sectionOf(Area::Protocols, "ipvs_backends", &Sample::ipvsBackends),
     sectionOf(Area::Limits, "limits", &Sample::limits),
+    sectionOf(Area::Limits, "security", &Sample::securityModules),
     sectionOf(Area::Limits, "key_users", &Sample::keyUsers),
     sectionOf(Area::Processes, "process_totals", &Sample::processTotals),
     sectionOf(Area::Processes, "processes", &Sample::processes),

@@ -21,7 +21,8 @@ struct SensorChip {
     Reading<std::string> device;    // "/sys/devices/platform/coretemp.0"
     Number updateInterval;          // of the chip's own readings
     Count beepEnabled;
-    Number silentSeconds; // for how long it has not answered; 0 when it does
+    Count voltageRegulator; // version of the table that its processors' voltages come from, times ten: 90, 110
+    Number silentSeconds;   // for how long it has not answered; 0 when it does
 };
 
 /// A temperature (temp1_input and what goes with it).
@@ -107,6 +108,18 @@ struct Intrusion {
     Count alarm, beep;
 };
 
+/// The voltage that a processor asks its regulator for (cpu0_vid).
+struct ProcessorVoltage {
+    std::string chip, sensor; // "platform_nct6775_656", "cpu0"
+    Number requested;
+};
+
+/// What a driver has beside the names that all share (pwm1_auto_point1_temp): the number as the kernel writes it.
+struct SensorSetting {
+    std::string chip, sensor, attribute; // "platform_nct6775_656", "pwm1", "auto_point1_temp"
+    Number value;
+};
+
 template<> std::span<const Field<SensorChip>> fieldsOf<SensorChip>();
 template<> std::span<const Field<Temperature>> fieldsOf<Temperature>();
 template<> std::span<const Field<Fan>> fieldsOf<Fan>();
@@ -118,5 +131,7 @@ template<> std::span<const Field<Energy>> fieldsOf<Energy>();
 template<> std::span<const Field<Humidity>> fieldsOf<Humidity>();
 template<> std::span<const Field<Frequency>> fieldsOf<Frequency>();
 template<> std::span<const Field<Intrusion>> fieldsOf<Intrusion>();
+template<> std::span<const Field<ProcessorVoltage>> fieldsOf<ProcessorVoltage>();
+template<> std::span<const Field<SensorSetting>> fieldsOf<SensorSetting>();
 
 } // namespace zel

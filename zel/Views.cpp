@@ -12,9 +12,10 @@ namespace {
 constexpr std::span<const View> (*groups[])() = {
     systemViews,         //
     deviceViews,         //
+    storageViews,        //
     processViews,        //
     sensorViews,         //
-    storageViews,        //
+    volumeViews,         //
     storageNetworkViews, //
     cgroupViews,         //
     networkViews,        //

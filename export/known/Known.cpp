@@ -34,6 +34,13 @@ constexpr const KnownMetrics *all[] = {
     &knownPowerZones,
     &knownFibreChannel,
     &knownNfs,
+    &knownDistribution,
+    &knownProcessorDetails,
+    &knownUdevDisks,
+    &knownStorageDevices,
+    &knownBcache,
+    &knownDriverSettings,
+    &knownSecurity,
 };
 
 } // namespace

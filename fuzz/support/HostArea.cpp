@@ -15,11 +15,13 @@ namespace {
 constexpr std::int64_t second = 1000000000;
 constexpr std::size_t longestText = 16384;
 
-// A priority of a swap device, a process or its niceness is negative by right, and so is what a sensor measures; what
-// no field has may be.
+// A priority of a swap device, a process or its niceness is negative by right, and so are what a sensor measures, the
+// terms of a controller, and what no field has.
 bool mayBeNegative(const zel::Family &family) {
     return family.name == "priority" || family.name == "nice" || family.name == "max_conn" ||
-           family.name == "signed_value" || family.section == "protocol_others" || family.area == zel::Area::Sensors;
+           family.name == "signed_value" || family.name == "writeback_proportional" ||
+           family.name == "writeback_integral" || family.name == "writeback_change" ||
+           family.section == "protocol_others" || family.area == zel::Area::Sensors;
 }
 
 // What a device or a process says of itself is malformed in its reading alone: its schema entry names the file.

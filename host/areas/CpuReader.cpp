@@ -1,16 +1,16 @@
-// Reads the times of the processors, and of each its frequency and throttle counts.
+// Reads the times of the processors, and of each its frequencies, throttle counts and what the scheduler counts.
 #include "host/areas/AreaReader.h"
-#include "host/source/Attribute.h"
-#include "host/source/LineScan.h"
+#include "host/areas/ProcessorFiles.h"
+#include "host/areas/SchedulerLines.h"
+#include "host/source/NumberRanges.h"
 
+#include <algorithm>
 #include <unistd.h>
 #include <vector>
 
 namespace zel {
 
 namespace {
-
-constexpr double hertzPerKilohertz = 1000;
 
 // A number beyond any machine: a file that states it is not believed.
 constexpr std::uint64_t processorLimit = 65536;
@@ -39,74 +39,6 @@ template<class Row> bool takeModes(const char *cursor, double ticksPerSecond, Ro
     return missing == Absence::Unsupported && row.userSeconds.has();
 }
 
-std::string attributePath(std::uint64_t cpu, const char *attribute) {
-    return "sys/devices/system/cpu/cpu" + std::to_string(cpu) + '/' + attribute;
-}
-
-// The files of one processor below /sys. Where the first of a directory is missing, the directory is. The limits of the
-// frequency change only when somebody sets them, so they are read now and then.
-class ProcessorFiles {
-public:
-    explicit ProcessorFiles(std::uint64_t cpu)
-        : m_frequency(attributePath(cpu, "cpufreq/scaling_cur_freq")),
-          m_frequencyMin(attributePath(cpu, "cpufreq/cpuinfo_min_freq"), KeptScope::Never),
-          m_frequencyMax(attributePath(cpu, "cpufreq/cpuinfo_max_freq"), KeptScope::Never),
-          m_coreThrottles(attributePath(cpu, "thermal_throttle/core_throttle_count")),
-          m_packageThrottles(attributePath(cpu, "thermal_throttle/package_throttle_count")) {}
-
-    void read(Take &take, Processor &processor) {
-        processor.frequencyHertz = hertz(take, m_frequency);
-        readLimits(take, processor);
-        processor.coreThrottles = throttles(take, m_coreThrottles);
-        processor.packageThrottles =
-            m_coreThrottles.error() == ENOENT ? processor.coreThrottles : throttles(take, m_packageThrottles);
-    }
-
-    /// A processor that is offline has no files: when it comes back they are looked for at once.
-    void forgetMissing() {
-        for (Attribute *attribute :
-             {&m_frequency, &m_frequencyMin, &m_frequencyMax, &m_coreThrottles, &m_packageThrottles})
-            attribute->forgetMissing();
-        m_limitsAt = LONG_AGO;
-    }
-
-private:
-    static constexpr std::int64_t SECONDS_BETWEEN_LIMITS = 30;
-
-    static void note(Take &take, const Attribute &attribute) {
-        noteUnlessMissing(take.sample.area(Area::Cpu), attribute.error(), attribute.path());
-    }
-
-    static Number hertz(Take &take, Attribute &attribute) {
-        const Number frequency = attribute.scaled(take.root, hertzPerKilohertz);
-        note(take, attribute);
-        return frequency;
-    }
-
-    static Count throttles(Take &take, Attribute &attribute) {
-        const Count count = attribute.number(take.root);
-        note(take, attribute);
-        return count;
-    }
-
-    void readLimits(Take &take, Processor &processor) {
-        const std::int64_t now = coarseSeconds();
-        if (m_frequency.error() == ENOENT) {
-            m_min = m_max = Absence::Unsupported;
-        } else if (!take.root.own() || now - m_limitsAt >= SECONDS_BETWEEN_LIMITS) {
-            m_min = hertz(take, m_frequencyMin);
-            m_max = hertz(take, m_frequencyMax);
-            m_limitsAt = now;
-        }
-        processor.frequencyMinHertz = m_min;
-        processor.frequencyMaxHertz = m_max;
-    }
-
-    Attribute m_frequency, m_frequencyMin, m_frequencyMax, m_coreThrottles, m_packageThrottles;
-    Number m_min, m_max;
-    std::int64_t m_limitsAt = LONG_AGO;
-};
-
 class CpuReader : public AreaReader {
 public:
     bool hasOneStep() const override { return true; }
@@ -121,11 +53,15 @@ public:
         parseStat(take);
         sample.cpu.online = online(sample);
         sample.cpu.present = presentError == 0 ? Count(m_present.size()) : Count(absenceOf(presentError));
+        readIsolated(take);
+        readScheduler(take);
         for (Processor &processor : sample.processors)
             readFiles(take, processor);
     }
 
 private:
+    static constexpr std::int64_t SECONDS_BETWEEN_LISTS = 30;
+
     // The lines of the processors are the first ones of the file, in ascending order. Between them come the processors
     // that are present and have no line: they are offline.
     void parseStat(Take &take) const {
@@ -183,7 +119,8 @@ private:
     int readPresent(Take &take) {
         m_present.clear();
         int error = m_presentFile.read(take.root);
-        if (error == 0 && !parsePresent(m_presentFile.text().data())) {
+        const char *text = m_presentFile.text().data();
+        if (error == 0 && (endsLine(*text) || !takeNumberRanges(text, processorLimit, m_present))) {
             m_present.clear();
             error = NOT_ITS_FORMAT;
         }
@@ -191,25 +128,30 @@ private:
         return error;
     }
 
-    bool parsePresent(const char *cursor) {
-        for (;; ++cursor) {
-            const Count first = takeRangeEnd(cursor);
-            Count last = first;
-            if (*cursor == '-')
-                last = takeRangeEnd(++cursor);
-            const bool follows = m_present.empty() || first.valueOr(0) > m_present.back();
-            if (!first || !last || !follows || *last < *first || *last >= processorLimit)
-                return false;
-            for (std::uint64_t cpu = *first; cpu <= *last; ++cpu)
-                m_present.push_back(cpu);
-            if (*cursor != ',')
-                return endsLine(*cursor);
+    // Sample: 2-3
+    // Mostly empty: it changes with the command line of the kernel, or a cpuset.
+    void readIsolated(Take &take) {
+        const std::int64_t now = coarseSeconds();
+        if (!take.root.own() || now - m_isolatedAt >= SECONDS_BETWEEN_LISTS) {
+            m_isolatedAt = now;
+            m_isolated.clear();
+            m_isolatedError = m_isolatedFile.read(take.root);
+            if (m_isolatedError == 0 && !takeNumberRanges(m_isolatedFile.text().data(), processorLimit, m_isolated))
+                m_isolatedError = NOT_ITS_FORMAT;
         }
+        noteUnlessMissing(take.sample.area(Area::Cpu), m_isolatedError, m_isolatedFile.path());
+        for (Processor &processor : take.sample.processors)
+            processor.isolated = m_isolatedError != 0
+                                     ? Count(absenceOf(m_isolatedError))
+                                     : Count(std::binary_search(m_isolated.begin(), m_isolated.end(), processor.cpu));
     }
 
-    static Count takeRangeEnd(const char *&cursor) {
-        unsigned long long value = 0;
-        return scanPlain(cursor, value) ? Count(value) : Count(Absence::Malformed);
+    void readScheduler(Take &take) {
+        int error = m_schedulerFile.read(take.root);
+        loseScheduler(take.sample.processors, error == 0 ? Absence::Unsupported : absenceOf(error));
+        if (error == 0 && !parseScheduler(m_schedulerFile.text().data(), take.sample.processors))
+            error = NOT_ITS_FORMAT;
+        noteUnlessMissing(take.sample.area(Area::Cpu), error, m_schedulerFile.path());
     }
 
     // Asking a processor for its frequency may wake it, which takes its time on some kernels.
@@ -219,9 +161,7 @@ private:
             return files.forgetMissing();
         if (std::chrono::steady_clock::now() < take.deadline)
             return files.read(take, processor);
-        for (Number *number : {&processor.frequencyHertz, &processor.frequencyMinHertz, &processor.frequencyMaxHertz})
-            *number = Absence::TimedOut;
-        processor.coreThrottles = processor.packageThrottles = Absence::TimedOut;
+        ProcessorFiles::lose(processor, Absence::TimedOut);
         noteFailure(take.sample.area(Area::Cpu), ETIMEDOUT, "sys/devices/system/cpu");
     }
 
@@ -235,7 +175,11 @@ private:
 
     const double m_ticksPerSecond = static_cast<double>(sysconf(_SC_CLK_TCK));
     SourceFile m_presentFile{"sys/devices/system/cpu/present"};
-    std::vector<std::uint64_t> m_present;                 // in ascending order
+    SourceFile m_isolatedFile{"sys/devices/system/cpu/isolated"};
+    SourceFile m_schedulerFile{"proc/schedstat", Records::Many};
+    std::vector<std::uint64_t> m_present, m_isolated; // in ascending order
+    std::int64_t m_isolatedAt = LONG_AGO;
+    int m_isolatedError = 0;
     std::vector<std::unique_ptr<ProcessorFiles>> m_files; // by number
 };
 

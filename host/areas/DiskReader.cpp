@@ -1,7 +1,13 @@
-// Reads the disks: the lines of /proc/diskstats, and what there is to say of each disk below /sys/class/block.
+// Reads the disks: the lines of /proc/diskstats, and what there is to say of each disk below /sys/class/block; and what
+// belongs to disks beside that.
 #include "host/areas/AreaReader.h"
+#include "host/areas/BcacheSets.h"
 #include "host/areas/DiskDetails.h"
 #include "host/areas/DiskLines.h"
+#include "host/areas/MdArrays.h"
+#include "host/areas/NvmeControllers.h"
+#include "host/areas/Tapes.h"
+#include "host/areas/UdevRecords.h"
 #include "host/source/AttributeText.h"
 #include "host/source/BoundedReads.h"
 #include "host/source/DeviceAttributes.h"
@@ -34,6 +40,7 @@ struct KnownDisk {
     Time watchDue, detailsDue; // at once
     DetailScope scope = DetailScope::All;
     Disk values; // of its attributes
+    KnownUdevRecord udev;
 
     // Another disk has this name by now.
     void startAnew() {
@@ -44,6 +51,7 @@ struct KnownDisk {
         scope = DetailScope::All;
         values.parent.clear(Absence::Unsupported);
         values.sequence = Absence::Unsupported;
+        udev.due = Time();
     }
 };
 
@@ -78,11 +86,18 @@ public:
         }
         for (const Row &row : m_rows)
             fill(*row.known, sample.disks[row.index]);
+        readUdev(take);
+        m_arrays.read(take);
+        m_nvme.read(take);
+        m_tapes.read(take);
+        m_bcache.read(take);
     }
 
     // The details of the disks for which they are due, by a bounded call of each. Below a root directory the whole area
     // is one.
     void ask(Take &take) override {
+        m_arrays.ask(take);
+        m_bcache.ask(take);
         if (!take.root.own())
             return;
         m_details.begin(take.deadline, m_due.size());
@@ -97,6 +112,8 @@ public:
     }
 
     void finish(Take &take) override {
+        m_arrays.finish(take);
+        m_bcache.finish(take);
         if (!take.root.own() || m_due.empty())
             return;
         for (std::size_t place = 0; place < m_due.size(); ++place)
@@ -211,10 +228,30 @@ private:
         disk.sequence = parent == nullptr ? Count(Absence::Unsupported) : parent->values.sequence;
     }
 
+    void readUdev(Take &take) {
+        Rows<UdevDisk> &records = take.sample.udevDisks;
+        records.clear();
+        m_udev.startSample(take.root);
+        for (const Row &row : m_rows) {
+            KnownUdevRecord &known = row.known->udev;
+            const int error = m_udev.refresh(take.root, row.known->major, row.known->minor,
+                                             take.sample.disks[row.index].name, m_now, known);
+            if (error != 0)
+                noteFailure(take.sample.area(Area::Disks), error, UdevRecords::DIRECTORY);
+            if (known.isThere)
+                records.append() = known.disk;
+        }
+    }
+
     SourceFile m_lines{"proc/diskstats", Records::Many};
     DeviceTable<KnownDisk> m_known;
     BoundedReads<DiskAnswer> m_details{"disk"};
     std::vector<Row> m_rows, m_due;
+    UdevRecords m_udev;
+    MdArrays m_arrays;
+    NvmeControllers m_nvme;
+    Tapes m_tapes;
+    BcacheSets m_bcache;
     Time m_now;
 };
 

@@ -11,6 +11,7 @@ inline constexpr SensorAttribute<SensorChip> CHIP_ATTRIBUTES[] = {
     {"name", &SensorChip::name},
     {"update_interval", &SensorChip::updateInterval, NOW_AND_THEN, MILLI},
     {"beep_enable", &SensorChip::beepEnabled},
+    {"vrm", &SensorChip::voltageRegulator},
 };
 
 inline constexpr SensorAttribute<Temperature> TEMP_ATTRIBUTES[] = {
@@ -174,6 +175,15 @@ inline constexpr SensorAttribute<Intrusion> INTRUSION_ATTRIBUTES[] = {
     {"beep", &Intrusion::beep},
 };
 
+inline constexpr SensorAttribute<ProcessorVoltage> PROCESSOR_ATTRIBUTES[] = {
+    {"vid", &ProcessorVoltage::requested, NOW_AND_THEN, MILLI},
+};
+
+// The file is named by the row.
+inline constexpr SensorAttribute<SensorSetting> SETTING_ATTRIBUTES[] = {
+    {"", &SensorSetting::value, NOW_AND_THEN, WHOLE_OR_NONE},
+};
+
 template<> struct ChannelKind<SensorChip> {
     static constexpr std::string_view PREFIX = "";
     static constexpr std::span<const SensorAttribute<SensorChip>> ATTRIBUTES = CHIP_ATTRIBUTES;
@@ -227,6 +237,19 @@ template<> struct ChannelKind<Frequency> {
 template<> struct ChannelKind<Intrusion> {
     static constexpr std::string_view PREFIX = "intrusion";
     static constexpr std::span<const SensorAttribute<Intrusion>> ATTRIBUTES = INTRUSION_ATTRIBUTES;
+};
+
+template<> struct ChannelKind<ProcessorVoltage> {
+    static constexpr std::string_view PREFIX = "cpu";
+    static constexpr std::span<const SensorAttribute<ProcessorVoltage>> ATTRIBUTES = PROCESSOR_ATTRIBUTES;
+};
+
+/// Takes what no other kind does, of the sensors of these prefixes.
+template<> struct ChannelKind<SensorSetting> {
+    static constexpr std::string_view PREFIX = "";
+    static constexpr std::span<const SensorAttribute<SensorSetting>> ATTRIBUTES = SETTING_ATTRIBUTES;
+    static constexpr std::string_view SENSOR_PREFIXES[] = {"temp",   "fan",      "in",  "curr",     "power",
+                                                           "energy", "humidity", "pwm", "intrusion"};
 };
 
 } // namespace zel

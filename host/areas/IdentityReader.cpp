@@ -1,5 +1,6 @@
 // Reads which host this is. What does not change while it runs is read once.
 #include "host/areas/AreaReader.h"
+#include "host/areas/DmiTexts.h"
 #include "host/areas/Virtualisation.h"
 #include "host/source/Attribute.h"
 #include "host/source/Clocks.h"
@@ -73,6 +74,22 @@ constexpr Fact constants[] = {{"proc/sys/kernel/ostype", &Identity::kernelName},
 constexpr Fact machineNames[] = {{"sys/class/dmi/id/sys_vendor", &Identity::machineVendor},
                                  {"sys/class/dmi/id/product_name", &Identity::machineName}};
 
+// The keys of os-release.
+constexpr std::pair<std::string_view, Reading<std::string> Identity::*> releaseKeys[] = {
+    {"ID", &Identity::osId},
+    {"NAME", &Identity::osName},
+    {"VERSION_ID", &Identity::osVersion},
+    {"PRETTY_NAME", &Identity::osPrettyName},
+    {"ID_LIKE", &Identity::osIdLike},
+    {"VERSION", &Identity::osVersionName},
+    {"VERSION_CODENAME", &Identity::osCodename},
+    {"BUILD_ID", &Identity::osBuildId},
+    {"IMAGE_ID", &Identity::osImageId},
+    {"IMAGE_VERSION", &Identity::osImageVersion},
+    {"VARIANT", &Identity::osVariant},
+    {"VARIANT_ID", &Identity::osVariantId},
+};
+
 class IdentityReader : public AreaReader {
 public:
     IdentityReader() {
@@ -115,10 +132,12 @@ private:
         }
         for (const Fact &fact : constants)
             (identity.*fact.member).assign(m_description.*fact.member);
-        for (auto member :
-             {&Identity::osId, &Identity::osName, &Identity::osVersion, &Identity::osPrettyName,
-              &Identity::virtualisation, &Identity::container, &Identity::machineVendor, &Identity::machineName})
+        for (const auto &[key, member] : releaseKeys)
             (identity.*member).assign(m_description.*member);
+        for (auto member :
+             {&Identity::virtualisation, &Identity::container, &Identity::machineVendor, &Identity::machineName})
+            (identity.*member).assign(m_description.*member);
+        assignDmi(m_dmi, take.sample.dmi);
     }
 
     void readMachine(Take &take) {
@@ -128,6 +147,8 @@ private:
             Attribute file(fact.path, KeptScope::Never);
             readText(take, file, m_description.*fact.member);
         }
+        const int error = readDmi(take.root, m_dmi);
+        noteUnlessMissing(take.sample.area(Area::Identity), error, DMI_DIRECTORY);
     }
 
     // The first of the two files that exists counts. Values without a file have its reason.
@@ -139,12 +160,7 @@ private:
         if (error == ENOENT)
             error = vendor.read(take.root);
         noteUnlessMissing(take.sample.area(Area::Identity), error, file.path());
-        constexpr std::pair<std::string_view, Reading<std::string> Identity::*> keys[] = {
-            {"ID", &Identity::osId},
-            {"NAME", &Identity::osName},
-            {"VERSION_ID", &Identity::osVersion},
-            {"PRETTY_NAME", &Identity::osPrettyName}};
-        for (const auto &[key, member] : keys) {
+        for (const auto &[key, member] : releaseKeys) {
             if (error == 0)
                 takeAssignment(file.text().data(), key, m_scratch, m_description.*member);
             else
@@ -171,6 +187,7 @@ private:
 
     std::vector<Attribute> m_names;
     Identity m_description;
+    Dmi m_dmi;
     std::int64_t m_describedAt = LONG_AGO;
     std::string m_scratch;
     SourceFile m_uptime{"proc/uptime"};

@@ -1,5 +1,6 @@
 // Reads what a host can run out of, and how much of it is used.
 #include "host/areas/AreaReader.h"
+#include "host/areas/SecurityReader.h"
 #include "host/source/Attribute.h"
 #include "host/source/Clocks.h"
 #include "host/source/LineScan.h"
@@ -135,6 +136,7 @@ public:
         readThreads(take);
         readNeighbours(take);
         readKeyUsers(take);
+        m_security.read(take);
         if (!m_any)
             loseArea(take.sample, Area::Limits, ENOENT, lineFiles[0].path);
     }
@@ -250,6 +252,7 @@ private:
     NetFiles m_net;
     SourceFile m_arp{"proc/net/stat/arp_cache", Records::Many};
     SourceFile m_ndisc{"proc/net/stat/ndisc_cache", Records::Many};
+    SecurityReader m_security;
     SourceFile m_keyUsers{"proc/key-users", Records::Many};
     Limits m_known; // of the limits alone
     std::int64_t m_limitsReadAt = LONG_AGO;

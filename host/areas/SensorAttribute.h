@@ -20,8 +20,10 @@ inline constexpr WhenRead EACH_SAMPLE = WhenRead::EachSample;
 struct Scale {
     double factor = 1;
     double divisor = 1;
-    bool counts = false; // a negative number is malformed
+    bool counts = false;      // a negative number is malformed
+    bool maybeNumber = false; // what is no number is unsupported: nobody said that it is one
 };
+inline constexpr Scale WHOLE_OR_NONE{1, 1, false, true};
 inline constexpr Scale MILLI{1, 1e3};
 inline constexpr Scale MICRO{1, 1e6};
 inline constexpr Scale MICRO_COUNTED{1, 1e6, true};

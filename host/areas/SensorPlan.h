@@ -23,6 +23,7 @@ namespace zel {
 inline constexpr std::size_t SENSOR_ATTRIBUTES_AT_MOST = 96; // of one kind of row
 inline constexpr std::size_t SENSOR_CHANNELS_AT_MOST = 1024; // of one kind on a device
 inline constexpr std::uint64_t SENSOR_NUMBER_AT_MOST = 9999;
+inline constexpr std::size_t SENSOR_FILE_AT_MOST = 95; // characters of a name
 
 template<class Row> struct Channel {
     Row row;
@@ -90,15 +91,30 @@ public:
         end = std::copy(attribute.begin(), attribute.end(), end);
         m_length = static_cast<std::size_t>(end - m_text);
     }
+    SensorFileName(std::string_view sensor, std::string_view attribute) {
+        char *end = std::copy(sensor.begin(), sensor.end(), m_text);
+        *end++ = '_';
+        end = std::copy(attribute.begin(), attribute.end(), end);
+        m_length = static_cast<std::size_t>(end - m_text);
+    }
     std::string_view text() const { return {m_text, m_length}; }
 
 private:
-    char m_text[96]; // prefixes and attributes are those of the tables
+    char m_text[SENSOR_FILE_AT_MOST + 1]; // prefixes and attributes are those of the tables, names of files no longer
     std::size_t m_length = 0;
 };
 
 template<class Row> SensorFileName fileOf(const Channel<Row> &channel, const SensorAttribute<Row> &attribute) {
     return {ChannelKind<Row>::PREFIX, channel.number, attribute.name};
+}
+
+/// Of a kind that takes what no other does.
+template<class Row>
+requires requires {
+    ChannelKind<Row>::SENSOR_PREFIXES;
+}
+SensorFileName fileOf(const Channel<Row> &channel, const SensorAttribute<Row> &) {
+    return {channel.row.sensor, channel.row.attribute};
 }
 
 /// Reads the files of one device.
@@ -151,6 +167,8 @@ private:
             return sensorAbsence(error);
         const char *cursor = m_files.text().data();
         const Number value = takeInteger(cursor);
+        if (!value && scale.maybeNumber)
+            return Absence::Unsupported;
         if (value && *value < 0 && scale.counts)
             return Absence::Malformed;
         return value ? Number(*value * scale.factor / scale.divisor) : value;

@@ -26,7 +26,7 @@ std::uint64_t numberBehind(std::string_view prefix, const std::string &name) {
 
 struct Chips : PlainDevice {
     using Plan = SensorPlan<SensorChip, Temperature, Fan, FanControl, Voltage, Current, Power, Energy, Humidity,
-                            Frequency, Intrusion>;
+                            Frequency, Intrusion, ProcessorVoltage, SensorSetting>;
     static constexpr const char *DIRECTORY = "sys/class/hwmon";
     static constexpr const char *PREFIX = "hwmon";
     static constexpr const char *SUBJECT = "hwmon";
@@ -49,6 +49,7 @@ struct Chips : PlainDevice {
         else
             row.device.set('/' + names.device);
     }
+    static void nameRow(SensorSetting &row, const DeviceNames &names, std::uint64_t) { row.chip = names.label; }
     template<class Row> static void nameRow(Row &row, const DeviceNames &names, std::uint64_t number) {
         row.chip = names.label;
         row.sensor = SensorFileName(ChannelKind<Row>::PREFIX, number, "").text();

@@ -21,6 +21,14 @@ constexpr Field<Identity> fields[] = {
     release.info("os_name", &Identity::osName, "Name of the distribution."),
     release.info("os_version", &Identity::osVersion, "Version of the distribution."),
     release.info("os_pretty_name", &Identity::osPrettyName, "Name and version for people."),
+    release.info("os_id_like", &Identity::osIdLike, "Distributions that it is made from or like."),
+    release.info("os_version_name", &Identity::osVersionName, "Version for people (VERSION)."),
+    release.info("os_codename", &Identity::osCodename, "Code name of the version."),
+    release.info("os_build_id", &Identity::osBuildId, "Build of the image."),
+    release.info("os_image_id", &Identity::osImageId, "Name of the image."),
+    release.info("os_image_version", &Identity::osImageVersion, "Version of the image."),
+    release.info("os_variant", &Identity::osVariant, "Variant for people, such as Server Edition."),
+    release.info("os_variant_id", &Identity::osVariantId, "Short name of the variant."),
     identity.from("/proc/sys/kernel/random/boot_id").info("boot_id", &Identity::bootId, "Changes with every boot."),
     machine.info("virtualisation", &Identity::virtualisation,
                  "Kind of virtual machine, as systemd-detect-virt names it; none on a machine of its own."),
@@ -34,7 +42,38 @@ constexpr Field<Identity> fields[] = {
                    "Idle time of all processors together."),
 };
 
+constexpr Entries<Dmi> dmi{Area::Identity, "dmi", "/sys/class/dmi/id", "firmware with SMBIOS (CONFIG_DMIID=y)"};
+constexpr Field<Dmi> secret(std::string_view name, Reading<std::string> Dmi::*member, std::string_view help) {
+    return Entries<Dmi>::needing(Rights::Root, dmi.info(name, member, help));
+}
+constexpr Field<Dmi> dmiFields[] = {
+    dmi.info("bios_date", &Dmi::biosDate, "Date of the firmware."),
+    dmi.info("bios_release", &Dmi::biosRelease, "Release of the firmware."),
+    dmi.info("bios_vendor", &Dmi::biosVendor, "Vendor of the firmware."),
+    dmi.info("bios_version", &Dmi::biosVersion, "Version of the firmware."),
+    dmi.info("board_asset_tag", &Dmi::boardAssetTag, "Asset tag of the board."),
+    dmi.info("board_name", &Dmi::boardName, "Name of the board."),
+    secret("board_serial", &Dmi::boardSerial, "Serial number of the board."),
+    dmi.info("board_vendor", &Dmi::boardVendor, "Vendor of the board."),
+    dmi.info("board_version", &Dmi::boardVersion, "Version of the board."),
+    dmi.info("chassis_asset_tag", &Dmi::chassisAssetTag, "Asset tag of the chassis."),
+    secret("chassis_serial", &Dmi::chassisSerial, "Serial number of the chassis."),
+    dmi.info("chassis_vendor", &Dmi::chassisVendor, "Vendor of the chassis."),
+    dmi.info("chassis_version", &Dmi::chassisVersion, "Version of the chassis."),
+    dmi.info("product_family", &Dmi::productFamily, "Family that the machine belongs to."),
+    dmi.info("product_name", &Dmi::productName, "Name of the machine."),
+    secret("product_serial", &Dmi::productSerial, "Serial number of the machine."),
+    dmi.info("product_sku", &Dmi::productSku, "Stock keeping unit of the machine."),
+    secret("product_uuid", &Dmi::productUuid, "UUID of the machine."),
+    dmi.info("product_version", &Dmi::productVersion, "Version of the machine."),
+    dmi.info("system_vendor", &Dmi::systemVendor, "Vendor of the machine."),
+};
+
 } // namespace
+
+template<> std::span<const Field<Dmi>> fieldsOf<Dmi>() {
+    return dmiFields;
+}
 
 template<> std::span<const Field<Identity>> fieldsOf<Identity>() {
     return fields;

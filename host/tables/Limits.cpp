@@ -87,7 +87,22 @@ constexpr Field<KeyUser> keyFields[] = {
     key.gauge("limit_bytes", &KeyUser::bytesLimit, Unit::Bytes, "Memory that the user's keys can have."),
 };
 
+constexpr Entries<SecurityModules> security{Area::Limits, "security", "/sys/fs/selinux/enforce",
+                                            "CONFIG_SECURITY_SELINUX=y and selinux=1 on the kernel's command line"};
+constexpr Field<SecurityModules> securityFields[] = {
+    security.state("selinux_enabled", &SecurityModules::selinuxEnabled, "1 when SELinux is enabled."),
+    security.state("selinux_enforcing", &SecurityModules::selinuxEnforcing,
+                   "1 when SELinux forbids, 0 when it only reports."),
+    security.from("/etc/selinux/config", "a distribution with SELinux")
+        .info("selinux_configured", &SecurityModules::selinuxConfigured,
+              "enforcing, permissive or disabled: what the next boot begins with."),
+};
+
 } // namespace
+
+template<> std::span<const Field<SecurityModules>> fieldsOf<SecurityModules>() {
+    return securityFields;
+}
 
 template<> std::span<const Field<Limits>> fieldsOf<Limits>() {
     return fields;

@@ -18,6 +18,8 @@ constexpr Field<SensorChip> chipFields[] = {
     chip.info("device", &SensorChip::device, "Device that it is part of."),
     chip.gauge("update_interval_seconds", &SensorChip::updateInterval, Unit::Seconds, "How often the chip measures."),
     chip.state("beep_enabled", &SensorChip::beepEnabled, "1 when it may beep."),
+    chip.info("voltage_regulator_version", &SensorChip::voltageRegulator,
+              "Version of the table that the voltages of its processors come from, times ten (vrm)."),
     chip.gauge("silent_seconds", &SensorChip::silentSeconds, Unit::Seconds,
                "For how long it has not answered; 0 when it does."),
 };
@@ -240,6 +242,22 @@ constexpr Field<Intrusion> intrusionFields[] = {
     intrusion.state("beep", &Intrusion::beep, "1 when the chip beeps at an alarm."),
 };
 
+constexpr Entries<ProcessorVoltage> requested{Area::Sensors, "processor_voltages", hwmon, driver};
+constexpr Field<ProcessorVoltage> requestedFields[] = {
+    requested.label("chip", &ProcessorVoltage::chip, chipHelp),
+    requested.label("sensor", &ProcessorVoltage::sensor, "Name of the processor on its chip."),
+    requested.gauge("requested_volts", &ProcessorVoltage::requested, Unit::Volts,
+                    "Voltage that the processor asks its regulator for."),
+};
+
+constexpr Entries<SensorSetting> setting{Area::Sensors, "sensor_settings", hwmon, driver};
+constexpr Field<SensorSetting> settingFields[] = {
+    setting.label("chip", &SensorSetting::chip, chipHelp),
+    setting.label("sensor", &SensorSetting::sensor, "Name of the sensor or output on its chip."),
+    setting.label("attribute", &SensorSetting::attribute, "What the driver says of it."),
+    setting.info("value", &SensorSetting::value, "The number as the kernel writes it; a text is unsupported."),
+};
+
 } // namespace
 
 template<> std::span<const Field<SensorChip>> fieldsOf<SensorChip>() {
@@ -284,6 +302,14 @@ template<> std::span<const Field<Frequency>> fieldsOf<Frequency>() {
 
 template<> std::span<const Field<Intrusion>> fieldsOf<Intrusion>() {
     return intrusionFields;
+}
+
+template<> std::span<const Field<ProcessorVoltage>> fieldsOf<ProcessorVoltage>() {
+    return requestedFields;
+}
+
+template<> std::span<const Field<SensorSetting>> fieldsOf<SensorSetting>() {
+    return settingFields;
 }
 
 } // namespace zel

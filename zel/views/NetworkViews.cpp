@@ -278,6 +278,12 @@ constexpr ViewColumn limits[] = {
     {"entropy bits", "entropy_available_bits"},
 };
 
+constexpr ViewColumn security[] = {
+    {"SELinux", "selinux_enabled"},
+    {"enforcing", "selinux_enforcing"},
+    {"configured", "selinux_configured"},
+};
+
 constexpr ViewColumn keyUsers[] = {
     {"uid", "uid"},
     {"keys", "keys"},
@@ -319,6 +325,7 @@ constexpr View views[] = {
      .onlyWithRows = true,
      .overviewLeast = notInOverview},
     {.section = "limits", .heading = "LIMITS", .layout = View::Layout::Pairs, .columns = limits},
+    {.section = "security", .heading = "SECURITY", .columns = security, .overviewLeast = notInOverview},
     {.section = "key_users", .heading = "KEY RINGS", .columns = keyUsers, .overviewLeast = notInOverview},
 };
 

@@ -149,6 +149,17 @@ constexpr ViewColumn intrusions[] = {
     {"label", "label"},
     {"opened", "alarm", 0, 1},
 };
+constexpr ViewColumn requested[] = {
+    {"chip", "chip"},
+    {"processor", "sensor"},
+    {"requested", "requested_volts"},
+};
+constexpr ViewColumn settings[] = {
+    {"chip", "chip"},
+    {"sensor", "sensor"},
+    {"attribute", "attribute"},
+    {"value", "value"},
+};
 constexpr ViewColumn zones[] = {
     {"zone", "zone"},
     {"type", "type"},
@@ -245,6 +256,16 @@ constexpr View views[] = {
      .onlyWithRows = true,
      .overviewHides = isClosed,
      .overviewHidden = "closed"},
+    {.section = "processor_voltages",
+     .heading = "REQUESTED VOLTAGES",
+     .columns = requested,
+     .onlyWithRows = true,
+     .overviewLeast = neverInOverview},
+    {.section = "sensor_settings",
+     .heading = "SETTINGS OF DRIVERS",
+     .columns = settings,
+     .onlyWithRows = true,
+     .overviewLeast = neverInOverview},
     {.section = "thermal_zones",
      .heading = "THERMAL ZONES",
      .columns = zones,

@@ -1,205 +1,147 @@
-// The tables of the filesystems that say more of themselves (btrfs, XFS, ZFS), and of the errors of memory.
+// The tables of what belongs to disks: md arrays, NVMe controllers, tapes, bcache, udev's records.
 #include "zel/views/Views.h"
 
+#include "zel/Units.h"
 #include "zel/views/Cells.h"
-
-#include <algorithm>
-#include <iterator>
-#include <limits>
 
 namespace zel {
 
 namespace {
 
-constexpr std::size_t notInOverview = std::numeric_limits<std::size_t>::max();
+constexpr std::size_t notInOverview = static_cast<std::size_t>(-1);
 
-constexpr ViewColumn btrfs[] = {
-    {"label", "label"},
-    {"uuid", "uuid", 0, 0, true},
-    {"operation", "operation"},
-    {"reserve", "reserve_bytes"},
-};
-
-Cell spaceShare(const RowValues &row, const Style &) {
-    return shareCell(row.number("used_bytes"), row.number("total_bytes"), 2,
-                     2); // allocated as it is used: full is normal
+Cell arrayState(const RowValues &row, const Style &style) {
+    const Value &state = row["state"];
+    const bool isRunning = state.has() && state.asText() == "active";
+    const bool isShort = row.number("disks_active") < row.number("disks_required");
+    if (!state.has())
+        return {"-", Tone::Quiet};
+    return {std::string(displayText(state.asText(), style.charset)) + (isShort ? ", degraded" : ""),
+            isShort || !isRunning ? Tone::Alarm : Tone::Quiet};
 }
-constexpr ViewColumn btrfsSpaces[] = {
-    {"uuid", "uuid"},
-    {"type", "type", 0, 0, true},
-    {"allocated", "total_bytes"},
-    {"used", "used_bytes"},
-    {"use", "total_bytes", 0, 0, false, spaceShare},
-    {"may use", "may_use_bytes"},
-    {"pinned", "pinned_bytes"},
-};
-constexpr ViewColumn btrfsProfiles[] = {
-    {"uuid", "uuid"},
-    {"type", "type", 0, 0, true},
-    {"profile", "profile", 0, 0, true},
-    {"allocated", "total_bytes"},
-    {"used", "used_bytes"},
-    {"use", "total_bytes", 0, 0, false, spaceShare},
-};
-constexpr ViewColumn btrfsDevices[] = {
-    {"uuid", "uuid"},
-    {"device", "device", 0, 0, true},
+Cell arrayDisks(const RowValues &row, const Style &style) {
+    if (!row["disks_required"].has())
+        return {"-", Tone::Quiet};
+    static const Family plain{Area::Disks, "md_arrays", "disks", Unit::None, Kind::Gauge, "", ""};
+    return {valueText(plain, row["disks_active"], style.charset) + " of " +
+            valueText(plain, row["disks_required"], style.charset)};
+}
+Cell arrayProgress(const RowValues &row, const Style &style) {
+    if (row["wait"].has() && row["wait"].asText() != "none")
+        return {std::string(displayText(row["wait"].asText(), style.charset)), Tone::Warning};
+    return row["sync_target_bytes"].has() ? shareCell(row.number("synced_bytes"), row.number("sync_target_bytes"), 2, 2)
+                                          : Cell{"-", Tone::Quiet};
+}
+constexpr ViewColumn arrays[] = {
+    {"array", "name", 0, 0, true},
+    {"level", "level"},
+    {"state", "state", 0, 0, true, arrayState, true},
+    {"in use", "disks_active", 0, 0, false, arrayDisks},
+    {"failed", "disks_failed", 0, 1},
+    {"spare", "disks_spare"},
     {"size", "size_bytes"},
-    {"not allocated", "unused_bytes"},
-    {"write errors/s", "write_errors_per_second", 0.001, 0.001},
-    {"read/s", "read_errors_per_second", 0.001, 0.001},
-    {"flush/s", "flush_errors_per_second", 0.001, 0.001},
-    {"corrupt/s", "corruption_errors_per_second", 0.001, 0.001},
-    {"generation/s", "generation_errors_per_second", 0.001, 0.001},
-    {"write errors", "write_errors_total", 1, 1},
-    {"read", "read_errors_total", 1, 1},
-    {"flush", "flush_errors_total", 1, 1},
-    {"corrupt", "corruption_errors_total", 1, 1},
-    {"generation", "generation_errors_total", 1, 1},
+    {"action", "action"},
+    {"done", "synced_bytes", 0, 0, false, arrayProgress},
+    {"speed", "sync_bytes_per_second"},
+    {"left", "sync_remaining_seconds"},
 };
 
-constexpr ViewColumn xfs[] = {
-    {"device", "device"},
-    {"read/s", "read_bytes_per_second"},
-    {"written/s", "written_bytes_per_second"},
-    {"reads/s", "read_calls_per_second"},
-    {"writes/s", "write_calls_per_second"},
-    {"lookups/s", "directory_lookups_per_second"},
-    {"log writes/s", "log_writes_per_second"},
-    {"log waits/s", "log_space_sleeps_per_second", 0.001, 10},
-    {"read", "read_bytes_total"},
-    {"written", "written_bytes_total"},
-    {"reads", "read_calls_total"},
-    {"writes", "write_calls_total"},
-    {"lookups", "directory_lookups_total"},
-    {"log writes", "log_writes_total"},
-};
-
-// Of some hundred values those that everybody looks at.
-bool isMinorValue(const RowValues &row) {
-    constexpr std::string_view main[] = {"hits",  "misses",   "size",     "c",         "c_min",
-                                         "c_max", "mfu_size", "mru_size", "data_size", "metadata_size"};
-    const std::string_view name = row["name"].asText();
-    return row["source"].asText() != "arcstats" || std::find(std::begin(main), std::end(main), name) == std::end(main);
-}
-constexpr ViewColumn zfs[] = {
-    {"source", "source"},
-    {"name", "name", 0, 0, true},
-    {"value", "value", 0, 0, true},
-    {"signed value", "signed_value"},
-};
-
-Cell poolState(const RowValues &row, const Style &style) {
+Cell controllerState(const RowValues &row, const Style &style) {
     const Value &state = row["state"];
     if (!state.has())
         return {"-", Tone::Quiet};
-    const bool online = state.asText() == "ONLINE";
-    const bool degraded = state.asText() == "DEGRADED";
-    return {std::string(displayText(state.asText(), style.charset)), online     ? Tone::Quiet
-                                                                     : degraded ? Tone::Warning
-                                                                                : Tone::Alarm};
+    return {std::string(displayText(state.asText(), style.charset)),
+            state.asText() == "live" ? Tone::Quiet : Tone::Alarm};
 }
-constexpr ViewColumn zfsPools[] = {
-    {"pool", "pool", 0, 0, true},        {"state", "state", 0, 0, true, poolState, true},
-    {"read/s", "read_bytes_per_second"}, {"written/s", "written_bytes_per_second"},
-    {"reads/s", "reads_per_second"},     {"writes/s", "writes_per_second"},
-    {"read", "read_bytes_total"},        {"written", "written_bytes_total"},
-};
-constexpr ViewColumn zfsDatasets[] = {
-    {"dataset", "dataset", 0, 0, true}, {"read/s", "read_bytes_per_second"}, {"written/s", "written_bytes_per_second"},
-    {"reads/s", "reads_per_second"},    {"writes/s", "writes_per_second"},   {"commits/s", "log_commits_per_second"},
-    {"read", "read_bytes_total"},       {"written", "written_bytes_total"},  {"reads", "reads_total"},
-    {"writes", "writes_total"},         {"commits", "log_commits_total"},
-};
-
-bool hasNoError(const RowValues &row) {
-    return row.number("corrected_errors_total") + row.number("uncorrected_errors_total") +
-               row.number("corrected_errors_per_second") + row.number("uncorrected_errors_per_second") ==
-           0;
+bool isLive(const RowValues &row) {
+    return row["state"].has() && row["state"].asText() == "live";
 }
 constexpr ViewColumn controllers[] = {
-    {"controller", "controller"},
-    {"name", "name"},
-    {"memory", "size_bytes"},
-    {"corrected", "corrected_errors_total", 1},
-    {"corrected/s", "corrected_errors_per_second", 0.001, 1},
-    {"uncorrected", "uncorrected_errors_total", 1, 1},
-    {"uncorrected/s", "uncorrected_errors_per_second", 0.001, 0.001},
-    {"since reset", "since_reset_seconds"},
+    {"controller", "name", 0, 0, true},
+    {"state", "state", 0, 0, true, controllerState, true},
+    {"model", "model"},
+    {"serial", "serial"},
+    {"firmware", "firmware"},
+    {"transport", "transport"},
+    {"address", "address"},
 };
-constexpr ViewColumn rows[] = {
-    {"controller", "controller"},
-    {"row", "row"},
-    {"corrected/s", "corrected_errors_per_second", 0.001, 1},
-    {"uncorrected/s", "uncorrected_errors_per_second", 0.001, 0.001},
-    {"corrected", "corrected_errors_total", 1},
-    {"uncorrected", "uncorrected_errors_total", 1, 1},
+
+constexpr ViewColumn tapes[] = {
+    {"drive", "name"},
+    {"read/s", "read_bytes_per_second"},
+    {"written/s", "written_bytes_per_second"},
+    {"reads/s", "reads_per_second"},
+    {"writes/s", "writes_per_second"},
+    {"read", "read_bytes_total"},
+    {"written", "written_bytes_total"},
+    {"reads", "reads_total"},
+    {"writes", "writes_total"},
+    {"in flight", "in_flight"},
+    {"residuals", "residuals_total"},
 };
-constexpr ViewColumn modules[] = {
-    {"controller", "controller"},
-    {"module", "module"},
-    {"label", "label"},
-    {"type", "type"},
-    {"size", "size_bytes"},
-    {"corrected/s", "corrected_errors_per_second", 0.001, 1},
-    {"uncorrected/s", "uncorrected_errors_per_second", 0.001, 0.001},
-    {"corrected", "corrected_errors_total", 1},
-    {"uncorrected", "uncorrected_errors_total", 1, 1},
+
+constexpr ViewColumn sets[] = {
+    {"set", "uuid"},
+    {"available", "cache_available_ratio"},
+    {"congested", "congested", 1, 0},
+    {"tree", "btree_cache_bytes"},
+    {"depth", "tree_depth"},
+    {"nodes", "btree_nodes"},
+};
+constexpr ViewColumn backing[] = {
+    {"set", "uuid"},
+    {"disk", "device", 0, 0, true},
+    {"state", "state", 0, 0, true},
+    {"hits/s", "hits_per_second"},
+    {"misses/s", "misses_per_second"},
+    {"bypassed/s", "bypassed_bytes_per_second"},
+    {"hits", "hits_total"},
+    {"misses", "misses_total"},
+    {"dirty", "dirty_bytes"},
+    {"written back/s", "writeback_bytes_per_second"},
+};
+constexpr ViewColumn caches[] = {
+    {"set", "uuid"},
+    {"disk", "device"},
+    {"errors", "io_errors", 1, 100},
+    {"written/s", "written_bytes_per_second"},
+    {"written", "written_bytes_total"},
+    {"metadata", "metadata_written_bytes_total"},
+};
+
+constexpr ViewColumn records[] = {
+    {"device", "name"},
+    {"model", "model"},
+    {"serial", "serial"},
+    {"path", "path"},
+    {"filesystem", "filesystem_type"},
+    {"uuid", "filesystem_uuid"},
+    {"mapped name", "mapper_name"},
+    {"volume group", "volume_group"},
 };
 
 constexpr View views[] = {
-    {.section = "btrfs", .heading = "BTRFS", .columns = btrfs, .onlyWithRows = true, .overviewLeast = notInOverview},
-    {.section = "btrfs_spaces",
-     .heading = "BTRFS SPACE",
-     .columns = btrfsSpaces,
-     .onlyWithRows = true,
-     .overviewLeast = notInOverview},
-    {.section = "btrfs_profiles",
-     .heading = "BTRFS PROFILES",
-     .columns = btrfsProfiles,
-     .onlyWithRows = true,
-     .overviewLeast = notInOverview},
-    {.section = "btrfs_devices",
-     .heading = "BTRFS DEVICES",
-     .columns = btrfsDevices,
-     .onlyWithRows = true,
-     .overviewLeast = notInOverview},
-    {.section = "xfs", .heading = "XFS", .columns = xfs, .onlyWithRows = true, .overviewLeast = notInOverview},
-    {.section = "zfs",
-     .heading = "ZFS",
-     .columns = zfs,
-     .onlyWithRows = true,
-     .overviewLeast = notInOverview,
-     .hides = isMinorValue,
-     .hidden = "of less interest"},
-    {.section = "zfs_pools", .heading = "ZFS POOLS", .columns = zfsPools, .onlyWithRows = true, .overviewRows = 16},
-    {.section = "zfs_datasets",
-     .heading = "ZFS DATASETS",
-     .columns = zfsDatasets,
-     .order = "written_bytes_per_second",
-     .orderWithoutRates = "written_bytes_total",
-     .onlyWithRows = true,
-     .overviewLeast = notInOverview},
-    {.section = "edac_controllers",
-     .heading = "MEMORY ERRORS",
+    {.section = "md_arrays", .heading = "MD ARRAYS", .columns = arrays, .onlyWithRows = true, .overviewRows = 16},
+    {.section = "nvme_states",
+     .heading = "NVME CONTROLLERS",
      .columns = controllers,
      .onlyWithRows = true,
-     .overviewHides = hasNoError,
-     .overviewHidden = "without errors"},
-    {.section = "edac_rows",
-     .heading = "MEMORY ERRORS OF ROWS",
-     .columns = rows,
+     .overviewRows = 16,
+     .overviewHides = isLive,
+     .overviewHidden = "live"},
+    {.section = "tapes", .heading = "TAPES", .columns = tapes, .onlyWithRows = true, .overviewRows = 16},
+    {.section = "bcache_sets", .heading = "BCACHE", .columns = sets, .onlyWithRows = true},
+    {.section = "bcache_backing_devices", .heading = "BCACHE DISKS", .columns = backing, .onlyWithRows = true},
+    {.section = "bcache_cache_devices",
+     .heading = "BCACHE CACHES",
+     .columns = caches,
      .onlyWithRows = true,
-     .overviewLeast = notInOverview,
-     .hides = hasNoError,
-     .hidden = "without errors"},
-    {.section = "edac_modules",
-     .heading = "MEMORY ERRORS OF MODULES",
-     .columns = modules,
+     .overviewLeast = notInOverview},
+    {.section = "udev_disks",
+     .heading = "UDEV",
+     .columns = records,
      .onlyWithRows = true,
-     .overviewLeast = notInOverview,
-     .hides = hasNoError,
-     .hidden = "without errors"},
+     .overviewLeast = notInOverview},
 };
 
 } // namespace

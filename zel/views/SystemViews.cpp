@@ -46,6 +46,14 @@ constexpr ViewColumn identity[] = {
     {"container", "container"},  {"vendor", "machine_vendor"}, {"model", "machine_name"},
 };
 
+constexpr ViewColumn dmi[] = {
+    {"machine", "product_name"},   {"vendor", "system_vendor"},
+    {"serial", "product_serial"},  {"uuid", "product_uuid"},
+    {"board", "board_name"},       {"firmware", "bios_version"},
+    {"of", "bios_date"},           {"by", "bios_vendor"},
+    {"chassis", "chassis_vendor"}, {"asset", "chassis_asset_tag"},
+};
+
 constexpr ViewColumn processors[] = {
     {"cpu", "cpu"},
     {"busy", "busy_ratio", 0.8, 0.95},
@@ -67,8 +75,10 @@ constexpr ViewColumn processors[] = {
     {"steal", "steal_seconds_total"},
     {"idle", "idle_seconds_total"},
     {"guest", "guest_seconds_total"},
+    {"waiting/s", "waiting_seconds_per_second", 1, 8},
     {"frequency", "frequency_hertz"},
     {"throttled", "core_throttles_total"},
+    {"isolated", "isolated"},
 };
 
 constexpr ViewColumn load[] = {
@@ -187,6 +197,12 @@ constexpr ViewColumn softirqs[] = {
 
 constexpr View views[] = {
     {.section = "identity", .heading = "HOST", .layout = View::Layout::Pairs, .columns = identity, .inHeadLine = true},
+    {.section = "dmi",
+     .heading = "FIRMWARE",
+     .layout = View::Layout::Pairs,
+     .columns = dmi,
+     .onlyWithRows = true,
+     .inHeadLine = true},
     {.section = "cpu", .heading = "CPU", .layout = View::Layout::TotalsNext},
     {.section = "processors", .heading = "CPU", .columns = processors, .overviewRows = 16},
     {.section = "load", .heading = "LOAD", .layout = View::Layout::Pairs, .columns = load},

@@ -7,10 +7,11 @@ namespace zel {
 
 std::span<const View> systemViews();
 std::span<const View> deviceViews();
+std::span<const View> storageViews();
 std::span<const View> networkViews();
 std::span<const View> processViews();
 std::span<const View> sensorViews();
-std::span<const View> storageViews();
+std::span<const View> volumeViews();
 std::span<const View> storageNetworkViews();
 std::span<const View> cgroupViews();
 std::span<const View> gpuViews();

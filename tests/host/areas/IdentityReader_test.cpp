@@ -43,6 +43,48 @@ TEST(IdentityReader, ReleaseFileIsReadAsAShellReadsIt) {
     EXPECT_TRUE(holds(identity.osPrettyName, "plain words"));
 }
 
+TEST(IdentityReader, ReleaseFileHasAllOfItsNames) {
+    SampledHost host(Area::Identity,
+                     {{"etc/os-release", "NAME=\"Ubuntu\"\nID=ubuntu\nID_LIKE=debian\n"
+                                         "VERSION=\"20.04.2 LTS (Focal Fossa)\"\nVERSION_ID=\"20.04\"\n"
+                                         "VERSION_CODENAME=focal\nBUILD_ID=7\nIMAGE_ID=cloud\nIMAGE_VERSION=33\n"
+                                         "VARIANT=\"Server Edition\"\nVARIANT_ID=server\n"}});
+    const zel::Identity &identity = host.take().identity;
+    EXPECT_TRUE(holds(identity.osVersion, "20.04"));
+    EXPECT_TRUE(holds(identity.osIdLike, "debian"));
+    EXPECT_TRUE(holds(identity.osVersionName, "20.04.2 LTS (Focal Fossa)"));
+    EXPECT_TRUE(holds(identity.osCodename, "focal"));
+    EXPECT_TRUE(holds(identity.osBuildId, "7"));
+    EXPECT_TRUE(holds(identity.osImageId, "cloud"));
+    EXPECT_TRUE(holds(identity.osImageVersion, "33"));
+    EXPECT_TRUE(holds(identity.osVariant, "Server Edition"));
+    EXPECT_TRUE(holds(identity.osVariantId, "server"));
+}
+
+TEST(IdentityReader, FirmwareHasItsTextsAndEmptyOnesAreEmpty) {
+    SampledHost host(Area::Identity, {{"sys/class/dmi/id/sys_vendor", "Dell Inc.\n"},
+                                      {"sys/class/dmi/id/product_name", "PowerEdge R6515\n"},
+                                      {"sys/class/dmi/id/product_version", " \n"},
+                                      {"sys/class/dmi/id/board_serial", ".7N62AI2.\n"},
+                                      {"sys/class/dmi/id/bios_date", "04/12/2021\n"},
+                                      {"sys/class/dmi/id/chassis_type", "23\n"}});
+    const zel::Dmi &dmi = host.take().dmi;
+    EXPECT_TRUE(holds(dmi.systemVendor, "Dell Inc."));
+    EXPECT_TRUE(holds(dmi.productName, "PowerEdge R6515"));
+    EXPECT_TRUE(holds(dmi.productVersion, ""));
+    EXPECT_TRUE(holds(dmi.boardSerial, ".7N62AI2."));
+    EXPECT_TRUE(holds(dmi.biosDate, "04/12/2021"));
+    EXPECT_TRUE(lacks(dmi.productSerial, Absence::Unsupported));
+}
+
+TEST(IdentityReader, AMachineWithoutFirmwareTextsLacksThemAll) {
+    SampledHost host(Area::Identity, {{"proc/uptime", "1 1\n"}});
+    const zel::Sample &sample = host.take();
+    EXPECT_TRUE(lacks(sample.dmi.systemVendor, Absence::Unsupported));
+    EXPECT_TRUE(lacks(sample.dmi.productUuid, Absence::Unsupported));
+    EXPECT_EQ(failureOf(sample, Area::Identity), NO_FAILURE);
+}
+
 TEST(IdentityReader, LastAssignmentCounts) {
     SampledHost host(Area::Identity, {{"etc/os-release", "ID=one\nID=two"}});
     EXPECT_TRUE(holds(host.take().identity.osId, "two"));

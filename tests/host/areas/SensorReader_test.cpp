@@ -4,6 +4,7 @@
 #include "SampledHost.h"
 #include "SensorTree.h"
 #include "host/Rates.h"
+#include "host/areas/SensorPlan.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -158,6 +159,44 @@ TEST_F(SensorReader, ACounterIsNeverNegative) {
     EXPECT_TRUE(lacks(sample.powerZones[0].consumedRange, Absence::Malformed));
 }
 
+TEST_F(SensorReader, VoltagesThatProcessorsAskForAndTheTableTheyComeFrom) {
+    m_tree.device("hwmon/hwmon0",
+                  {{"name", "w83627hf\n"}, {"vrm", "90\n"}, {"cpu0_vid", "1475\n"}, {"cpu1_vid", "none\n"}});
+    const Sample &sample = take();
+    ASSERT_EQ(sample.sensorChips.size(), 1U);
+    EXPECT_TRUE(holds(sample.sensorChips[0].voltageRegulator, 90));
+    ASSERT_EQ(sample.processorVoltages.size(), 2U);
+    EXPECT_EQ(sample.processorVoltages[0].chip, "w83627hf");
+    EXPECT_EQ(sample.processorVoltages[0].sensor, "cpu0");
+    EXPECT_TRUE(holds(sample.processorVoltages[0].requested, 1.475));
+    EXPECT_TRUE(lacks(sample.processorVoltages[1].requested, Absence::Malformed));
+}
+
+TEST_F(SensorReader, WhatADriverHasBesideTheCommonNamesIsASetting) {
+    m_tree.device("hwmon/hwmon0", {{"name", "nct6779\n"},
+                                   {"pwm1", "127\n"},
+                                   {"pwm1_auto_point2_temp", "30000\n"},
+                                   {"pwm1_auto_point1_pwm", "153\n"},
+                                   {"fan1_tolerance", "-3\n"},
+                                   {"power1_oem_info", "a text\n"},
+                                   {"temp1_reset_history", "1\n"},
+                                   {"cpu0_other", "1\n"},
+                                   {"pwm1_" + std::string(zel::SENSOR_FILE_AT_MOST, 'x'), "1\n"}});
+    const Sample &sample = take();
+    ASSERT_EQ(sample.sensorSettings.size(), 4U);
+    EXPECT_EQ(sample.sensorSettings[0].chip, "nct6779");
+    EXPECT_EQ(sample.sensorSettings[0].sensor, "fan1");
+    EXPECT_EQ(sample.sensorSettings[0].attribute, "tolerance");
+    EXPECT_TRUE(holds(sample.sensorSettings[0].value, -3));
+    EXPECT_EQ(sample.sensorSettings[1].attribute, "oem_info");
+    EXPECT_TRUE(lacks(sample.sensorSettings[1].value, Absence::Unsupported)) << "it need not be a number";
+    EXPECT_EQ(sample.sensorSettings[2].attribute, "auto_point1_pwm");
+    EXPECT_TRUE(holds(sample.sensorSettings[2].value, 153));
+    EXPECT_EQ(sample.sensorSettings[3].attribute, "auto_point2_temp");
+    EXPECT_TRUE(holds(sample.sensorSettings[3].value, 30000)) << "as the kernel writes it";
+    EXPECT_EQ(failureOf(sample, Area::Sensors), NO_FAILURE);
+}
+
 TEST_F(SensorReader, NamesThatAreNoneOfTheInterfaceAreLeftOut) {
     m_tree.device("hwmon/hwmon0", {{"name", "x\n"},
                                    {"temp_input", "1\n"},
@@ -174,6 +213,7 @@ TEST_F(SensorReader, NamesThatAreNoneOfTheInterfaceAreLeftOut) {
     EXPECT_TRUE(sample.temperatures.empty());
     EXPECT_TRUE(sample.voltages.empty());
     EXPECT_TRUE(sample.fanControls.empty());
+    EXPECT_EQ(sample.sensorSettings.size(), 2U) << "nonsense of temp1, and the point of pwm1";
 }
 
 TEST_F(SensorReader, WhatIsNoFileHoldsNothingUp) {
