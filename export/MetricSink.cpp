@@ -9,7 +9,6 @@ namespace zel {
 
 namespace {
 
-constexpr std::string_view replacement = "\xef\xbf\xbd"; // U+FFFD
 constexpr std::string_view total = "_total", info = "_info";
 
 bool isCounter(std::string_view name, MetricType type) {
@@ -40,16 +39,6 @@ std::string_view typeName(MetricFormat format, std::string_view name, MetricType
     return open ? "unknown" : "untyped";
 }
 
-void appendPlain(std::string &out, std::string_view text, std::string_view special) {
-    std::size_t start = 0;
-    for (std::size_t at = text.find_first_of(special); at != text.npos; at = text.find_first_of(special, at + 1)) {
-        out.append(text.substr(start, at - start));
-        out += '\\';
-        start = at;
-    }
-    out.append(text.substr(start));
-}
-
 // Whether the byte stands for itself in every place: most texts are made of such bytes alone.
 constexpr bool isOrdinary(char byte) {
     return isPlainByte(byte) && byte != '"' && byte != '\\';
@@ -62,9 +51,9 @@ void appendEscapedText(std::string &out, std::string_view text, std::string_view
     out.append(text.substr(0, ordinary));
     forEachPiece(text.substr(ordinary), [&](std::string_view piece, const Character &first) {
         if (first.kind == Character::Kind::Plain)
-            appendPlain(out, piece, special);
+            appendWithBackslashes(out, piece, special);
         else if (first.kind == Character::Kind::Broken)
-            out += replacement;
+            out += REPLACEMENT;
         else if (piece == "\n")
             out += "\\n";
         else

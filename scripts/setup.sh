@@ -35,7 +35,7 @@ dmidecode /usr/sbin/dmidecode
 pciutils /usr/bin/lspci
 pci.ids /usr/share/misc/pci.ids
 ethtool /usr/sbin/ethtool
-python3 /usr/bin/python3"
+prometheus-node-exporter /usr/bin/prometheus-node-exporter"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file

@@ -42,7 +42,47 @@ constexpr KnownField<Disk> fields[] = {
      "Time of all flushes together, waiting included."},
 };
 
-constexpr KnownTable<Disk> table{.rows = &Sample::disks, .labels = labels, .fields = fields, .infos = infos};
+constexpr std::string_view digits = "0123456789";
+
+// Takes a number off the end; false where there is none.
+bool dropNumber(std::string_view &name) {
+    const std::size_t length = name.find_last_not_of(digits) + 1;
+    const bool has = length < name.size();
+    name = name.substr(0, length);
+    return has;
+}
+
+// "sda" of "sda1": four kinds of disk that have one letter, not those with more.
+bool isLetteredDisk(std::string_view stem) {
+    if (stem.size() < 3 || stem.back() < 'a' || stem.back() > 'z')
+        return false;
+    const std::string_view kind = stem.substr(0, stem.size() - 1);
+    return kind == "hd" || kind == "sd" || kind == "vd" || kind == "xvd";
+}
+
+// "nvme0n1p" of "nvme0n1p2".
+bool isNvmePartition(std::string_view stem) {
+    if (!stem.ends_with('p'))
+        return false;
+    stem.remove_suffix(1);
+    if (!dropNumber(stem) || !stem.ends_with('n'))
+        return false;
+    stem.remove_suffix(1);
+    return dropNumber(stem) && stem == "nvme";
+}
+
+// All but memory disks, loop devices, floppy disks and the partitions of most disks.
+bool isShown(const Disk &disk) {
+    std::string_view stem = disk.name;
+    if (!dropNumber(stem))
+        return true;
+    const bool leftOut =
+        stem == "ram" || stem == "loop" || stem == "fd" || isLetteredDisk(stem) || isNvmePartition(stem);
+    return !leftOut;
+}
+
+constexpr KnownTable<Disk> table{
+    .rows = &Sample::disks, .labels = labels, .fields = fields, .infos = infos, .isShown = isShown};
 
 void write(const Sample &sample, MetricSink &sink) {
     writeKnown(table, sample, sink);

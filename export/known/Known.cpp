@@ -6,7 +6,9 @@ namespace zel {
 namespace {
 
 constexpr const KnownMetrics *all[] = {
-    &knownDisks,
+    &knownIdentity,  &knownProcessors, &knownLoad,        &knownPressure,         &knownMemory,  &knownVm,
+    &knownActivity,  &knownDisks,      &knownFilesystems, &knownInterfaceTraffic, &knownSensors, &knownTime,
+    &knownProtocols, &knownSockets,    &knownPacketPath,  &knownLimits,
 };
 
 } // namespace

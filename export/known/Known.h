@@ -34,7 +34,7 @@
 #pragma once
 
 #include "export/MetricSink.h"
-#include "host/Sample.h"
+#include "export/Walk.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -69,47 +69,59 @@ template<class Row> struct KnownInfo {
 template<class Row> struct KnownTable {
     Row Sample::*one = nullptr;        // the struct of a sample,
     Rows<Row> Sample::*rows = nullptr; // or the list of them
-    std::span<const KnownLabel<Row>> labels;
-    std::span<const KnownField<Row>> fields;
+    std::span<const KnownLabel<Row>> labels = {};
+    std::span<const KnownField<Row>> fields = {};
     std::span<const KnownInfo<Row>> infos = {};
     bool (*isShown)(const Row &) = nullptr; // null: all
 
-    std::span<const Row> of(const Sample &sample) const {
-        if (one != nullptr)
-            return {&(sample.*one), 1};
-        return {(sample.*rows).begin(), (sample.*rows).size()};
-    }
+    std::span<const Row> of(const Sample &sample) const { return rowsOf(sample, one, rows); }
     bool shows(const Row &row) const { return isShown == nullptr || isShown(row); }
 };
 
-/// The fields of the schema that have a known name.
+/// The fields of the schema that have a known name, and the names that labels have in the known families.
 class KnownFields {
 public:
     template<class Row> void add(std::initializer_list<Member<Row>> members) {
         for (const Member<Row> &member : members)
-            add(member);
+            m_families.push_back(familyOf(member));
     }
     template<class Row> void add(const KnownTable<Row> &table) {
         for (const KnownLabel<Row> &label : table.labels)
-            add(label.member);
+            m_labels.push_back({familyOf(label.member), label.name});
         for (const KnownField<Row> &field : table.fields)
-            add(field.member);
-        for (const KnownInfo<Row> &info : table.infos)
+            m_families.push_back(familyOf(field.member));
+        for (const KnownInfo<Row> &info : table.infos) {
             for (const KnownLabel<Row> &label : info.labels)
-                add(label.member);
+                m_families.push_back(familyOf(label.member));
+        }
     }
+
     bool has(const Family &family) const {
         return std::find(m_families.begin(), m_families.end(), &family) != m_families.end();
     }
+    /// The name of a label of the schema in families of our own: the known one, so that both can be joined.
+    std::string_view labelName(const Family &family) const {
+        const auto found = std::find_if(m_labels.begin(), m_labels.end(),
+                                        [&family](const Renamed &label) { return label.family == &family; });
+        return found == m_labels.end() ? family.name : found->name;
+    }
 
 private:
-    template<class Row> void add(const Member<Row> &member) {
-        for (const Field<Row> &field : fieldsOf<Row>())
+    struct Renamed {
+        const Family *family;
+        std::string_view name;
+    };
+
+    template<class Row> const Family *familyOf(const Member<Row> &member) {
+        for (const Field<Row> &field : fieldsOf<Row>()) {
             if (field.member == member)
-                m_families.push_back(&field.family);
+                return &field.family;
+        }
+        return nullptr;
     }
 
     std::vector<const Family *> m_families; // of the schema's tables, which last as long as the program
+    std::vector<Renamed> m_labels;
 };
 
 /// What one file of this folder gives.
@@ -119,7 +131,22 @@ struct KnownMetrics {
     void (*listFields)(KnownFields &);
 };
 
+extern const KnownMetrics knownActivity;
 extern const KnownMetrics knownDisks;
+extern const KnownMetrics knownFilesystems;
+extern const KnownMetrics knownIdentity;
+extern const KnownMetrics knownInterfaceTraffic;
+extern const KnownMetrics knownLimits;
+extern const KnownMetrics knownLoad;
+extern const KnownMetrics knownMemory;
+extern const KnownMetrics knownPacketPath;
+extern const KnownMetrics knownPressure;
+extern const KnownMetrics knownProcessors;
+extern const KnownMetrics knownProtocols;
+extern const KnownMetrics knownSensors;
+extern const KnownMetrics knownSockets;
+extern const KnownMetrics knownTime;
+extern const KnownMetrics knownVm;
 
 /// All of them, in the order in which they are written.
 std::span<const KnownMetrics *const> knownMetrics();
