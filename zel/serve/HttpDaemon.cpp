@@ -73,8 +73,9 @@ HttpDaemon::HttpDaemon(TlsTexts tls, std::size_t requestBytes, HttpEvents &event
         options.push_back({MHD_OPTION_HTTPS_PRIORITIES, 0, const_cast<char *>(tlsVersions)});
     }
     options.push_back({MHD_OPTION_END, 0, nullptr});
-    const unsigned flags = MHD_USE_EPOLL | MHD_USE_NO_LISTEN_SOCKET | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG |
-                           (m_tls.isUsed() ? MHD_USE_TLS : 0U);
+    unsigned flags = MHD_USE_EPOLL | MHD_USE_NO_LISTEN_SOCKET | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG;
+    if (m_tls.isUsed())
+        flags |= MHD_USE_TLS;
     m_daemon = MHD_start_daemon(
         flags, 0, nullptr, nullptr, noteHead, &events, MHD_OPTION_EXTERNAL_LOGGER, noteComplaint, &m_complaint,
         MHD_OPTION_CONNECTION_LIMIT, connectionsAtMost, MHD_OPTION_CONNECTION_MEMORY_LIMIT, requestBytes + answerBytes,
