@@ -14,7 +14,10 @@ pkg-config /usr/bin/pkg-config
 libtirpc-dev /usr/include/tirpc/rpc/rpc.h
 libtirpc-common /etc/netconfig
 libcli11-dev /usr/include/CLI/CLI.hpp
-nlohmann-json3-dev /usr/include/nlohmann/json.hpp"
+nlohmann-json3-dev /usr/include/nlohmann/json.hpp
+libmicrohttpd-dev /usr/include/microhttpd.h
+zlib1g-dev /usr/include/zlib.h
+libzstd-dev /usr/include/zstd.h"
 test="$build
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h
@@ -35,6 +38,9 @@ dmidecode /usr/sbin/dmidecode
 pciutils /usr/bin/lspci
 pci.ids /usr/share/misc/pci.ids
 ethtool /usr/sbin/ethtool
+curl /usr/bin/curl
+openssl /usr/bin/openssl
+zstd /usr/bin/zstd
 prometheus-node-exporter /usr/bin/prometheus-node-exporter"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps
