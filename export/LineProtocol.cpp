@@ -27,7 +27,7 @@ class LineSink {
 public:
     LineSink(std::string_view host, std::int64_t nanoseconds, std::string &fields, std::string &out)
         : m_host(host), m_fields(fields), m_out(out) {
-        m_timeEnd = writeSignedDecimal(m_time, nanoseconds);
+        m_timeLength = static_cast<std::size_t>(writeSignedDecimal(m_time, nanoseconds) - m_time);
     }
 
     void beginSection(std::string_view name, bool) { m_measurement = name; }
@@ -46,7 +46,7 @@ public:
         m_out += ' ';
         m_out += m_fields;
         m_out += ' ';
-        m_out.append(m_time, m_timeEnd);
+        m_out.append(m_time, m_timeLength);
         m_out += '\n';
     }
     void field(const Family &family, const Value &value) {
@@ -95,7 +95,7 @@ private:
 
     std::string_view m_host, m_measurement;
     char m_time[LONGEST_DECIMAL + 1];
-    const char *m_timeEnd;
+    std::size_t m_timeLength;
     std::size_t m_start = 0;
     std::string &m_fields, &m_out;
 };
