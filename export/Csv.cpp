@@ -9,7 +9,6 @@ namespace zel {
 namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
-constexpr std::string_view replacement = "\xef\xbf\xbd"; // U+FFFD
 
 void appendPlain(std::string &out, std::string_view text) {
     std::size_t start = 0;
@@ -109,7 +108,7 @@ void appendCsvText(std::string &out, std::string_view text) {
         if (first.kind == Character::Kind::Plain)
             appendPlain(out, piece);
         else
-            out += replacement;
+            out += REPLACEMENT;
     });
     if (quoted)
         out += '"';

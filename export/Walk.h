@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -27,6 +28,16 @@ namespace zel {
 /// Whether `areas` names the area; an empty list names all.
 inline bool isShown(std::span<const Area> areas, Area area) {
     return areas.empty() || std::find(areas.begin(), areas.end(), area) != areas.end();
+}
+
+/// The rows of a list of a sample, or a struct of it as the only one; one of both members is null.
+template<class Row> std::span<const Row> rowsOf(const Sample &sample, Row Sample::*one, Rows<Row> Sample::*many) {
+    if (one != nullptr)
+        return {&(sample.*one), 1};
+    return {(sample.*many).begin(), (sample.*many).size()};
+}
+template<class Row> std::span<const Row> rowsOf(const Sample &sample, const Section<Row> &section) {
+    return rowsOf(sample, section.one, section.many);
 }
 
 /// The family of the rate of a counter: "faults_total" gives "faults_per_second", "some_seconds_total" gives

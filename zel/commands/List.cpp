@@ -125,7 +125,7 @@ struct Request {
 Request readValues(const Arguments &arguments, std::string &problem) {
     Request request;
     request.areas = readAreas(arguments.words, problem);
-    request.format = readFormat(arguments.value("--format"), problem);
+    request.format = readFormat(arguments.value("--format"), problem, std::span(FORMATS).first(3));
     request.rates = arguments.has("--rates");
     request.absent = arguments.has("--absent");
     request.wide = arguments.has("--wide");
