@@ -25,9 +25,10 @@ constexpr std::string_view about =
     "that it names are looked at as the user who asks sees them: the token, the certificate and whether the key is its "
     "own, directories. Nothing is listened to, so that a port that is taken does not show.";
 
-constexpr Example exitStatus[] = {{"0", "the configuration is right"},
-                                  {"1", "it has errors, a file that it names is missing or does not fit, or the output failed"},
-                                  {"2", "the command line is wrong"}};
+constexpr Example exitStatus[] = {
+    {"0", "the configuration is right"},
+    {"1", "it has errors, a file that it names is missing or does not fit, or the output failed"},
+    {"2", "the command line is wrong"}};
 
 Arguments configured(const ConfigFile &file, const Command &command) {
     return withConfiguration(file.configuration, command, {});
@@ -96,8 +97,8 @@ int runCheck(const Command &command, const Arguments &arguments) {
 
 } // namespace
 
-const Command checkCommand{"check", "[FILE]", "what the configuration does, and what is wrong with it",
-                           about,   {},       examples,
+const Command checkCommand{"check",    "[FILE]", "what the configuration does, and what is wrong with it",
+                           about,      {},       examples,
                            exitStatus, runCheck};
 
 } // namespace zel

@@ -36,9 +36,10 @@ constexpr std::string_view about =
     "Only programs of this machine reach it, unless --listen says otherwise; then a token or TLS has to protect it. "
     "Nothing is sent anywhere by itself.";
 
-constexpr Example exitStatus[] = {{"0", "ended by SIGTERM or Ctrl-C"},
-                                  {"1", "an address cannot be listened to, or a file of the configuration does not fit"},
-                                  {"2", "the command line or the configuration is wrong"}};
+constexpr Example exitStatus[] = {
+    {"0", "ended by SIGTERM or Ctrl-C"},
+    {"1", "an address cannot be listened to, or a file of the configuration does not fit"},
+    {"2", "the command line or the configuration is wrong"}};
 
 struct Configured {
     ServeSettings settings;
@@ -117,7 +118,8 @@ private:
         if (configured.problems.size() > 1)
             problem += " (and " + std::to_string(configured.problems.size() - 1) + " more: zel check)";
         const bool isTaken = problem.empty() && m_server.reload(configured.settings, problem);
-        complain(isTaken ? "the configuration is taken" : "the configuration is refused, the old one stays: " + problem);
+        complain(isTaken ? "the configuration is taken"
+                         : "the configuration is refused, the old one stays: " + problem);
         m_manager.sayReady(status() + (isTaken ? "" : "; a configuration was refused"));
     }
 
@@ -148,8 +150,14 @@ std::string problemOfServe(const Arguments &arguments) {
 
 } // namespace
 
-const Command serveCommand{"serve",  "",             "this host over HTTP: metrics for Prometheus, JSON, events",
-                           about,    serveOptions(), examples,
-                           exitStatus, runServe,     problemOfServe};
+const Command serveCommand{"serve",
+                           "",
+                           "this host over HTTP: metrics for Prometheus, JSON, events",
+                           about,
+                           serveOptions(),
+                           examples,
+                           exitStatus,
+                           runServe,
+                           problemOfServe};
 
 } // namespace zel

@@ -53,8 +53,8 @@ void checkDirectory(const char *key, const std::string &path, std::vector<std::s
 
 std::string listenSentence(const ServeSettings &settings) {
     const std::string where = joined(settings.listen, itself);
-    return "listens on " + where + (isOfThisHost(settings) ? ": only programs of this machine reach it"
-                                                           : ": other machines reach it");
+    return "listens on " + where +
+           (isOfThisHost(settings) ? ": only programs of this machine reach it" : ": other machines reach it");
 }
 
 std::string readerSentence(const ServeSettings &settings) {
@@ -94,7 +94,8 @@ std::string metricsSentence(const ServeSettings &settings) {
 std::string departureSentence(const ServeSettings &settings) {
     const std::string lines = settings.commandLines ? "command lines of processes are given to those who ask"
                                                     : "command lines of processes are given to nobody";
-    const std::string rest = isOfThisHost(settings) ? "nothing leaves this machine" : "what is asked for leaves this machine";
+    const std::string rest =
+        isOfThisHost(settings) ? "nothing leaves this machine" : "what is asked for leaves this machine";
     return "sends nothing by itself: " + rest + "; " + lines;
 }
 
@@ -119,8 +120,9 @@ std::vector<std::string> problemsOf(const ServeSettings &settings) {
 }
 
 std::vector<std::string> planOf(const ServeSettings &settings) {
-    return {listenSentence(settings),    readerSentence(settings), transportSentence(settings), sampleSentence(settings),
-            metricsSentence(settings), departureSentence(settings), limitSentence(settings)};
+    return {listenSentence(settings), readerSentence(settings),  transportSentence(settings),
+            sampleSentence(settings), metricsSentence(settings), departureSentence(settings),
+            limitSentence(settings)};
 }
 
 } // namespace zel

@@ -58,7 +58,8 @@ std::string problemOfPair(std::string &certificate, std::string &key) {
     if (credentials == nullptr)
         return {};
     const gnutls_datum_t certificateDatum = datumOf(certificate), keyDatum = datumOf(key);
-    const int result = gnutls_certificate_set_x509_key_mem(credentials.get(), &certificateDatum, &keyDatum, GNUTLS_X509_FMT_PEM);
+    const int result =
+        gnutls_certificate_set_x509_key_mem(credentials.get(), &certificateDatum, &keyDatum, GNUTLS_X509_FMT_PEM);
     return result < 0 ? gnutls_strerror(result) : "";
 }
 
