@@ -112,7 +112,7 @@ bool isSameName(std::string_view one, std::string_view other) {
 std::vector<SocketAddress> readListen(std::string_view text, std::string &problem) {
     const HostAndPort split = splitHost(text);
     const std::optional<std::uint16_t> port = readPort(split.port);
-    const std::string wrong = "'" + std::string(text) + "' is no address to listen on";
+    const std::string wrong = std::string("'").append(text).append("' is no address to listen on");
     if (!split.isFormed || !split.hasPort || !port) {
         problem = wrong + ": it needs an address and a port, such as 127.0.0.1:9100, [::1]:9100 or :9100";
         return {};
@@ -136,7 +136,7 @@ std::string addressText(const SocketAddress &address) {
     }
     const sockaddr_in6 six = asSix(address);
     inet_ntop(AF_INET6, &six.sin6_addr, text, sizeof(text));
-    return '[' + std::string(text) + "]:" + std::to_string(ntohs(six.sin6_port));
+    return std::string("[").append(text).append("]:").append(std::to_string(ntohs(six.sin6_port)));
 }
 
 bool isLoopback(const SocketAddress &address) {

@@ -84,10 +84,11 @@ struct TextfileDirectory::Files {
         std::vector<std::string> paths = listPaths(found->problems);
         std::vector<OneFile> now;
         bool isChanged = paths.size() != known.size() || content == nullptr;
+        std::size_t bytesLeft = totalBytesAtMost;
         for (std::string &one : paths) {
             OneFile file;
             file.path = std::move(one);
-            isChanged = readChanged(file) || isChanged;
+            isChanged = readChanged(file, bytesLeft) || isChanged;
             now.push_back(std::move(file));
         }
         known = std::move(now);
@@ -127,7 +128,7 @@ private:
     }
 
     // Takes over what is known of a file that did not change. True when it did.
-    bool readChanged(OneFile &file) {
+    bool readChanged(OneFile &file, std::size_t &bytesLeft) {
         const auto before = std::lower_bound(known.begin(), known.end(), file);
         const bool isKnown = before != known.end() && before->path == file.path;
         struct stat status {};
@@ -138,12 +139,14 @@ private:
         file.mark = FileMark(status);
         if (isKnown && before->mark == file.mark) {
             file.content = std::move(before->content);
+            bytesLeft -= std::min(bytesLeft, static_cast<std::size_t>(file.mark.size));
             return false;
         }
-        readOne(file);
+        readOne(file, bytesLeft);
         return true;
     }
-    void readOne(OneFile &file) const {
+    // What does not fit into what is left for all files is looked at again when it changes.
+    void readOne(OneFile &file, std::size_t &bytesLeft) const {
         const ScopedDescriptor opened = openRegular(file.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
         struct stat status {};
         std::string text;
@@ -152,26 +155,26 @@ private:
             return;
         }
         file.mark = FileMark(status);
-        if (readFile(opened.get(), limits.bytes, text))
+        const std::size_t most = std::min(limits.bytes, bytesLeft);
+        if (readFile(opened.get(), most, text))
             file.content = readMetricsText(text);
+        else if (errno != EFBIG)
+            file.content.problem = std::strerror(errno);
+        else if (most == limits.bytes)
+            file.content.problem = "longer than " + std::to_string(limits.bytes) + " bytes";
         else
-            file.content.problem = errno == EFBIG ? "longer than " + std::to_string(limits.bytes) + " bytes"
-                                                  : std::strerror(errno);
+            file.content.problem = "all files together are longer than " + std::to_string(totalBytesAtMost) + " bytes";
+        bytesLeft -= std::min(bytesLeft, text.size());
     }
 
     void merge(TextfileContent &into) const {
         TextfileMerge merged;
-        std::size_t bytes = 0;
         for (const OneFile &file : known) {
-            bytes += static_cast<std::size_t>(file.mark.size);
-            if (bytes > totalBytesAtMost) {
-                into.problems.push_back(path + ": all files together are longer than " +
-                                        std::to_string(totalBytesAtMost) + " bytes");
-                break;
-            }
             if (!file.content.problem.empty()) {
-                const std::string line = file.content.line > 0 ? ":" + std::to_string(file.content.line) : "";
-                into.problems.push_back(file.path + line + ": " + file.content.problem);
+                std::string place = file.path;
+                if (file.content.line > 0)
+                    place.append(":").append(std::to_string(file.content.line));
+                into.problems.push_back(place + ": " + file.content.problem);
                 continue;
             }
             into.files.push_back({file.path, file.mark.modified.tv_sec});
