@@ -43,17 +43,15 @@ constexpr Example exitStatus[] = {
 
 struct Configured {
     ServeSettings settings;
-    std::vector<std::string> problems;
+    std::vector<std::string> problems; // of the file
+    std::string problem;               // of the command line
 };
 
 Configured configuredSettings(const Command &command, const Arguments &given) {
     const ConfigFile file = readConfigFileOf(given);
-    if (!file.problems.empty())
-        return {{}, file.problems};
-    std::string problem;
-    Configured result{readServeSettings(withConfiguration(file.configuration, command, given), problem), {}};
-    if (!problem.empty())
-        result.problems = {problem};
+    Configured result{{}, file.problems, {}};
+    if (file.problems.empty())
+        result.settings = readServeSettings(withConfiguration(file.configuration, command, given), result.problem);
     return result;
 }
 
@@ -68,6 +66,8 @@ public:
             complain(problem);
         if (!configured.problems.empty())
             return EXIT_USAGE;
+        if (!configured.problem.empty())
+            return refuse(m_command, configured.problem);
         std::string problem;
         if (!m_server.start(configured.settings, problem)) {
             complain("serve: " + problem);
@@ -114,7 +114,7 @@ private:
     void reload() {
         m_manager.sayReloading();
         const Configured configured = configuredSettings(m_command, m_given);
-        std::string problem = configured.problems.empty() ? "" : configured.problems[0];
+        std::string problem = configured.problems.empty() ? configured.problem : configured.problems[0];
         if (configured.problems.size() > 1)
             problem += " (and " + std::to_string(configured.problems.size() - 1) + " more: zel check)";
         const bool isTaken = problem.empty() && m_server.reload(configured.settings, problem);
