@@ -35,6 +35,9 @@ dmidecode /usr/sbin/dmidecode
 pciutils /usr/bin/lspci
 pci.ids /usr/share/misc/pci.ids
 ethtool /usr/sbin/ethtool
+prometheus /usr/bin/promtool
+prometheus-node-exporter /usr/bin/prometheus-node-exporter
+lintian /usr/bin/lintian
 python3 /usr/bin/python3"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps
