@@ -14,7 +14,9 @@ pkg-config /usr/bin/pkg-config
 libtirpc-dev /usr/include/tirpc/rpc/rpc.h
 libtirpc-common /etc/netconfig
 libcli11-dev /usr/include/CLI/CLI.hpp
-nlohmann-json3-dev /usr/include/nlohmann/json.hpp"
+nlohmann-json3-dev /usr/include/nlohmann/json.hpp
+libtomlplusplus-dev /usr/include/toml++/toml.h
+libgnutls28-dev /usr/include/gnutls/gnutls.h"
 test="$build
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h

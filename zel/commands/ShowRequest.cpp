@@ -26,6 +26,7 @@ constexpr OptionEntry options[] = {
     {"--wide", "", "lines as long as they get: nothing is cut or left out on a narrow terminal"},
     ROOT_OPTION,
     DEADLINE_OPTION,
+    CONFIG_OPTION,
 };
 
 std::uint64_t readCount(const std::string &text, std::string &problem) {
@@ -45,13 +46,7 @@ bool wantsRates(const Arguments &arguments, const ShowRequest &request) {
     return request.format == Format::Table && needRates({request.areas, request.everything});
 }
 
-} // namespace
-
-std::span<const OptionEntry> showOptions() {
-    return options;
-}
-
-ShowRequest readShowRequest(const Arguments &arguments, std::string &problem) {
+ShowRequest readValues(const Arguments &arguments, std::string &problem) {
     ShowRequest request;
     request.areas = readAreas(arguments.words, problem);
     request.format = readFormat(arguments.value("--format"), problem);
@@ -66,9 +61,26 @@ ShowRequest readShowRequest(const Arguments &arguments, std::string &problem) {
     request.root = readRoot(arguments, problem);
     request.wide = arguments.has("--wide");
     request.everything = arguments.has("--all");
-    if (problem.empty() && request.format != Format::Table && (request.wide || request.everything))
-        problem = "--wide and --all are for tables: json and csv always have every field";
     request.rates = wantsRates(arguments, request);
+    return request;
+}
+
+} // namespace
+
+std::span<const OptionEntry> showOptions() {
+    return options;
+}
+
+std::string problemOfShow(const Arguments &arguments) {
+    std::string problem;
+    readValues(arguments, problem);
+    return problem;
+}
+
+ShowRequest readShowRequest(const Arguments &arguments, const Arguments &given, std::string &problem) {
+    const ShowRequest request = readValues(arguments, problem);
+    if (problem.empty() && request.format != Format::Table && (given.has("--wide") || given.has("--all")))
+        problem = "--wide and --all are for tables: json and csv always have every field";
     return request;
 }
 
