@@ -1,6 +1,6 @@
 # Installed files, by component: library (shared libraries, when they are built), development (headers, archives, CMake
 # package, zel.pc, zelhost.pc), driver (libzelinfo, its manual page; the home kit is installed by runtime/) and tool (zel, its manual
-# page), which is in no Debian package yet.
+# pages, its service and configuration).
 include(CMakePackageConfigHelpers)
 
 include(cmake/PublicHeaders.cmake)
@@ -47,8 +47,15 @@ function(zel_manual NAME COMPONENT)
 endfunction()
 zel_manual(libzelinfo driver)
 if(TARGET zel_tool)
+  set(ZEL_UNIT_DIR lib/systemd/system CACHE STRING "Where zel.service is installed")
   install(TARGETS zel_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
   zel_manual(zel tool)
+  install(FILES packaging/zel.toml DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/zel COMPONENT tool)
+  install(FILES packaging/systemd/zel.service DESTINATION ${ZEL_UNIT_DIR} COMPONENT tool)
+  install(DIRECTORY packaging/examples/ contrib/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zel/examples COMPONENT tool
+          PATTERN tests EXCLUDE)
+  install(FILES packaging/completion/zel.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zel
+          COMPONENT tool)
 endif()
 
 install(DIRECTORY examples/agent examples/receiver DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libzel-dev/examples
