@@ -84,7 +84,7 @@ class Proof:
         """A sample that the server also gave to a scrape, and the time of that scrape, which is later than `after`."""
         def shared():
             sample = json.loads(fetch(f"{self.url}/api/v1/sample"))
-            rows = self.prometheus.query("node_time_seconds[10s]")
+            rows = self.prometheus.query("zel_sample_time_seconds[10s]")
             for at, value in rows[0][1] if rows else []:
                 if at > after and abs(value - sample["time_seconds"]) < 1e-6:
                     return at, sample
