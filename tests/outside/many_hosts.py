@@ -10,15 +10,17 @@ import json
 import os
 import random
 import re
+import subprocess
 import sys
 import threading
 import time
 
-from prometheus_kit import Failure, Program, Prometheus, eventually, fetch, free_port
+from prometheus_kit import Failure, Prometheus, eventually, free_port
 
 ROOTS = ("linux-5.10", "linux-6.1.0", "linux-6.18")
 RECORDED_APART = 5.0  # seconds between the two moments of a recording
-ACCEPT = "text/plain;version=0.0.4"
+TYPE = "application/openmetrics-text; version=1.0.0; charset=utf-8"
+CLOCKS = ("node_time_seconds", "zel_sample_time_seconds")
 LINE = re.compile(r"^([A-Za-z_:][\w:]*)(\{.*\})? (\S+)$")
 
 
@@ -46,7 +48,7 @@ class Recording:
                 yield match[1] + (match[2] or ""), float(match[3])
 
     def grows(self, name):
-        return self.types.get(name) == "counter" or name == "node_time_seconds"
+        return self.types.get(name.removesuffix("_total")) == "counter" or name in CLOCKS
 
 
 class Host:
@@ -91,34 +93,26 @@ class Server(threading.Thread):
             while True:
                 request = (await reader.readuntil(b"\r\n\r\n")).decode()
                 body = self.hosts[request.split()[1]].text().encode()
-                head = f"HTTP/1.1 200 OK\r\nContent-Type: {ACCEPT}\r\nContent-Length: {len(body)}\r\n\r\n"
+                head = f"HTTP/1.1 200 OK\r\nContent-Type: {TYPE}\r\nContent-Length: {len(body)}\r\n\r\n"
                 writer.write(head.encode() + body)
                 await writer.drain()
         except (asyncio.IncompleteReadError, ConnectionError):
             writer.close()
 
 
-def served(build, scratch, name, root, moments):
-    """The metrics of a root as zel serves them, `moments` times, RECORDED_APART seconds apart."""
-    port = free_port()
-    zel = Program(f"zel-{name}", [f"{build}/bin/zel", "serve", "--listen", f"127.0.0.1:{port}",
-                                  *(["--root", root] if root else [])], f"http://127.0.0.1:{port}/healthz", scratch)
-    try:
-        zel.start()
-        texts = []
-        for number in range(moments):
-            time.sleep(RECORDED_APART if number > 0 else 0)
-            texts.append(fetch(f"http://127.0.0.1:{port}/metrics", accept=ACCEPT))
-        return texts
-    finally:
-        zel.stop()
+def shown(build, root=None):
+    """The metrics of a host as zel gives them."""
+    command = [f"{build}/bin/zel", "show", "--raw", "--format", "openmetrics", *(["--root", root] if root else [])]
+    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, check=True).stdout
 
 
-def record(source, build, scratch, root):
-    """Both moments of a root of the tests."""
-    texts = [served(build, scratch, f"{root}-{moment}", f"{source}/tests/fixtures/{root}/{moment}", 1)[0]
-             for moment in ("t0", "t1")]
-    return Recording(*texts)
+def recordings(source, build):
+    """This host, and the roots of the tests, each at two moments."""
+    before = shown(build)
+    time.sleep(RECORDED_APART)
+    roots = (f"{source}/tests/fixtures/{root}" for root in ROOTS)
+    return Recording(before, shown(build)), [Recording(shown(build, f"{root}/t0"), shown(build, f"{root}/t1"))
+                                             for root in roots]
 
 
 def configuration(source, hosts, port, interval):
@@ -179,9 +173,8 @@ def report(prometheus, hosts, seconds, used, megabytes):
 
 
 def run(source, build, scratch, count, interval, seconds, megabytes):
-    this = Recording(*served(build, scratch, "this", "", 2))
-    others = [record(source, build, scratch, root) for root in ROOTS]
-    hosts = [Host(number, this if number % 2 == 0 else others[number // 2 % len(others)]) for number in range(count)]
+    this, others = recordings(source, build)
+    hosts = [Host(number, this if number % 4 else others[number // 4 % len(others)]) for number in range(count)]
     port = free_port()
     Server(hosts, port).start()
     os.environ["GOMEMLIMIT"] = f"{megabytes}MiB"
