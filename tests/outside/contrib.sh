@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # What contrib/ has for Prometheus and Grafana: rules and the expressions of the dashboard parse, every alert fires and
-# stays quiet when its test says so, and every alert has one.
-#   contrib.sh SOURCE
+# stays quiet when its test says so, every alert has one, and every metric that they name exists.
+#   contrib.sh SOURCE BUILD
 set -euo pipefail
 source=$1
+build=$2
+export PYTHONDONTWRITEBYTECODE=1
 contrib=$source/contrib
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -31,5 +33,6 @@ promtool test rules "$contrib"/prometheus/tests/*.yml >"$scratch/test" 2>&1 || f
 python3 "$source/tests/outside/dashboard.py" check "$contrib/grafana/host.json"
 python3 "$source/tests/outside/dashboard.py" rules "$contrib/grafana/host.json" >"$scratch/dashboard.yml"
 promtool check rules "$scratch/dashboard.yml" >"$scratch/check" 2>&1 || fail "the dashboard: $(cat "$scratch/check")"
+python3 "$source/tests/outside/metric_names.py" "$source" "$build" "${rules[@]}" "$contrib/grafana/host.json"
 promtool check config "$contrib/prometheus/prometheus.yml" >"$scratch/check" 2>&1 || fail "$(cat "$scratch/check")"
 echo "contrib: $(wc -l <<<"$alerts") alerts, $(grep -c record: "${rules[0]}") recorded, $(grep -c record: "$scratch/dashboard.yml") expressions of the dashboard"

@@ -236,8 +236,10 @@ def pairs(before, now, labels):
 
 
 def is_left_out(family, row):
-    """Disks that the peer does not show by default: loop, RAM and partitions."""
-    return family.startswith("node_disk_") and (re.match(r"(ram|loop|fd|zram)\d", row["name"]) or row.get("parent"))
+    """What the peer does not show: the loopback interface, and disks that are loops, memory or partitions."""
+    if family.startswith("node_disk_"):
+        return re.match(r"(ram|loop|fd)\d", row["name"]) or row.get("parent")
+    return family.startswith("node_network_") and row["name"] == "lo"
 
 
 def must_have_result(expression, present):
