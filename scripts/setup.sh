@@ -43,7 +43,9 @@ ethtool /usr/sbin/ethtool
 curl /usr/bin/curl
 openssl /usr/bin/openssl
 zstd /usr/bin/zstd
-prometheus-node-exporter /usr/bin/prometheus-node-exporter"
+prometheus-node-exporter /usr/bin/prometheus-node-exporter
+prometheus /usr/bin/promtool
+lintian /usr/bin/lintian"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file
