@@ -1,5 +1,5 @@
-# Debian packages by CPack (scripts/package.sh): libzel1 with the shared libraries, libzel-dev, and zelinfo with the
-# driver and its home kit. They take a tree that was configured as the preset "package" is.
+# Debian packages by CPack (scripts/package.sh): libzel1 with the shared libraries, libzel-dev, zelinfo with the driver and
+# its home kit, and zel with the tool and its service. They take a tree that was configured as the preset "package" is.
 set(ZEL_MAINTAINER "libzel maintainers <libzel@example.org>" CACHE STRING "Maintainer of the Debian packages")
 if(NOT BUILD_SHARED_LIBS OR NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr" OR NOT ZEL_STATE_DIR STREQUAL "/var/lib/zel")
   return()
@@ -19,6 +19,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # every package has its own
 set(CPACK_PACKAGE_VENDOR "libzel maintainers")
 set(CPACK_PACKAGE_CONTACT ${ZEL_MAINTAINER})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_SET_DESTDIR ON) # /etc and /lib are outside of the prefix
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -61,6 +62,15 @@ zel_package(driver zelinfo admin "libzel1 (= ${PACKAGE_VERSION})"
             "Print performance counters and hardware inventory of a host"
             "${ABOUT} the console driver libzelinfo, and the
 scripts and programs that the collectors call.")
+if(TARGET zel_tool)
+  zel_package(tool zel admin ""
+              "Show and export performance counters of a host"
+              "zel shows a Linux host as numbers with names, units and reasons for what is
+missing: tables for people, JSON and CSV for programs, and metrics over HTTP
+with the names that dashboards and alerts of host exporters know.
+.
+The service listens on loopback, and runs once it is enabled.")
+endif()
 
 # Control files. The linker's cache is brought up to date by a trigger; dependents learn their dependency from shlibs.
 set(CONTROL ${PROJECT_BINARY_DIR}/packaging)
@@ -70,6 +80,12 @@ libzelrt ${PROJECT_VERSION_MAJOR} libzel1 (>= ${PROJECT_VERSION})\n")
 configure_file(${PACKAGING}/zelinfo.postrm ${CONTROL}/postrm COPYONLY)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CONTROL}/triggers ${CONTROL}/shlibs)
 set(CPACK_DEBIAN_DRIVER_PACKAGE_CONTROL_EXTRA ${CONTROL}/postrm)
+file(CONFIGURE OUTPUT ${CONTROL}/zel/conffiles CONTENT "/etc/zel/zel.toml\n")
+foreach(SCRIPT postinst prerm postrm)
+  configure_file(${PACKAGING}/zel.${SCRIPT} ${CONTROL}/zel/${SCRIPT} COPYONLY)
+  list(APPEND CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA ${CONTROL}/zel/${SCRIPT})
+endforeach()
+list(APPEND CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA ${CONTROL}/zel/conffiles)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 install(FILES ${PACKAGING}/libzel1.lintian-overrides RENAME libzel1
         DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT library)

@@ -14,7 +14,12 @@ pkg-config /usr/bin/pkg-config
 libtirpc-dev /usr/include/tirpc/rpc/rpc.h
 libtirpc-common /etc/netconfig
 libcli11-dev /usr/include/CLI/CLI.hpp
-nlohmann-json3-dev /usr/include/nlohmann/json.hpp"
+nlohmann-json3-dev /usr/include/nlohmann/json.hpp
+libtomlplusplus-dev /usr/include/toml++/toml.h
+libgnutls28-dev /usr/include/gnutls/gnutls.h
+libmicrohttpd-dev /usr/include/microhttpd.h
+zlib1g-dev /usr/include/zlib.h
+libzstd-dev /usr/include/zstd.h"
 test="$build
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h
@@ -39,7 +44,11 @@ pci.ids /usr/share/misc/pci.ids
 ethtool /usr/sbin/ethtool
 prometheus-node-exporter /usr/bin/prometheus-node-exporter
 prometheus /usr/bin/promtool
-python3-prometheus-client /usr/lib/python3/dist-packages/prometheus_client"
+python3-prometheus-client /usr/lib/python3/dist-packages/prometheus_client
+curl /usr/bin/curl
+openssl /usr/bin/openssl
+zstd /usr/bin/zstd
+lintian /usr/bin/lintian"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file

@@ -46,6 +46,8 @@ struct Command {
     std::span<const Example> examples;
     std::span<const Example> exitStatus; // what each one means
     int (*run)(const Command &command, const Arguments &arguments);
+    /// What is wrong with the values of the options; nothing is done. Null: the configuration has no table of them.
+    std::string (*check)(const Arguments &arguments) = nullptr;
 };
 
 /// All that exist.

@@ -2,12 +2,11 @@
 #include "zel/Pace.h"
 
 #include "zel/CommandLine.h"
+#include "zel/TimeUntil.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <ctime>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -37,13 +36,6 @@ void listenFor(int signal) {
     action.sa_handler = noteSignal;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(signal, &action, nullptr);
-}
-
-timespec timeUntil(std::chrono::steady_clock::time_point moment) {
-    using namespace std::chrono;
-    const nanoseconds left = std::max<nanoseconds>(moment - steady_clock::now(), nanoseconds(0));
-    const seconds whole = duration_cast<seconds>(left);
-    return {whole.count(), (left - whole).count()};
 }
 
 } // namespace

@@ -110,9 +110,10 @@ TEST(OperationDocument, NamesEveryFileOfTheKit) {
 
 // --- All documents ---------------------------------------------------------------------------------------------------
 
-constexpr const char *documents[] = {"README.md",       "CONTRIBUTING.md",   "docs/architecture.md", "docs/format.md",
-                                     "docs/metrics.md", "docs/embedding.md", "docs/operation.md",    "docs/security.md",
-                                     "docs/zel.md",     "docs/hardware.md"};
+constexpr const char *documents[] = {
+    "README.md",         "CONTRIBUTING.md",   "docs/architecture.md", "docs/format.md", "docs/metrics.md",
+    "docs/embedding.md", "docs/operation.md", "docs/security.md",     "docs/zel.md",    "docs/hardware.md",
+    "docs/serve.md",     "docs/fleet.md",     "contrib/README.md"};
 
 // A name of the code: a setting, a member, a function, a class, a file that scripts write.
 bool looksLikeCode(const std::string &word) {

@@ -15,6 +15,8 @@ namespace zel {
 extern const Command showCommand;
 extern const Command listCommand;
 extern const Command hardwareCommand;
+extern const Command serveCommand;
+extern const Command checkCommand;
 
 enum class Format : unsigned char { Table, Json, Csv, OpenMetrics, Prometheus, Line };
 

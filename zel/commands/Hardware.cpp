@@ -10,6 +10,7 @@
 #include "zel/Units.h"
 #include "zel/commands/Commands.h"
 #include "zel/commands/OptionValues.h"
+#include "zel/config/ConfigFile.h"
 #include "zel/views/HardwareViews.h"
 
 #include <algorithm>
@@ -29,6 +30,7 @@ constexpr OptionEntry options[] = {
     {"--wide", "", "lines as long as they get: nothing is cut or left out on a narrow terminal"},
     ROOT_OPTION,
     DEADLINE_OPTION,
+    CONFIG_OPTION,
 };
 
 constexpr Example examples[] = {
@@ -64,7 +66,7 @@ struct Request {
     bool everything = false, wide = false;
 };
 
-Request readRequest(const Arguments &arguments, std::string &problem) {
+Request readValues(const Arguments &arguments, std::string &problem) {
     std::array<std::string_view, HARDWARE_PART_COUNT> parts;
     for (std::size_t part = 0; part < parts.size(); ++part)
         parts[part] = hardwarePartName(static_cast<HardwarePart>(part));
@@ -78,7 +80,19 @@ Request readRequest(const Arguments &arguments, std::string &problem) {
     request.since = arguments.value("--since");
     request.everything = arguments.has("--all");
     request.wide = arguments.has("--wide");
-    if (problem.empty() && (request.everything || request.wide) && (request.format != Format::Table || request.since))
+    return request;
+}
+
+std::string problemOfHardware(const Arguments &arguments) {
+    std::string problem;
+    readValues(arguments, problem);
+    return problem;
+}
+
+Request readRequest(const Arguments &arguments, const Arguments &given, std::string &problem) {
+    const Request request = readValues(arguments, problem);
+    const bool isTable = request.format == Format::Table && !request.since;
+    if (problem.empty() && !isTable && (given.has("--all") || given.has("--wide")))
         problem = "--wide and --all are for tables";
     return request;
 }
@@ -154,9 +168,12 @@ int runChanges(const Request &request) {
     return print(changes.text, reportFailures(hardware, request) || isLost);
 }
 
-int runHardware(const Command &command, const Arguments &arguments) {
+int runHardware(const Command &command, const Arguments &given) {
+    const std::optional<Arguments> arguments = configuredArguments(command, given);
+    if (!arguments)
+        return EXIT_USAGE;
     std::string problem;
-    const Request request = readRequest(arguments, problem);
+    const Request request = readRequest(*arguments, given, problem);
     if (!problem.empty())
         return refuse(command, problem);
     if (request.since)
@@ -176,6 +193,6 @@ int runHardware(const Command &command, const Arguments &arguments) {
 
 const Command hardwareCommand{"hardware", "[PART...]", "what the host is built of, and what of it changed",
                               about,      options,     examples,
-                              exitStatus, runHardware};
+                              exitStatus, runHardware, problemOfHardware};
 
 } // namespace zel

@@ -9,6 +9,7 @@
 #include "zel/Terminal.h"
 #include "zel/commands/AbsentList.h"
 #include "zel/commands/OptionValues.h"
+#include "zel/config/ConfigFile.h"
 
 namespace zel {
 
@@ -23,6 +24,7 @@ constexpr OptionEntry options[] = {
     {"--wide", "", "lines as long as they get: nothing is cut or left out on a narrow terminal"},
     ROOT_OPTION,
     DEADLINE_OPTION,
+    CONFIG_OPTION,
 };
 
 constexpr Example examples[] = {
@@ -120,7 +122,7 @@ struct Request {
     std::chrono::milliseconds deadline{};
 };
 
-Request readRequest(const Arguments &arguments, std::string &problem) {
+Request readValues(const Arguments &arguments, std::string &problem) {
     Request request;
     request.areas = readAreas(arguments.words, problem);
     request.format = readFormat(arguments.value("--format"), problem, std::span(FORMATS).first(3));
@@ -129,11 +131,20 @@ Request readRequest(const Arguments &arguments, std::string &problem) {
     request.wide = arguments.has("--wide");
     request.root = readRoot(arguments, problem);
     request.deadline = readDeadline(arguments, problem);
-    if (!problem.empty())
-        return request;
-    if (request.absent && request.rates)
+    if (problem.empty() && request.absent && request.rates)
         problem = "--rates and --absent exclude each other: a rate lacks what its counter lacks";
-    else if (!request.absent && (arguments.has("--root") || arguments.has("--deadline")))
+    return request;
+}
+
+std::string problemOfList(const Arguments &arguments) {
+    std::string problem;
+    readValues(arguments, problem);
+    return problem;
+}
+
+Request readRequest(const Arguments &arguments, const Arguments &given, std::string &problem) {
+    const Request request = readValues(arguments, problem);
+    if (problem.empty() && !request.absent && (given.has("--root") || given.has("--deadline")))
         problem = "--root and --deadline are for --absent: without it no host is read";
     return request;
 }
@@ -159,9 +170,12 @@ std::string textOf(const Request &request) {
     return text;
 }
 
-int runList(const Command &command, const Arguments &arguments) {
+int runList(const Command &command, const Arguments &given) {
+    const std::optional<Arguments> arguments = configuredArguments(command, given);
+    if (!arguments)
+        return EXIT_USAGE;
     std::string problem;
-    const Request request = readRequest(arguments, problem);
+    const Request request = readRequest(*arguments, given, problem);
     if (!problem.empty())
         return refuse(command, problem);
     return writeOut(textOf(request)) == Written::Failed ? EXIT_FAILED : EXIT_DONE;
@@ -171,6 +185,6 @@ int runList(const Command &command, const Arguments &arguments) {
 
 const Command listCommand{"list",     "[AREA...]", "what a sample can have, or what of it this host lacks",
                           about,      options,     examples,
-                          exitStatus, runList};
+                          exitStatus, runList,     problemOfList};
 
 } // namespace zel

@@ -13,6 +13,9 @@ inline constexpr OptionEntry ROOT_OPTION{"--root", "DIR",
 inline constexpr OptionEntry DEADLINE_OPTION{"--deadline", "TIME",
                                              "what has not answered after TIME is reported as timed out (2s)"};
 
+inline constexpr OptionEntry CONFIG_OPTION{"--config", "FILE",
+                                           "options that are not given here (/etc/zel/zel.toml, where that is)"};
+
 /// A time between the limits.
 std::chrono::milliseconds readTime(const Arguments &arguments, const char *option, std::chrono::milliseconds otherwise,
                                    std::chrono::milliseconds least, std::chrono::milliseconds most,

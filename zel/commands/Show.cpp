@@ -6,6 +6,7 @@
 #include "zel/Pace.h"
 #include "zel/Terminal.h"
 #include "zel/commands/ShowText.h"
+#include "zel/config/ConfigFile.h"
 
 #include <algorithm>
 #include <utility>
@@ -128,9 +129,12 @@ private:
     bool m_failed = false;
 };
 
-int runShow(const Command &command, const Arguments &arguments) {
+int runShow(const Command &command, const Arguments &given) {
+    const std::optional<Arguments> arguments = configuredArguments(command, given);
+    if (!arguments)
+        return EXIT_USAGE;
     std::string problem;
-    ShowRequest request = readShowRequest(arguments, problem);
+    ShowRequest request = readShowRequest(*arguments, given, problem);
     if (!problem.empty())
         return refuse(command, problem);
     return Show(std::move(request)).run();
@@ -140,6 +144,6 @@ int runShow(const Command &command, const Arguments &arguments) {
 
 const Command showCommand{"show",     "[AREA...]",   "one sample of this host, or many, in any format",
                           about,      showOptions(), examples,
-                          exitStatus, runShow};
+                          exitStatus, runShow,       problemOfShow};
 
 } // namespace zel

@@ -28,6 +28,7 @@ constexpr OptionEntry options[] = {
     {"--wide", "", "lines as long as they get: nothing is cut or left out on a narrow terminal"},
     ROOT_OPTION,
     DEADLINE_OPTION,
+    CONFIG_OPTION,
 };
 
 std::uint64_t readCount(const std::string &text, std::string &problem) {
@@ -40,7 +41,7 @@ std::uint64_t readCount(const std::string &text, std::string &problem) {
 
 // People see what happens now; programs take counters and make rates of their own.
 bool wantsRates(const Arguments &arguments, const ShowRequest &request) {
-    if (arguments.has("--raw"))
+    if (arguments.has("--raw") || request.format == Format::OpenMetrics)
         return false;
     if (arguments.has("--rates"))
         return true;
@@ -59,13 +60,7 @@ std::string conflictOf(const Arguments &arguments, Format format) {
     return {};
 }
 
-} // namespace
-
-std::span<const OptionEntry> showOptions() {
-    return options;
-}
-
-ShowRequest readShowRequest(const Arguments &arguments, std::string &problem) {
+ShowRequest readValues(const Arguments &arguments, std::string &problem) {
     ShowRequest request;
     request.areas = readAreas(arguments.words, problem);
     request.format = readFormat(arguments.value("--format"), problem);
@@ -80,9 +75,26 @@ ShowRequest readShowRequest(const Arguments &arguments, std::string &problem) {
     request.root = readRoot(arguments, problem);
     request.wide = arguments.has("--wide");
     request.everything = arguments.has("--all");
-    if (problem.empty())
-        problem = conflictOf(arguments, request.format);
     request.rates = wantsRates(arguments, request);
+    return request;
+}
+
+} // namespace
+
+std::span<const OptionEntry> showOptions() {
+    return options;
+}
+
+std::string problemOfShow(const Arguments &arguments) {
+    std::string problem;
+    readValues(arguments, problem);
+    return problem;
+}
+
+ShowRequest readShowRequest(const Arguments &arguments, const Arguments &given, std::string &problem) {
+    const ShowRequest request = readValues(arguments, problem);
+    if (problem.empty())
+        problem = conflictOf(given, request.format);
     return request;
 }
 

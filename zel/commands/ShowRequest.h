@@ -25,7 +25,11 @@ struct ShowRequest {
 
 std::span<const OptionEntry> showOptions();
 
-/// Nothing is read but whether the root is a directory. `problem` says what is wrong and what would be right.
-ShowRequest readShowRequest(const Arguments &arguments, std::string &problem);
+/// What is wrong with the values of the options.
+std::string problemOfShow(const Arguments &arguments);
+
+/// Nothing is read but whether the root is a directory. `problem` says what is wrong and what would be right. The
+/// arguments are those that were given, and those of the configuration.
+ShowRequest readShowRequest(const Arguments &arguments, const Arguments &given, std::string &problem);
 
 } // namespace zel
