@@ -28,16 +28,6 @@ void appendEscaped(std::string &out, const Character &character) {
     appendUnit(out, 0xdc00U + (above & 0x3ffU));
 }
 
-void appendPlain(std::string &out, std::string_view text) {
-    std::size_t start = 0;
-    for (std::size_t at = text.find_first_of("\"\\"); at != text.npos; at = text.find_first_of("\"\\", at + 1)) {
-        out.append(text.substr(start, at - start));
-        out += '\\';
-        start = at;
-    }
-    out.append(text.substr(start));
-}
-
 // When each area was read, what that cost, and what failed in it.
 void writeAreas(const Sample &sample, std::span<const Area> areas, JsonSink &sink) {
     sink.openObject("areas");
@@ -76,7 +66,7 @@ void appendJsonText(std::string &out, std::string_view text) {
     out += '"';
     forEachPiece(text, [&out](std::string_view piece, const Character &first) {
         if (first.kind == Character::Kind::Plain)
-            appendPlain(out, piece);
+            appendWithBackslashes(out, piece, "\"\\");
         else
             appendEscaped(out, first);
     });

@@ -103,6 +103,16 @@ void appendTimestamp(std::string &out, std::int64_t nanoseconds) {
     out += 'Z';
 }
 
+void appendWithBackslashes(std::string &out, std::string_view text, std::string_view special) {
+    std::size_t start = 0;
+    for (std::size_t at = text.find_first_of(special); at != text.npos; at = text.find_first_of(special, at + 1)) {
+        out.append(text.substr(start, at - start));
+        out += '\\';
+        start = at;
+    }
+    out.append(text.substr(start));
+}
+
 Character characterAt(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
     const std::size_t length = first < 0x80 ? 1 : wideCharacterLength(text);

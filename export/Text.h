@@ -8,6 +8,9 @@
 
 namespace zel {
 
+/// What stands for a byte that is no UTF-8: U+FFFD.
+inline constexpr std::string_view REPLACEMENT = "\xef\xbf\xbd";
+
 void appendNumber(std::string &out, std::uint64_t number);
 /// The shortest decimal text that gives the same number again. The number is finite.
 void appendNumber(std::string &out, double number);
@@ -16,6 +19,9 @@ void appendNumber(std::string &out, double number);
 void appendSeconds(std::string &out, std::int64_t nanoseconds);
 /// A time since the epoch as RFC 3339 has it, in UTC: "2026-11-22T03:47:03.260000001Z".
 void appendTimestamp(std::string &out, std::int64_t nanoseconds);
+
+/// A text with a backslash before each of the special characters.
+void appendWithBackslashes(std::string &out, std::string_view text, std::string_view special);
 
 /// One character of a text that may hold anything.
 struct Character {

@@ -24,6 +24,8 @@ struct Options {
     std::string root = {};        // the directory that holds proc, sys and etc; empty: this host
     std::vector<Area> areas = {}; // empty: all of them
     std::chrono::milliseconds deadline = DEADLINE_DEFAULT;
+    // The mounts of the first process instead of those that this one sees: a service may see its own as read-only.
+    bool firstMounts = false;
     bool proportionalMemory = false;    // read smaps_rollup of every process: dear
     std::string gpuLibrary = {};        // NVIDIA's NVML; empty: libnvidia-ml.so.1, where its driver is loaded
     int keptFiles = KEPT_FILES_DEFAULT; // descriptors that stay open: -1 a quarter of the soft limit, 0 none

@@ -16,7 +16,10 @@ libtirpc-common /etc/netconfig
 libcli11-dev /usr/include/CLI/CLI.hpp
 nlohmann-json3-dev /usr/include/nlohmann/json.hpp
 libtomlplusplus-dev /usr/include/toml++/toml.h
-libgnutls28-dev /usr/include/gnutls/gnutls.h"
+libgnutls28-dev /usr/include/gnutls/gnutls.h
+libmicrohttpd-dev /usr/include/microhttpd.h
+zlib1g-dev /usr/include/zlib.h
+libzstd-dev /usr/include/zstd.h"
 test="$build
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h
@@ -37,10 +40,12 @@ dmidecode /usr/sbin/dmidecode
 pciutils /usr/bin/lspci
 pci.ids /usr/share/misc/pci.ids
 ethtool /usr/sbin/ethtool
+curl /usr/bin/curl
+openssl /usr/bin/openssl
+zstd /usr/bin/zstd
 prometheus /usr/bin/promtool
 prometheus-node-exporter /usr/bin/prometheus-node-exporter
-lintian /usr/bin/lintian
-python3 /usr/bin/python3"
+lintian /usr/bin/lintian"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps
 file /usr/bin/file

@@ -47,6 +47,7 @@ public:
     void read(Take &take) override {
         Sample &sample = take.sample;
         m_doubtful.clear();
+        m_otherView = take.root.own() && take.options.firstMounts;
         if (const int error = readTable(take.root); error != 0)
             return loseArea(sample, Area::Filesystems, error, m_file->path());
         if (m_table.malformedLines() > 0)
@@ -73,7 +74,7 @@ public:
         m_calls.begin(take.deadline, m_doubtful.size());
         for (Doubtful &doubtful : m_doubtful) {
             const Mount &mount = m_table.mounts()[doubtful.mount];
-            const WantedMount wanted{take.root, mount.mountPoint, mount.type, *mount.id, *mount.major, *mount.minor};
+            const WantedMount wanted = wantedMount(take, mount);
             m_subject.assign(take.options.root).append(" ").append(std::to_string(*mount.id)).append(" ");
             doubtful.call = m_calls.ask(m_subject.append(mount.mountPoint), [wanted](MountAnswer &answer) {
                 SlowWatch watch;
@@ -108,15 +109,20 @@ private:
         std::size_t call;
     };
 
+    WantedMount wantedMount(const Take &take, const Mount &mount) const {
+        return {take.root, mount.mountPoint, mount.type, *mount.id, *mount.major, *mount.minor, m_otherView};
+    }
+
     // Below a root directory the mounts are those of the first process: "self" is this one, in another root.
     int readTable(const HostDirectory &root) {
-        TableFile *const first = root.own() ? &m_files[1] : m_files;
+        TableFile *const first = root.own() && !m_otherView ? &m_files[1] : m_files;
         for (TableFile *table = first; table != std::end(m_files); ++table) {
             m_file = &table->file;
             const int error = table->file.read(root);
             if (error == 0)
                 m_table.parse(table->file.text(), table->format);
-            if (error != ENOENT)
+            const bool isTried = m_otherView && table == m_files; // it may be hidden from this process
+            if (error != ENOENT && (error == 0 || !isTried))
                 return error;
         }
         m_file = &first->file;
@@ -137,18 +143,20 @@ private:
 
     void askNow(Take &take, const Mount &mount, Filesystem &filesystem, SlowWatch &watch) {
         struct statfs64 status {};
-        const int error =
-            take.root.own()
-                ? askMount(mount.mountPoint, status)
-                : askWantedMount({take.root, mount.mountPoint, mount.type, *mount.id, *mount.major, *mount.minor},
-                                 status);
+        const int error = take.root.own() && !m_otherView ? askMount(mount.mountPoint, status)
+                                                          : askWantedMount(wantedMount(take, mount), status);
         m_doubts.answered(mount.mountPoint, watch.wasSlow());
         setAnswer(take, error, &status, filesystem);
     }
 
-    static void setAnswer(Take &take, int error, const struct statfs64 *status, Filesystem &filesystem) {
-        if (error == 0 && status != nullptr)
-            return setSizes(*status, filesystem);
+    void setAnswer(Take &take, int error, const struct statfs64 *status, Filesystem &filesystem) const {
+        if (error == 0 && status != nullptr) {
+            const Count readOnly = filesystem.readOnly;
+            setSizes(*status, filesystem);
+            if (m_otherView)
+                filesystem.readOnly = readOnly; // the answer is about the mount of this process
+            return;
+        }
         setNoSizes(error, filesystem);
         if (error != EOPNOTSUPP)
             noteFailure(take.sample.area(Area::Filesystems), error, filesystem.mountPoint);
@@ -166,6 +174,7 @@ private:
     std::vector<Doubtful> m_doubtful;
     BoundedReads<MountAnswer> m_calls{"statfs"};
     std::string m_subject;
+    bool m_otherView = false; // the mounts are those of the first process
 };
 
 } // namespace

@@ -28,7 +28,7 @@ bool isWanted(const WantedMount &wanted, int place) {
     struct statx found {};
     if (statx(place, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &found) != 0)
         return false;
-    if (wanted.root.own() && (found.stx_mask & STATX_MNT_ID) != 0)
+    if (wanted.root.own() && !wanted.otherView && (found.stx_mask & STATX_MNT_ID) != 0)
         return found.stx_mnt_id == wanted.id;
     return hasDevicesOfItsOwn(wanted.type) ||
            (found.stx_dev_major == wanted.major && found.stx_dev_minor == wanted.minor);

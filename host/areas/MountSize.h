@@ -17,10 +17,12 @@ struct WantedMount {
     HostDirectory root;
     std::string mountPoint, type;
     std::uint64_t id = 0, major = 0, minor = 0;
+    bool otherView = false; // its number may be that of another process's view of the mounts
 };
 
 /// Opens the mount point below the root without mounting anything there, and asks it when it is the mount that is
-/// meant: on this host by its number, below a directory, where the numbers are others, by its device. Gives 0 or an
+/// meant: on this host by its number, below a directory or in another view, where the numbers are others, by its
+/// device. Gives 0 or an
 /// errno: EOPNOTSUPP when another filesystem is there.
 int askWantedMount(const WantedMount &wanted, struct statfs64 &status);
 

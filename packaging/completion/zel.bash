@@ -1,53 +1,63 @@
-# shellcheck shell=bash
-# Completion of the tool zel for bash. Commands, options and areas are asked of the tool, whose help always has them.
-
-# _zel_words PART [COMMAND]: the commands, options or areas that a help has.
-_zel_words() {
-  zel ${2:+"$2"} --help 2>/dev/null | awk -v part="$1" '
-    /^[a-z]/ { here = $1; next }
-    part == "commands" && /^  [a-z]/ && here ~ /^(zel:|usage:)/ { print $1 }
-    part == "options" && /^  --[a-z]/ && here == "options" { print $1 }
-    part == "areas" && /^  [a-z]/ && here ~ /^(areas|parts)$/ { for (i = 1; i <= NF; i++) print $i }'
-}
-
-# _zel_placeholder COMMAND OPTION: what follows the option, "DIR"; empty when nothing does.
-_zel_placeholder() {
-  zel "$1" --help 2>/dev/null | awk -v option="$2" '$1 == option && $2 ~ /^[A-Z]+$/ { print $2; exit }'
-}
-
-# _zel_formats COMMAND: those that the message about a wrong one lists.
-_zel_formats() {
-  zel "$1" --format '?' 2>&1 | sed -n 's/.*(formats: \(.*\))$/\1/p' | tr -d ,
-}
-
-# Complete by names of files, or of directories with -d.
-_zel_files() {
-  compopt -o filenames 2>/dev/null
-  mapfile -t COMPREPLY < <(compgen "$1" -- "$2")
-}
+# Completion of zel for bash. The part between the marks is made from the lists of the program.
 
 _zel() {
-  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]} words
-  COMPREPLY=()
-  if [ "$COMP_CWORD" -eq 1 ]; then
-    mapfile -t COMPREPLY < <(compgen -W "$(_zel_words commands) --help --version" -- "$word")
-    return
-  fi
-  if [[ $before == --* ]]; then
-    case $(_zel_placeholder "$command" "$before") in
-    '') ;;
-    DIR) _zel_files -d "$word" && return ;;
-    FILE) _zel_files -f "$word" && return ;;
-    FORMAT) mapfile -t COMPREPLY < <(compgen -W "$(_zel_formats "$command")" -- "$word") && return ;;
-    *) return ;;
+    local word=${COMP_WORDS[COMP_CWORD]} before="" command="" options="" valued="" value
+    [ "$COMP_CWORD" -lt 1 ] || before=${COMP_WORDS[COMP_CWORD - 1]}
+    [ "$COMP_CWORD" -lt 2 ] || command=${COMP_WORDS[1]}
+    COMPREPLY=()
+    # begin of what is generated
+    local commands="show list hardware serve check"
+    local areas="cpu load pressure memory vm interrupts disks filesystems interfaces protocols processes cgroups sensors fibrechannel gpus nfs time limits identity"
+    local formats="table json csv openmetrics line"
+    local parts="machine processors memory pci network disks nvme fibrechannel gpus"
+    case $command in
+    show)
+        options="--help --every --count --format --rates --raw --all --wide --root --deadline --config"
+        valued=" --every=TIME --count=N --format=FORMAT --root=DIR --deadline=TIME --config=FILE "
+        ;;
+    list)
+        options="--help --format --rates --absent --wide --root --deadline --config"
+        valued=" --format=FORMAT --root=DIR --deadline=TIME --config=FILE "
+        ;;
+    hardware)
+        options="--help --format --serials --since --all --wide --root --deadline --config"
+        valued=" --format=FORMAT --since=FILE --root=DIR --deadline=TIME --config=FILE "
+        ;;
+    serve)
+        options="--help --listen --listen-unprotected --server-names --token-file --certificate --key --areas --command-lines --sample-age --deadline --root --connections --connections-per-address --streams --request-bytes --request-time --answer-time --idle-time --stream-least --stream-heartbeat --metrics-sections --metrics-processes --metrics-textfile-directory --metrics-textfile-bytes --metrics-textfiles --config"
+        valued=" --listen=ADDRESS,... --server-names=NAME,... --token-file=FILE --certificate=FILE --key=FILE --areas=AREA,... --sample-age=TIME --deadline=TIME --root=DIR --connections=N --connections-per-address=N --streams=N --request-bytes=N --request-time=TIME --answer-time=TIME --idle-time=TIME --stream-least=TIME --stream-heartbeat=TIME --metrics-sections=SECTION,... --metrics-processes=N --metrics-textfile-directory=DIR --metrics-textfile-bytes=N --metrics-textfiles=N --config=FILE "
+        ;;
+    check)
+        options="--help"
+        valued=" "
+        ;;
     esac
-  fi
-  words=$(_zel_words areas "$command")
-  [[ $word != -* ]] || words=$(_zel_words options "$command")
-  if [ -z "$words" ]; then
-    _zel_files -f "$word"
-    return
-  fi
-  mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+    # end of what is generated
+    if [ -z "$command" ]; then
+        mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$word")
+        return
+    fi
+    # What the option before takes.
+    value=${valued#* "$before"=}
+    if [ "$value" != "$valued" ]; then
+        case ${value%% *} in
+        FILE) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+        DIR) mapfile -t COMPREPLY < <(compgen -d -- "$word") ;;
+        FORMAT) mapfile -t COMPREPLY < <(compgen -W "$formats" -- "$word") ;;
+        AREA,...) mapfile -t COMPREPLY < <(compgen -W "$areas" -- "$word") ;;
+        esac
+        return
+    fi
+    case $word in
+    -*) mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word") ;;
+    *)
+        case $command in
+        show | list) mapfile -t COMPREPLY < <(compgen -W "$areas" -- "$word") ;;
+        hardware) mapfile -t COMPREPLY < <(compgen -W "$parts" -- "$word") ;;
+        check) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+        esac
+        ;;
+    esac
 }
-complete -F _zel zel
+
+complete -o filenames -F _zel zel

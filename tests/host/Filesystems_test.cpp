@@ -195,6 +195,35 @@ TEST(Filesystems, WantOfRightsIsNoErrorOfTheDevice) {
     EXPECT_EQ(proc->sizeBytes.absence(), Absence::Denied);
 }
 
+// A service of systemd sees every filesystem as read-only, which is true for the service alone.
+TEST(Filesystems, TheMountsOfTheFirstProcessAreReadOnlyWhenTheyAreSoThere) {
+    Sampler outside(filesystemsOnly());
+    const Sample before = outside.take();
+    ASSERT_NE(at(before, "/"), nullptr);
+    const std::uint64_t isReadOnly = *at(before, "/")->readOnly;
+    skipWhenSaid(withPrivateMounts([isReadOnly] {
+        ASSERT_TRUE(remountReadOnly("/"));
+        Sampler own(filesystemsOnly());
+        EXPECT_EQ(*at(own.take(), "/")->readOnly, 1U);
+        Sampler ofTheFirst({.areas = {Area::Filesystems}, .firstMounts = true});
+        const Sample sample = ofTheFirst.take();
+        EXPECT_EQ(*at(sample, "/")->readOnly, isReadOnly);
+        EXPECT_TRUE(at(sample, "/")->sizeBytes.has());
+    }));
+}
+
+// Where this process sees another filesystem in the place of one, it has no sizes of it.
+TEST(Filesystems, AMountThatOnlyTheFirstProcessSeesHasNoSizes) {
+    skipWhenSaid(withPrivateMounts([] {
+        ASSERT_TRUE(mountSmall("/sys", 64));
+        Sampler sampler({.areas = {Area::Filesystems}, .firstMounts = true});
+        const Sample sample = sampler.take();
+        ASSERT_NE(at(sample, "/sys"), nullptr);
+        EXPECT_EQ(at(sample, "/sys")->type, "sysfs");
+        EXPECT_EQ(at(sample, "/sys")->sizeBytes.absence(), Absence::Unsupported);
+    }));
+}
+
 // What a filesystem claims is not believed beyond what fits.
 TEST(Filesystems, SizesAreBlocksOfTheFragmentSizeAndNeverWrap) {
     systemHooks().statfs64 = [](const char *, struct statfs64 *status) {

@@ -9,7 +9,7 @@ namespace zel {
 
 namespace {
 
-constexpr const Command *commands[] = {&showCommand, &listCommand, &hardwareCommand};
+constexpr const Command *commands[] = {&showCommand, &listCommand, &hardwareCommand, &serveCommand, &checkCommand};
 
 std::vector<std::string_view> areaNames() {
     std::vector<std::string_view> names;

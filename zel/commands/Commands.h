@@ -15,8 +15,10 @@ namespace zel {
 extern const Command showCommand;
 extern const Command listCommand;
 extern const Command hardwareCommand;
+extern const Command serveCommand;
+extern const Command checkCommand;
 
-enum class Format : unsigned char { Table, Json, Csv };
+enum class Format : unsigned char { Table, Json, Csv, OpenMetrics, Line };
 
 /// Areas by their names; `problem` says which name is none, and what would be one.
 std::vector<Area> readAreas(const std::vector<std::string> &names, std::string &problem);
@@ -25,7 +27,7 @@ std::vector<Area> readAreas(const std::vector<std::string> &names, std::string &
 std::vector<std::size_t> readNames(const std::vector<std::string> &words, std::span<const std::string_view> known,
                                    std::string_view kind, std::string &problem);
 
-inline constexpr std::array<std::string_view, 3> FORMATS{"table", "json", "csv"}; // by Format
+inline constexpr std::array<std::string_view, 5> FORMATS{"table", "json", "csv", "openmetrics", "line"}; // by Format
 /// A table when nothing was asked for.
 Format readFormat(const std::optional<std::string> &name, std::string &problem,
                   std::span<const std::string_view> known = FORMATS);

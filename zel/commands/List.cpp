@@ -51,10 +51,10 @@ constexpr std::string_view about =
 constexpr Example exitStatus[] = {{"0", "done"}, {"1", "the output failed"}, {"2", "the command line is wrong"}};
 
 template<class Use> void forEachListed(std::span<const Area> areas, bool rates, Use &&use) {
-    forEachSection([&]<class Row>(const Section<Row> &section) {
+    for (const AnySection<Sample> &section : sections()) {
         if (isShown(areas, section.area))
-            forEachFamily<Row>(rates, [&](const Family &family) { use(section.name, family); });
-    });
+            forEachFamily(section, rates, [&](const Family &family) { use(section.name, family); });
+    }
 }
 
 void writeListTable(std::span<const Area> areas, bool rates, const Style &style, std::string &out) {
@@ -125,7 +125,7 @@ struct Request {
 Request readValues(const Arguments &arguments, std::string &problem) {
     Request request;
     request.areas = readAreas(arguments.words, problem);
-    request.format = readFormat(arguments.value("--format"), problem);
+    request.format = readFormat(arguments.value("--format"), problem, std::span(FORMATS).first(3));
     request.rates = arguments.has("--rates");
     request.absent = arguments.has("--absent");
     request.wide = arguments.has("--wide");

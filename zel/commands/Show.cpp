@@ -1,14 +1,11 @@
 // `zel show`: one sample of a host, or many.
-#include "export/Csv.h"
-#include "export/Json.h"
 #include "host/Sampler.h"
 #include "zel/Duration.h"
 #include "zel/Failure.h"
 #include "zel/Output.h"
 #include "zel/Pace.h"
-#include "zel/SampleTables.h"
 #include "zel/Terminal.h"
-#include "zel/commands/ShowRequest.h"
+#include "zel/commands/ShowText.h"
 #include "zel/config/ConfigFile.h"
 
 #include <algorithm>
@@ -26,6 +23,8 @@ constexpr Example examples[] = {
     {"zel show processes --raw", "all processes with their counters, without waiting"},
     {"zel show cpu memory --format json", "counters and sizes for a program, one line"},
     {"zel show disks --rates --format csv --every 10s --count 360 > disks.csv", "an hour of disk rates"},
+    {"zel show --format openmetrics > /var/lib/metrics/zel.prom", "the page that a server of metrics reads"},
+    {"zel show --rates --format line --every 10s", "lines for a time-series database"},
     {"zel show filesystems --all", "every field of every filesystem"},
     {"zel show --root /host", "the host whose root directory a container has at /host"},
 };
@@ -51,7 +50,7 @@ public:
     explicit Show(ShowRequest request)
         : m_request(std::move(request)),
           m_sampler({.root = m_request.root, .areas = m_request.areas, .deadline = m_request.deadline}),
-          m_pace(m_request.interval) {}
+          m_pace(m_request.interval), m_text(m_request) {}
 
     int run() {
         if (m_request.rates) {
@@ -91,38 +90,9 @@ private:
     }
 
     Written print() {
-        const Rates *rates = m_request.rates ? &m_rates : nullptr;
-        if (rates != nullptr)
+        if (m_request.rates)
             between(m_before, m_now, m_rates);
-        m_text.clear();
-        switch (m_request.format) {
-        case Format::Table:
-            m_text += m_printed ? "\n" : "";
-            writeTables(m_now, rates, {m_request.areas, m_request.everything}, style(), m_text);
-            break;
-        case Format::Json:
-            if (rates == nullptr)
-                writeJson(m_now, m_request.areas, m_text);
-            else
-                writeJson(m_now, *rates, m_request.areas, m_text);
-            m_text += '\n';
-            break;
-        case Format::Csv:
-            if (rates == nullptr)
-                writeCsv(m_now, m_request.areas, !m_printed, m_text);
-            else
-                writeCsv(m_now, *rates, m_request.areas, !m_printed, m_text);
-            break;
-        }
-        m_printed = true;
-        return writeOut(m_text);
-    }
-    // Asked for each time: the terminal may change its size.
-    Style style() const {
-        Style style = outputStyle();
-        if (m_request.wide)
-            style.width = 0;
-        return style;
+        return writeOut(m_text.of(m_now, m_request.rates ? &m_rates : nullptr));
     }
 
     // What failed is said once, and again when it fails in another way. Without named areas one whose source this host
@@ -154,9 +124,8 @@ private:
     Pace m_pace;
     Sample m_before, m_now;
     Rates m_rates;
-    std::string m_text;
+    ShowText m_text;
     std::array<std::string, AREA_COUNT> m_reported;
-    bool m_printed = false;
     bool m_failed = false;
 };
 
@@ -173,7 +142,7 @@ int runShow(const Command &command, const Arguments &given) {
 
 } // namespace
 
-const Command showCommand{"show",     "[AREA...]",   "one sample of this host, or many: tables, JSON or CSV",
+const Command showCommand{"show",     "[AREA...]",   "one sample of this host, or many, in any format",
                           about,      showOptions(), examples,
                           exitStatus, runShow,       problemOfShow};
 

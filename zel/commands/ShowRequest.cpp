@@ -19,10 +19,10 @@ constexpr std::uint64_t countMost = 1000000000;
 constexpr OptionEntry options[] = {
     {"--every", "TIME", "a sample each TIME (500ms, 1s, 2m, 1h) until Ctrl-C or --count"},
     {"--count", "N", "end after N outputs; each second without --every"},
-    {"--format", "FORMAT", "table (default), json: one object per line, csv"},
+    {"--format", "FORMAT", "table (default), json: one object per line, csv, openmetrics, line: line protocol"},
     {"--rates", "", "growth per second and shares of the time between two samples; tables have them by default"},
-    {"--raw", "", "counters as the kernel has them, at once; json and csv have them by default"},
-    {"--all", "", "every field of every row, by the names that json and csv use"},
+    {"--raw", "", "counters as the kernel has them, at once; all formats but tables have them by default"},
+    {"--all", "", "every field of every row, by the names that json and csv use; in openmetrics too"},
     {"--wide", "", "lines as long as they get: nothing is cut or left out on a narrow terminal"},
     ROOT_OPTION,
     DEADLINE_OPTION,
@@ -39,11 +39,23 @@ std::uint64_t readCount(const std::string &text, std::string &problem) {
 
 // People see what happens now; programs take counters and make rates of their own.
 bool wantsRates(const Arguments &arguments, const ShowRequest &request) {
-    if (arguments.has("--raw"))
+    if (arguments.has("--raw") || request.format == Format::OpenMetrics)
         return false;
     if (arguments.has("--rates"))
         return true;
     return request.format == Format::Table && needRates({request.areas, request.everything});
+}
+
+// What a format has no use for; empty when there is nothing.
+std::string conflictOf(const Arguments &arguments, Format format) {
+    const bool metrics = format == Format::OpenMetrics;
+    if (metrics && arguments.has("--rates"))
+        return "--rates: openmetrics has counters, of which its readers take the rates";
+    if (metrics && arguments.has("--wide"))
+        return "--wide is for tables";
+    if (format != Format::Table && !metrics && (arguments.has("--wide") || arguments.has("--all")))
+        return "--wide and --all are for tables: json, csv and line always have every field";
+    return {};
 }
 
 ShowRequest readValues(const Arguments &arguments, std::string &problem) {
@@ -79,8 +91,8 @@ std::string problemOfShow(const Arguments &arguments) {
 
 ShowRequest readShowRequest(const Arguments &arguments, const Arguments &given, std::string &problem) {
     const ShowRequest request = readValues(arguments, problem);
-    if (problem.empty() && request.format != Format::Table && (given.has("--wide") || given.has("--all")))
-        problem = "--wide and --all are for tables: json and csv always have every field";
+    if (problem.empty())
+        problem = conflictOf(given, request.format);
     return request;
 }
 

@@ -5,6 +5,7 @@
 #include "zel/Duration.h"
 #include "zel/commands/Commands.h"
 #include "zel/commands/OptionValues.h"
+#include "zel/serve/HostCheck.h"
 
 #include <algorithm>
 #include <array>
@@ -55,6 +56,17 @@ template<auto member> std::string readTexts(ServeSettings &settings, const std::
     return {};
 }
 
+std::string readListenOf(ServeSettings &settings, const std::string &text) {
+    std::string problem = readTexts<&ServeSettings::listen>(settings, text);
+    if (settings.listen.empty())
+        problem = "there is no address";
+    for (const std::string &listen : settings.listen) {
+        if (problem.empty())
+            readListen(listen, problem);
+    }
+    return problem;
+}
+
 template<auto member, const SettingRange<milliseconds> &range>
 std::string readTimeOf(ServeSettings &settings, const std::string &text) {
     const ReadDuration read = readDuration(text, range.least, range.most);
@@ -97,7 +109,7 @@ std::string readSections(ServeSettings &settings, const std::string &text) {
 
 constexpr auto serverOptions = std::to_array<ServeOption>({
     {{"--listen", "ADDRESS,...", "where it listens (127.0.0.1:9100); :9100 is every address of this host"},
-     readTexts<&ServeSettings::listen>},
+     readListenOf},
     {{"--listen-unprotected", "", "listen for other machines without a token and without TLS"},
      readSwitch<&ServeSettings::listenUnprotected>},
     {{"--server-names", "NAME,...", "names that clients may call this host by, beside localhost"},

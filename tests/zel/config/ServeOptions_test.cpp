@@ -86,11 +86,12 @@ TEST(ServeOptions, ValuesOutOfRangeAreRefusedWithTheRange) {
         EXPECT_THAT(problemOf("--connections", wrong), HasSubstr("a whole number from 1 to 8192")) << wrong;
     EXPECT_THAT(problemOf("--areas", "cpus"), HasSubstr("there is no area 'cpus'; did you mean cpu?"));
     EXPECT_THAT(problemOf("--listen", "a,,b"), HasSubstr("nothing between two commas"));
+    for (const char *wrong : {"", "9100", "127.0.0.1", "127.0.0.1:70000", "host.example.org:9100"})
+        EXPECT_THAT(problemOf("--listen", wrong), HasSubstr("--listen " + std::string(wrong) + ": ")) << wrong;
 }
 
 TEST(ServeOptions, AnEmptyTextIsNone) {
     EXPECT_THAT(readWell("--areas", "").areas, IsEmpty());
-    EXPECT_THAT(readWell("--listen", "").listen, IsEmpty());
     EXPECT_EQ(readWell("--token-file", "").tokenFile, "");
 }
 

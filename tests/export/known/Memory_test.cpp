@@ -1,0 +1,35 @@
+// The known names of memory.
+#include "tests/support/KnownText.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::uint64_t kibibyte = 1024;
+
+TEST(KnownMemory, KeysOfMeminfoAreBytes) {
+    zel::Sample sample;
+    sample.memory.totalBytes = 3742148 * kibibyte;
+    sample.memory.activeAnonymousBytes = 2020004 * kibibyte;
+    sample.memory.directMap4kBytes = 185120 * kibibyte;
+    const KnownText text(zel::knownMemory, sample);
+    EXPECT_EQ(text.series(), (Lines{"node_memory_MemTotal_bytes 3831959552", "node_memory_Active_anon_bytes 2068484096",
+                                    "node_memory_DirectMap4k_bytes 189562880"}));
+    EXPECT_EQ(text.type("node_memory_MemTotal_bytes"), "gauge");
+}
+
+TEST(KnownMemory, HugePagesAreANumberAndTheirSizeIsBytes) {
+    zel::Sample sample;
+    sample.memory.hugePages = std::uint64_t{9};
+    sample.memory.hugePageBytes = 2048 * kibibyte;
+    const KnownText text(zel::knownMemory, sample);
+    EXPECT_EQ(text.series(), (Lines{"node_memory_HugePages_Total 9", "node_memory_Hugepagesize_bytes 2097152"}));
+}
+
+TEST(KnownMemory, LinesThatAreNotKnownAreNoFamily) {
+    zel::Sample sample;
+    sample.memory.unknownLines = std::uint64_t{2};
+    EXPECT_EQ(KnownText(zel::knownMemory, sample).series(), Lines{});
+}
+
+} // namespace

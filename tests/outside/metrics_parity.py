@@ -1,0 +1,238 @@
+# Runs the peer and `zel show` on the same hosts and compares what they say.
+#   metrics_parity.py SOURCE ZEL PEER [ROOT...]
+import fnmatch
+import os
+import re
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import urllib.request
+
+import listed_tree
+import metric_text
+
+FORMATS = ("openmetrics", "prometheus")
+RECORDED = ("linux-6.18/t0", "linux-6.1.0/t0")
+WRITTEN = "parity/host.files"
+ROUNDS = 6  # readings of this machine, each between two of the peer
+DIFFERENCES_AT_MOST = 10
+START_SECONDS = 10
+EQUAL = 1e-9  # of a value: both sides print doubles, which they come to in different ways
+# What moves by itself while both sides are read, or because they are: any value that the machine had in all rounds.
+MOVING = ("node_memory_*", "node_load*", "node_procs_*", "node_filesystem_*free*", "node_filesystem_avail_bytes",
+          "node_sockstat_*", "node_filefd_allocated", "node_disk_io_now", "node_entropy_available_bits", "node_arp_entries",
+          "node_timex_*", "node_netstat_Tcp_CurrEstab", "node_nf_conntrack_entries", "node_udp_queues",
+          "node_cpu_scaling_frequency_hertz", "node_hwmon_*", "node_thermal_zone_temp", "node_time_seconds")
+MOVING_MARGIN = 0.1
+# The kernel lets the idle times of a processor step back a little.
+STEPPING_BACK = {"node_cpu_seconds_total": 0.1}
+# Families of collectors that are not called after them.
+PREFIXES = {"mdadm": "node_md_", "tapestats": "node_tape_", "powersupplyclass": "node_power_supply_", "stat": "node_",
+            "diskstats": "node_disk_", "netclass": "node_network_", "netdev": "node_network_", "meminfo": "node_memory_",
+            "thermal_zone": "node_cooling_"}
+
+
+class Differences:
+    """The table of docs/metrics-names.md: families in the first column, and whether below a root directory only."""
+
+    def __init__(self, path):
+        self.patterns = []  # of family, of a label or none, whether of roots only
+        rows = 0
+        with open(path) as document:
+            lines = document.read().split("<!-- differences -->")[1].splitlines()
+        for line in lines:
+            cells = [cell.strip() for cell in line.strip("|").split("|")]
+            if not line.startswith("| `"):
+                continue
+            rows += 1
+            for name in re.findall(r"`([^`]+)`", cells[0]):
+                family, _, label = name.rstrip("}").partition("{")
+                self.patterns.append((family, label, cells[1] == "recordings"))
+        if rows > DIFFERENCES_AT_MOST or rows == 0:
+            sys.exit(f"metrics_parity: {rows} differences on purpose, 1 to {DIFFERENCES_AT_MOST} are allowed")
+
+    def covers(self, family, labels, recorded):
+        texts = [f'{name}="{value}"' for name, value in labels]
+        return any((recorded or not roots_only) and fnmatch.fnmatchcase(family, pattern) and
+                   (not label or any(fnmatch.fnmatchcase(text, label) for text in texts))
+                   for pattern, label, roots_only in self.patterns)
+
+
+class Peer:
+    """The peer, on the files below a root directory; "/" is this machine."""
+
+    def __init__(self, program, root, log):
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            self.address = f"127.0.0.1:{free.getsockname()[1]}"
+        self.root = "" if root == "/" else root
+        command = [program, f"--web.listen-address={self.address}"]
+        if root != "/":
+            command += [f"--path.procfs={root}/proc", f"--path.sysfs={root}/sys", f"--path.rootfs={root}",
+                        f"--path.udev.data={root}/run/udev/data", "--no-collector.netdev.netlink"]
+        self.process = subprocess.Popen(command, stdout=log, stderr=log)
+        end = time.monotonic() + START_SECONDS
+        while True:
+            try:
+                self.read()
+                return
+            except OSError:
+                if self.process.poll() is not None or time.monotonic() > end:
+                    self.stop()
+                    raise SystemExit(f"metrics_parity: {program} does not answer on {root}; see {log.name}")
+                time.sleep(0.02)
+
+    # Some labels are paths, which begin with the root directory: ours do not.
+    def read(self):
+        with urllib.request.urlopen(f"http://{self.address}/metrics", timeout=START_SECONDS) as reply:
+            text = reply.read().decode()
+        return metric_text.read(text.replace(f'"{self.root}/', '"/') if self.root else text)
+
+    def stop(self):
+        self.process.kill()
+        self.process.wait()
+
+
+class Comparison:
+    def __init__(self, name, differences, recorded):
+        self.name, self.differences, self.recorded = name, differences, recorded
+        self.families = self.series = self.different = 0
+        self.failures = []
+
+    def fail(self, text):
+        self.failures.append(f"{self.name}: {text}")
+
+    def covered(self, family, labels=frozenset()):
+        return self.differences.covers(family, labels, self.recorded)
+
+    def compare(self, rounds, kind):
+        """`rounds`: each what the peer said before, what we said, what the peer said after."""
+        self.families = self.series = self.different = 0
+        silent = {labels_value(labels, "collector") for labels, good in
+                  rounds[-1][2]["node_scrape_collector_success"].series.items() if good == 0}
+        silent_prefixes = tuple(PREFIXES.get(collector, f"node_{collector}_") for collector in silent)
+        before, ours, _ = rounds[-1]
+        for name, family in before.items():
+            self.compare_family(name, family, rounds, kind)
+        for name, family in ours.items():
+            if name.startswith("node_") and name not in before and not name.startswith(silent_prefixes):
+                for labels in family.series:
+                    if not self.covered(name, labels):
+                        self.fail(f"{kind}: {name}{shown(labels)} is ours only")
+
+    def compare_family(self, name, family, rounds, kind):
+        ours = rounds[-1][1].get(name)
+        self.families += ours is not None
+        if ours is not None and ours.kind != family.kind:
+            self.fail(f"{kind}: {name} is {ours.kind}, of the peer {family.kind}")
+        our_series = ours.series if ours else {}
+        for labels in family.series.keys() - our_series.keys():
+            if self.covered(name, labels):
+                self.different += 1
+            elif all(name in taken and labels in taken[name].series for _, _, taken in rounds):
+                self.fail(f"{kind}: {name}{shown(labels)} is the peer's only")
+        for labels in our_series.keys() & family.series.keys():
+            self.compare_series(name, labels, rounds, kind)
+        for labels in our_series.keys() - family.series.keys():
+            if not self.covered(name, labels) and all(labels not in taken[name].series for taken, _, _ in rounds
+                                                      if name in taken):
+                self.fail(f"{kind}: {name}{shown(labels)} is ours only")
+
+    def compare_series(self, name, labels, rounds, kind):
+        self.series += 1
+        spans = []
+        for before, ours, after in rounds:
+            values = [taken[name].series[labels] for taken in (before, ours, after)
+                      if name in taken and labels in taken[name].series]
+            if len(values) == 3:
+                spans.append(values)
+        if not spans or any(is_between(value, before, after, STEPPING_BACK.get(name, 0))
+                            for before, value, after in spans):
+            return
+        lowest = min(min(before, after) for before, _, after in spans)
+        highest = max(max(before, after) for before, _, after in spans)
+        margin = MOVING_MARGIN * max(abs(lowest), abs(highest))
+        if any(fnmatch.fnmatchcase(name, moving) for moving in MOVING) and not self.recorded and any(
+                is_between(value, lowest, highest, margin) for _, value, _ in spans):
+            return
+        if self.covered(name, labels):
+            self.different += 1
+            return
+        self.fail(f"{kind}: {name}{shown(labels)} is {spans[-1][1]!r}, of the peer {spans[-1][0]!r} to {spans[-1][2]!r}")
+
+
+def labels_value(labels, wanted):
+    return next((value for name, value in labels if name == wanted), "")
+
+
+def shown(labels):
+    return "{" + ",".join(f'{name}="{value}"' for name, value in sorted(labels)) + "}"
+
+
+def is_between(value, one, other, slack):
+    slack += EQUAL * max(abs(one), abs(other))
+    return min(one, other) - slack <= value <= max(one, other) + slack
+
+
+def our_metrics(zel, root, kind):
+    command = [zel, "show", "--format", kind] + ([] if root == "/" else ["--root", root])
+    done = subprocess.run(command, capture_output=True, text=True)
+    if done.returncode != 0:
+        raise SystemExit(f"metrics_parity: {' '.join(command)} gives {done.returncode}: {done.stderr}")
+    return metric_text.read(done.stdout)
+
+
+def compare_host(zel, program, root, name, differences, log):
+    comparison = Comparison(name, differences, root != "/")
+    peer = Peer(program, root, log)
+    try:
+        for kind in FORMATS:
+            rounds, before = [], peer.read()
+            for _ in range(ROUNDS if root == "/" else 1):
+                ours = our_metrics(zel, root, kind)
+                after = peer.read()
+                rounds.append((before, ours, after))
+                before = after
+            comparison.compare(rounds, kind)
+    finally:
+        peer.stop()
+    print(f"{name}: {comparison.families} families, {comparison.series} series compared, {comparison.different} of the "
+          f"peer differ on purpose, {len(comparison.failures)} otherwise")
+    return comparison.failures
+
+
+# The peer does not start without these directories.
+def complete(root):
+    for top in ("proc", "sys"):
+        os.makedirs(os.path.join(root, top), exist_ok=True)
+    return root
+
+
+def hosts(source, scratch):
+    fixtures = os.path.join(source, "tests/fixtures")
+    yield "this machine", "/"
+    for name in RECORDED:
+        copy = os.path.join(scratch, name)
+        shutil.copytree(os.path.join(fixtures, name), copy, symlinks=True)
+        yield name, complete(copy)
+    written = os.path.join(scratch, "written")
+    listed_tree.build(os.path.join(fixtures, WRITTEN), written)
+    yield WRITTEN, complete(written)
+
+
+def main(source, zel, program, *roots):
+    differences = Differences(os.path.join(source, "docs/metrics-names.md"))
+    failures = []
+    with tempfile.TemporaryDirectory() as scratch, open(os.path.join(scratch, "peer.log"), "w") as log:
+        for name, root in [(root, root) for root in roots] or hosts(source, scratch):
+            failures += compare_host(zel, program, root, name, differences, log)
+    for failure in failures:
+        print(f"metrics_parity: {failure}", file=sys.stderr)
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))

@@ -1,0 +1,63 @@
+// Writes samples of `zel show` in each of its formats.
+#include "zel/commands/ShowText.h"
+
+#include "export/Csv.h"
+#include "export/Json.h"
+#include "zel/SampleTables.h"
+#include "zel/Terminal.h"
+
+namespace zel {
+
+ShowText::ShowText(const ShowRequest &request) : m_request(request) {
+    if (request.format == Format::OpenMetrics)
+        m_metrics.emplace(
+            MetricOptions{.sections = request.everything ? MetricSections::all() : MetricSections::defaults(),
+                          .version = ZEL_VERSION});
+}
+
+// The style is asked for each time: the terminal may change its size.
+void ShowText::appendTables(const Sample &sample, const Rates *rates) {
+    Style style = outputStyle();
+    if (m_request.wide)
+        style.width = 0;
+    m_text += m_first ? "" : "\n";
+    writeTables(sample, rates, {m_request.areas, m_request.everything}, style, m_text);
+}
+
+void ShowText::appendLines(const Sample &sample, const Rates *rates) {
+    const bool named = sample.area(Area::Identity).asked && sample.identity.hostName;
+    m_lines.write(sample, rates, m_request.areas, named ? std::string_view(*sample.identity.hostName) : "", m_text);
+}
+
+void ShowText::append(const Sample &sample, const Rates *rates) {
+    switch (m_request.format) {
+    case Format::Table:
+        return appendTables(sample, rates);
+    case Format::Json:
+        if (rates == nullptr)
+            writeJson(sample, m_request.areas, m_text);
+        else
+            writeJson(sample, *rates, m_request.areas, m_text);
+        m_text += '\n';
+        return;
+    case Format::Csv:
+        if (rates == nullptr)
+            writeCsv(sample, m_request.areas, m_first, m_text);
+        else
+            writeCsv(sample, *rates, m_request.areas, m_first, m_text);
+        return;
+    case Format::OpenMetrics:
+        return m_metrics->write(sample, nullptr, m_request.areas, MetricFormat::OpenMetrics, m_text);
+    case Format::Line:
+        return appendLines(sample, rates);
+    }
+}
+
+const std::string &ShowText::of(const Sample &sample, const Rates *rates) {
+    m_text.clear();
+    append(sample, rates);
+    m_first = false;
+    return m_text;
+}
+
+} // namespace zel

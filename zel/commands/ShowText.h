@@ -1,0 +1,32 @@
+// Samples of `zel show` as texts, in the format that was asked for.
+#pragma once
+
+#include "export/LineProtocol.h"
+#include "export/OpenMetrics.h"
+#include "zel/commands/ShowRequest.h"
+
+#include <optional>
+#include <string>
+
+namespace zel {
+
+class ShowText {
+public:
+    explicit ShowText(const ShowRequest &request);
+
+    /// The text of the next sample; valid until the next call. `rates` may be null.
+    const std::string &of(const Sample &sample, const Rates *rates);
+
+private:
+    void append(const Sample &sample, const Rates *rates);
+    void appendTables(const Sample &sample, const Rates *rates);
+    void appendLines(const Sample &sample, const Rates *rates);
+
+    const ShowRequest &m_request;
+    std::optional<MetricsWriter> m_metrics;
+    LineWriter m_lines;
+    std::string m_text;
+    bool m_first = true;
+};
+
+} // namespace zel

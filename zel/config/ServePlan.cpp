@@ -1,0 +1,128 @@
+// Puts the settings of the server into words.
+#include "zel/config/ServePlan.h"
+
+#include "zel/Duration.h"
+#include "zel/config/TlsFiles.h"
+#include "zel/serve/HostCheck.h"
+#include "zel/serve/Server.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace zel {
+
+namespace {
+
+bool hasTls(const ServeSettings &settings) {
+    return !settings.certificateFile.empty() && !settings.keyFile.empty();
+}
+
+template<class Items, class TextOf> std::string joined(const Items &items, TextOf &&textOf) {
+    std::string text;
+    for (const auto &item : items)
+        text += (text.empty() ? "" : ", ") + std::string(textOf(item));
+    return text;
+}
+
+std::string itself(const std::string &text) {
+    return text;
+}
+
+bool isOfThisHost(const std::string &listen) {
+    std::string problem;
+    const std::vector<SocketAddress> addresses = readListen(listen, problem);
+    return std::all_of(addresses.begin(), addresses.end(), isLoopback);
+}
+
+bool isOfThisHost(const ServeSettings &settings) {
+    return std::all_of(settings.listen.begin(), settings.listen.end(),
+                       [](const std::string &listen) { return isOfThisHost(listen); });
+}
+
+void checkDirectory(const char *key, const std::string &path, std::vector<std::string> &problems) {
+    struct stat status {};
+    if (path.empty())
+        return;
+    if (stat(path.c_str(), &status) != 0)
+        problems.push_back(std::string(key) + ' ' + path + ": " + std::strerror(errno));
+    else if (!S_ISDIR(status.st_mode))
+        problems.push_back(std::string(key) + ' ' + path + ": " + std::strerror(ENOTDIR));
+}
+
+std::string listenSentence(const ServeSettings &settings) {
+    const std::string where = joined(settings.listen, itself);
+    return "listens on " + where +
+           (isOfThisHost(settings) ? ": only programs of this machine reach it" : ": other machines reach it");
+}
+
+std::string readerSentence(const ServeSettings &settings) {
+    const std::string who = settings.tokenFile.empty()
+                                ? "asks for no token: whoever reaches it may read everything below"
+                                : "asks for the token of " + settings.tokenFile;
+    return who + (settings.serverNames.empty() ? "" : "; answers as " + joined(settings.serverNames, itself) + " only");
+}
+
+std::string transportSentence(const ServeSettings &settings) {
+    if (hasTls(settings))
+        return "encrypts with TLS, certificate " + settings.certificateFile;
+    const bool isOpen = !isOfThisHost(settings);
+    return std::string("does not encrypt: plain HTTP") +
+           (isOpen && !settings.tokenFile.empty() ? "; whoever listens on the way learns the token" : "");
+}
+
+std::string sampleSentence(const ServeSettings &settings) {
+    const std::string areas = settings.areas.empty() ? "all areas" : joined(settings.areas, areaName);
+    const std::string host = settings.root.empty() ? "this host" : "the host below " + settings.root;
+    return "samples " + areas + " of " + host + "; what does not answer within " + durationText(settings.deadline) +
+           " is timed out; a sample is shared for " + durationText(settings.sampleAge);
+}
+
+std::string metricsSentence(const ServeSettings &settings) {
+    const std::vector<std::string> &sections = settings.metricsSections;
+    const std::string own = sections.empty()       ? "the sections that are written by default"
+                            : sections[0] == "all" ? "all sections"
+                                                   : "the sections " + joined(sections, itself);
+    const std::string most = std::to_string(settings.topProcesses);
+    const std::string processes =
+        settings.topProcesses == 0 ? "no process" : "the " + most + " processes that use most CPU, memory and I/O each";
+    return "/metrics has the known families, " + own + ", " + processes +
+           (settings.textfileDirectory.empty() ? "" : ", and *.prom of " + settings.textfileDirectory);
+}
+
+std::string departureSentence(const ServeSettings &settings) {
+    const std::string lines = settings.commandLines ? "command lines of processes are given to those who ask"
+                                                    : "command lines of processes are given to nobody";
+    const std::string rest =
+        isOfThisHost(settings) ? "nothing leaves this machine" : "what is asked for leaves this machine";
+    return "sends nothing by itself: " + rest + "; " + lines;
+}
+
+std::string limitSentence(const ServeSettings &settings) {
+    return "takes " + std::to_string(settings.connections) + " connections, " +
+           std::to_string(settings.connectionsPerAddress) + " of one address, " + std::to_string(settings.streams) +
+           " streams; requests of " + std::to_string(settings.requestBytes) + " bytes within " +
+           durationText(settings.requestTime);
+}
+
+} // namespace
+
+std::vector<std::string> problemsOf(const ServeSettings &settings) {
+    std::vector<std::string> problems;
+    if (const std::string problem = settingsProblem(settings); !problem.empty())
+        problems.push_back(problem);
+    else if (hasTls(settings))
+        problems = problemsOfTls(settings.certificateFile, settings.keyFile);
+    checkDirectory("root", settings.root, problems);
+    checkDirectory("textfile-directory", settings.textfileDirectory, problems);
+    return problems;
+}
+
+std::vector<std::string> planOf(const ServeSettings &settings) {
+    return {listenSentence(settings), readerSentence(settings),  transportSentence(settings),
+            sampleSentence(settings), metricsSentence(settings), departureSentence(settings),
+            limitSentence(settings)};
+}
+
+} // namespace zel

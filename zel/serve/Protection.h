@@ -1,0 +1,19 @@
+// What protects the server, read from the files that the settings name, and whether that is enough for where it listens.
+#pragma once
+
+#include "zel/config/ServeSettings.h"
+#include "zel/serve/HttpDaemon.h"
+
+#include <string>
+
+namespace zel {
+
+struct Protection {
+    std::string token;
+    TlsTexts tls;
+};
+
+/// `problem` says what is wrong and what would be right.
+Protection readProtection(const ServeSettings &settings, std::string &problem);
+
+} // namespace zel
