@@ -37,25 +37,34 @@ install(FILES ${PROJECT_BINARY_DIR}/zel.pc ${PROJECT_BINARY_DIR}/zelhost.pc
 install(TARGETS libzelinfo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT driver)
 set(ZEL_HOME ${CMAKE_INSTALL_FULL_LIBEXECDIR}/zel/home)
 
-# zel_manual(NAME COMPONENT): man/NAME.1.in, compressed.
+# zel_manual(NAME COMPONENT [SECTION]): man/NAME.SECTION.in, compressed; 1 without a section.
 function(zel_manual NAME COMPONENT)
-  set(MANUAL ${PROJECT_BINARY_DIR}/man/${NAME}.1)
-  configure_file(man/${NAME}.1.in ${MANUAL} @ONLY)
+  set(SECTION 1)
+  if(ARGC GREATER 2)
+    set(SECTION ${ARGV2})
+  endif()
+  set(MANUAL ${PROJECT_BINARY_DIR}/man/${NAME}.${SECTION})
+  configure_file(man/${NAME}.${SECTION}.in ${MANUAL} @ONLY)
   add_custom_command(OUTPUT ${MANUAL}.gz DEPENDS ${MANUAL} COMMAND gzip -9nc ${MANUAL} > ${MANUAL}.gz)
   add_custom_target(manual_${NAME} ALL DEPENDS ${MANUAL}.gz)
-  install(FILES ${MANUAL}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${COMPONENT})
+  install(FILES ${MANUAL}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man${SECTION} COMPONENT ${COMPONENT})
 endfunction()
 zel_manual(libzelinfo driver)
 if(TARGET zel_tool)
   set(ZEL_UNIT_DIR lib/systemd/system CACHE STRING "Where zel.service is installed")
   install(TARGETS zel_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-  zel_manual(zel tool)
+  foreach(PAGE zel zel-show zel-list zel-hardware zel-serve zel-check)
+    zel_manual(${PAGE} tool)
+  endforeach()
+  zel_manual(zel.toml tool 5)
   install(FILES packaging/zel.toml DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/zel COMPONENT tool)
   install(FILES packaging/systemd/zel.service DESTINATION ${ZEL_UNIT_DIR} COMPONENT tool)
   install(DIRECTORY packaging/examples/ contrib/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zel/examples COMPONENT tool
           PATTERN tests EXCLUDE)
   install(FILES packaging/completion/zel.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zel
           COMPONENT tool)
+  install(FILES packaging/completion/_zel DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tool)
+  install(FILES packaging/completion/zel.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
 endif()
 
 install(DIRECTORY examples/agent examples/receiver DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libzel-dev/examples

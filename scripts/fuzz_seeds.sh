@@ -236,6 +236,9 @@ cpuinfo='vendor_id\t: Vendor\nmodel name\t: Model 8\ncpu MHz\t\t: 2400.000\n'
 seed inventory_program_fuzz host '' "$cpuinfo" 0 0 1 Data 32K 2400000 2097152 model vendor serial '[none] mq' 2 \
   00:16:3e:00:00:01 1000 full 1500 up '' 0x21000024ff123456 0x20000024ff123456 Online 'name x' '8 Gbit' m f s
 
+seed zel_config_fuzz types '' '# a\n[show]\ntext = "a"\ntime = "1s"\nnumber = 3\nswitch = true\nlist = ["a", "b"]\n[metrics]\nlist = "all"\nnumber = 0x10\n'
+seed zel_config_fuzz wrong '' 'text = 1\n[shwo]\n[show]\nnumber = "3"\nlist = [1, [2], {a = 1}]\nswitch = 1.5\ntime = 2026-11-22T07:32:00Z\ntxt = """a\n"""\n'
+seed zel_config_fuzz deep '' '\036\377a.' '[[a]]\n[a.b]\nc.d.e = [[[[1]]]]\n'
 seed log_mode_fuzz groups '' 'NORMAL:LAB:14|ERROR:UNI,TCP:LIB|NOLOG:LAB:3|DEBUG:ALL:ALL'
 seed log_mode_fuzz word '' DEBUG
 seed tokenisers_fuzz lines '' 'a|b||c "Intel Corp' '|' 1.3.6.1

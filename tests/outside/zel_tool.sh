@@ -78,8 +78,8 @@ examples_run() {
 }
 
 wrong_command_lines() {
-  refuses "there is no command 'shwo'; did you mean show? (commands: show, list, hardware)" shwo
-  refuses "there is no command 'xyzzy' (commands: show, list, hardware)" xyzzy
+  refuses "there is no command 'shwo'; did you mean show? (commands: show, list, hardware, serve, check)" shwo
+  refuses "there is no command 'xyzzy' (commands: show, list, hardware, serve, check)" xyzzy
   refuses "there is no option '--verson'; did you mean --version?" --verson
   refuses "there is no area 'disk'; did you mean disks? (areas: cpu, load, " show disk
   refuses "there is no area ''" show ''
