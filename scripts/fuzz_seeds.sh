@@ -81,6 +81,14 @@ seed host_protocols_fuzz linux-6.18 '' $n/{snmp,netstat,snmp6,sockstat,sockstat6
   $n/{snmp,netstat,snmp6,sockstat,sockstat6,softnet_stat} 'head\n' "$track" "$conn" "$conn" '123\n' '1 2 3\n' \
   '\030\000\000\000\024\000\002\000\000\000\000\000\000\000\000\000abcdefgh'
 y=@linux-6.18/t0/proc/sys
+seed serve_request_fuzz prometheus '\004' /metrics localhost:9100 \
+  'application/openmetrics-text;version=1.0.0,text/plain;version=0.0.4;q=0.5,*/*;q=0.1' gzip
+seed serve_request_fuzz token '\001' '/api/v1/sample?areas=cpu%2Cdisks&rates=true' 10.0.0.1 application/json \
+  'zstd, identity;q=0' 'Bearer 0123456789abcdef'
+seed serve_request_fuzz stream '\006' 'http://db1.example/api/v1/stream?every=2s&areas=load' '[::1]:9100' text/event-stream
+seed serve_textfile_fuzz families '' '# HELP a_total A \\\\ b.\n# TYPE a_total counter\na_total{x="1",y="\\""} 1e3\nb NaN\n'
+seed serve_textfile_fuzz histogram '' \
+  '# TYPE h histogram\nh_bucket{le="+Inf"} 4\nh_sum 2.5\nh_count 4\n# TYPE s summary\ns{quantile="0.5"} 1\n'
 seed host_limits_fuzz linux-6.18 '' $y/fs/file-nr $y/fs/dentry-state $y/kernel/sem $y/kernel/pid_max \
   @linux-6.18/t0/proc/loadavg '    0:     9 8/8 3/1000000 40/25000000\n' 'key\n 0 1 600\n' \
   'entries  allocs\n0000001a 00000001\n'

@@ -92,6 +92,9 @@ token-file = '$scratch/token'"
   check 1 'one.pem with key' <<<"${tls/one.key/two.key}"
   check 1 'certificate' <<<"${tls/one.pem/token}"
   check 1 'TLS needs both a certificate and its key' <<<"${tls/key*/}"
+  check 0 '/run/credentials/zel.service/token is there only for the service' <<<$'[serve]
+listen = ":9100"
+token-file = "/run/credentials/zel.service/token"'
   expired
   chmod 644 "$scratch/token"
   check 1 'everybody may read it' <<<"[serve]

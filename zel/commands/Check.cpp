@@ -90,6 +90,8 @@ int runCheck(const Command &command, const Arguments &arguments) {
         wrong.insert(0, file.name + ": ");
     if (file.isThere)
         remarkRights(file.name);
+    for (const std::string &path : credentialsOf(settings))
+        complain("remark: " + path + " is there only for the service (LoadCredential=), and is not looked at");
     if (!problems.empty())
         return complainAll(problems);
     return writeOut(plan(file, settings)) == Written::Failed ? EXIT_FAILED : EXIT_DONE;

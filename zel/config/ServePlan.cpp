@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
 
@@ -49,6 +50,25 @@ void checkDirectory(const char *key, const std::string &path, std::vector<std::s
         problems.push_back(std::string(key) + ' ' + path + ": " + std::strerror(errno));
     else if (!S_ISDIR(status.st_mode))
         problems.push_back(std::string(key) + ' ' + path + ": " + std::strerror(ENOTDIR));
+}
+
+bool isCredential(const std::string &path) {
+    constexpr std::string_view directory = "/run/credentials/";
+    return path.starts_with(directory) && std::getenv("CREDENTIALS_DIRECTORY") == nullptr;
+}
+
+// What protects the server stays so when its files cannot be seen from here.
+ServeSettings withoutCredentials(ServeSettings settings) {
+    const bool isTls = !settings.certificateFile.empty() && !settings.keyFile.empty();
+    settings.listenUnprotected = settings.listenUnprotected || isCredential(settings.tokenFile);
+    if (isCredential(settings.tokenFile))
+        settings.tokenFile.clear();
+    if (isTls && (isCredential(settings.certificateFile) || isCredential(settings.keyFile))) {
+        settings.listenUnprotected = true;
+        settings.certificateFile.clear();
+        settings.keyFile.clear();
+    }
+    return settings;
 }
 
 std::string listenSentence(const ServeSettings &settings) {
@@ -108,7 +128,17 @@ std::string limitSentence(const ServeSettings &settings) {
 
 } // namespace
 
-std::vector<std::string> problemsOf(const ServeSettings &settings) {
+std::vector<std::string> credentialsOf(const ServeSettings &settings) {
+    std::vector<std::string> credentials;
+    for (const std::string &path : {settings.tokenFile, settings.certificateFile, settings.keyFile}) {
+        if (isCredential(path))
+            credentials.push_back(path);
+    }
+    return credentials;
+}
+
+std::vector<std::string> problemsOf(const ServeSettings &wanted) {
+    const ServeSettings settings = withoutCredentials(wanted);
     std::vector<std::string> problems;
     if (const std::string problem = settingsProblem(settings); !problem.empty())
         problems.push_back(problem);

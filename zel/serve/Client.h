@@ -48,8 +48,8 @@ struct Client {
     MHD_Connection *connection = nullptr;
 
     Phase phase = Phase::Asking;
-    Clock::time_point since; // of the phase; while it streams: since when an event waits for the client
-    std::uint64_t bytesBefore = 0; // that had come when it became idle
+    Clock::time_point since;       // of the phase; while it streams: since when an event waits for the client
+    std::uint64_t bytesAtHead = 0; // that had come when the head of the last request was whole
     bool isSuspended = false;
 
     RequestHead head;
@@ -60,6 +60,7 @@ struct Client {
     bool isStream = false; // its answer
     EventQueue events;
     Clock::time_point lastEvent;
+    std::string lastNumber; // of the event that was added last
 
     void enter(Phase next, Clock::time_point now) {
         phase = next;

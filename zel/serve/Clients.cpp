@@ -11,13 +11,14 @@ namespace zel {
 
 namespace {
 
-// How many bytes have come on a connection; 0 where the kernel does not count them.
-std::uint64_t bytesReceived(int socket) {
+constexpr unsigned closeWait = 8; // the kernel's state of a connection whose other end has no more to say
+
+// What the kernel knows of a connection; zeros for what it does not.
+tcp_info stateOf(int socket) {
     tcp_info info{};
     socklen_t length = sizeof(info);
-    if (getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) != 0)
-        return 0;
-    return info.tcpi_bytes_received;
+    getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length);
+    return info;
 }
 
 } // namespace
@@ -113,18 +114,29 @@ void Clients::becomeIdle(Client &client, Client::Clock::time_point now) {
     if (client.phase == Client::Phase::Cut)
         return;
     client.enter(Client::Phase::Idle, now);
-    client.bytesBefore = bytesReceived(client.socket);
 }
 
-// The library tells of a request when its first line is whole. Who sends it byte by byte is seen by the bytes that came.
+void Clients::noteHead(Client &client) {
+    client.bytesAtHead = stateOf(client.socket).tcpi_bytes_received;
+}
+
+// The library tells of a request when its first line is whole. Who sends it byte by byte is seen by the bytes that came
+// after the last one. And the library does not see an end that came together with the last request.
+bool Clients::isIdleTooLong(Client &client, Client::Clock::time_point now) const {
+    const tcp_info state = stateOf(client.socket);
+    if (state.tcpi_state == closeWait)
+        return true;
+    if (state.tcpi_bytes_received == client.bytesAtHead)
+        return now - client.since > m_limits.idleTime;
+    client.enter(Client::Phase::Asking, now);
+    return false;
+}
+
 bool Clients::isLate(Client &client, Client::Clock::time_point now) const {
     const Client::Clock::duration time = now - client.since;
     switch (client.phase) {
     case Client::Phase::Idle:
-        if (bytesReceived(client.socket) == client.bytesBefore)
-            return time > m_limits.idleTime;
-        client.enter(Client::Phase::Asking, now);
-        return false;
+        return isIdleTooLong(client, now);
     case Client::Phase::Asking:
         return time > (client.isExcess ? std::min<Client::Clock::duration>(EXCESS_TIME, m_limits.requestTime)
                                        : Client::Clock::duration(m_limits.requestTime));

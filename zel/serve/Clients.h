@@ -41,8 +41,11 @@ public:
     static void cut(Client &client);
     /// The request has been answered: the connection waits for the next one.
     static void becomeIdle(Client &client, Client::Clock::time_point now);
+    /// The head of a request is whole.
+    static void noteHead(Client &client);
 
 private:
+    bool isIdleTooLong(Client &client, Client::Clock::time_point now) const;
     bool isLate(Client &client, Client::Clock::time_point now) const;
 
     ClientLimits m_limits;

@@ -24,8 +24,8 @@ struct Compressor::State {
 
     bool makeGzip() {
         if (!gzipMade)
-            gzipMade = deflateInit2(&gzip, gzipLevel, Z_DEFLATED, gzipWindowBits, gzipMemoryLevel,
-                                    Z_DEFAULT_STRATEGY) == Z_OK;
+            gzipMade =
+                deflateInit2(&gzip, gzipLevel, Z_DEFLATED, gzipWindowBits, gzipMemoryLevel, Z_DEFAULT_STRATEGY) == Z_OK;
         return gzipMade && deflateReset(&gzip) == Z_OK;
     }
     bool byGzip(std::string_view text, std::string &out) {
@@ -46,8 +46,7 @@ struct Compressor::State {
         if (zstd == nullptr)
             return false;
         out.resize(ZSTD_compressBound(text.size()));
-        const std::size_t size =
-            ZSTD_compressCCtx(zstd, out.data(), out.size(), text.data(), text.size(), zstdLevel);
+        const std::size_t size = ZSTD_compressCCtx(zstd, out.data(), out.size(), text.data(), text.size(), zstdLevel);
         out.resize(ZSTD_isError(size) == 0 ? size : 0);
         return ZSTD_isError(size) == 0;
     }

@@ -76,12 +76,12 @@ HttpDaemon::HttpDaemon(TlsTexts tls, std::size_t requestBytes, HttpEvents &event
     unsigned flags = MHD_USE_EPOLL | MHD_USE_NO_LISTEN_SOCKET | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG;
     if (m_tls.isUsed())
         flags |= MHD_USE_TLS;
-    m_daemon = MHD_start_daemon(
-        flags, 0, nullptr, nullptr, noteHead, &events, MHD_OPTION_EXTERNAL_LOGGER, noteComplaint, &m_complaint,
-        MHD_OPTION_CONNECTION_LIMIT, connectionsAtMost, MHD_OPTION_CONNECTION_MEMORY_LIMIT, requestBytes + answerBytes,
-        MHD_OPTION_STRICT_FOR_CLIENT, 1, MHD_OPTION_NOTIFY_CONNECTION, noteConnection, &events,
-        MHD_OPTION_NOTIFY_COMPLETED, noteCompleted, &events, MHD_OPTION_URI_LOG_CALLBACK, noteTarget, &events,
-        MHD_OPTION_ARRAY, options.data(), MHD_OPTION_END);
+    m_daemon = MHD_start_daemon(flags, 0, nullptr, nullptr, noteHead, &events, MHD_OPTION_EXTERNAL_LOGGER,
+                                noteComplaint, &m_complaint, MHD_OPTION_CONNECTION_LIMIT, connectionsAtMost,
+                                MHD_OPTION_CONNECTION_MEMORY_LIMIT, requestBytes + answerBytes,
+                                MHD_OPTION_STRICT_FOR_CLIENT, 1, MHD_OPTION_NOTIFY_CONNECTION, noteConnection, &events,
+                                MHD_OPTION_NOTIFY_COMPLETED, noteCompleted, &events, MHD_OPTION_URI_LOG_CALLBACK,
+                                noteTarget, &events, MHD_OPTION_ARRAY, options.data(), MHD_OPTION_END);
     if (m_daemon != nullptr)
         m_descriptor = MHD_get_daemon_info(m_daemon, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
     else

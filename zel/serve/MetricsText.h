@@ -1,5 +1,5 @@
-// Reads what programs leave for a scrape: metrics in the Prometheus text format 0.0.4, strictly, and writes them in both
-// formats. Pure functions.
+// Reads what programs leave for a scrape: metrics in the Prometheus text format 0.0.4, strictly, and writes them in
+// both formats. Pure functions.
 //
 //   # HELP backup_bytes Size of the last backup.
 //   # TYPE backup_bytes gauge

@@ -1,4 +1,5 @@
-// What protects the server, read from the files that the settings name, and whether that is enough for where it listens.
+// What protects the server, read from the files that the settings name, and whether that is enough for where it
+// listens.
 #pragma once
 
 #include "zel/config/ServeSettings.h"

@@ -63,8 +63,8 @@ private:
     }
 
     bool readEndpoint(const Target &target) {
-        const auto found = std::find_if(paths.begin(), paths.end(),
-                                        [&target](const Path &path) { return path.text == target.path; });
+        const auto found =
+            std::find_if(paths.begin(), paths.end(), [&target](const Path &path) { return path.text == target.path; });
         m_isKnown = found != paths.end();
         if (m_isKnown)
             m_result.order.endpoint = found->endpoint;

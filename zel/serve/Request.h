@@ -67,8 +67,8 @@ struct Order {
 
 struct ParsedRequest {
     Order order;
-    unsigned status = 0; // of the refusal; 0: there is none
-    std::string problem; // what is wrong and what would be right
+    unsigned status = 0;    // of the refusal; 0: there is none
+    std::string problem;    // what is wrong and what would be right
     bool isProgram = false; // the path is one of those that answer in JSON
 };
 

@@ -77,6 +77,11 @@ void resume(Client &client) {
         MHD_resume_connection(client.connection);
 }
 
+// What tells samples apart: the line "id: ..." of an event.
+std::string_view eventNumber(const std::string &event) {
+    return std::string_view(event).substr(0, event.find('\n'));
+}
+
 void addEvent(Client &client, SharedText event) {
     const Client::Clock::time_point now = Client::Clock::now();
     client.lastEvent = now;
@@ -84,6 +89,15 @@ void addEvent(Client &client, SharedText event) {
         client.since = now;
     client.events.add(std::move(event));
     resume(client);
+}
+
+// A beat that comes just after the first event may share its sample.
+void addSample(Client &client, SharedText event) {
+    const std::string_view number = eventNumber(*event);
+    if (number == client.lastNumber)
+        return;
+    client.lastNumber = number;
+    addEvent(client, std::move(event));
 }
 
 // The next bytes of a stream. Without any its connection is suspended, until there is an event.
@@ -134,8 +148,8 @@ void RequestDesk::readHead(Client &client, const char *method) const {
     const MHD_ConnectionInfo *info =
         MHD_get_connection_info(client.connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
     head.bytes = info == nullptr ? 0 : info->header_size;
-    client.request = parseRequest(head, {m_rules.requestBytes, m_rules.token, m_rules.names, m_rules.areas,
-                                         m_rules.streamLeast});
+    client.request =
+        parseRequest(head, {m_rules.requestBytes, m_rules.token, m_rules.names, m_rules.areas, m_rules.streamLeast});
 }
 
 // The library tells twice of a request: first of its head, when nothing of a body has been read. A request with a body
@@ -146,6 +160,7 @@ MHD_Result RequestDesk::asked(Client &client, const char *method) noexcept {
             return answer(client);
         client.isHeadRead = true;
         client.hasText = false;
+        Clients::noteHead(client);
         readHead(client, method);
         return client.head.hasBody ? answer(client) : MHD_YES;
     } catch (const std::bad_alloc &) {
@@ -211,8 +226,9 @@ MHD_Result RequestDesk::answerStream(Client &client) {
     client.events = {};
     client.events.add(firstEvent());
     client.lastEvent = now;
+    client.lastNumber.clear();
     if (SharedText first = m_sampling.ask(keyOf(order), client.number); first != nullptr)
-        client.events.add(std::move(first));
+        addSample(client, std::move(first));
     ++m_streams;
     client.isStream = true;
     client.enter(Client::Phase::Streaming, now);
@@ -250,7 +266,7 @@ void RequestDesk::takeTexts() {
         if (client == nullptr)
             continue;
         if (client->isStream && finished.text != nullptr) {
-            addEvent(*client, std::move(finished.text));
+            addSample(*client, std::move(finished.text));
         } else if (client->phase == Client::Phase::Waiting && !finished.isBeat) {
             client->text = std::move(finished.text);
             client->hasText = true;

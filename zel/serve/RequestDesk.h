@@ -1,4 +1,5 @@
-// Takes the requests that the HTTP library tells of, and answers each: at once, or when the sampling thread has the text.
+// Takes the requests that the HTTP library tells of, and answers each: at once, or when the sampling thread has the
+// text.
 #pragma once
 
 #include "zel/serve/Clients.h"

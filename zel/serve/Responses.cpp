@@ -24,8 +24,7 @@ constexpr std::array<Header, 7> strictHeaders{{
     {"X-Content-Type-Options", "nosniff"},
     {"X-Frame-Options", "DENY"},
     {"Referrer-Policy", "no-referrer"},
-    {"Content-Security-Policy",
-     "default-src 'none'; frame-ancestors 'none'; base-uri 'none'; form-action 'none'"},
+    {"Content-Security-Policy", "default-src 'none'; frame-ancestors 'none'; base-uri 'none'; form-action 'none'"},
     {"Cross-Origin-Resource-Policy", "same-origin"},
     {"Vary", "Accept, Accept-Encoding, Authorization"},
 }};
@@ -94,9 +93,9 @@ Response sharedResponse(const SharedText &text, std::string_view mediaType, Codi
 }
 
 Response fixedResponse(std::string_view text, std::string_view mediaType) {
-    return finished(MHD_create_response_from_buffer(text.size(), const_cast<char *>(text.data()),
-                                                    MHD_RESPMEM_PERSISTENT),
-                    mediaType);
+    return finished(
+        MHD_create_response_from_buffer(text.size(), const_cast<char *>(text.data()), MHD_RESPMEM_PERSISTENT),
+        mediaType);
 }
 
 Response problemResponse(unsigned status, std::string_view problem, bool isProgram, bool closes) {

@@ -107,9 +107,8 @@ void SamplingThread::run() {
 bool SamplingThread::waitForWork() {
     std::unique_lock lock(m_lock);
     while (!m_ending && m_waiting.empty()) {
-        const auto first =
-            std::min_element(m_paces.begin(), m_paces.end(),
-                             [](const Pace &one, const Pace &other) { return one.next < other.next; });
+        const auto first = std::min_element(m_paces.begin(), m_paces.end(),
+                                            [](const Pace &one, const Pace &other) { return one.next < other.next; });
         if (first == m_paces.end())
             m_changed.wait(lock);
         else if (first->next <= Clock::now())

@@ -31,14 +31,8 @@ LoopSettings loopSettings(const ServeSettings &settings, std::string &problem) {
     loop.answers = answerSettings(settings, problem);
     if (problem.empty())
         loop.protection = readProtection(settings, problem);
-    loop.desk = {loop.protection.token,
-                 settings.serverNames,
-                 areaSetOf(settings.areas),
-                 settings.requestBytes,
-                 settings.streams,
-                 settings.streamLeast,
-                 settings.streamHeartbeat,
-                 settings.deadline};
+    loop.desk = {loop.protection.token, settings.serverNames, areaSetOf(settings.areas), settings.requestBytes,
+                 settings.streams,      settings.streamLeast, settings.streamHeartbeat,  settings.deadline};
     loop.limits = {settings.connections, settings.connectionsPerAddress, settings.requestTime, settings.answerTime,
                    settings.idleTime};
     return loop;

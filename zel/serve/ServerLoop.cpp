@@ -19,6 +19,7 @@ namespace {
 constexpr std::chrono::milliseconds lookInterval{250}; // between two looks at the time that clients take
 constexpr std::chrono::milliseconds acceptPause{100};  // when no descriptor is left for a client
 constexpr std::chrono::milliseconds stopPatience{250}; // when the server stops, for a request that is on its way
+constexpr int stopStep = 10;                           // milliseconds between two looks at who is still there
 constexpr int acceptsAtOnce = 64;                      // then the other clients have their turn
 constexpr std::size_t retiredAtMost = 3;               // daemons of earlier settings; of older ones clients are cut
 
@@ -131,6 +132,7 @@ void ServerLoop::run() {
         for (const std::unique_ptr<HttpDaemon> &daemon : m_daemons)
             daemon->run();
         dropRetired();
+        m_isDone = m_isStopping && (m_clients.size() == 0 || now >= m_stopUntil);
     }
     for (const std::unique_ptr<HttpDaemon> &daemon : m_daemons) {
         m_desk.release(*daemon);
@@ -163,8 +165,10 @@ int ServerLoop::timeout(Clock::time_point now) const {
         if (const int due = daemon->timeout(); due >= 0)
             least = std::min(least, due);
     }
-    if (m_clients.size() > 0 || m_isStopping)
+    if (m_clients.size() > 0)
         least = std::min(least, until(m_nextLook));
+    if (m_isStopping)
+        least = std::min(least, stopStep);
     if (now < m_acceptFrom)
         least = std::min(least, until(m_acceptFrom));
     return least == endless ? -1 : least;
@@ -227,7 +231,6 @@ void ServerLoop::lookAtStop(Clock::time_point now) {
         if (client.phase == Client::Phase::Idle || (client.phase == Client::Phase::Asking && isLate))
             Clients::cut(client);
     });
-    m_isDone = m_clients.size() == 0 || now >= m_stopUntil;
 }
 
 } // namespace zel

@@ -18,8 +18,8 @@ namespace zel {
 namespace {
 
 constexpr std::string_view ending = ".prom";
-constexpr std::size_t entriesAtMost = 100000;                         // of the directory that are looked at
-constexpr std::size_t totalBytesAtMost = std::size_t{16} << 20U;      // of all files together
+constexpr std::size_t entriesAtMost = 100000;                    // of the directory that are looked at
+constexpr std::size_t totalBytesAtMost = std::size_t{16} << 20U; // of all files together
 constexpr std::string_view familyHeader = "# HELP ";
 
 // What tells a file that was written again.
@@ -177,7 +177,8 @@ private:
                 into.problems.push_back(place + ": " + file.content.problem);
                 continue;
             }
-            into.files.push_back({file.path, file.mark.modified.tv_sec});
+            const auto seconds = std::max<time_t>(file.mark.modified.tv_sec, 0);
+            into.files.push_back({file.path, static_cast<std::uint64_t>(seconds)});
             merged.add(file.path, file.content.families, into.problems);
         }
         into.families = merged.finish();
@@ -227,7 +228,7 @@ void TextfileDirectory::append(MetricFormat format, std::string &out) {
     m_sink.family("node_textfile_mtime_seconds", MetricType::Gauge, "When each text file that is shown was written.");
     for (std::size_t index = 0; m_content != nullptr && index < m_content->files.size(); ++index) {
         const TextfileContent::File &file = m_content->files[index];
-        m_sink.label("file", file.path).value(static_cast<double>(file.mtimeSeconds));
+        m_sink.label("file", file.path).value(file.mtimeSeconds);
     }
     const bool isError = m_silent || isConflict || (m_content != nullptr && !m_content->problems.empty());
     m_sink.family("node_textfile_scrape_error", MetricType::Gauge,

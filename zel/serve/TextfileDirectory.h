@@ -1,7 +1,8 @@
 // The directory in which other programs leave metrics for a scrape, *.prom: what they hold becomes part of /metrics.
 //
 //   node_textfile_mtime_seconds{file="/var/lib/zel/textfile/backup.prom"} 1795343931    each file that was taken
-//   node_textfile_scrape_error 0                                                        1: a file, or part of one, was not
+//   node_textfile_scrape_error 0                                                        1: a file, or part of one, was
+//   not
 //
 // Files are taken by name, whole or not at all. A family that a file before it (or the host itself) has with another
 // type or help is left out, and so is a series that is there already. Other than a regular file counts as an error, as
@@ -34,7 +35,7 @@ struct TextfileContent {
     };
     struct File {
         std::string path;
-        std::int64_t mtimeSeconds = 0;
+        std::uint64_t mtimeSeconds = 0;
     };
     std::vector<Family> families; // by name
     std::vector<File> files;      // that were taken

@@ -62,8 +62,9 @@ TEST(MetricsText, NumbersOfEveryForm) {
 }
 
 TEST(MetricsText, HistogramAndSummaryHaveTheirParts) {
-    const std::string text = "# HELP h H.\n# TYPE h histogram\nh_bucket{le=\"1\"} 3\nh_bucket{le=\"+Inf\"} 4\nh_sum 2.5\n"
-                             "h_count 4\n# HELP s S.\n# TYPE s summary\ns{quantile=\"0.5\"} 1\ns_sum 2\ns_count 3\n";
+    const std::string text =
+        "# HELP h H.\n# TYPE h histogram\nh_bucket{le=\"1\"} 3\nh_bucket{le=\"+Inf\"} 4\nh_sum 2.5\n"
+        "h_count 4\n# HELP s S.\n# TYPE s summary\ns{quantile=\"0.5\"} 1\ns_sum 2\ns_count 3\n";
     EXPECT_EQ(rewritten(text), text);
     EXPECT_EQ(readMetricsText(text).families.size(), 2U);
 }
@@ -76,14 +77,44 @@ TEST(MetricsText, NamesOfOpenMetricsKeepTheirSeries) {
 }
 
 TEST(MetricsText, OneWrongLineRefusesTheText) {
-    for (const char *text :
-         {"a\n", "a one\n", "a 1 2\n", "a 1 \n", "1a 1\n", "a{x} 1\n", "a{x=1} 1\n", "a{x=\"1} 1\n", "a{x=\"1\" 1\n",
-          "a{x=\"1\" y=\"2\"} 1\n", "a{x=\"1\",x=\"2\"} 1\n", "a{x=\"\\t\"} 1\n", "a{__name__=\"b\"} 1\n", "a{x:y=\"1\"} 1\n",
-          "a{x=\"\xff\"} 1\n", "a 1\r\n", "a 1e\n", "a 0x10\n", "a 1_000\n", "a --1\n", "a +-1\n", "a 1e999\n", "a ,\n",
-          "a{,} 1\n", "-\n", "# TYPE a gauges\na 1\n", "# TYPE a\na 1\n", "# TYPE a gauge\n# TYPE a gauge\na 1\n",
-          "# HELP a A.\n# HELP a A.\na 1\n", "a 1\n# TYPE a gauge\n", "# HELP a \\t\na 1\n", "# HELP a \xfe\na 1\n",
-          "# HELP\n", "# HELP {\n", "# TYPE h histogram\nh 1\n", "# TYPE h histogram\nh_bucket 1\n",
-          "# TYPE s summary\ns 1\n", "good 1\nbad\n"}) {
+    for (const char *text : {"a\n",
+                             "a one\n",
+                             "a 1 2\n",
+                             "a 1 \n",
+                             "1a 1\n",
+                             "a{x} 1\n",
+                             "a{x=1} 1\n",
+                             "a{x=\"1} 1\n",
+                             "a{x=\"1\" 1\n",
+                             "a{x=\"1\" y=\"2\"} 1\n",
+                             "a{x=\"1\",x=\"2\"} 1\n",
+                             "a{x=\"\\t\"} 1\n",
+                             "a{__name__=\"b\"} 1\n",
+                             "a{x:y=\"1\"} 1\n",
+                             "a{x=\"\xff\"} 1\n",
+                             "a 1\r\n",
+                             "a 1e\n",
+                             "a 0x10\n",
+                             "a 1_000\n",
+                             "a --1\n",
+                             "a +-1\n",
+                             "a 1e999\n",
+                             "a ,\n",
+                             "a{,} 1\n",
+                             "-\n",
+                             "# TYPE a gauges\na 1\n",
+                             "# TYPE a\na 1\n",
+                             "# TYPE a gauge\n# TYPE a gauge\na 1\n",
+                             "# HELP a A.\n# HELP a A.\na 1\n",
+                             "a 1\n# TYPE a gauge\n",
+                             "# HELP a \\t\na 1\n",
+                             "# HELP a \xfe\na 1\n",
+                             "# HELP\n",
+                             "# HELP {\n",
+                             "# TYPE h histogram\nh 1\n",
+                             "# TYPE h histogram\nh_bucket 1\n",
+                             "# TYPE s summary\ns 1\n",
+                             "good 1\nbad\n"}) {
         EXPECT_NE(problemOf(text), "") << text;
     }
 }

@@ -32,8 +32,7 @@ TEST(Negotiation, NameThatIsCloserWinsOverAWildcardOfTheSameWeight) {
 TEST(Negotiation, WeightOfTheClosestPartCounts) {
     EXPECT_EQ(negotiateMetrics("text/plain;q=0.1, */*;q=0.9"), MetricFormat::OpenMetrics);
     EXPECT_EQ(negotiateMetrics("application/openmetrics-text;q=0, */*"), MetricFormat::PrometheusText);
-    EXPECT_EQ(negotiateMetrics("text/plain;q=0.301, application/openmetrics-text;q=0.3"),
-              MetricFormat::PrometheusText);
+    EXPECT_EQ(negotiateMetrics("text/plain;q=0.301, application/openmetrics-text;q=0.3"), MetricFormat::PrometheusText);
 }
 
 TEST(Negotiation, NothingThatThereIsIsAccepted) {

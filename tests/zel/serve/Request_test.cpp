@@ -134,8 +134,8 @@ TEST(ServeRequest, WrongTokenIsRefused) {
     RequestHead head = headOf("/metrics");
     head.authorizations = 1;
     for (const std::string &wrong :
-         {std::string(), token, "Basic " + token, std::string("Bearer "), "Bearer " + token + "0", "Bearer " + token.substr(1),
-          "Bearer " + token + token, "Bearer  " + token}) {
+         {std::string(), token, "Basic " + token, std::string("Bearer "), "Bearer " + token + "0",
+          "Bearer " + token.substr(1), "Bearer " + token + token, "Bearer  " + token}) {
         head.authorization = wrong;
         EXPECT_EQ(zel::parseRequest(head, rules).status, 401U) << wrong;
     }

@@ -42,9 +42,9 @@ TEST_F(SecretFile, TokenIsOneLine) {
 }
 
 TEST_F(SecretFile, TokenThatIsNoneIsRefused) {
-    for (const std::string &text : {std::string(), std::string("\n"), std::string("0123456789abcde"),
-                                    goodToken + " " + goodToken, goodToken + "\n" + goodToken + "\n",
-                                    std::string(1025, 'x'), goodToken + '\0', std::string(100000, 'x')}) {
+    for (const std::string &text :
+         {std::string(), std::string("\n"), std::string("0123456789abcde"), goodToken + " " + goodToken,
+          goodToken + "\n" + goodToken + "\n", std::string(1025, 'x'), goodToken + '\0', std::string(100000, 'x')}) {
         EXPECT_EQ(token(text), "") << text.size();
         EXPECT_NE(m_problem, "") << text.size();
     }

@@ -44,14 +44,21 @@ TEST_F(Textfiles, FilesAreShownWithTheTimeOfTheirWriting) {
     add("b.prom", "b 2\n");
     add("a.prom", "# HELP a A.\n# TYPE a gauge\na 1\n");
     add("c.txt", "c 3\n");
-    EXPECT_EQ(shown(), "# HELP a A.\n# TYPE a gauge\na 1\n"
-                       "# HELP b Read from the text file " + path("b.prom") + ".\n# TYPE b untyped\nb 2\n"
-                       "# HELP node_textfile_mtime_seconds When each text file that is shown was written.\n"
-                       "# TYPE node_textfile_mtime_seconds gauge\n"
-                       "node_textfile_mtime_seconds{file=\"" + path("a.prom") + "\"} 1795000000\n"
-                       "node_textfile_mtime_seconds{file=\"" + path("b.prom") + "\"} 1795000000\n"
-                       "# HELP node_textfile_scrape_error 1 when a text file, or a part of one, could not be shown.\n"
-                       "# TYPE node_textfile_scrape_error gauge\nnode_textfile_scrape_error 0\n");
+    EXPECT_EQ(shown(),
+              "# HELP a A.\n# TYPE a gauge\na 1\n"
+              "# HELP b Read from the text file " +
+                  path("b.prom") +
+                  ".\n# TYPE b untyped\nb 2\n"
+                  "# HELP node_textfile_mtime_seconds When each text file that is shown was written.\n"
+                  "# TYPE node_textfile_mtime_seconds gauge\n"
+                  "node_textfile_mtime_seconds{file=\"" +
+                  path("a.prom") +
+                  "\"} 1795000000\n"
+                  "node_textfile_mtime_seconds{file=\"" +
+                  path("b.prom") +
+                  "\"} 1795000000\n"
+                  "# HELP node_textfile_scrape_error 1 when a text file, or a part of one, could not be shown.\n"
+                  "# TYPE node_textfile_scrape_error gauge\nnode_textfile_scrape_error 0\n");
     EXPECT_TRUE(m_textfiles.newProblems().empty());
 }
 
