@@ -60,9 +60,9 @@ private:
     std::string_view m_section;
 };
 
-template<class Row> void appendHeader(bool withRates, std::string &out) {
+void appendHeader(const AnySection<Sample> &section, bool withRates, std::string &out) {
     out += withRates ? "section,time,interval_seconds" : "section,time";
-    forEachFamily<Row>(withRates, [&out](const Family &family) {
+    forEachFamily(section, withRates, [&out](const Family &family) {
         out += ',';
         out += family.name;
     });
@@ -73,27 +73,27 @@ bool isWritten(const Sample &sample, std::span<const Area> areas, Area area) {
     return sample.area(area).asked && isShown(areas, area);
 }
 
-std::size_t countSections(const Sample &sample, std::span<const Area> areas) {
-    std::size_t count = 0;
-    forEachSection([&](const auto &section) { count += isWritten(sample, areas, section.area) ? 1 : 0; });
-    return count;
+bool isOneSection(const Sample &sample, std::span<const Area> areas) {
+    return std::ranges::count_if(sections(), [&](const AnySection<Sample> &section) {
+               return isWritten(sample, areas, section.area);
+           }) == 1;
 }
 
 void write(const Sample &sample, const Rates *rates, std::span<const Area> areas, bool header, std::string &out) {
-    const bool alone = countSections(sample, areas) == 1;
+    const bool alone = isOneSection(sample, areas);
     const RowStart start{sample, rates};
     CsvSink sink(out, start);
     CounterRates counters(rates);
-    forEachSection([&]<class Row>(const Section<Row> &section) {
+    for (const AnySection<Sample> &section : sections()) {
         if (!isWritten(sample, areas, section.area))
-            return;
-        const bool empty = section.many != nullptr && (sample.*section.many).empty();
+            continue;
+        const bool empty = section.size(sample) == 0;
         if (alone ? header : !empty)
-            appendHeader<Row>(rates != nullptr, out);
+            appendHeader(section, rates != nullptr, out);
         walkSection(section, sample, rates, counters, sink);
         if (!alone && !empty)
             out += lineEnd;
-    });
+    }
 }
 
 } // namespace

@@ -20,8 +20,6 @@
 #include <cmath>
 #include <span>
 #include <string>
-#include <type_traits>
-#include <utility>
 
 namespace zel {
 
@@ -44,62 +42,19 @@ template<class Row> std::span<const Row> rowsOf(const Sample &sample, const Sect
 /// "some_ratio", "consumed_joules_total" gives "consumed_watts".
 const Family &rateFamily(const Family &counter);
 
-/// The row of rates that belongs to row `index` of a section of the sample; null when there is none. Structs whose
-/// counters have no struct of rates give a std::nullptr_t.
-template<class Row> const Row *rowAt(const Rows<Row> &rows, std::size_t index) {
-    return index < rows.size() ? &rows[index] : nullptr;
-}
-template<class Row> std::nullptr_t rateRow(const Rates &, const Row &, std::size_t) {
-    return nullptr;
-}
-inline const CpuRates *rateRow(const Rates &rates, const Cpu &, std::size_t) {
-    return &rates.cpu;
-}
-inline const ProcessorRates *rateRow(const Rates &rates, const Processor &, std::size_t index) {
-    return rowAt(rates.processors, index);
-}
-inline const DiskRates *rateRow(const Rates &rates, const Disk &, std::size_t index) {
-    return rowAt(rates.disks, index);
-}
-inline const InterfaceRates *rateRow(const Rates &rates, const Interface &, std::size_t index) {
-    return rowAt(rates.interfaces, index);
-}
-inline const ProcessRates *rateRow(const Rates &rates, const Process &, std::size_t index) {
-    return rowAt(rates.processes, index);
-}
-
-inline const FibreChannelRates *rateRow(const Rates &rates, const FibreChannelPort &, std::size_t index) {
-    return rowAt(rates.fibreChannelPorts, index);
-}
-inline const NfsMountRates *rateRow(const Rates &rates, const NfsMount &, std::size_t index) {
-    return rowAt(rates.nfsMounts, index);
-}
-inline const NfsOperationRates *rateRow(const Rates &rates, const NfsOperation &, std::size_t index) {
-    return rowAt(rates.nfsOperations, index);
-}
-inline const NfsTransportRates *rateRow(const Rates &rates, const NfsTransport &, std::size_t index) {
-    return rowAt(rates.nfsTransports, index);
-}
-
-/// The struct of rates of a struct of the sample; std::nullptr_t when it has none.
-template<class Row>
-using RateRow = std::remove_cv_t<
-    std::remove_pointer_t<decltype(rateRow(std::declval<Rates>(), std::declval<Row>(), std::size_t{}))>>;
-template<class Row> inline constexpr bool HAS_RATE_ROW = !std::is_same_v<RateRow<Row>, std::nullptr_t>;
-
 /// Calls use(const Family &) for every column of a section, in the order in which the walk gives them.
-template<class Row, class Use> void forEachFamily(bool withRates, Use &&use) {
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        if (!withRates || field.family.kind != Kind::Counter)
-            use(field.family);
-        else if constexpr (!HAS_RATE_ROW<Row>)
-            use(rateFamily(field.family));
+template<class Whole, class Use> void forEachFamily(const AnySection<Whole> &section, bool withRates, Use &&use) {
+    for (const Family *family : section.fields.families) {
+        if (!withRates || family->kind != Kind::Counter)
+            use(*family);
+        else if (section.rates == nullptr)
+            use(rateFamily(*family));
     }
-    if constexpr (HAS_RATE_ROW<Row>) {
-        for (const Field<RateRow<Row>> &field : fieldsOf<RateRow<Row>>()) {
-            if (withRates && field.family.kind != Kind::Label)
-                use(field.family);
-        }
+    if (!withRates || section.rates == nullptr)
+        return;
+    for (const Family *family : section.rates->fields.families) {
+        if (family->kind != Kind::Label)
+            use(*family);
     }
 }
 
@@ -129,36 +84,40 @@ inline Value finite(const Value &value) {
     return value.type() == Value::Type::Real && !std::isfinite(value.asReal()) ? Value(Absence::Malformed) : value;
 }
 
-/// Calls use(const Family &, const Value &) for every column of one row; `rates` may be null.
-template<class Row, class Use>
-void walkFields(const Row &row, std::size_t index, const Rates *rates, CounterRates &counters, Use &&use) {
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        if (rates == nullptr || field.family.kind != Kind::Counter)
-            use(field.family, finite(field.of(row)));
-        else if constexpr (!HAS_RATE_ROW<Row>)
-            use(rateFamily(field.family), finite(counters.of(field.family)));
+/// Calls use(const Family &, const Value &) for every column of the row `index` of a section; `rates` may be null.
+template<class Whole, class Use>
+void walkFields(const AnySection<Whole> &section, const AnyRow &row, std::size_t index, const Rates *rates,
+                CounterRates &counters, Use &&use) {
+    const AnyFields &fields = section.fields;
+    for (std::size_t field = 0; field < fields.families.size(); ++field) {
+        const Family &family = *fields.families[field];
+        if (rates == nullptr || family.kind != Kind::Counter)
+            use(family, finite(fields.value(row, field)));
+        else if (section.rates == nullptr)
+            use(rateFamily(family), finite(counters.of(family)));
     }
-    if constexpr (HAS_RATE_ROW<Row>) {
-        if (rates == nullptr)
-            return;
-        static const RateRow<Row> none{};
-        const RateRow<Row> *rateOf = rateRow(*rates, row, index);
-        for (const Field<RateRow<Row>> &field : fieldsOf<RateRow<Row>>()) {
-            if (field.family.kind != Kind::Label)
-                use(field.family, finite(field.of(rateOf == nullptr ? none : *rateOf)));
-        }
+    if (rates == nullptr || section.rates == nullptr)
+        return;
+    const bool hasRates = index < section.rates->size(*rates);
+    const AnyFields &ofRates = section.rates->fields;
+    for (std::size_t field = 0; field < ofRates.families.size(); ++field) {
+        if (ofRates.families[field]->kind == Kind::Label)
+            continue;
+        use(*ofRates.families[field],
+            hasRates ? finite(ofRates.value(section.rates->row(*rates, index), field)) : Value(Absence::Unsupported));
     }
 }
 
-template<class Row, class Sink>
-void walkRow(const Row &row, std::size_t index, const Rates *rates, CounterRates &counters, Sink &sink) {
+template<class Whole, class Sink>
+void walkRow(const AnySection<Whole> &section, const AnyRow &row, std::size_t index, const Rates *rates,
+             CounterRates &counters, Sink &sink) {
     CounterRates again = counters;
     sink.beginRow();
-    walkFields(row, index, rates, counters,
+    walkFields(section, row, index, rates, counters,
                [&sink](const Family &family, const Value &value) { sink.field(family, value); });
     if constexpr (requires { sink.hasAbsences(); }) {
         if (sink.hasAbsences()) {
-            walkFields(row, index, rates, again, [&sink](const Family &family, const Value &value) {
+            walkFields(section, row, index, rates, again, [&sink](const Family &family, const Value &value) {
                 if (!value.has())
                     sink.absence(family, value.absence());
             });
@@ -167,22 +126,22 @@ void walkRow(const Row &row, std::size_t index, const Rates *rates, CounterRates
     sink.endRow();
 }
 
-template<class Row, class Sink>
-void walkSection(const Section<Row> &section, const Sample &sample, const Rates *rates, CounterRates &counters,
+template<class Whole, class Sink>
+void walkSection(const AnySection<Whole> &section, const Whole &whole, const Rates *rates, CounterRates &counters,
                  Sink &sink) {
-    std::size_t index = 0;
-    sink.beginSection(section.name, section.many != nullptr);
-    section.forEachRow(sample, [&](const Row &row) { walkRow(row, index++, rates, counters, sink); });
+    sink.beginSection(section.name, section.isList);
+    for (std::size_t index = 0; index < section.size(whole); ++index)
+        walkRow(section, section.row(whole, index), index, rates, counters, sink);
     sink.endSection();
 }
 
 /// The sections of `areas` that the sample was asked for; `rates` may be null.
 template<class Sink> void walk(const Sample &sample, const Rates *rates, std::span<const Area> areas, Sink &sink) {
     CounterRates counters(rates);
-    forEachSection([&](const auto &section) {
+    for (const AnySection<Sample> &section : sections()) {
         if (sample.area(section.area).asked && isShown(areas, section.area))
             walkSection(section, sample, rates, counters, sink);
-    });
+    }
 }
 
 } // namespace zel

@@ -123,4 +123,10 @@ template<class Use> void forEachHardwareSection(Use &&use) {
     std::apply([&use](const auto &...section) { (use(section), ...); }, HARDWARE_SECTIONS);
 }
 
+/// The same sections without the types of their rows, in the same order.
+struct AnyHardwareSection : AnySection<Hardware> {
+    HardwarePart part;
+};
+std::span<const AnyHardwareSection> hardwareSections();
+
 } // namespace zel

@@ -136,6 +136,9 @@ inline constexpr std::tuple RATE_SECTIONS{
     sectionOf(Area::Nfs, "nfs_transports", &Rates::nfsTransports),
 };
 
+/// The same without the types of their rows.
+std::span<const AnySection<Rates>> rateSections();
+
 /// The rates between two samples. The result refers to `now` for the labels of `counters`.
 Rates between(const Sample &before, const Sample &now);
 /// The same into `rates`, whose memory is used again.

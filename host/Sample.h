@@ -2,6 +2,7 @@
 // its sampler, and a const sample can be read by any number of threads. Areas that were not asked for hold nothing.
 #pragma once
 
+#include "host/AnySection.h"
 #include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"
@@ -129,6 +130,8 @@ struct Sample {
 
 /// A struct of a sample (or of its rates), or a list of them, with its name in JSON and CSV.
 template<class Row, class Whole = Sample> struct Section {
+    using RowType = Row;
+
     Area area;
     std::string_view name;
     Row Whole::*one;
@@ -226,27 +229,21 @@ template<class Use> void forEachSection(Use &&use) {
     std::apply([&use](const auto &...section) { (use(section), ...); }, SECTIONS);
 }
 
-template<class Row> Labels labelsOf(const Row &row) {
-    Labels labels;
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        if (field.family.kind == Kind::Label)
-            labels.add(field.family, field.of(row));
-    }
-    return labels;
-}
+/// The same sections without the types of their rows, in the same order.
+std::span<const AnySection<Sample>> sections();
 
 template<class Use> void Sample::visit(Use &&use) const {
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (!area(section.area).asked)
-            return;
-        section.forEachRow(*this, [&](const Row &row) {
-            const Labels labels = labelsOf(row);
-            for (const Field<Row> &field : fieldsOf<Row>()) {
-                if (field.family.kind != Kind::Label)
-                    use(field.family, labels, field.of(row));
+    for (const AnySection<Sample> &section : sections()) {
+        const AnyFields &fields = section.fields;
+        for (std::size_t index = 0; area(section.area).asked && index < section.size(*this); ++index) {
+            const AnyRow &row = section.row(*this, index);
+            const Labels labels = labelsOf(fields, row);
+            for (std::size_t field = 0; field < fields.families.size(); ++field) {
+                if (fields.families[field]->kind != Kind::Label)
+                    use(*fields.families[field], labels, fields.value(row, field));
             }
-        });
-    });
+        }
+    }
 }
 
 } // namespace zel

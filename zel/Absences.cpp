@@ -84,24 +84,35 @@ Lack lackOfNothing(const Family &family, const AreaState &state) {
     return {&family, reason, failureOf(family, reason, state), true};
 }
 
-template<class Row> void addLacks(const Section<Row> &section, const Sample &sample, std::vector<Lack> &lacks) {
+// What a field has in the rows of its section.
+struct Presence {
+    bool hasRow = false, isThere = false;
+    Absence reason = Absence::None;
+};
+
+Presence presenceOf(const AnySection<Sample> &section, std::size_t field, const Sample &sample) {
+    Presence presence;
+    for (std::size_t index = 0; index < section.size(sample); ++index) {
+        const Value value = section.fields.value(section.row(sample, index), field);
+        presence.hasRow = true;
+        presence.isThere = presence.isThere || value.has() || !isLack(value.absence());
+        if (!value.has() && weightOf(value.absence()) > weightOf(presence.reason))
+            presence.reason = value.absence();
+    }
+    return presence;
+}
+
+void addLacks(const AnySection<Sample> &section, const Sample &sample, std::vector<Lack> &lacks) {
     const AreaState &state = sample.area(section.area);
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        if (field.family.kind == Kind::Label)
+    for (std::size_t field = 0; field < section.fields.families.size(); ++field) {
+        const Family &family = *section.fields.families[field];
+        if (family.kind == Kind::Label)
             continue;
-        bool hasRow = false, isThere = false;
-        Absence reason = Absence::None;
-        section.forEachRow(sample, [&](const Row &row) {
-            const Value value = field.of(row);
-            hasRow = true;
-            isThere = isThere || value.has() || !isLack(value.absence());
-            if (!value.has() && weightOf(value.absence()) > weightOf(reason))
-                reason = value.absence();
-        });
-        if (!hasRow || state.absence != Absence::None)
-            lacks.push_back(lackOfNothing(field.family, state));
-        else if (!isThere)
-            lacks.push_back({&field.family, reason, failureOf(field.family, reason, state)});
+        const Presence presence = presenceOf(section, field, sample);
+        if (!presence.hasRow || state.absence != Absence::None)
+            lacks.push_back(lackOfNothing(family, state));
+        else if (!presence.isThere)
+            lacks.push_back({&family, presence.reason, failureOf(family, presence.reason, state)});
     }
 }
 
@@ -114,24 +125,19 @@ bool isSameLine(const Lack &left, const Lack &right) {
 
 // How many families of a section can be lacking.
 std::size_t sizeOf(std::string_view name) {
-    std::size_t size = 0;
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (section.name == name)
-            size = static_cast<std::size_t>(
-                std::count_if(fieldsOf<Row>().begin(), fieldsOf<Row>().end(),
-                              [](const Field<Row> &field) { return field.family.kind != Kind::Label; }));
-    });
-    return size;
+    const auto section = std::ranges::find(sections(), name, &AnySection<Sample>::name);
+    return static_cast<std::size_t>(std::ranges::count_if(
+        section->fields.families, [](const Family *family) { return family->kind != Kind::Label; }));
 }
 
 } // namespace
 
 std::vector<Lack> lacksOf(const Sample &sample) {
     std::vector<Lack> lacks;
-    forEachSection([&](const auto &section) {
+    for (const AnySection<Sample> &section : sections()) {
         if (sample.area(section.area).asked)
             addLacks(section, sample, lacks);
-    });
+    }
     return lacks;
 }
 

@@ -131,8 +131,8 @@ Json jsonOf(const Change &change) {
 // One section of both inventories.
 class Comparison {
 public:
-    Comparison(std::string_view section, std::vector<const Family *> families, std::vector<Change> &changes)
-        : m_section(section), m_families(std::move(families)), m_changes(changes) {}
+    Comparison(std::string_view section, const std::vector<const Family *> &families, std::vector<Change> &changes)
+        : m_section(section), m_families(families), m_changes(changes) {}
 
     void compareRows(const Json &before, const Json &after) {
         for (const Family *family : m_families) {
@@ -175,7 +175,7 @@ private:
     }
 
     std::string_view m_section;
-    std::vector<const Family *> m_families;
+    const std::vector<const Family *> &m_families;
     std::vector<Change> &m_changes;
 };
 
@@ -184,18 +184,15 @@ public:
     Comparer(const Json &before, const Json &after, const std::string &file, HardwareChanges &result)
         : m_before(before), m_after(after), m_file(file), m_result(result) {}
 
-    template<class Row> void compare(const HardwareSection<Row> &section) {
+    void compare(const AnyHardwareSection &section) {
         if (!sectionIsComparable(section.part, section.name)) {
             m_result.isPartial = true;
             return;
         }
         m_result.hasCompared = true;
-        std::vector<const Family *> families;
-        for (const Field<Row> &field : fieldsOf<Row>())
-            families.push_back(&field.family);
-        Comparison comparison(section.name, std::move(families), m_changes);
+        Comparison comparison(section.name, section.fields.families, m_changes);
         const Json &before = memberOf(m_before, section.name), &after = memberOf(m_after, section.name);
-        if (section.many == nullptr)
+        if (!section.isList)
             comparison.compareRows(before, after);
         else
             comparison.compareLists(before, after,
@@ -283,10 +280,10 @@ HardwareChanges changesSince(std::string_view earlier, const std::string &file, 
     writeJson(now, text);
     const Json after = Json::parse(text);
     Comparer comparer(before, after, file, result);
-    forEachHardwareSection([&](const auto &section) {
+    for (const AnyHardwareSection &section : hardwareSections()) {
         if (now.part(section.part).asked)
             comparer.compare(section);
-    });
+    }
     noteOtherHost(before, after, file, result);
     write(before, now, after, comparer.changes(), format, result.text);
     return result;

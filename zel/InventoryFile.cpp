@@ -43,13 +43,13 @@ bool isLabel(const Json &row, std::string_view name) {
     return found != row.end() && (found->is_string() || found->is_number_unsigned());
 }
 
-template<class Row> bool isRow(const Json &row) {
+bool isRow(const AnyFields &fields, const Json &row) {
     if (!row.is_object())
         return false;
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        if (field.family.kind == Kind::Label && !isLabel(row, field.family.name))
+    for (const Family *family : fields.families) {
+        if (family->kind == Kind::Label && !isLabel(row, family->name))
             return false;
-        const auto found = row.find(field.family.name);
+        const auto found = row.find(family->name);
         if (found != row.end() && found->is_structured())
             return false;
     }
@@ -57,14 +57,14 @@ template<class Row> bool isRow(const Json &row) {
     return reasons == row.end() || reasons->is_object();
 }
 
-template<class Row> bool hasShape(const HardwareSection<Row> &section, const Json &inventory) {
+bool hasShape(const AnyHardwareSection &section, const Json &inventory) {
     const auto found = inventory.find(section.name);
     if (found == inventory.end())
         return true;
-    if (section.many == nullptr)
-        return isRow<Row>(*found);
-    return found->is_array() &&
-           std::all_of(found->begin(), found->end(), [](const Json &row) { return isRow<Row>(row); });
+    if (!section.isList)
+        return isRow(section.fields, *found);
+    return found->is_array() && std::all_of(found->begin(), found->end(),
+                                            [&section](const Json &row) { return isRow(section.fields, row); });
 }
 
 bool hasParts(const Json &inventory) {
@@ -89,10 +89,10 @@ Json readInventory(std::string_view text, std::string &problem) {
         problem = "is no inventory: make one with zel hardware --format json";
         return inventory;
     }
-    forEachHardwareSection([&](const auto &section) {
+    for (const AnyHardwareSection &section : hardwareSections()) {
         if (problem.empty() && !hasShape(section, inventory))
             problem = "is no inventory: '" + std::string(section.name) + "' is not what zel hardware writes";
-    });
+    }
     return inventory;
 }
 

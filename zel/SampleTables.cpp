@@ -6,6 +6,7 @@
 #include "zel/Units.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace zel {
 
@@ -25,24 +26,26 @@ std::string headLine(const Sample &sample, const Rates *rates, const Style &styl
     return style.width > 0 ? cutText(line, style.width, style.charset) : line;
 }
 
+// Whether a section has columns that are only there with rates, and they are shown.
+bool needsRates(const AnySection<Sample> &section, bool everything) {
+    std::vector<std::string_view> plain;
+    forEachFamily(section, false, [&plain](const Family &family) { plain.push_back(family.name); });
+    const View *view = viewOf(section.name);
+    bool needs = false;
+    forEachFamily(section, true, [&](const Family &family) {
+        const auto shows = [&](const ViewColumn &column) { return column.field == family.name; };
+        const bool isShown = everything || view == nullptr || std::ranges::any_of(view->columns, shows);
+        needs = needs || (isShown && std::ranges::find(plain, family.name) == plain.end());
+    });
+    return needs;
+}
+
 } // namespace
 
 bool needRates(const Shown &shown) {
-    bool need = false;
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (need || !isShown(shown.areas, section.area))
-            return;
-        const View *view = viewOf(section.name);
-        forEachFamily<Row>(true, [&](const Family &family) {
-            bool isRate = true;
-            forEachFamily<Row>(false, [&](const Family &plain) { isRate = isRate && plain.name != family.name; });
-            const auto shows = [&](const ViewColumn &column) { return column.field == family.name; };
-            if (isRate)
-                need = need || shown.everything || view == nullptr ||
-                       std::any_of(view->columns.begin(), view->columns.end(), shows);
-        });
+    return std::ranges::any_of(sections(), [&shown](const AnySection<Sample> &section) {
+        return isShown(shown.areas, section.area) && needsRates(section, shown.everything);
     });
-    return need;
 }
 
 void writeTables(const Sample &sample, const Rates *rates, const Shown &shown, const Style &style, std::string &out) {

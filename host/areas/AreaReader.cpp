@@ -48,14 +48,10 @@ void loseArea(Sample &sample, Area area, int error, std::string_view file) {
     AreaState &state = sample.area(area);
     noteFailure(state, error, file);
     state.absence = absenceOf(error);
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (section.area != area)
-            return;
-        if (section.one != nullptr)
-            forget(sample.*section.one, state.absence);
-        else
-            (sample.*section.many).clear();
-    });
+    for (const AnySection<Sample> &section : sections()) {
+        if (section.area == area)
+            section.lose(sample, state.absence);
+    }
 }
 
 } // namespace zel

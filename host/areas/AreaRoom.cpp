@@ -21,14 +21,10 @@ std::string nextCallNumber() {
 
 void exchangeArea(Sample &one, Sample &other, Area area) {
     std::swap(one.area(area), other.area(area));
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (section.area != area)
-            return;
-        if (section.one != nullptr)
-            std::swap(one.*section.one, other.*section.one);
-        else
-            std::swap(one.*section.many, other.*section.many);
-    });
+    for (const AnySection<Sample> &section : sections()) {
+        if (section.area == area)
+            section.exchange(one, other);
+    }
 }
 
 } // namespace zel

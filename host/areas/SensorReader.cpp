@@ -132,10 +132,10 @@ struct PowerZones : PlainDevice {
 class SensorReader : public AreaReader {
 public:
     void read(Take &take) override {
-        forEachSection([&take]<class Row>(const Section<Row> &section) {
+        for (const AnySection<Sample> &section : sections()) {
             if (section.area == Area::Sensors)
-                (take.sample.*section.many).clear();
-        });
+                section.lose(take.sample, Absence::None);
+        }
         bool none = true;
         forEachClass([&](auto &devices) {
             devices.read(take);

@@ -20,24 +20,14 @@ constexpr MakePart partReaders[HARDWARE_PART_COUNT] = {
     machinePart, processorsPart, memoryPart, pciPart, networkPart, disksPart, nvmePart, fibreChannelPart, gpusPart,
 };
 
-// Calls use(section) for the sections of a part.
-template<class Use> void forEachSectionOf(HardwarePart part, Use &&use) {
-    forEachHardwareSection([&](const auto &section) {
-        if (section.part == part)
-            use(section);
-    });
-}
-
 void losePart(Hardware &hardware, HardwarePart part, int error, std::string_view file) {
     AreaState &state = hardware.part(part);
     noteFailure(state, error, file);
     state.absence = absenceOf(error);
-    forEachSectionOf(part, [&]<class Row>(const HardwareSection<Row> &section) {
-        if (section.one != nullptr)
-            forget(hardware.*section.one, state.absence);
-        else
-            (hardware.*section.many).clear();
-    });
+    for (const AnyHardwareSection &section : hardwareSections()) {
+        if (section.part == part)
+            section.lose(hardware, state.absence);
+    }
 }
 
 // What one call found of a part.
@@ -47,7 +37,9 @@ void addRows(Hardware &hardware, HardwarePart part, const Hardware &found) {
         noteFailure(hardware.part(part), state.error, state.file);
     if (state.absence != Absence::None)
         hardware.part(part).absence = state.absence;
-    forEachSectionOf(part, [&]<class Row>(const HardwareSection<Row> &section) {
+    forEachHardwareSection([&]<class Row>(const HardwareSection<Row> &section) {
+        if (section.part != part)
+            return;
         if (section.one != nullptr)
             hardware.*section.one = found.*section.one;
         else

@@ -2,89 +2,130 @@
 #include "host/rates/Growth.h"
 #include "host/rates/Matching.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace zel {
 
 namespace {
 
-constexpr bool hasStructOfRates(std::string_view section) {
-    return std::apply([section](const auto &...each) { return ((each.name == section) || ...); }, RATE_SECTIONS);
+// The rows of a section of a sample.
+class AnyRows {
+public:
+    AnyRows(const AnySection<Sample> &section, const Sample &sample) : m_section(section), m_sample(sample) {}
+
+    std::size_t size() const { return m_section.size(m_sample); }
+    const AnyRow &operator[](std::size_t index) const { return m_section.row(m_sample, index); }
+
+private:
+    const AnySection<Sample> &m_section;
+    const Sample &m_sample;
+};
+
+bool isSameLabel(const Value &left, const Value &right) {
+    return left.asText() == right.asText() && left.asUnsigned() == right.asUnsigned();
 }
 
-template<class Row> bool sameLabels(const Row &left, const Row &right) {
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        if (field.family.kind != Kind::Label)
-            continue;
-        const Value one = field.of(left), other = field.of(right);
-        if (one.asText() != other.asText() || one.asUnsigned() != other.asUnsigned())
-            return false;
+// Calls use(field) for the labels.
+template<class Use> void forEachLabel(const AnyFields &fields, Use &&use) {
+    for (std::size_t field = 0; field < fields.families.size(); ++field) {
+        if (fields.families[field]->kind == Kind::Label)
+            use(field);
     }
-    return true;
 }
 
-template<class Row> std::size_t hashOfLabels(const Row &row) {
-    std::size_t hash = 0;
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        if (field.family.kind != Kind::Label)
-            continue;
-        constexpr std::size_t factor = 31;
-        const Value label = field.of(row);
-        hash = hash * factor + std::hash<std::string_view>{}(label.asText()) + label.asUnsigned();
+struct SameLabels {
+    const AnyFields &fields;
+
+    bool operator()(const AnyRow &left, const AnyRow &right) const {
+        bool same = true;
+        forEachLabel(fields, [&](std::size_t field) {
+            same = same && isSameLabel(fields.value(left, field), fields.value(right, field));
+        });
+        return same;
     }
-    return hash;
+};
+
+struct HashOfLabels {
+    const AnyFields &fields;
+
+    std::size_t operator()(const AnyRow &row) const {
+        std::size_t hash = 0;
+        forEachLabel(fields, [&](std::size_t field) {
+            constexpr std::size_t factor = 31;
+            const Value label = fields.value(row, field);
+            hash = hash * factor + std::hash<std::string_view>{}(label.asText()) + label.asUnsigned();
+        });
+        return hash;
+    }
+};
+
+// The field that tells whether a row under the same labels is still the same thing; the number of fields when it
+// always is.
+std::size_t identityOf(const AnySection<Sample> &section) {
+    const auto &families = section.fields.families;
+    if (section.area != Area::Cgroups)
+        return families.size();
+    const auto inode = std::ranges::find(families, "inode", &Family::name);
+    return static_cast<std::size_t>(inode - families.begin());
 }
 
-// Whether a row under the same labels is still the same thing.
-template<class Row> bool goesOn(const Row &before, const Row &now) {
-    if constexpr (std::is_same_v<Row, Cgroup> || std::is_same_v<Row, CgroupDevice>)
-        return sameReading(before.inode, now.inode);
-    return true;
+bool isSameThing(const AnyFields &fields, std::size_t identity, const AnyRow &before, const AnyRow &now) {
+    if (identity == fields.families.size())
+        return true;
+    const Value earlier = fields.value(before, identity), later = fields.value(now, identity);
+    return earlier.absence() == later.absence() && isSameLabel(earlier, later);
 }
 
-template<class Row> Number counterGrowth(const Field<Row> &field, const Row &before, const Row &now) {
-    return std::visit(
-        [&](auto place) -> Number {
-            if constexpr (std::is_same_v<decltype(place), Count Row::*>)
-                return growthOf(before.*place, now.*place, field.family.counterBits);
-            else if constexpr (std::is_same_v<decltype(place), Number Row::*>)
-                return field.wrapsAt == nullptr ? growthOf(before.*place, now.*place)
-                                                : wrappingGrowth(before.*place, now.*place, now.*field.wrapsAt);
-            else
-                return Absence::Unsupported;
-        },
-        field.member);
+Count countOf(const Value &value) {
+    return value.has() ? Count(value.asUnsigned()) : Count(value.absence());
+}
+Number numberOf(const Value &value) {
+    return value.has() ? Number(value.asReal()) : Number(value.absence());
 }
 
-template<class Row> void takeRow(const Row *before, const Row &now, double seconds, Rates &rates) {
-    static const Row none{};
-    const Labels labels = labelsOf(now);
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        if (field.family.kind != Kind::Counter)
+Number counterGrowth(const AnyFields &fields, std::size_t field, const AnyRow *earlier, const AnyRow &later) {
+    const Value now = fields.value(later, field);
+    const Value before = earlier == nullptr ? Value(Absence::NotYet) : fields.value(*earlier, field);
+    if (now.type() == Value::Type::Unsigned)
+        return growthOf(countOf(before), countOf(now), fields.families[field]->counterBits);
+    const Number *wrapsAt = fields.wrapsAt(later, field);
+    return wrapsAt == nullptr ? growthOf(numberOf(before), numberOf(now))
+                              : wrappingGrowth(numberOf(before), numberOf(now), *wrapsAt);
+}
+
+void takeRow(const AnyFields &fields, const AnyRow *before, const AnyRow &now, double seconds, Rates &rates) {
+    const Labels labels = labelsOf(fields, now);
+    for (std::size_t field = 0; field < fields.families.size(); ++field) {
+        if (fields.families[field]->kind != Kind::Counter)
             continue;
         CounterRate &rate = rates.counters.append();
-        rate.family = &field.family;
+        rate.family = fields.families[field];
         rate.labels = labels;
-        rate.perSecond = perSecond(counterGrowth(field, before == nullptr ? none : *before, now), seconds);
+        rate.perSecond = perSecond(counterGrowth(fields, field, before, now), seconds);
     }
 }
 
 // The lines of /proc/interrupts add up the processors that are online: with others they cannot be compared.
-template<class Row> bool isComparable(const Sample &before, const Sample &now) {
-    return !std::is_same_v<Row, InterruptLine> ||
+bool isComparable(const AnySection<Sample> &section, const Sample &before, const Sample &now) {
+    return section.name != "interrupts" ||
            sameReading(before.activity.interruptProcessors, now.activity.interruptProcessors);
 }
 
-template<class Row>
-void takeSection(const Section<Row> &section, const Sample &before, const Sample &now, Rates &rates) {
+void takeSection(const AnySection<Sample> &section, const Sample &before, const Sample &now, Rates &rates) {
     const double seconds = secondsBetween(before, now, section.area);
-    const bool comparable = isComparable<Row>(before, now);
-    if (section.one != nullptr)
-        return takeRow(&(before.*section.one), now.*section.one, seconds, rates);
-    Earlier earlier(before.*section.many, sameLabels<Row>, hashOfLabels<Row>);
-    for (const Row &row : now.*section.many) {
-        const Row *old = comparable ? earlier.of(row) : nullptr;
-        takeRow(old != nullptr && goesOn(*old, row) ? old : nullptr, row, seconds, rates);
+    const AnyFields &fields = section.fields;
+    if (!section.isList)
+        return takeRow(fields, &section.row(before, 0), section.row(now, 0), seconds, rates);
+    const bool comparable = isComparable(section, before, now);
+    const std::size_t identity = identityOf(section);
+    const AnyRows earlierRows(section, before);
+    Earlier earlier(earlierRows, SameLabels{fields}, HashOfLabels{fields});
+    for (std::size_t index = 0; index < section.size(now); ++index) {
+        const AnyRow &row = section.row(now, index);
+        const AnyRow *old = comparable ? earlier.of(row) : nullptr;
+        takeRow(fields, old != nullptr && isSameThing(fields, identity, *old, row) ? old : nullptr, row, seconds,
+                rates);
     }
 }
 
@@ -99,10 +140,10 @@ bool isLabel(const Value &value, std::string_view text) {
 } // namespace
 
 void takeCounters(const Sample &before, const Sample &now, Rates &rates) {
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (now.area(section.area).asked && !hasStructOfRates(section.name))
+    for (const AnySection<Sample> &section : sections()) {
+        if (now.area(section.area).asked && section.rates == nullptr)
             takeSection(section, before, now, rates);
-    });
+    }
 }
 
 Number Rates::perSecond(std::string_view section, std::string_view name, std::string_view label) const {

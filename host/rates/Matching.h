@@ -28,12 +28,12 @@ struct SameHash {
 /// Finds the earlier row of each later one. The kernel lists things in an order that lasts: the row after the one found
 /// last is tried first. The first one that is elsewhere, or nowhere, has all rows put in the order of their hashes: so
 /// a list of which everything came anew takes no longer than one that was sorted.
-template<class Row, class Same, class Hash = SameHash> class Earlier {
+template<class List, class Same, class Hash = SameHash> class Earlier {
 public:
     /// Rows that are the same have the same hash.
-    Earlier(const Rows<Row> &rows, Same same, Hash hash = {}) : m_rows(rows), m_same(same), m_hash(hash) {}
+    Earlier(const List &rows, Same same, Hash hash = {}) : m_rows(rows), m_same(same), m_hash(hash) {}
 
-    const Row *of(const Row &row) {
+    template<class Row> const Row *of(const Row &row) {
         if (m_next == m_rows.size() || !m_same(m_rows[m_next], row))
             m_next = find(row);
         return m_next == m_rows.size() ? nullptr : &m_rows[m_next++];
@@ -48,7 +48,7 @@ private:
     };
 
     // The number of rows when there is none.
-    std::size_t find(const Row &row) {
+    template<class Row> std::size_t find(const Row &row) {
         if (m_places.empty())
             sortPlaces();
         const std::size_t hash = m_hash(row);
@@ -67,7 +67,7 @@ private:
         std::sort(m_places.begin(), m_places.end());
     }
 
-    const Rows<Row> &m_rows;
+    const List &m_rows;
     Same m_same;
     Hash m_hash;
     std::size_t m_next = 0;

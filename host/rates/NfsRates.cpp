@@ -156,9 +156,9 @@ private:
     const Sample &m_now;
     Rates &m_rates;
     double m_seconds;
-    Earlier<NfsMount, Same<NfsMount>> m_mounts;
-    Earlier<NfsOperation, Same<NfsOperation>> m_operations;
-    Earlier<NfsTransport, Same<NfsTransport>> m_transports;
+    Earlier<Rows<NfsMount>, Same<NfsMount>> m_mounts;
+    Earlier<Rows<NfsOperation>, Same<NfsOperation>> m_operations;
+    Earlier<Rows<NfsTransport>, Same<NfsTransport>> m_transports;
     std::size_t m_operation = 0, m_transport = 0; // the next rows of the later sample
 };
 

@@ -4,6 +4,7 @@
 #include "host/Hardware.h"
 #include "host/Rates.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -12,6 +13,7 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <vector>
 
 namespace {
 
@@ -27,54 +29,88 @@ struct Three {
 static_assert(members::countOf<Three>() == 3);
 static_assert(members::countOf<zel::Load>() == 6);
 
-// Calls use(section) for the sections of samples, of rates and of the inventory.
-template<class Use> void forEverySection(Use &&use) {
-    zel::forEachSection(use);
-    std::apply([&use](const auto &...section) { (use(section), ...); }, zel::RATE_SECTIONS);
-    zel::forEachHardwareSection([&use]<class Row>(const zel::HardwareSection<Row> &section) {
-        use(static_cast<const zel::Section<Row, zel::Hardware> &>(section));
-    });
+template<class Row> const void *addressOf(const Field<Row> &field, const Row &row) {
+    return zel::withMember<Row>(field.member, [&row](auto place) { return static_cast<const void *>(&(row.*place)); });
 }
 
-template<class Row> const void *addressOf(const Field<Row> &field, const Row &row) {
-    return std::visit([&row](auto place) { return static_cast<const void *>(&(row.*place)); }, field.member);
+template<class Row> void expectEntries(std::string_view section) {
+    const Row row{};
+    const std::span<const Field<Row>> fields = zel::fieldsOf<Row>();
+    EXPECT_EQ(fields.size(), members::countOf<Row>()) << section;
+    const void *before = nullptr;
+    std::size_t labels = 0;
+    for (const Field<Row> &field : fields) {
+        EXPECT_LT(before, addressOf(field, row)) << section << " " << field.family.name;
+        before = addressOf(field, row);
+        const bool isLabel = field.family.kind == Kind::Label;
+        labels += isLabel ? 1 : 0;
+        EXPECT_TRUE(!isLabel || field.of(row).has()) << field.family.name << " can be without a value";
+    }
+    EXPECT_LE(labels, zel::Labels::LIMIT) << section;
+}
+
+template<const auto &All> void expectEntriesOfAll() {
+    std::apply([]<class... Each>(const Each &...each) { (expectEntries<typename Each::RowType>(each.name), ...); },
+               All);
 }
 
 TEST(Schema, EveryMemberHasOneEntryInItsOrder) {
-    forEverySection([]<class Row, class Whole>(const zel::Section<Row, Whole> &section) {
-        const Row row{};
-        const std::span<const Field<Row>> fields = zel::fieldsOf<Row>();
-        EXPECT_EQ(fields.size(), members::countOf<Row>()) << section.name;
-        const void *before = nullptr;
-        for (const Field<Row> &field : fields) {
-            EXPECT_LT(before, addressOf(field, row)) << section.name << " " << field.family.name;
-            before = addressOf(field, row);
-        }
-    });
+    expectEntriesOfAll<zel::SECTIONS>();
+    expectEntriesOfAll<zel::RATE_SECTIONS>();
+    expectEntriesOfAll<zel::HARDWARE_SECTIONS>();
+}
+
+// A section of samples, of rates or of the inventory.
+struct Entries {
+    zel::Area area;
+    std::string_view name;
+    bool isList;
+    std::vector<const zel::Family *> families;
+};
+
+std::vector<Entries> everySection() {
+    std::vector<Entries> all;
+    const auto add = [&all](const auto &section) {
+        all.push_back({section.area, section.name, section.isList, section.fields.families});
+    };
+    std::ranges::for_each(zel::sections(), add);
+    std::ranges::for_each(zel::rateSections(), add);
+    std::ranges::for_each(zel::hardwareSections(), add);
+    return all;
+}
+
+template<class Use> void forEveryFamily(Use &&use) {
+    for (const Entries &section : everySection()) {
+        for (const zel::Family *family : section.families)
+            use(section, *family, std::string(section.name) + "." + std::string(family->name));
+    }
+}
+
+TEST(Schema, SectionsWithoutTypesAreThoseWithTypes) {
+    std::vector<std::string_view> names;
+    const auto add = [&names](const auto &...section) { (names.push_back(section.name), ...); };
+    std::apply(add, zel::SECTIONS);
+    std::apply(add, zel::RATE_SECTIONS);
+    std::apply(add, zel::HARDWARE_SECTIONS);
+    std::vector<std::string_view> found;
+    for (const Entries &section : everySection())
+        found.push_back(section.name);
+    EXPECT_EQ(found, names);
 }
 
 TEST(Schema, EntriesKnowTheirAreaAndSection) {
-    forEverySection([]<class Row, class Whole>(const zel::Section<Row, Whole> &section) {
-        for (const Field<Row> &field : zel::fieldsOf<Row>()) {
-            EXPECT_EQ(field.family.area, section.area) << section.name << " " << field.family.name;
-            EXPECT_EQ(field.family.section, section.name) << field.family.name;
-        }
+    forEveryFamily([](const Entries &section, const zel::Family &family, const std::string &name) {
+        EXPECT_EQ(family.area, section.area) << name;
+        EXPECT_EQ(family.section, section.name) << name;
     });
 }
 
-TEST(Schema, RowsOfListsHaveLabelsThatNoReasonReplaces) {
-    forEverySection([]<class Row, class Whole>(const zel::Section<Row, Whole> &section) {
-        const Row row{};
-        std::size_t labels = 0;
-        for (const Field<Row> &field : zel::fieldsOf<Row>()) {
-            if (field.family.kind != Kind::Label)
-                continue;
-            ++labels;
-            EXPECT_TRUE(field.of(row).has()) << section.name << " " << field.family.name;
-        }
-        EXPECT_LE(labels, zel::Labels::LIMIT) << section.name;
-        EXPECT_EQ(labels > 0, section.many != nullptr) << section.name;
-    });
+TEST(Schema, RowsOfListsHaveLabels) {
+    for (const Entries &section : everySection()) {
+        const bool hasLabels = std::ranges::any_of(
+            section.families, [](const zel::Family *family) { return family->kind == Kind::Label; });
+        EXPECT_EQ(hasLabels, section.isList) << section.name;
+    }
 }
 
 // Which ending a unit has, and no other has.
@@ -114,15 +150,13 @@ std::string faultOf(const zel::Family &family) {
 }
 
 TEST(Schema, NamesFollowTheRules) {
-    std::set<std::string> seen;
-    forEverySection([&seen]<class Row, class Whole>(const zel::Section<Row, Whole> &section) {
+    for (const Entries &section : everySection())
         EXPECT_TRUE(std::regex_match(std::string(section.name), std::regex("[a-z]+(_[a-z]+)*"))) << section.name;
-        for (const Field<Row> &field : zel::fieldsOf<Row>()) {
-            const std::string name = std::string(section.name) + "." + std::string(field.family.name);
-            EXPECT_EQ(faultOf(field.family), "") << name;
-            const bool label = field.family.kind == Kind::Label; // rates have those of their samples
-            EXPECT_TRUE(seen.insert(name).second || label) << name << " is there twice";
-        }
+    std::set<std::string> seen;
+    forEveryFamily([&seen](const Entries &, const zel::Family &family, const std::string &name) {
+        EXPECT_EQ(faultOf(family), "") << name;
+        const bool label = family.kind == Kind::Label; // rates have those of their samples
+        EXPECT_TRUE(seen.insert(name).second || label) << name << " is there twice";
     });
 }
 
@@ -141,15 +175,11 @@ TEST(Schema, RuleFindsWrongNames) {
 }
 
 TEST(Schema, EveryEntryHasHelpASourceAndAWidth) {
-    forEverySection([]<class Row, class Whole>(const zel::Section<Row, Whole> &section) {
-        for (const Field<Row> &field : zel::fieldsOf<Row>()) {
-            const zel::Family &family = field.family;
-            const std::string name = std::string(section.name) + "." + std::string(family.name);
-            EXPECT_TRUE(family.help.ends_with(".")) << name;
-            EXPECT_GT(family.help.size(), 4U) << name;
-            EXPECT_FALSE(family.source.empty()) << name;
-            EXPECT_TRUE(family.counterBits == 32 || family.counterBits == 64) << name;
-        }
+    forEveryFamily([](const Entries &, const zel::Family &family, const std::string &name) {
+        EXPECT_TRUE(family.help.ends_with(".")) << name;
+        EXPECT_GT(family.help.size(), 4U) << name;
+        EXPECT_FALSE(family.source.empty()) << name;
+        EXPECT_TRUE(family.counterBits == 32 || family.counterBits == 64) << name;
     });
 }
 
@@ -165,10 +195,10 @@ std::string rowOf(const zel::Family &family) {
     return row.str();
 }
 
-template<class Row, class Whole> std::string tableOf(const zel::Section<Row, Whole> &) {
+std::string tableOf(const std::vector<const zel::Family *> &families) {
     std::string table = "| field | kind | unit | source | rights | |\n|---|---|---|---|---|---|\n";
-    for (const Field<Row> &field : zel::fieldsOf<Row>())
-        table += rowOf(field.family);
+    for (const zel::Family *family : families)
+        table += rowOf(*family);
     return table;
 }
 
@@ -215,28 +245,23 @@ void expectDocument(const std::string &name, const std::function<void(std::strin
         EXPECT_EQ(firstDifference(after, before), "") << "ZEL_UPDATE_DOCS=1 writes the tables of " << name << " anew";
 }
 
+// Replaces the tables of sections, each between its marks.
+template<class List> void replaceTables(std::string &text, const std::string &mark, const List &list) {
+    for (const auto &section : list) {
+        const std::string table = tableOf(section.fields.families);
+        EXPECT_TRUE(replaceBetween(text, mark + std::string(section.name), table)) << section.name;
+    }
+}
+
 TEST(Schema, DocumentListsEveryField) {
     expectDocument("host.md", [](std::string &text) {
-        zel::forEachSection([&text](const auto &section) {
-            EXPECT_TRUE(replaceBetween(text, "fields " + std::string(section.name), tableOf(section))) << section.name;
-        });
-        std::apply(
-            [&text](const auto &...section) {
-                const auto replace = [&text](const auto &each) {
-                    EXPECT_TRUE(replaceBetween(text, "rates " + std::string(each.name), tableOf(each))) << each.name;
-                };
-                (replace(section), ...);
-            },
-            zel::RATE_SECTIONS);
+        replaceTables(text, "fields ", zel::sections());
+        replaceTables(text, "rates ", zel::rateSections());
     });
 }
 
 TEST(Schema, DocumentOfTheInventoryListsEveryField) {
-    expectDocument("hardware.md", [](std::string &text) {
-        zel::forEachHardwareSection([&text](const auto &section) {
-            EXPECT_TRUE(replaceBetween(text, "fields " + std::string(section.name), tableOf(section))) << section.name;
-        });
-    });
+    expectDocument("hardware.md", [](std::string &text) { replaceTables(text, "fields ", zel::hardwareSections()); });
 }
 
 TEST(Schema, AreasHaveNamesAndSections) {
@@ -244,7 +269,8 @@ TEST(Schema, AreasHaveNamesAndSections) {
     for (std::size_t area = 0; area < zel::AREA_COUNT; ++area)
         EXPECT_TRUE(names.insert(zel::areaName(static_cast<zel::Area>(area))).second);
     std::set<zel::Area> areas;
-    zel::forEachSection([&areas](const auto &section) { areas.insert(section.area); });
+    for (const auto &section : zel::sections())
+        areas.insert(section.area);
     EXPECT_EQ(areas.size(), zel::AREA_COUNT);
 }
 

@@ -29,12 +29,12 @@ std::string textOf(const zel::Sample &sample, const zel::Shown &shown = {}, cons
 
 TEST(Views, NameFieldsOfTheSchema) {
     std::map<std::string_view, std::set<std::string_view>> fields;
-    zel::forEachSection([&]<class Row>(const zel::Section<Row> &section) {
+    for (const zel::AnySection<zel::Sample> &section : zel::sections()) {
         fields[section.name];
         for (const bool rates : {false, true})
-            zel::forEachFamily<Row>(rates,
-                                    [&](const zel::Family &family) { fields[section.name].insert(family.name); });
-    });
+            zel::forEachFamily(section, rates,
+                               [&](const zel::Family &family) { fields[section.name].insert(family.name); });
+    }
     for (const zel::View *view : zel::allViews()) {
         ASSERT_TRUE(fields.contains(view->section)) << view->section;
         for (const zel::ViewColumn &column : view->columns)
@@ -45,7 +45,8 @@ TEST(Views, NameFieldsOfTheSchema) {
 }
 
 TEST(Views, EverySectionHasOne) {
-    zel::forEachSection([](const auto &section) { EXPECT_NE(zel::viewOf(section.name), nullptr) << section.name; });
+    for (const zel::AnySection<zel::Sample> &section : zel::sections())
+        EXPECT_NE(zel::viewOf(section.name), nullptr) << section.name;
     EXPECT_EQ(zel::viewOf("nothing"), nullptr);
 }
 

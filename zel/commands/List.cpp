@@ -49,10 +49,10 @@ constexpr std::string_view about =
 constexpr Example exitStatus[] = {{"0", "done"}, {"1", "the output failed"}, {"2", "the command line is wrong"}};
 
 template<class Use> void forEachListed(std::span<const Area> areas, bool rates, Use &&use) {
-    forEachSection([&]<class Row>(const Section<Row> &section) {
+    for (const AnySection<Sample> &section : sections()) {
         if (isShown(areas, section.area))
-            forEachFamily<Row>(rates, [&](const Family &family) { use(section.name, family); });
-    });
+            forEachFamily(section, rates, [&](const Family &family) { use(section.name, family); });
+    }
 }
 
 void writeListTable(std::span<const Area> areas, bool rates, const Style &style, std::string &out) {
