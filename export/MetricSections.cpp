@@ -85,13 +85,8 @@ constexpr DefaultSection defaults[] = {
 
 // The place of a section in SECTIONS; SECTION_COUNT when there is none of the name.
 std::size_t placeOf(std::string_view name) {
-    std::size_t place = SECTION_COUNT, index = 0;
-    forEachSection([&](const auto &section) {
-        if (section.name == name)
-            place = index;
-        ++index;
-    });
-    return place;
+    const auto found = std::ranges::find(sections(), name, &AnySection<Sample>::name);
+    return static_cast<std::size_t>(found - sections().begin());
 }
 
 bool isDefault(std::string_view section, std::string_view field) {

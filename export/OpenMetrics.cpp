@@ -10,6 +10,8 @@ namespace zel {
 
 namespace {
 
+constexpr std::string_view processesName = "processes", cgroupsName = "cgroups", filesystemsName = "filesystems";
+
 template<class Row> bool isText(const Field<Row> &field) {
     return std::holds_alternative<Reading<std::string> Row::*>(field.member) ||
            std::holds_alternative<std::string Row::*>(field.member);
@@ -30,22 +32,6 @@ template<class Row> bool isMoreLabel(const Field<Row> &) {
 bool isMoreLabel(const Field<Process> &field) {
     return field.member == Member<Process>(&Process::user) || field.member == Member<Process>(&Process::cgroup);
 }
-template<class Row> void addMoreLabels(const Row &, MetricSink &) {}
-void addMoreLabels(const Process &process, MetricSink &sink) {
-    sink.label("user", process.user).label("cgroup", process.cgroup);
-}
-
-// A mount below another at the same place has the labels of that one, and nothing can be known of it.
-template<class Row> bool isRowWritten(const Row &) {
-    return true;
-}
-bool isRowWritten(const Filesystem &filesystem) {
-    return filesystem.hidden.valueOr(0) == 0;
-}
-bool isRowWritten(const Cgroup &cgroup) {
-    return cgroup.populated.valueOr(1) != 0;
-}
-
 bool isWritten(const Sample &sample, std::span<const Area> areas, Area area) {
     return sample.area(area).asked && isShown(areas, area);
 }
@@ -115,7 +101,7 @@ void MetricsWriter::plan(std::string_view section, const KnownFields &known, Pla
     for (const Field<Row> &field : fieldsOf<Row>()) {
         const std::size_t place = index++;
         if (field.family.kind == Kind::Label) {
-            planned.labelNames.push_back(known.labelName(field.family));
+            planned.labels.push_back({place, known.labelName(field.family)});
             continue;
         }
         if (known.has(field.family) || isMoreLabel(field))
@@ -141,18 +127,21 @@ MetricsWriter::MetricsWriter(MetricOptions options) : m_options(std::move(option
     forEachSection([&]<class Row>(const Section<Row> &section) { plan<Row>(section.name, known, m_plans[index++]); });
 }
 
-template<class Row>
-void MetricsWriter::chooseRows(std::span<const Row> rows, const Sample &sample, const Rates *rates) {
+// The processes that use most. Of the cgroups those with processes, up to the limit. A mount below another at the same
+// place has the labels of that one, and nothing can be known of it. Everything else whole.
+void MetricsWriter::chooseRows(const AnySection<Sample> &section, const Sample &sample, const Rates *rates) {
     m_rows.clear();
     m_rowsLeftOut = 0;
-    if constexpr (std::is_same_v<Row, Process>) {
+    if (section.name == processesName) {
         const std::span<const std::uint32_t> chosen = m_processChoice.choose(sample, rates, m_options.processes);
         m_rows.assign(chosen.begin(), chosen.end());
         return;
     }
-    const std::size_t most = std::is_same_v<Row, Cgroup> ? m_options.cgroups : rows.size();
-    for (std::size_t index = 0; index < rows.size(); ++index) {
-        if (!isRowWritten(rows[index]))
+    const bool cgroups = section.name == cgroupsName, filesystems = section.name == filesystemsName;
+    const std::size_t size = section.size(sample), most = cgroups ? m_options.cgroups : size;
+    for (std::size_t index = 0; index < size; ++index) {
+        if ((cgroups && sample.cgroups[index].populated.valueOr(1) == 0) ||
+            (filesystems && sample.filesystems[index].hidden.valueOr(0) != 0))
             continue;
         if (m_rows.size() < most)
             m_rows.push_back(static_cast<std::uint32_t>(index));
@@ -161,45 +150,45 @@ void MetricsWriter::chooseRows(std::span<const Row> rows, const Sample &sample, 
     }
 }
 
-template<class Row>
-void MetricsWriter::writeSection(const Section<Row> &section, const PlannedSection &planned, const Sample &sample) {
-    const std::span<const Row> rows = rowsOf(sample, section);
-    const std::span<const Field<Row>> fields = fieldsOf<Row>();
+void MetricsWriter::keepLabels(const AnySection<Sample> &section, const PlannedSection &planned, const Sample &sample) {
     m_sink.clearRows();
-    for (const std::uint32_t row : m_rows) {
-        std::size_t label = 0;
-        for (const Field<Row> &field : fields) {
-            if (field.family.kind == Kind::Label)
-                m_sink.label(planned.labelNames[label++], field.of(rows[row]));
-        }
-        addMoreLabels(rows[row], m_sink);
+    for (const std::uint32_t index : m_rows) {
+        const AnyRow &row = section.row(sample, index);
+        for (const PlannedLabel &label : planned.labels)
+            m_sink.label(label.name, section.fields.value(row, label.index));
+        if (section.name == processesName)
+            m_sink.label("user", sample.processes[index].user).label("cgroup", sample.processes[index].cgroup);
         m_sink.keepRow();
     }
-    for (const PlannedField &number : planned.numbers) {
-        const Field<Row> &field = fields[number.index];
-        m_sink.family(number.name, number.type, field.family.help);
-        for (std::size_t place = 0; place < m_rows.size(); ++place)
-            m_sink.row(place).value(field.of(rows[m_rows[place]]));
-    }
-    writeTexts(rows, planned);
 }
 
-template<class Row> void MetricsWriter::writeTexts(std::span<const Row> rows, const PlannedSection &planned) {
-    const std::span<const Field<Row>> fields = fieldsOf<Row>();
-    m_sink.family(planned.infoName, MetricType::Info, planned.infoHelp);
-    for (std::size_t place = 0; place < m_rows.size(); ++place) {
-        bool any = false;
-        m_sink.row(place);
-        for (const std::size_t index : planned.texts) {
-            const Value text = fields[index].of(rows[m_rows[place]]);
-            m_sink.label(fields[index].family.name, text);
-            any = any || text.has();
-        }
-        if (any)
-            m_sink.one();
-        else
-            m_sink.drop();
+void MetricsWriter::writeSection(const AnySection<Sample> &section, const PlannedSection &planned,
+                                 const Sample &sample) {
+    for (const PlannedField &number : planned.numbers) {
+        m_sink.family(number.name, number.type, section.fields.families[number.index]->help);
+        for (std::size_t place = 0; place < m_rows.size(); ++place)
+            m_sink.row(place).value(section.fields.value(section.row(sample, m_rows[place]), number.index));
     }
+    m_sink.family(planned.infoName, MetricType::Info, planned.infoHelp);
+    for (std::size_t place = 0; place < m_rows.size(); ++place)
+        writeTexts(section, planned, section.row(sample, m_rows[place]), place);
+    if (section.name == cgroupsName)
+        writeCgroupsLeftOut(m_rowsLeftOut, m_sink);
+}
+
+void MetricsWriter::writeTexts(const AnySection<Sample> &section, const PlannedSection &planned, const AnyRow &row,
+                               std::size_t place) {
+    bool any = false;
+    m_sink.row(place);
+    for (const std::size_t index : planned.texts) {
+        const Value text = section.fields.value(row, index);
+        m_sink.label(section.fields.families[index]->name, text);
+        any = any || text.has();
+    }
+    if (any)
+        m_sink.one();
+    else
+        m_sink.drop();
 }
 
 void MetricsWriter::writeHealth(const Sample &sample, std::span<const Area> areas) {
@@ -226,16 +215,15 @@ void MetricsWriter::write(const Sample &sample, const Rates *rates, std::span<co
         if (isWritten(sample, areas, known->area))
             known->write(sample, m_sink);
     }
-    std::size_t index = 0;
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        const PlannedSection &planned = m_plans[index++];
+    for (std::size_t index = 0; index < SECTION_COUNT; ++index) {
+        const AnySection<Sample> &section = sections()[index];
+        const PlannedSection &planned = m_plans[index];
         if (!isWritten(sample, areas, section.area) || (planned.numbers.empty() && planned.texts.empty()))
-            return;
-        chooseRows(rowsOf(sample, section), sample, rates);
+            continue;
+        chooseRows(section, sample, rates);
+        keepLabels(section, planned, sample);
         writeSection(section, planned, sample);
-        if constexpr (std::is_same_v<Row, Cgroup>)
-            writeCgroupsLeftOut(m_rowsLeftOut, m_sink);
-    });
+    }
     writeHealth(sample, areas);
     m_sink.finish();
 }

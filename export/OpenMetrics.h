@@ -57,18 +57,23 @@ private:
         std::string name;
         MetricType type;
     };
+    struct PlannedLabel {
+        std::size_t index;
+        std::string_view name;
+    };
     struct PlannedSection {
+        std::vector<PlannedLabel> labels;
         std::vector<PlannedField> numbers;
         std::vector<std::size_t> texts;
-        std::vector<std::string_view> labelNames; // of the texts' rows, in their order
         std::string infoName, infoHelp;
     };
 
     template<class Row> void plan(std::string_view section, const KnownFields &known, PlannedSection &planned);
-    template<class Row>
-    void writeSection(const Section<Row> &section, const PlannedSection &planned, const Sample &sample);
-    template<class Row> void writeTexts(std::span<const Row> rows, const PlannedSection &planned);
-    template<class Row> void chooseRows(std::span<const Row> rows, const Sample &sample, const Rates *rates);
+    void chooseRows(const AnySection<Sample> &section, const Sample &sample, const Rates *rates);
+    void keepLabels(const AnySection<Sample> &section, const PlannedSection &planned, const Sample &sample);
+    void writeSection(const AnySection<Sample> &section, const PlannedSection &planned, const Sample &sample);
+    void writeTexts(const AnySection<Sample> &section, const PlannedSection &planned, const AnyRow &row,
+                    std::size_t place);
     void writeHealth(const Sample &sample, std::span<const Area> areas);
 
     MetricOptions m_options;

@@ -47,8 +47,9 @@ TEST(Text, EveryKindOfNumberIsWhatTheLibraryGives) {
         ASSERT_EQ(textOf(beside), shortest(beside));
         double any = 0;
         std::memcpy(&any, &bits, sizeof(any));
-        if (std::isfinite(any))
+        if (std::isfinite(any)) {
             ASSERT_EQ(textOf(any), shortest(any));
+        }
     }
     for (const double number : {1e9, 999999999.999999, 999999999.9999999, 1e15, 0.000999, 1e-300,
                                 std::numeric_limits<double>::max(), std::numeric_limits<double>::denorm_min()})

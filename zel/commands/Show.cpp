@@ -22,7 +22,7 @@ constexpr Example examples[] = {
     {"zel show processes --raw", "all processes with their counters, without waiting"},
     {"zel show cpu memory --format json", "counters and sizes for a program, one line"},
     {"zel show disks --rates --format csv --every 10s --count 360 > disks.csv", "an hour of disk rates"},
-    {"zel show --format prometheus | promtool check metrics", "metrics, under the names that dashboards know"},
+    {"zel show --format prometheus > zel.prom", "metrics, under the names that dashboards know"},
     {"zel show --rates --format line --every 10s", "lines for a time-series database"},
     {"zel show filesystems --all", "every field of every filesystem"},
     {"zel show --root /host", "the host whose root directory a container has at /host"},
