@@ -38,17 +38,18 @@ PREFIXES = {"mdadm": "node_md_", "tapestats": "node_tape_", "powersupplyclass": 
 
 
 class Difference:
-    """A pattern of families, with one of a label or without, and where it holds."""
+    """A pattern of families, with patterns of labels or without, and where it holds."""
 
     def __init__(self, text, place):
-        self.family, _, self.label = text.removesuffix("}").partition("{")
+        self.family, _, labels = text.removesuffix("}").partition("{")
+        self.labels = labels.split(",") if labels else []
         self.place = place
 
     def covers(self, family, labels, recorded, value):
         if not fnmatch.fnmatchcase(family, self.family) or not self.holds(recorded, value):
             return False
         texts = [f'{name}="{value}"' for name, value in labels]
-        return not self.label or any(fnmatch.fnmatchcase(text, self.label) for text in texts)
+        return all(any(fnmatch.fnmatchcase(text, label) for text in texts) for label in self.labels)
 
     # `value` is what the peer has alone; None when it is not that.
     def holds(self, recorded, value):
