@@ -72,14 +72,14 @@ bool Server::start(const ServeSettings &settings, std::string &problem) {
     running->settings = settings;
     for (const Listener &listener : listeners)
         running->addresses.push_back(addressText(listener.address));
-    const std::string scheme = loop.protection.tls.isUsed() ? "https://" : "http://";
+    const std::string start = loop.protection.tls.isUsed() ? "serving https://" : "serving http://";
     const bool isTokenPlain = !loop.protection.token.empty() && !loop.protection.tls.isUsed();
     running->loop =
         std::make_unique<ServerLoop>(samplerOptions(settings), std::move(loop), std::move(listeners), m_log);
     if (!running->loop->start(problem))
         return false;
     for (const std::string &address : running->addresses)
-        m_log("serving " + scheme + address + "/metrics");
+        m_log(std::string(start).append(address).append("/metrics"));
     if (isTokenPlain)
         m_log("the token is sent without encryption: a certificate and key would protect it on the way");
     m_running = std::move(running);
