@@ -79,6 +79,16 @@ TEST(TomlText, SaysWhereItIsNone) {
     }
 }
 
+// What toml++ 3.3 takes for granted without looking.
+TEST(TomlText, ACharacterThatTheParserDoesNotExpectIsAProblemWithItsLine) {
+    for (const char *text : {"\n[\x01]\n", "\n[ \x7f", "\n[.]\na = 1", "\n[[\x02", "\n[=]", "\n[,"}) {
+        const zel::TomlText toml = zel::readToml(text);
+        ASSERT_TRUE(toml.problem) << text;
+        EXPECT_THAT(toml.problem->text, HasSubstr("no TOML: ")) << text;
+        EXPECT_EQ(toml.problem->place.line, 2U) << text;
+    }
+}
+
 TEST(TomlText, IsRefusedWhenItIsLarge) {
     EXPECT_FALSE(zel::readToml(std::string(zel::CONFIG_LARGEST, '\n')).problem);
     EXPECT_TRUE(zel::readToml(std::string(zel::CONFIG_LARGEST + 1, '\n')).problem);
