@@ -75,7 +75,7 @@ void AnswerWriter::writeEvent(const TextKey &key, const Sample &sample, const Ra
 }
 
 std::vector<std::string> AnswerWriter::takeRemarks() {
-    return m_textfiles->newProblems();
+    return m_textfiles == nullptr ? std::vector<std::string>() : m_textfiles->newProblems();
 }
 
 } // namespace zel

@@ -2,7 +2,6 @@
 #include "zel/serve/Clients.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include <linux/tcp.h>
 #include <sys/socket.h>
@@ -34,7 +33,7 @@ std::size_t EventQueue::take(char *out, std::size_t most) {
     if (current == nullptr)
         return 0;
     const std::size_t length = std::min(most, current->size() - taken);
-    std::memcpy(out, current->data() + taken, length);
+    std::copy_n(current->data() + taken, length, out);
     taken += length;
     if (taken == current->size()) {
         current = std::move(next);

@@ -58,7 +58,7 @@ private:
         const std::string_view host = target.hasAuthority ? std::string_view(target.authority) : m_head.host;
         if (!isHostAllowed(host, m_head.byLoopback, m_rules.names))
             return refuse(misdirected, "this is not the server of Host " + quotedForClient(host) +
-                                           "; a name of it has to be in its configuration (server_names)");
+                                           "; a name of it has to be in its configuration (server-names)");
         return readEndpoint(target) && checkMethod() && checkToken() && checkBody() && readOrder(target);
     }
 

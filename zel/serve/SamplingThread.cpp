@@ -121,8 +121,8 @@ bool SamplingThread::waitForWork() {
 
 void SamplingThread::work() {
     Batch batch;
-    beginBatch(batch);
     try {
+        beginBatch(batch);
         if (batch.needsSample)
             takeSample();
         answerBatch(batch);
@@ -144,10 +144,11 @@ void SamplingThread::beginBatch(Batch &batch) {
     const std::lock_guard held(m_lock);
     const Clock::time_point now = Clock::now();
     m_busySince = now;
-    if (std::exchange(m_isNew, false)) {
+    if (m_isNew) {
         m_writer.configure(m_settings);
         m_hidesCommandLines = !m_settings.commandLines;
         batch.needsSample = true;
+        m_isNew = false;
     }
     std::swap(batch.waiting, m_waiting);
     for (Pace &pace : m_paces) {
