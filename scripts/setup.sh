@@ -43,8 +43,13 @@ ethtool /usr/sbin/ethtool
 curl /usr/bin/curl
 openssl /usr/bin/openssl
 zstd /usr/bin/zstd
+<<<<<<< HEAD
+prometheus /usr/bin/promtool
+prometheus-node-exporter /usr/bin/prometheus-node-exporter
+=======
 prometheus-node-exporter /usr/bin/prometheus-node-exporter
 prometheus /usr/bin/promtool
+>>>>>>> config
 lintian /usr/bin/lintian"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps

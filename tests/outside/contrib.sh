@@ -35,4 +35,5 @@ python3 "$source/tests/outside/dashboard.py" rules "$contrib/grafana/host.json" 
 promtool check rules "$scratch/dashboard.yml" >"$scratch/check" 2>&1 || fail "the dashboard: $(cat "$scratch/check")"
 python3 "$source/tests/outside/metric_names.py" "$source" "$build" "${rules[@]}" "$contrib/grafana/host.json"
 promtool check config "$contrib/prometheus/prometheus.yml" >"$scratch/check" 2>&1 || fail "$(cat "$scratch/check")"
-echo "contrib: $(wc -l <<<"$alerts") alerts, $(grep -c record: "${rules[0]}") recorded, $(grep -c record: "$scratch/dashboard.yml") expressions of the dashboard"
+echo "contrib: $(wc -l <<<"$alerts") alerts, $(grep -c record: "${rules[0]}") recorded rules," \
+  "$(grep -c record: "$scratch/dashboard.yml") expressions of the dashboard"

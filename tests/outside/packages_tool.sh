@@ -66,8 +66,13 @@ expect_removed_tool() {
 
 echo "the tool and its service"
 [ "$(chroot "$root" /usr/bin/zel --version)" = "$("$build/bin/zel" --version)" ] || fail "the installed tool has another version"
+chroot "$root" /usr/bin/zel check >"$scratch/plan" || fail "the installed settings are wrong: $(cat "$scratch/plan")"
+grep -q 'listens on 127.0.0.1:9100: only programs of this machine' "$scratch/plan" || fail "as installed: $(cat "$scratch/plan")"
 [ ! -e "$root/$wanted" ] || fail "the installation enables the service"
 [ "$(find "$root/usr/share/doc/zel/examples" -name 'host.*' | wc -l)" = 3 ] || fail "the examples are incomplete"
+for page in man1/zel man1/zel-show man1/zel-list man1/zel-hardware man1/zel-serve man1/zel-check man5/zel.toml; do
+  [ -s "$root/usr/share/man/$page.${page:3:1}.gz" ] || fail "there is no manual page $page"
+done
 program=$(sed -n 's/^ExecStart=\([^ ]*\).*/\1/p' "$(find "$root" -name zel.service)")
 [ -x "$root$program" ] || fail "the service starts '$program', which is not installed"
 
