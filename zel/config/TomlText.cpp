@@ -163,6 +163,8 @@ TomlText readToml(std::string_view text) {
         return {{}, ConfigProblem{{}, "larger than " + std::to_string(CONFIG_LARGEST) + " bytes"}};
     if (const std::size_t line = lineOfDeepKey(text, CONFIG_DEEPEST_KEY); line != 0)
         return {{}, ConfigProblem{{line, 1}, "a key of more than " + std::to_string(CONFIG_DEEPEST_KEY) + " parts"}};
+    if (const std::size_t line = lineOfStrayCharacter(text); line != 0)
+        return {{}, ConfigProblem{{line, 1}, "no TOML: a character beyond ASCII stands outside of quotes"}};
     return parse(text);
 }
 

@@ -89,6 +89,16 @@ TEST(TomlText, ACharacterThatTheParserDoesNotExpectIsAProblemWithItsLine) {
     }
 }
 
+TEST(TomlText, CharactersBeyondAsciiAreForTextsAndComments) {
+    EXPECT_EQ(valueOf("\"\u00e4\" # \u00e4").text, "\u00e4");
+    EXPECT_FALSE(zel::readToml("\"\u00e4\" = '\u00e4'").problem);
+    for (const char *text : {"\n\uFEE7[[", "\n\u00e4 = 1", "\na = \u2003 1", "\na = \"\"\"\\\uFEE7\"\"\""}) {
+        const zel::TomlText toml = zel::readToml(text);
+        ASSERT_TRUE(toml.problem) << text;
+        EXPECT_EQ(toml.problem->place.line, 2U) << text;
+    }
+}
+
 TEST(TomlText, IsRefusedWhenItIsLarge) {
     EXPECT_FALSE(zel::readToml(std::string(zel::CONFIG_LARGEST, '\n')).problem);
     EXPECT_TRUE(zel::readToml(std::string(zel::CONFIG_LARGEST + 1, '\n')).problem);
