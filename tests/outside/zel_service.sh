@@ -89,6 +89,8 @@ key = '$scratch/one.key'"
   check 0 'encrypts with TLS' <<<"$tls"
   check 0 'asks for the token of' <<<"[serve]
 token-file = '$scratch/token'"
+  [ "$(id -u)" -ne 0 ] || check 0 'token: zel.service has a user of its own' <<<"[serve]
+token-file = '$scratch/token'"
   check 1 'one.pem with key' <<<"${tls/one.key/two.key}"
   check 1 'certificate' <<<"${tls/one.pem/token}"
   check 1 'TLS needs both a certificate and its key' <<<"${tls/key*/}"

@@ -69,6 +69,18 @@ void remarkRights(const std::string &name) {
         complain("remark: " + name + ": it does not belong to root");
 }
 
+// A file of root that root alone may read suits a server that root starts, but not zel.service.
+void remarkSecret(const std::string &path) {
+    struct stat status {};
+    if (path.empty() || stat(path.c_str(), &status) != 0 || status.st_uid != 0)
+        return;
+    const bool isForGroup = (status.st_mode & S_IRGRP) != 0 && status.st_gid != 0;
+    if (!isForGroup)
+        complain("remark: " + path +
+                 ": zel.service has a user of its own, who may not read it: hand it over by "
+                 "LoadCredential= (man zel-serve)");
+}
+
 int complainAll(const std::vector<std::string> &problems) {
     for (std::size_t at = 0; at < std::min(problems.size(), mostProblems); ++at)
         complain(problems[at]);
@@ -92,6 +104,8 @@ int runCheck(const Command &command, const Arguments &arguments) {
         remarkRights(file.name);
     for (const std::string &path : credentialsOf(settings))
         complain("remark: " + path + " is there only for the service (LoadCredential=), and is not looked at");
+    for (const std::string &path : {settings.tokenFile, settings.keyFile})
+        remarkSecret(path);
     if (!problems.empty())
         return complainAll(problems);
     return writeOut(plan(file, settings)) == Written::Failed ? EXIT_FAILED : EXIT_DONE;

@@ -1,4 +1,4 @@
-// Counts the dots of keys.
+// Counts the dots of keys, looks for characters in wrong places.
 #include "zel/config/KeyDepth.h"
 
 #include <algorithm>
@@ -7,6 +7,10 @@ namespace zel {
 
 namespace {
 
+bool isBeyondAscii(char letter) {
+    return static_cast<unsigned char>(letter) > 0x7f;
+}
+
 // Walks over a text from one piece to the next: a comment, a text in quotes, or one character of anything else.
 class Walk {
 public:
@@ -14,6 +18,7 @@ public:
 
     bool atEnd() const { return m_rest.empty(); }
     std::size_t line() const { return m_line; }
+    bool hasStrayEscape() const { return m_hasStrayEscape; }
 
     /// The first character of the piece.
     char next() {
@@ -43,13 +48,17 @@ private:
             const bool isOneLine = closing.size() == 1;
             if (isOneLine && m_rest[at] == '\n')
                 return skip(at);
-            at += quote == '"' && m_rest[at] == '\\' ? 2 : 1;
+            const bool isEscape = quote == '"' && m_rest[at] == '\\';
+            m_hasStrayEscape =
+                m_hasStrayEscape || (isEscape && at + 1 < m_rest.size() && isBeyondAscii(m_rest[at + 1]));
+            at += isEscape ? 2 : 1;
         }
         skip(std::min(at + closing.size(), m_rest.size()));
     }
 
     std::string_view m_rest;
     std::size_t m_line = 1;
+    bool m_hasStrayEscape = false;
 };
 
 } // namespace
@@ -64,6 +73,18 @@ std::size_t lineOfDeepKey(std::string_view text, std::size_t most) {
             dots = 0;
         dots += first == '.' ? 1 : 0;
         if (dots >= most)
+            return line;
+    }
+    return 0;
+}
+
+std::size_t lineOfStrayCharacter(std::string_view text) {
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (text.starts_with(byteOrderMark))
+        text.remove_prefix(byteOrderMark.size());
+    for (Walk walk(text); !walk.atEnd();) {
+        const std::size_t line = walk.line();
+        if (isBeyondAscii(walk.next()) || walk.hasStrayEscape())
             return line;
     }
     return 0;

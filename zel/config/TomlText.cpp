@@ -8,8 +8,19 @@
 
 #ifdef ZEL_HAS_TOML
 
-// What the parser takes for granted stays checked: a text that breaks it ends the program instead of running on.
+// What the parser takes for granted stays checked, also where a text can break it ("[ " and a control character in
+// version 3.3): then it is no TOML, instead of whatever comes of it.
+namespace zel {
+namespace {
+struct BrokenAssumption {};
+constexpr void assume(bool holds) {
+    if (!holds)
+        throw BrokenAssumption();
+}
+} // namespace
+} // namespace zel
 #undef NDEBUG
+#define TOML_ASSERT(expression) zel::assume(static_cast<bool>(expression))
 #define TOML_EXCEPTIONS 0
 #define TOML_ENABLE_FORMATTERS 0
 #define TOML_MAX_NESTED_VALUES 8
@@ -101,11 +112,36 @@ std::string meaningOf(std::string_view description) {
     return "no TOML: " + std::string(description);
 }
 
+bool breaksTheParser(std::string_view text) {
+    try {
+        static_cast<void>(toml::parse(text));
+        return false;
+    } catch (const BrokenAssumption &) {
+        return true;
+    }
+}
+
+// The parser says nothing of the place. It reads from front to back: the first lines break it from that one on.
+std::size_t lineThatBreaks(std::string_view text) {
+    std::vector<std::size_t> ends;
+    for (std::size_t end = 0; end < text.size(); ++end) {
+        end = std::min(text.find('\n', end), text.size());
+        ends.push_back(end);
+    }
+    const auto found = std::partition_point(ends.begin(), ends.end(),
+                                            [text](std::size_t end) { return !breaksTheParser(text.substr(0, end)); });
+    return std::min(static_cast<std::size_t>(found - ends.begin()) + 1, std::max<std::size_t>(ends.size(), 1));
+}
+
 TomlText parse(std::string_view text) {
-    const toml::parse_result result = toml::parse(text);
-    if (!result)
-        return {{}, ConfigProblem{placeOf(result.error().source()), meaningOf(result.error().description())}};
-    return {tablesOf(result.table()), {}};
+    try {
+        const toml::parse_result result = toml::parse(text);
+        if (!result)
+            return {{}, ConfigProblem{placeOf(result.error().source()), meaningOf(result.error().description())}};
+        return {tablesOf(result.table()), {}};
+    } catch (const BrokenAssumption &) {
+        return {{}, ConfigProblem{{lineThatBreaks(text), 1}, "no TOML: a character stands where none like it can"}};
+    }
 }
 
 } // namespace
@@ -127,6 +163,8 @@ TomlText readToml(std::string_view text) {
         return {{}, ConfigProblem{{}, "larger than " + std::to_string(CONFIG_LARGEST) + " bytes"}};
     if (const std::size_t line = lineOfDeepKey(text, CONFIG_DEEPEST_KEY); line != 0)
         return {{}, ConfigProblem{{line, 1}, "a key of more than " + std::to_string(CONFIG_DEEPEST_KEY) + " parts"}};
+    if (const std::size_t line = lineOfStrayCharacter(text); line != 0)
+        return {{}, ConfigProblem{{line, 1}, "no TOML: a character beyond ASCII stands outside of quotes"}};
     return parse(text);
 }
 

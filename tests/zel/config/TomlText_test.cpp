@@ -79,6 +79,26 @@ TEST(TomlText, SaysWhereItIsNone) {
     }
 }
 
+// What toml++ 3.3 takes for granted without looking.
+TEST(TomlText, ACharacterThatTheParserDoesNotExpectIsAProblemWithItsLine) {
+    for (const char *text : {"\n[\x01]\n", "\n[ \x7f", "\n[.]\na = 1", "\n[[\x02", "\n[=]", "\n[,"}) {
+        const zel::TomlText toml = zel::readToml(text);
+        ASSERT_TRUE(toml.problem) << text;
+        EXPECT_THAT(toml.problem->text, HasSubstr("no TOML: ")) << text;
+        EXPECT_EQ(toml.problem->place.line, 2U) << text;
+    }
+}
+
+TEST(TomlText, CharactersBeyondAsciiAreForTextsAndComments) {
+    EXPECT_EQ(valueOf("\"\u00e4\" # \u00e4").text, "\u00e4");
+    EXPECT_FALSE(zel::readToml("\"\u00e4\" = '\u00e4'").problem);
+    for (const char *text : {"\n\uFEE7[[", "\n\u00e4 = 1", "\na = \u2003 1", "\na = \"\"\"\\\uFEE7\"\"\""}) {
+        const zel::TomlText toml = zel::readToml(text);
+        ASSERT_TRUE(toml.problem) << text;
+        EXPECT_EQ(toml.problem->place.line, 2U) << text;
+    }
+}
+
 TEST(TomlText, IsRefusedWhenItIsLarge) {
     EXPECT_FALSE(zel::readToml(std::string(zel::CONFIG_LARGEST, '\n')).problem);
     EXPECT_TRUE(zel::readToml(std::string(zel::CONFIG_LARGEST + 1, '\n')).problem);
