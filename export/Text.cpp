@@ -67,7 +67,8 @@ bool appendMillionths(std::string &out, double number) {
     constexpr std::uint64_t shorterWithExponent = 100000; // 1e+05
     if (!(number >= least && number < most))
         return false;
-    const auto millionths = static_cast<std::uint64_t>(number * scale + 0.5);
+    // Whatever comes out is compared with the number.
+    const auto millionths = static_cast<std::uint64_t>(number * scale + 0.5); // NOLINT(bugprone-incorrect-roundings)
     if (static_cast<double>(millionths) / scale != number)
         return false;
     const std::uint64_t whole = millionths / 1000000;
