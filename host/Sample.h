@@ -3,9 +3,9 @@
 #pragma once
 
 #include "host/AnySection.h"
+#include "host/Bcache.h"
 #include "host/Bond.h"
 #include "host/Btrfs.h"
-#include "host/Bcache.h"
 #include "host/Cgroup.h"
 #include "host/Cpu.h"
 #include "host/Disk.h"

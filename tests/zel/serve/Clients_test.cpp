@@ -50,8 +50,6 @@ protected:
     Clients m_clients;
 };
 
-} // namespace
-
 TEST(EventQueue, EventIsTakenPieceByPiece) {
     EventQueue queue;
     EXPECT_TRUE(queue.isEmpty());
@@ -111,3 +109,5 @@ TEST_F(ClientLimit, NumbersAreNeverUsedAgain) {
     EXPECT_FALSE(m_clients.hasAny(m_daemon));
     EXPECT_EQ(m_clients.size(), 0U);
 }
+
+} // namespace

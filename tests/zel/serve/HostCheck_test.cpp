@@ -23,8 +23,6 @@ bool isAllowed(std::string_view host, const std::vector<std::string> &names = {}
     return isHostAllowed(host, true, names);
 }
 
-} // namespace
-
 TEST(HostCheck, AddressesToListenOn) {
     EXPECT_EQ(addressText(addressOf("127.0.0.1:9100")), "127.0.0.1:9100");
     EXPECT_EQ(addressText(addressOf("[::1]:9100")), "[::1]:9100");
@@ -80,3 +78,5 @@ TEST(HostCheck, NamesOfTheConfigurationAreTaken) {
     EXPECT_FALSE(isHostAllowed("localhost", false, names));
     EXPECT_TRUE(isHostAllowed("db1.example", false, names));
 }
+
+} // namespace

@@ -27,8 +27,6 @@ std::string problemOf(std::string_view text) {
     return read.problem;
 }
 
-} // namespace
-
 TEST(MetricsText, FamilyIsWrittenAsItWasRead) {
     const std::string text = "# HELP backup_bytes Size of the last \\\\ \\n backup.\n"
                              "# TYPE backup_bytes gauge\n"
@@ -130,3 +128,5 @@ TEST(MetricsText, ZeroBytesAreRefused) {
     EXPECT_NE(problemOf(std::string_view("a 1\n\0\n", 6)), "");
     EXPECT_NE(problemOf(std::string_view("a{x=\"\0\"} 1\nb", 12)), "");
 }
+
+} // namespace

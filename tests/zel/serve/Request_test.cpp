@@ -41,8 +41,6 @@ zel::AreaSet setOf(std::initializer_list<Area> areas) {
     return zel::areaSetOf(std::vector<Area>(areas));
 }
 
-} // namespace
-
 TEST(ServeRequest, EachPathHasItsEndpoint) {
     EXPECT_EQ(parsed("/").order.endpoint, Endpoint::Index);
     EXPECT_EQ(parsed("/metrics").order.endpoint, Endpoint::Metrics);
@@ -218,3 +216,5 @@ TEST(ServeRequest, MessageShowsNoBytesThatSteerATerminal) {
     EXPECT_LT(refused.problem.size(), 400U);
     EXPECT_EQ(parsed("/\x1b[31m").problem, "the path '/?[31m' is not encoded as a URL has it");
 }
+
+} // namespace

@@ -79,8 +79,6 @@ TextKey jsonKey() {
     return key;
 }
 
-} // namespace
-
 TEST(SamplingThread, YoungSampleIsShared) {
     SamplingOf sampling(1min);
     const std::string first = sampling.ask(jsonKey());
@@ -201,3 +199,5 @@ TEST(SamplingThread, ClientsOfSeveralKindsAtOnceAreAllServed) {
     }
     EXPECT_EQ(sampling.wait(waiting).size(), waiting);
 }
+
+} // namespace

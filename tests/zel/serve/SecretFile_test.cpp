@@ -31,8 +31,6 @@ protected:
 
 const std::string goodToken = "0123456789abcdef";
 
-} // namespace
-
 TEST_F(SecretFile, TokenIsOneLine) {
     EXPECT_EQ(token(goodToken + "\n"), goodToken);
     EXPECT_EQ(token(goodToken), goodToken);
@@ -79,3 +77,5 @@ TEST_F(SecretFile, WhatIsNoFileIsRefusedAtOnce) {
         EXPECT_NE(m_problem, "") << path;
     }
 }
+
+} // namespace

@@ -35,8 +35,6 @@ std::string readEvent(RawHttp &client) {
     return client.readUntil("\n\n");
 }
 
-} // namespace
-
 TEST(Server, MetricsAreThoseOfTheHost) {
     ServedHost host(quickSettings());
     RawHttp client(host.port());
@@ -431,3 +429,5 @@ TEST(Server, ManyClientsAtOnceGetAnswers) {
         thread.join();
     EXPECT_EQ(answers, 200);
 }
+
+} // namespace

@@ -38,8 +38,6 @@ protected:
     TextfileDirectory m_textfiles{m_directory.path().string() + "/", {100, 4}};
 };
 
-} // namespace
-
 TEST_F(Textfiles, FilesAreShownWithTheTimeOfTheirWriting) {
     add("b.prom", "b 2\n");
     add("a.prom", "# HELP a A.\n# TYPE a gauge\na 1\n");
@@ -174,3 +172,5 @@ TEST_F(Textfiles, NoDirectoryIsNoError) {
     EXPECT_TRUE(out.ends_with("node_textfile_scrape_error 0\n")) << out;
     EXPECT_FALSE(has(out, "mtime"));
 }
+
+} // namespace
