@@ -8,7 +8,7 @@ _zel() {
     # begin of what is generated
     local commands="show list hardware serve check"
     local areas="cpu load pressure memory vm interrupts disks filesystems interfaces protocols processes cgroups sensors fibrechannel gpus nfs time limits identity"
-    local formats="table json csv openmetrics line"
+    local formats="table json csv openmetrics prometheus line"
     local parts="machine processors memory pci network disks nvme fibrechannel gpus"
     case $command in
     show)

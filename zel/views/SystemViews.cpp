@@ -75,7 +75,6 @@ constexpr ViewColumn processors[] = {
     {"steal", "steal_seconds_total"},
     {"idle", "idle_seconds_total"},
     {"guest", "guest_seconds_total"},
-    {"waiting/s", "waiting_seconds_per_second", 1, 8},
     {"frequency", "frequency_hertz"},
     {"throttled", "core_throttles_total"},
     {"isolated", "isolated"},
