@@ -113,8 +113,9 @@ echo "the tool"
   fail "zel --version: $("$prefix/bin/zel" --version)"
 
 echo "the manual pages"
-mapfile -t manuals < <(find "$prefix" -path '*/man1/*.gz')
-[ ${#manuals[@]} -eq 2 ] || fail "manual pages: ${manuals[*]}"
+mapfile -t manuals < <(find "$prefix" -path '*/man[15]/*.gz')
+pages=("$source"/man/*.in)
+[ ${#manuals[@]} -eq ${#pages[@]} ] || fail "manual pages: ${manuals[*]}"
 if command -v groff >/dev/null; then
   for manual in "${manuals[@]}"; do
     zcat "$manual" | groff -man -ww -Tutf8 2>"$scratch/manual.err" >/dev/null
