@@ -39,7 +39,7 @@ struct Client {
         Cut // its time is over; it closes
     };
 
-    ClientNumber number = 0;
+    ClientNumber number = 0; // of its request
     int socket = -1;
     std::string key; // of its address
     bool byLoopback = false;

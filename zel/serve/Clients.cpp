@@ -92,6 +92,12 @@ Client *Clients::byNumber(ClientNumber number) {
     return found == m_numbers.end() ? nullptr : found->second;
 }
 
+void Clients::renumber(Client &client) {
+    m_numbers.emplace(m_last + 1, &client);
+    m_numbers.erase(client.number);
+    client.number = ++m_last;
+}
+
 bool Clients::hasAny(const HttpDaemon &daemon) const {
     return std::any_of(m_clients.begin(), m_clients.end(),
                        [&daemon](const auto &entry) { return entry.second->daemon == &daemon; });

@@ -28,6 +28,8 @@ public:
     void remove(int socket);
     Client *bySocket(int socket);
     Client *byNumber(ClientNumber number);
+    /// Each request has a number of its own: what was made for an earlier one of the client finds nobody.
+    void renumber(Client &client);
 
     std::size_t size() const { return m_clients.size(); }
     bool hasAny(const HttpDaemon &daemon) const;

@@ -160,6 +160,7 @@ MHD_Result RequestDesk::asked(Client &client, const char *method) noexcept {
             return answer(client);
         client.isHeadRead = true;
         client.hasText = false;
+        m_clients.renumber(client);
         Clients::noteHead(client);
         readHead(client, method);
         return client.head.hasBody ? answer(client) : MHD_YES;
@@ -265,7 +266,7 @@ void RequestDesk::takeTexts() {
         Client *client = m_clients.byNumber(finished.client);
         if (client == nullptr)
             continue;
-        if (client->isStream && finished.text != nullptr) {
+        if (client->isStream && finished.text != nullptr && !client->events.isEnding) {
             addSample(*client, std::move(finished.text));
         } else if (client->phase == Client::Phase::Waiting && !finished.isBeat) {
             client->text = std::move(finished.text);
@@ -293,13 +294,27 @@ void RequestDesk::giveUp(Client &client) {
     resume(client);
 }
 
+void RequestDesk::setRules(DeskRules rules) {
+    const bool isOtherToken = rules.token != m_rules.token;
+    m_rules = std::move(rules);
+    if (isOtherToken)
+        endStreams();
+}
+
+// What their clients have not taken yet goes before the end.
+void RequestDesk::endStreams() {
+    m_clients.forEach([this](Client &client) {
+        if (!client.isStream)
+            return;
+        m_sampling.forget(client.number);
+        client.events.isEnding = true;
+        resume(client);
+    });
+}
+
 void RequestDesk::end() {
     m_isEnding = true;
-    m_clients.forEach([](Client &client) {
-        client.events.isEnding = true;
-        if (client.phase == Client::Phase::Streaming)
-            resume(client);
-    });
+    endStreams();
 }
 
 void RequestDesk::release(const HttpDaemon &daemon) {

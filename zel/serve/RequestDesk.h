@@ -27,7 +27,8 @@ class RequestDesk : public HttpEvents {
 public:
     RequestDesk(Clients &clients, SamplingThread &sampling) : m_clients(clients), m_sampling(sampling) {}
 
-    void setRules(DeskRules rules) { m_rules = std::move(rules); }
+    /// Streams end when the token is another one.
+    void setRules(DeskRules rules);
 
     /// Hands finished texts to those who wait for them.
     void takeTexts();
@@ -53,6 +54,7 @@ private:
     MHD_Result queue(Client &client, unsigned status, const Response &response);
     MHD_Result refuse(Client &client, unsigned status, std::string_view problem);
     void giveUp(Client &client);
+    void endStreams();
 
     Clients &m_clients;
     SamplingThread &m_sampling;

@@ -29,7 +29,7 @@ namespace zel {
 inline constexpr std::size_t STREAM_PACES_AT_MOST = 16; // different times between events, each with a sample of its own
 
 using SharedText = std::shared_ptr<const std::string>;
-using ClientNumber = std::uint64_t;
+using ClientNumber = std::uint64_t; // of one request of a client: what comes late is not taken for another's
 
 struct FinishedText {
     ClientNumber client;

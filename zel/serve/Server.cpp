@@ -38,6 +38,13 @@ LoopSettings loopSettings(const ServeSettings &settings, std::string &problem) {
     return loop;
 }
 
+constexpr std::string_view plainToken =
+    "the token is sent without encryption: a certificate and key would protect it on the way";
+
+bool isTokenPlain(const Protection &protection) {
+    return !protection.token.empty() && !protection.tls.isUsed();
+}
+
 Options samplerOptions(const ServeSettings &settings) {
     Options options;
     options.root = settings.root;
@@ -73,15 +80,15 @@ bool Server::start(const ServeSettings &settings, std::string &problem) {
     for (const Listener &listener : listeners)
         running->addresses.push_back(addressText(listener.address));
     const std::string start = loop.protection.tls.isUsed() ? "serving https://" : "serving http://";
-    const bool isTokenPlain = !loop.protection.token.empty() && !loop.protection.tls.isUsed();
+    const bool isPlain = isTokenPlain(loop.protection);
     running->loop =
         std::make_unique<ServerLoop>(samplerOptions(settings), std::move(loop), std::move(listeners), m_log);
     if (!running->loop->start(problem))
         return false;
     for (const std::string &address : running->addresses)
         m_log(std::string(start).append(address).append("/metrics"));
-    if (isTokenPlain)
-        m_log("the token is sent without encryption: a certificate and key would protect it on the way");
+    if (isPlain)
+        m_log(plainToken);
     m_running = std::move(running);
     return true;
 }
@@ -89,17 +96,20 @@ bool Server::start(const ServeSettings &settings, std::string &problem) {
 bool Server::reload(const ServeSettings &settings, std::string &problem) {
     ServeSettings wanted = settings;
     const ServeSettings &current = m_running->settings;
-    if (wanted.listen != current.listen)
-        m_log("listen changed: a restart is needed for it");
-    if (wanted.deadline != current.deadline || wanted.root != current.root || wanted.areas != current.areas)
-        m_log("deadline, root or areas changed: a restart is needed for them");
     wanted.listen = current.listen;
     wanted.deadline = current.deadline;
     wanted.root = current.root;
     wanted.areas = current.areas;
     LoopSettings loop = loopSettings(wanted, problem);
+    const bool isPlain = isTokenPlain(loop.protection);
     if (!problem.empty() || !m_running->loop->change(std::move(loop), problem))
         return false;
+    if (settings.listen != current.listen)
+        m_log("listen changed: a restart is needed for it");
+    if (settings.deadline != current.deadline || settings.root != current.root || settings.areas != current.areas)
+        m_log("deadline, root or areas changed: a restart is needed for them");
+    if (isPlain)
+        m_log(plainToken);
     m_running->settings = wanted;
     return true;
 }

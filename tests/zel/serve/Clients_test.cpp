@@ -94,6 +94,19 @@ TEST_F(ClientLimit, SomeBeyondTheLimitAreToldSoAndNoMore) {
     EXPECT_NE(add(2000, "10.0.0.3"), nullptr);
 }
 
+TEST_F(ClientLimit, NextRequestHasAnotherNumber) {
+    m_clients.setLimits({10, 10, {}, {}, {}});
+    Client *client = add(1001, "10.0.0.1");
+    const zel::ClientNumber first = client->number;
+    m_clients.renumber(*client);
+    EXPECT_EQ(m_clients.byNumber(first), nullptr);
+    EXPECT_EQ(m_clients.byNumber(client->number), client);
+    EXPECT_NE(add(1002, "10.0.0.2")->number, client->number);
+    m_clients.remove(1001);
+    EXPECT_EQ(m_clients.byNumber(first + 1), nullptr);
+    m_clients.remove(1002);
+}
+
 TEST_F(ClientLimit, NumbersAreNeverUsedAgain) {
     m_clients.setLimits({10, 10, {}, {}, {}});
     const zel::ClientNumber first = add(1001, "10.0.0.1")->number;

@@ -367,6 +367,26 @@ TEST(Server, ReloadTakesSettingsAndKeepsConnections) {
     EXPECT_EQ(client.get("/healthz").status, 200);
 }
 
+TEST(Server, StreamOfAnEarlierTokenEndsAtTheReload) {
+    TempDirectory directory;
+    const std::string file = directory.write("token", "0123456789abcdef\n");
+    ASSERT_EQ(chmod(file.c_str(), 0600), 0);
+    ServeSettings settings = quickSettings();
+    settings.tokenFile = file;
+    ServedHost host(settings);
+    RawHttp stream(host.port());
+    stream.send("GET /api/v1/stream?every=1s HTTP/1.1\r\nHost: localhost\r\n"
+                "Authorization: Bearer 0123456789abcdef\r\n\r\n");
+    EXPECT_TRUE(has(stream.readUntil("retry: 2000"), "HTTP/1.1 200"));
+    std::string problem;
+    EXPECT_TRUE(host.server().reload(host.settings(), problem)) << problem; // the same token
+    EXPECT_TRUE(has(stream.readUntil("\nid: "), "\nid: "));
+    directory.write("token", "fedcba9876543210\n");
+    ASSERT_EQ(chmod(file.c_str(), 0600), 0);
+    EXPECT_TRUE(host.server().reload(host.settings(), problem)) << problem;
+    EXPECT_TRUE(has(stream.readUntil("\r\n0\r\n\r\n"), "\r\n0\r\n\r\n"));
+}
+
 TEST(Server, OutsideLoopbackItNeedsAProtection) {
     zel::Server server;
     ServeSettings settings = quickSettings();
