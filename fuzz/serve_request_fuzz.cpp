@@ -3,8 +3,8 @@
 
 #include "Ensure.h"
 
-#include "zel/config/ServeSettings.h"
 #include "zel/serve/Request.h"
+#include "zel/serve/ServeSettings.h"
 
 FUZZ_TARGET(serve_request_fuzz) {
     const unsigned options = input.byte();

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "zel/CommandLine.h"
-#include "zel/config/ServeSettings.h"
+#include "zel/serve/ServeSettings.h"
 
 #include <span>
 #include <string>

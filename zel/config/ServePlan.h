@@ -1,7 +1,7 @@
 // What settings of the server mean: what is wrong with them, and what they do in words.
 #pragma once
 
-#include "zel/config/ServeSettings.h"
+#include "zel/serve/ServeSettings.h"
 
 #include <string>
 #include <vector>

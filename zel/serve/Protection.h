@@ -2,8 +2,8 @@
 // listens.
 #pragma once
 
-#include "zel/config/ServeSettings.h"
 #include "zel/serve/HttpDaemon.h"
+#include "zel/serve/ServeSettings.h"
 
 #include <string>
 

@@ -10,7 +10,7 @@
 // may be called from any thread that is neither; signals are blocked in both.
 #pragma once
 
-#include "zel/config/ServeSettings.h"
+#include "zel/serve/ServeSettings.h"
 
 #include <functional>
 #include <memory>
