@@ -6,7 +6,6 @@
 #include "zel/serve/HostCheck.h"
 #include "zel/serve/Server.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -31,15 +30,9 @@ std::string itself(const std::string &text) {
     return text;
 }
 
-bool isOfThisHost(const std::string &listen) {
-    std::string problem;
-    const std::vector<SocketAddress> addresses = readListen(listen, problem);
-    return std::all_of(addresses.begin(), addresses.end(), isLoopback);
-}
-
 bool isOfThisHost(const ServeSettings &settings) {
-    return std::all_of(settings.listen.begin(), settings.listen.end(),
-                       [](const std::string &listen) { return isOfThisHost(listen); });
+    std::string problem;
+    return firstOpen(settings.listen, problem).empty();
 }
 
 void checkDirectory(const char *key, const std::string &path, std::vector<std::string> &problems) {
@@ -59,7 +52,7 @@ bool isCredential(const std::string &path) {
 
 // What protects the server stays so when its files cannot be seen from here.
 ServeSettings withoutCredentials(ServeSettings settings) {
-    const bool isTls = !settings.certificateFile.empty() && !settings.keyFile.empty();
+    const bool isTls = hasTls(settings);
     settings.listenUnprotected = settings.listenUnprotected || isCredential(settings.tokenFile);
     if (isCredential(settings.tokenFile))
         settings.tokenFile.clear();

@@ -1,6 +1,8 @@
 // Reads listen addresses and judges the Host header.
 #include "zel/serve/HostCheck.h"
 
+#include "zel/serve/Caseless.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
@@ -68,8 +70,9 @@ sockaddr_in6 asSix(const SocketAddress &address) {
     return six;
 }
 
+constexpr std::size_t firstOfMapped = 12; // byte of the IPv4 address in an IPv6 one
+
 bool isSixLoopback(const in6_addr &address) {
-    constexpr std::size_t firstOfMapped = 12;
     return std::memcmp(&address, &in6addr_loopback, sizeof(address)) == 0 ||
            (IN6_IS_ADDR_V4MAPPED(&address) && address.s6_addr[firstOfMapped] == IN_LOOPBACKNET);
 }
@@ -99,12 +102,6 @@ HostAndPort splitHost(std::string_view text) {
     split.port = split.hasPort ? text.substr(colon + 1) : "";
     split.isFormed = split.host.find(':') == std::string_view::npos;
     return split;
-}
-
-bool isSameName(std::string_view one, std::string_view other) {
-    const auto lowered = [](char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte | 0x20) : byte; };
-    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                      [&lowered](char left, char right) { return lowered(left) == lowered(right); });
 }
 
 } // namespace
@@ -145,6 +142,15 @@ bool isLoopback(const SocketAddress &address) {
     return address.storage.ss_family == AF_INET6 && isSixLoopback(asSix(address).sin6_addr);
 }
 
+std::string firstOpen(std::span<const std::string> listen, std::string &problem) {
+    for (const std::string &text : listen) {
+        const std::vector<SocketAddress> addresses = readListen(text, problem);
+        if (!std::all_of(addresses.begin(), addresses.end(), isLoopback))
+            return text;
+    }
+    return {};
+}
+
 std::string clientKey(const SocketAddress &address) {
     constexpr std::size_t network = 8; // bytes of a /64
     if (address.storage.ss_family == AF_INET) {
@@ -153,7 +159,6 @@ std::string clientKey(const SocketAddress &address) {
     }
     const in6_addr six = asSix(address).sin6_addr;
     const char *bytes = reinterpret_cast<const char *>(&six);
-    constexpr std::size_t firstOfMapped = 12;
     if (IN6_IS_ADDR_V4MAPPED(&six))
         return {bytes + firstOfMapped, sizeof(six) - firstOfMapped};
     return {bytes, isSixLoopback(six) ? sizeof(six) : network};

@@ -24,6 +24,9 @@ std::vector<SocketAddress> readListen(std::string_view text, std::string &proble
 /// "127.0.0.1:9100", "[::1]:9100".
 std::string addressText(const SocketAddress &address);
 bool isLoopback(const SocketAddress &address);
+/// The first text to listen on that others than this host can reach; empty when there is none. `problem` takes what is
+/// wrong with a text.
+std::string firstOpen(std::span<const std::string> listen, std::string &problem);
 
 /// Those two addresses are of one client: the same IPv4 address, or the same /64 of IPv6, of which a client has all.
 /// Equal texts are one client.

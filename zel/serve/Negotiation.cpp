@@ -1,6 +1,8 @@
 // Reads Accept and Accept-Encoding: lists of names with parameters and a weight each.
 #include "zel/serve/Negotiation.h"
 
+#include "zel/serve/Caseless.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -21,15 +23,6 @@ std::string_view trimmed(std::string_view text) {
     while (!text.empty() && isBlankByte(text.back()))
         text.remove_suffix(1);
     return text;
-}
-
-char lowered(char byte) {
-    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte;
-}
-
-bool isSame(std::string_view one, std::string_view other) {
-    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                      [](char left, char right) { return lowered(left) == lowered(right); });
 }
 
 // Cuts the text before the separator off and moves behind it; separators in quotes are part of the text.
@@ -94,9 +87,9 @@ Part readPart(std::string_view text) {
     while (!text.empty()) {
         std::string_view value = cutAt(text, ';');
         const std::string_view name = cutAt(value, '=');
-        if (isSame(name, "version")) {
+        if (isSameName(name, "version")) {
             part.version = withoutQuotes(trimmed(value));
-        } else if (isSame(name, "q")) {
+        } else if (isSameName(name, "q")) {
             const std::optional<unsigned> weight = readWeight(trimmed(value));
             part.isFormed = part.isFormed && weight.has_value();
             part.weight = weight.value_or(0);
@@ -131,11 +124,11 @@ struct Candidate {
         const std::string_view first = part.name.substr(0, slash), second = part.name.substr(slash + 1);
         if (first == "*" && second == "*")
             return 1;
-        if (!isSame(first, type))
+        if (!isSameName(first, type))
             return 0;
         if (second == "*")
             return 2;
-        if (!isSame(second, subtype))
+        if (!isSameName(second, subtype))
             return 0;
         if (part.version.empty())
             return 3;
@@ -163,7 +156,7 @@ struct CodingWeight {
     std::optional<unsigned> named, wild;
 
     void look(const Part &part) {
-        if (isSame(part.name, name) || isSame(part.name, otherName))
+        if (isSameName(part.name, name) || isSameName(part.name, otherName))
             named = std::max(named.value_or(0), part.weight);
         else if (part.name == "*")
             wild = part.weight;

@@ -4,29 +4,11 @@
 #include "zel/serve/HostCheck.h"
 #include "zel/serve/SecretFile.h"
 
-#include <algorithm>
-
 namespace zel {
-
-namespace {
-
-// The first address that others than this host can reach; empty when there is none.
-std::string openAddress(const ServeSettings &settings, std::string &problem) {
-    for (const std::string &text : settings.listen) {
-        const std::vector<SocketAddress> addresses = readListen(text, problem);
-        const bool isOpen = std::any_of(addresses.begin(), addresses.end(),
-                                        [](const SocketAddress &address) { return !isLoopback(address); });
-        if (isOpen)
-            return text;
-    }
-    return {};
-}
-
-} // namespace
 
 Protection readProtection(const ServeSettings &settings, std::string &problem) {
     Protection protection;
-    const std::string open = openAddress(settings, problem);
+    const std::string open = firstOpen(settings.listen, problem);
     if (!problem.empty())
         return protection;
     if (settings.certificateFile.empty() != settings.keyFile.empty()) {

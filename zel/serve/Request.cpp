@@ -2,7 +2,9 @@
 #include "zel/serve/Request.h"
 
 #include "zel/Duration.h"
+#include "zel/serve/Caseless.h"
 #include "zel/serve/HostCheck.h"
+#include "zel/serve/Status.h"
 #include "zel/serve/Target.h"
 
 #include <algorithm>
@@ -12,9 +14,6 @@
 namespace zel {
 
 namespace {
-
-constexpr unsigned badRequest = 400, unauthorised = 401, notFound = 404, wrongMethod = 405, notAcceptable = 406,
-                   tooLarge = 413, misdirected = 421, headerTooLarge = 431;
 
 struct Path {
     std::string_view text;
@@ -49,17 +48,21 @@ private:
         const Target target = readTarget(m_head.target);
         m_result.isProgram = target.path.starts_with(programPaths);
         if (m_head.bytes > m_rules.requestBytes)
-            return refuse(headerTooLarge, "request line and headers are longer than " +
+            return refuse(STATUS_HEADER_TOO_LARGE, "request line and headers are longer than " +
                                               std::to_string(m_rules.requestBytes) + " bytes");
         if (!target.problem.empty())
-            return refuse(badRequest, target.problem);
+            return refuse(STATUS_BAD_REQUEST, target.problem);
+        if (m_head.isMalformed)
+            return refuse(STATUS_BAD_REQUEST, "a header has a name or a value that HTTP does not allow");
         if (m_head.hosts > 1)
-            return refuse(badRequest, "there is more than one Host");
+            return refuse(STATUS_BAD_REQUEST, "there is more than one Host");
+        if (target.hasAuthority && target.authority.empty())
+            return refuse(STATUS_BAD_REQUEST, "the target names no host");
         const std::string_view host = target.hasAuthority ? std::string_view(target.authority) : m_head.host;
         if (!isHostAllowed(host, m_head.byLoopback, m_rules.names))
-            return refuse(misdirected, "this is not the server of Host " + quotedForClient(host) +
+            return refuse(STATUS_MISDIRECTED, "this is not the server of Host " + quotedForClient(host) +
                                            "; a name of it has to be in its configuration (server-names)");
-        return readEndpoint(target) && checkMethod() && checkToken() && checkBody() && readOrder(target);
+        return readEndpoint(target) && checkToken() && checkMethod() && checkBody() && readOrder(target);
     }
 
     bool readEndpoint(const Target &target) {
@@ -70,7 +73,7 @@ private:
             m_result.order.endpoint = found->endpoint;
         // Who may not ask is not told what there is.
         if (!m_isKnown && checkToken())
-            refuse(notFound, "there is no " + quotedForClient(target.path) +
+            refuse(STATUS_NOT_FOUND, "there is no " + quotedForClient(target.path) +
                                  "; there are /metrics, /api/v1/sample, /api/v1/stream and /healthz");
         return m_isKnown;
     }
@@ -78,7 +81,7 @@ private:
         m_result.order.headOnly = m_head.method == "HEAD";
         if (m_head.method == "GET" || m_result.order.headOnly)
             return true;
-        return refuse(wrongMethod, "the method is GET or HEAD");
+        return refuse(STATUS_WRONG_METHOD, "the method is GET or HEAD");
     }
     bool checkToken() {
         const bool isFree = m_isKnown && m_result.order.endpoint == Endpoint::Health;
@@ -87,13 +90,12 @@ private:
         constexpr std::string_view scheme = "bearer ";
         const std::string_view given = m_head.authorization;
         const bool isBearer = m_head.authorizations == 1 && given.size() > scheme.size() &&
-                              std::equal(scheme.begin(), scheme.end(), given.begin(),
-                                         [](char lower, char byte) { return lower == (byte | 0x20); });
+                              isSameName(given.substr(0, scheme.size()), scheme);
         if (isBearer && isSameSecret(given.substr(scheme.size()), m_rules.token))
             return true;
-        return refuse(unauthorised, "Authorization: Bearer has to give the token of this server");
+        return refuse(STATUS_UNAUTHORISED, "Authorization: Bearer has to give the token of this server");
     }
-    bool checkBody() { return !m_head.hasBody || refuse(tooLarge, "no request here has a body"); }
+    bool checkBody() { return !m_head.hasBody || refuse(STATUS_TOO_LARGE, "no request here has a body"); }
 
     bool readOrder(const Target &target) {
         switch (m_result.order.endpoint) {
@@ -114,19 +116,19 @@ private:
     bool readMetrics() {
         const std::optional<MetricFormat> format = negotiateMetrics(m_head.accept);
         if (!format)
-            return refuse(notAcceptable, "Accept leaves out what there is: text/plain;version=0.0.4 and "
+            return refuse(STATUS_NOT_ACCEPTABLE, "Accept leaves out what there is: text/plain;version=0.0.4 and "
                                          "application/openmetrics-text;version=1.0.0");
         m_result.order.format = *format;
         return readCoding();
     }
     bool accept(std::string_view mediaType) {
         return isAccepted(m_head.accept, mediaType) ||
-               refuse(notAcceptable, "Accept leaves out what there is: " + std::string(mediaType));
+               refuse(STATUS_NOT_ACCEPTABLE, "Accept leaves out what there is: " + std::string(mediaType));
     }
     bool readCoding() {
         const std::optional<Coding> coding = negotiateCoding(m_head.acceptEncoding);
         if (!coding)
-            return refuse(notAcceptable, "Accept-Encoding leaves out what there is: zstd, gzip and identity");
+            return refuse(STATUS_NOT_ACCEPTABLE, "Accept-Encoding leaves out what there is: zstd, gzip and identity");
         m_result.order.coding = *coding;
         return true;
     }
@@ -159,7 +161,7 @@ private:
             known = "there are areas and rates";
         else if (endpoint == Endpoint::Stream)
             known = "there are areas, rates and every";
-        return refuse(badRequest, "there is no parameter " + quotedForClient(parameter.name) + "; " + known);
+        return refuse(STATUS_BAD_REQUEST, "there is no parameter " + quotedForClient(parameter.name) + "; " + known);
     }
     bool readAreas(std::string_view list) {
         if (!m_areasGiven)
@@ -185,17 +187,19 @@ private:
             }
             known += (known.empty() ? "" : ", ") + std::string(areaName(static_cast<Area>(area)));
         }
-        return refuse(badRequest, "areas: there is no area " + quotedForClient(name) + " here; there are " + known);
+        return refuse(STATUS_BAD_REQUEST,
+                      "areas: there is no area " + quotedForClient(name) + " here; there are " + known);
     }
     bool readRates(std::string_view value) {
         m_result.order.rates = value == "true" || value == "1";
         return m_result.order.rates || value == "false" || value == "0" ||
-               refuse(badRequest, "rates is true or false, not " + quotedForClient(value));
+               refuse(STATUS_BAD_REQUEST, "rates is true or false, not " + quotedForClient(value));
     }
     bool readEvery(std::string_view value) {
         const ReadDuration read = readDuration(value, m_rules.streamLeast, STREAM_EVERY_MOST);
         m_result.order.every = read.value;
-        return read.problem.empty() || refuse(badRequest, "every=" + quotedForClient(value) + ": " + read.problem);
+        return read.problem.empty() ||
+               refuse(STATUS_BAD_REQUEST, "every=" + quotedForClient(value) + ": " + read.problem);
     }
 
     const RequestHead &m_head;
@@ -212,7 +216,7 @@ void RequestHead::clear() {
         text->clear();
     hosts = authorizations = 0;
     bytes = 0;
-    hasBody = byLoopback = false;
+    hasBody = isMalformed = byLoopback = false;
 }
 
 std::vector<Area> areasIn(const AreaSet &set) {
@@ -233,6 +237,20 @@ AreaSet areaSetOf(std::span<const Area> areas) {
 
 ParsedRequest parseRequest(const RequestHead &head, const RequestRules &rules) {
     return Reader(head, rules).read();
+}
+
+bool isHeaderFormed(std::string_view name, std::string_view value) {
+    constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
+    constexpr char deleted = 0x7f;
+    const auto isTokenByte = [](char byte) {
+        const char lower = lowered(byte);
+        return (lower >= 'a' && lower <= 'z') || (byte >= '0' && byte <= '9') || marks.find(byte) != marks.npos;
+    };
+    const auto isControl = [](char byte) {
+        return (static_cast<unsigned char>(byte) < ' ' && byte != '\t') || byte == deleted;
+    };
+    return !name.empty() && std::all_of(name.begin(), name.end(), isTokenByte) &&
+           std::none_of(value.begin(), value.end(), isControl);
 }
 
 bool isSameSecret(std::string_view given, std::string_view secret) {

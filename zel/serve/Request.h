@@ -41,6 +41,7 @@ struct RequestHead {
     unsigned hosts = 0, authorizations = 0; // how many of them were sent
     std::size_t bytes = 0;                  // of request line and headers
     bool hasBody = false;
+    bool isMalformed = false; // a header is: what follows on the connection may be no request
     bool byLoopback = false; // the address that it came to
 
     void clear();
@@ -73,6 +74,10 @@ struct ParsedRequest {
 };
 
 ParsedRequest parseRequest(const RequestHead &head, const RequestRules &rules);
+
+/// Whether RFC 9110 allows a header of this name and value. A blank before the colon, or a control byte, is what makes
+/// two readers see two different requests.
+bool isHeaderFormed(std::string_view name, std::string_view value);
 
 /// Whether both are the same, in a time that says nothing about where they differ.
 bool isSameSecret(std::string_view given, std::string_view secret);

@@ -1,17 +1,16 @@
 // Answers requests.
 #include "zel/serve/RequestDesk.h"
 
-#include <cstring>
+#include "zel/serve/Caseless.h"
+#include "zel/serve/Status.h"
+
 #include <new>
 #include <utility>
-
-#include <strings.h>
 
 namespace zel {
 
 namespace {
 
-constexpr unsigned done = 200, unavailable = 503;
 constexpr std::string_view healthy = "ok\n";
 constexpr std::chrono::seconds patience{5}; // beyond its deadline that a sample is waited for
 
@@ -40,28 +39,30 @@ TextKey keyOf(const Order &order) {
     return key;
 }
 
-void append(std::string &texts, const char *text) {
+void append(std::string &texts, std::string_view text) {
     texts += texts.empty() ? "" : ", ";
     texts += text;
 }
 
 // A header of the request. A body is what its length says, or what comes in pieces.
-MHD_Result noteHeader(void *closure, MHD_ValueKind, const char *name, const char *value) {
+MHD_Result noteHeader(void *closure, MHD_ValueKind, const char *nameText, std::size_t nameLength, const char *valueText,
+                      std::size_t valueLength) {
     RequestHead &head = *static_cast<RequestHead *>(closure);
-    const char *const text = value == nullptr ? "" : value;
-    if (strcasecmp(name, "Host") == 0) {
+    const std::string_view name(nameText, nameLength), text(valueText == nullptr ? "" : valueText, valueLength);
+    head.isMalformed = head.isMalformed || !isHeaderFormed(name, text);
+    if (isSameName(name, "Host")) {
         ++head.hosts;
         head.host = text;
-    } else if (strcasecmp(name, "Accept") == 0) {
+    } else if (isSameName(name, "Accept")) {
         append(head.accept, text);
-    } else if (strcasecmp(name, "Accept-Encoding") == 0) {
+    } else if (isSameName(name, "Accept-Encoding")) {
         append(head.acceptEncoding, text);
-    } else if (strcasecmp(name, "Authorization") == 0) {
+    } else if (isSameName(name, "Authorization")) {
         ++head.authorizations;
         head.authorization = text;
-    } else if (strcasecmp(name, "Content-Length") == 0) {
-        head.hasBody = head.hasBody || std::strcmp(text, "0") != 0;
-    } else if (strcasecmp(name, "Transfer-Encoding") == 0) {
+    } else if (isSameName(name, "Content-Length")) {
+        head.hasBody = head.hasBody || text != "0";
+    } else if (isSameName(name, "Transfer-Encoding")) {
         head.hasBody = true;
     }
     return MHD_YES;
@@ -144,7 +145,7 @@ void RequestDesk::readHead(Client &client, const char *method) const {
     RequestHead &head = client.head;
     head.method = method;
     head.byLoopback = client.byLoopback;
-    MHD_get_connection_values(client.connection, MHD_HEADER_KIND, noteHeader, &head);
+    MHD_get_connection_values_n(client.connection, MHD_HEADER_KIND, noteHeader, &head);
     const MHD_ConnectionInfo *info =
         MHD_get_connection_info(client.connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
     head.bytes = info == nullptr ? 0 : info->header_size;
@@ -152,8 +153,8 @@ void RequestDesk::readHead(Client &client, const char *method) const {
         parseRequest(head, {m_rules.requestBytes, m_rules.token, m_rules.names, m_rules.areas, m_rules.streamLeast});
 }
 
-// The library tells twice of a request: first of its head, when nothing of a body has been read. A request with a body
-// is answered then, and the connection ends, for what follows on it is no request.
+// The library tells twice of a request: first of its head, when nothing of a body has been read. A request with a body,
+// or with a header that is none, is answered then, and the connection ends, for what follows on it is no request.
 MHD_Result RequestDesk::asked(Client &client, const char *method) noexcept {
     try {
         if (client.isHeadRead)
@@ -163,7 +164,7 @@ MHD_Result RequestDesk::asked(Client &client, const char *method) noexcept {
         m_clients.renumber(client);
         Clients::noteHead(client);
         readHead(client, method);
-        return client.head.hasBody ? answer(client) : MHD_YES;
+        return client.head.hasBody || client.head.isMalformed ? answer(client) : MHD_YES;
     } catch (const std::bad_alloc &) {
         return MHD_NO; // the connection is closed
     }
@@ -171,18 +172,18 @@ MHD_Result RequestDesk::asked(Client &client, const char *method) noexcept {
 
 MHD_Result RequestDesk::answer(Client &client) {
     if (client.isExcess)
-        return refuse(client, unavailable, "there are too many connections");
+        return refuse(client, STATUS_UNAVAILABLE, "there are too many connections");
     if (m_isEnding && !client.hasText)
-        return refuse(client, unavailable, "the server ends");
+        return refuse(client, STATUS_UNAVAILABLE, "the server ends");
     const ParsedRequest &request = client.request;
     if (request.status != 0)
         return refuse(client, request.status, request.problem);
     switch (request.order.endpoint) {
     case Endpoint::Index:
-        return queue(client, done, fixedResponse(indexPage(), "text/html; charset=utf-8"));
+        return queue(client, STATUS_DONE, fixedResponse(indexPage(), "text/html; charset=utf-8"));
     case Endpoint::Health:
-        return isHealthy() ? queue(client, done, fixedResponse(healthy, "text/plain; charset=utf-8"))
-                           : refuse(client, unavailable, "a sample does not come to its end");
+        return isHealthy() ? queue(client, STATUS_DONE, fixedResponse(healthy, "text/plain; charset=utf-8"))
+                           : refuse(client, STATUS_UNAVAILABLE, "a sample does not come to its end");
     case Endpoint::Metrics:
     case Endpoint::Sample:
         return answerText(client);
@@ -209,20 +210,20 @@ MHD_Result RequestDesk::answerText(Client &client) {
     const SharedText text = std::move(client.text);
     client.text = nullptr;
     if (text == nullptr)
-        return refuse(client, unavailable, "the host could not be sampled");
+        return refuse(client, STATUS_UNAVAILABLE, "the host could not be sampled");
     const std::string_view type =
         order.endpoint == Endpoint::Metrics ? mediaType(order.format) : std::string_view("application/json");
-    return queue(client, done, sharedResponse(text, type, order.coding));
+    return queue(client, STATUS_DONE, sharedResponse(text, type, order.coding));
 }
 
 MHD_Result RequestDesk::answerStream(Client &client) {
     const Order &order = client.request.order;
     if (order.headOnly)
-        return queue(client, done, fixedResponse("", "text/event-stream"));
+        return queue(client, STATUS_DONE, fixedResponse("", "text/event-stream"));
     if (m_streams >= m_rules.streams)
-        return refuse(client, unavailable, "there are too many streams");
+        return refuse(client, STATUS_UNAVAILABLE, "there are too many streams");
     if (!m_sampling.subscribe(keyOf(order), order.every, client.number))
-        return refuse(client, unavailable, "there are too many streams of different times; take every=2s");
+        return refuse(client, STATUS_UNAVAILABLE, "there are too many streams of different times; take every=2s");
     const Client::Clock::time_point now = Client::Clock::now();
     client.events = {};
     client.events.add(firstEvent());
@@ -233,7 +234,7 @@ MHD_Result RequestDesk::answerStream(Client &client) {
     ++m_streams;
     client.isStream = true;
     client.enter(Client::Phase::Streaming, now);
-    return queue(client, done, streamResponse(readEvents, &client));
+    return queue(client, STATUS_DONE, streamResponse(readEvents, &client));
 }
 
 MHD_Result RequestDesk::queue(Client &client, unsigned status, const Response &response) {
@@ -245,7 +246,7 @@ MHD_Result RequestDesk::queue(Client &client, unsigned status, const Response &r
 }
 
 MHD_Result RequestDesk::refuse(Client &client, unsigned status, std::string_view problem) {
-    const bool closes = client.isExcess || client.head.hasBody || m_isEnding;
+    const bool closes = client.isExcess || client.head.hasBody || client.head.isMalformed || m_isEnding;
     return queue(client, status, problemResponse(status, problem, client.request.isProgram, closes));
 }
 

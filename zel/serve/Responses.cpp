@@ -3,6 +3,7 @@
 
 #include "export/Json.h"
 #include "export/Text.h"
+#include "zel/serve/Status.h"
 
 #include <array>
 #include <string>
@@ -14,7 +15,6 @@ namespace zel {
 namespace {
 
 constexpr std::size_t eventPiece = 16384; // bytes of an event that the library asks for at one time
-constexpr unsigned unauthorised = 401, wrongMethod = 405, unavailable = 503;
 
 struct Header {
     const char *name, *value;
@@ -104,11 +104,11 @@ Response problemResponse(unsigned status, std::string_view problem, bool isProgr
                                  isProgram ? "application/json" : "text/plain; charset=utf-8");
     if (response == nullptr)
         return nullptr;
-    if (status == wrongMethod)
+    if (status == STATUS_WRONG_METHOD)
         add(response.get(), "Allow", "GET, HEAD");
-    if (status == unauthorised)
+    if (status == STATUS_UNAUTHORISED)
         add(response.get(), "WWW-Authenticate", "Bearer realm=\"zel\"");
-    if (status == unavailable)
+    if (status == STATUS_UNAVAILABLE)
         add(response.get(), "Retry-After", "1");
     if (closes)
         add(response.get(), "Connection", "close");

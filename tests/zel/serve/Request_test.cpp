@@ -86,6 +86,34 @@ TEST(ServeRequest, BodyIsTooLarge) {
     EXPECT_EQ(zel::parseRequest(head, openRules()).status, 413U);
 }
 
+TEST(ServeRequest, MalformedHeaderIsRefused) {
+    RequestHead head = headOf("/metrics");
+    head.isMalformed = true;
+    EXPECT_EQ(zel::parseRequest(head, openRules()).status, 400U);
+}
+
+TEST(ServeRequest, HeaderHasATokenAsNameAndNoControlBytes) {
+    EXPECT_TRUE(zel::isHeaderFormed("X-Any_1!", "a \tb\xc3\xa9"));
+    EXPECT_TRUE(zel::isHeaderFormed("Host", ""));
+    for (const std::string_view name : {"", "Transfer-Encoding ", "a b", "a:", "a\"", "a\x01", "\xc3\xa9"})
+        EXPECT_FALSE(zel::isHeaderFormed(name, "x")) << name;
+    for (const std::string_view value : {"a\rb", "a\nb", "\x7f", "\x01"})
+        EXPECT_FALSE(zel::isHeaderFormed("x", value));
+    EXPECT_FALSE(zel::isHeaderFormed("x", std::string_view("a\0b", 3)));
+}
+
+TEST(ServeRequest, TargetWithoutItsHostIsRefused) {
+    EXPECT_EQ(zel::parseRequest(headOf("http:///metrics"), openRules()).status, 400U);
+}
+
+TEST(ServeRequest, TokenIsAskedForBeforeTheMethodIsJudged) {
+    RequestRules rules = openRules();
+    rules.token = token;
+    RequestHead head = headOf("/metrics");
+    head.method = "POST";
+    EXPECT_EQ(zel::parseRequest(head, rules).status, 401U);
+}
+
 TEST(ServeRequest, LongHeadIsRefused) {
     RequestHead head = headOf("/metrics");
     head.bytes = 1000;

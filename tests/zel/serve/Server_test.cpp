@@ -346,6 +346,18 @@ TEST(Server, StopIsNotHeldUpByWhoDoesNotRead) {
     EXPECT_LT(std::chrono::steady_clock::now() - begun, zel::STOP_TIME + 5s);
 }
 
+TEST(Server, HeaderThatIsNoneEndsTheConnection) {
+    ServedHost host(quickSettings());
+    for (const std::string &header : {std::string("Transfer-Encoding : chunked"), std::string("X-Odd: \x01")}) {
+        RawHttp client(host.port());
+        client.send("GET /healthz HTTP/1.1\r\nHost: localhost\r\n" + header +
+                    "\r\n\r\n0\r\n\r\nGET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        const HttpAnswer answer = client.readAnswer();
+        EXPECT_EQ(answer.status, 400) << header;
+        EXPECT_EQ(client.readUntil("HTTP/1.1"), "") << header; // and nothing after it
+    }
+}
+
 TEST(Server, ReloadTakesSettingsAndKeepsConnections) {
     TempDirectory directory;
     const std::string file = directory.write("token", "0123456789abcdef\n");
