@@ -21,8 +21,10 @@ int openError(int descriptor, struct stat &status) {
     return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
 }
 
+} // namespace
+
 // One byte more than may be there shows that there is more.
-int readAll(int descriptor, std::size_t most, std::string &text) {
+int readToEnd(int descriptor, std::size_t most, std::string &text) {
     text.resize(most + 1);
     std::size_t length = 0;
     while (length < text.size()) {
@@ -39,14 +41,12 @@ int readAll(int descriptor, std::size_t most, std::string &text) {
     return length > most ? EFBIG : 0;
 }
 
-} // namespace
-
 SmallFile readSmallFile(const std::string &path, std::size_t most) {
     SmallFile file;
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     file.error = openError(descriptor, file.status);
     if (file.error == 0)
-        file.error = readAll(descriptor, most, file.text);
+        file.error = readToEnd(descriptor, most, file.text);
     if (file.error != 0)
         file.text.clear();
     if (descriptor >= 0)

@@ -13,6 +13,9 @@ struct SmallFile {
     struct stat status = {}; // where it could be opened
 };
 
+/// Reads a descriptor to its end. 0, or an errno: EFBIG when there are more than `most` bytes; one of them is in `text`.
+int readToEnd(int descriptor, std::size_t most, std::string &text);
+
 /// The whole of a regular file, or of /dev/null. Nothing else is waited for.
 SmallFile readSmallFile(const std::string &path, std::size_t most);
 

@@ -1,11 +1,8 @@
 // Reads the values of options that several commands have.
 #include "zel/commands/OptionValues.h"
 
+#include "zel/Directory.h"
 #include "zel/Duration.h"
-
-#include <cerrno>
-#include <cstring>
-#include <sys/stat.h>
 
 namespace zel {
 
@@ -37,15 +34,8 @@ std::string readRoot(const Arguments &arguments, std::string &problem) {
     const std::optional<std::string> root = arguments.value("--root");
     if (!root)
         return {};
-    struct stat status {};
-    const char *wrong = nullptr;
-    if (stat(root->c_str(), &status) != 0)
-        wrong = std::strerror(errno);
-    else if (!S_ISDIR(status.st_mode))
-        wrong = std::strerror(ENOTDIR);
-    if (wrong != nullptr)
-        problem = "--root " + *root + ": " + wrong +
-                  "; a root is a directory that holds proc, sys and etc of a host, such as / or /host";
+    if (const std::string wrong = rootProblem(*root); !wrong.empty())
+        problem = "--root " + *root + ": " + wrong;
     return *root;
 }
 

@@ -1,15 +1,13 @@
 // Puts the settings of the server into words.
 #include "zel/config/ServePlan.h"
 
+#include "zel/Directory.h"
 #include "zel/Duration.h"
 #include "zel/config/TlsFiles.h"
 #include "zel/serve/HostCheck.h"
 #include "zel/serve/Server.h"
 
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <sys/stat.h>
 
 namespace zel {
 
@@ -36,13 +34,9 @@ bool isOfThisHost(const ServeSettings &settings) {
 }
 
 void checkDirectory(const char *key, const std::string &path, std::vector<std::string> &problems) {
-    struct stat status {};
-    if (path.empty())
-        return;
-    if (stat(path.c_str(), &status) != 0)
-        problems.push_back(std::string(key) + ' ' + path + ": " + std::strerror(errno));
-    else if (!S_ISDIR(status.st_mode))
-        problems.push_back(std::string(key) + ' ' + path + ": " + std::strerror(ENOTDIR));
+    const std::string problem = path.empty() ? "" : directoryProblem(path);
+    if (!problem.empty())
+        problems.push_back(std::string(key) + ' ' + path + ": " + problem);
 }
 
 bool isCredential(const std::string &path) {

@@ -192,8 +192,18 @@ const Rates *SamplingThread::ratesSinceBefore() {
 }
 
 SharedText SamplingThread::write(const TextKey &key, const Rates *rates) {
-    auto text = std::make_shared<std::string>();
-    return m_writer.write(key, m_now, rates, *text) ? text : nullptr;
+    std::string text;
+    return m_writer.write(key, m_now, rates, text) ? share(std::move(text)) : nullptr;
+}
+
+// Texts that are only kept make room for one that is asked for. What compressed is short may have a long buffer.
+SharedText SamplingThread::share(std::string text) {
+    text.shrink_to_fit();
+    if (m_budget.used() + text.capacity() > TEXT_BYTES_AT_MOST) {
+        const std::lock_guard held(m_lock);
+        m_texts.clear();
+    }
+    return m_budget.share(std::move(text));
 }
 
 // Texts of one sample are kept for those who ask for the same within the age limit.

@@ -11,6 +11,7 @@
 #include "host/Sampler.h"
 #include "zel/serve/Answers.h"
 #include "zel/serve/Request.h"
+#include "zel/serve/TextBudget.h"
 
 #include <chrono>
 #include <cstdint>
@@ -26,14 +27,14 @@
 
 namespace zel {
 
+inline constexpr std::size_t TEXT_BYTES_AT_MOST = std::size_t{64} << 20U; // of all texts together
 inline constexpr std::size_t STREAM_PACES_AT_MOST = 16; // different times between events, each with a sample of its own
 
-using SharedText = std::shared_ptr<const std::string>;
 using ClientNumber = std::uint64_t; // of one request of a client: what comes late is not taken for another's
 
 struct FinishedText {
     ClientNumber client;
-    SharedText text; // null: there was no memory
+    SharedText text; // null: there was no memory, or texts have all that they may
     bool isBeat;     // of a stream, not an answer to ask()
 };
 
@@ -97,10 +98,12 @@ private:
     const Rates *ratesSinceBefore();
     SharedText textOf(const TextKey &key);
     SharedText write(const TextKey &key, const Rates *rates);
+    SharedText share(std::string text);
 
     // Of the sampling thread alone.
     Sampler m_sampler;
     AnswerWriter m_writer;
+    TextBudget m_budget{TEXT_BYTES_AT_MOST};
     Sample m_now, m_before;
     std::uint64_t m_samples = 0;
     Rates m_rates, m_beatRates; // since m_before; since the beat before

@@ -2,10 +2,13 @@
 #include "zel/serve/SecretFile.h"
 
 #include "host/TrustedWay.h"
+#include "zel/SmallFile.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include <sys/stat.h>
 
@@ -13,40 +16,28 @@ namespace zel {
 
 namespace {
 
-// A file that is read to its end, or not at all where it is longer.
-bool readWhole(int file, std::size_t most, std::string &text) {
-    text.resize(most + 1);
-    std::size_t length = 0;
-    while (length < text.size()) {
-        const ssize_t got = read(file, text.data() + length, text.size() - length);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
-            return false;
-        if (got == 0)
-            break;
-        length += static_cast<std::size_t>(got);
-    }
-    errno = EFBIG;
-    text.resize(length);
-    return length <= most;
-}
-
+// The rule of the way holds from the root on: a relative path would be judged by that of the agent's home.
 std::string readTrusted(const std::string &path, std::size_t most, bool isSecret, std::string &problem) {
     WayFinding finding;
-    const ScopedDescriptor file = openOnTrustedWay(path.c_str(), finding);
+    std::error_code error; // the path stays as it is
+    const std::string absolute = std::filesystem::absolute(path, error).string();
+    const ScopedDescriptor file = openOnTrustedWay(error ? path.c_str() : absolute.c_str(), finding);
     if (!file.valid()) {
         problem = path + ": " + (finding.exists && !finding.trusted ? finding.reason : std::strerror(errno));
         return {};
     }
     struct stat status {};
-    if (isSecret && fstat(file.get(), &status) == 0 && (status.st_mode & S_IRWXO) != 0) {
+    if (isSecret && fstat(file.get(), &status) != 0) {
+        problem = path + ": " + std::strerror(errno);
+        return {};
+    }
+    if (isSecret && (status.st_mode & S_IRWXO) != 0) {
         problem = path + ": everybody may read it; a secret is for its owner and group (chmod o= " + path + ")";
         return {};
     }
     std::string text;
-    if (!readWhole(file.get(), most, text)) {
-        problem = path + ": " + std::strerror(errno);
+    if (const int wrong = readToEnd(file.get(), most, text); wrong != 0) {
+        problem = path + ": " + std::strerror(wrong);
         return {};
     }
     if (text.empty())

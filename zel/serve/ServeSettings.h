@@ -38,7 +38,7 @@ inline constexpr SettingRange<std::size_t> CONNECTIONS_PER_ADDRESS{64, 1, 8192};
 inline constexpr SettingRange<std::size_t> STREAMS{32, 0, 1024};
 inline constexpr SettingRange<std::size_t> REQUEST_BYTES{8192, 1024, 65536};
 inline constexpr SettingRange<std::size_t> TOP_PROCESSES{10, 0, 1000};
-inline constexpr SettingRange<std::size_t> TEXTFILE_BYTES{std::size_t{1} << 20U, 1024, std::size_t{64} << 20U};
+inline constexpr SettingRange<std::size_t> TEXTFILE_BYTES{std::size_t{1} << 20U, 1024, std::size_t{16} << 20U};
 inline constexpr SettingRange<std::size_t> TEXTFILES{256, 1, 4096};
 
 struct ServeSettings {

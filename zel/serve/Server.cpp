@@ -1,6 +1,7 @@
 // Starts, changes and stops the server.
 #include "zel/serve/Server.h"
 
+#include "zel/Directory.h"
 #include "zel/serve/ServerLoop.h"
 
 namespace zel {
@@ -69,6 +70,12 @@ Server::~Server() {
 }
 
 bool Server::start(const ServeSettings &settings, std::string &problem) {
+    if (!settings.root.empty())
+        problem = rootProblem(settings.root);
+    if (!problem.empty()) {
+        problem.insert(0, "root " + settings.root + ": ");
+        return false;
+    }
     LoopSettings loop = loopSettings(settings, problem);
     if (!problem.empty())
         return false;

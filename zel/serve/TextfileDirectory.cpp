@@ -3,6 +3,8 @@
 
 #include "host/RegularFile.h"
 #include "threads/BoundedCall.h"
+#include "zel/SmallFile.h"
+#include "zel/serve/ServeSettings.h"
 #include "zel/serve/TextfileMerge.h"
 
 #include <algorithm>
@@ -18,8 +20,8 @@ namespace zel {
 namespace {
 
 constexpr std::string_view ending = ".prom";
-constexpr std::size_t entriesAtMost = 100000;                    // of the directory that are looked at
-constexpr std::size_t totalBytesAtMost = std::size_t{16} << 20U; // of all files together
+constexpr std::size_t entriesAtMost = 100000;                 // of the directory that are looked at
+constexpr std::size_t totalBytesAtMost = TEXTFILE_BYTES.most; // of all files together
 constexpr std::string_view familyHeader = "# HELP ";
 
 // What tells a file that was written again.
@@ -48,22 +50,6 @@ struct OneFile {
     MetricsText content;
     bool operator<(const OneFile &other) const { return path < other.path; }
 };
-
-// A file that grows while it is read is cut off at the limit, and so is too long.
-bool readFile(int file, std::size_t most, std::string &text) {
-    text.resize(most + 1);
-    std::size_t length = 0;
-    ssize_t got = 1;
-    while (length < text.size() && got != 0) {
-        got = read(file, text.data() + length, text.size() - length);
-        if (got < 0 && errno != EINTR)
-            return false;
-        length += got > 0 ? static_cast<std::size_t>(got) : 0;
-    }
-    text.resize(length);
-    errno = EFBIG;
-    return length <= most;
-}
 
 } // namespace
 
@@ -156,10 +142,11 @@ private:
         }
         file.mark = FileMark(status);
         const std::size_t most = std::min(limits.bytes, bytesLeft);
-        if (readFile(opened.get(), most, text))
+        const int error = readToEnd(opened.get(), most, text);
+        if (error == 0)
             file.content = readMetricsText(text);
-        else if (errno != EFBIG)
-            file.content.problem = std::strerror(errno);
+        else if (error != EFBIG)
+            file.content.problem = std::strerror(error);
         else if (most == limits.bytes)
             file.content.problem = "longer than " + std::to_string(limits.bytes) + " bytes";
         else

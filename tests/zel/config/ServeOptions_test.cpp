@@ -65,7 +65,7 @@ TEST(ServeOptions, EachSetsItsSetting) {
     EXPECT_EQ(readWell("--stream-heartbeat", "1s").streamHeartbeat, 1s);
     EXPECT_EQ(readWell("--metrics-processes", "0").topProcesses, 0U);
     EXPECT_EQ(readWell("--metrics-textfile-directory", "/t").textfileDirectory, "/t");
-    EXPECT_EQ(readWell("--metrics-textfile-bytes", "67108864").textfileBytes, 67108864U);
+    EXPECT_EQ(readWell("--metrics-textfile-bytes", "16777216").textfileBytes, 16777216U);
     EXPECT_EQ(readWell("--metrics-textfiles", "4096").textfiles, 4096U);
 }
 

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <sys/stat.h>
 
 using zel::readCertificate;
@@ -37,6 +39,14 @@ TEST_F(SecretFile, TokenIsOneLine) {
     EXPECT_EQ(token(goodToken + "\r\n"), goodToken);
     EXPECT_EQ(token(std::string(1024, 'x') + "\n").size(), 1024U);
     EXPECT_EQ(m_problem, "");
+}
+
+TEST_F(SecretFile, RelativePathIsJudgedAsTheWholeOne) {
+    const std::filesystem::path before = std::filesystem::current_path();
+    file(goodToken);
+    std::filesystem::current_path(m_directory.path());
+    EXPECT_EQ(readToken("secret", m_problem), goodToken) << m_problem;
+    std::filesystem::current_path(before);
 }
 
 TEST_F(SecretFile, TokenThatIsNoneIsRefused) {

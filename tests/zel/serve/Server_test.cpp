@@ -430,6 +430,9 @@ TEST(Server, WhatCannotBeIsSaidAtStart) {
     settings.keyFile = "/nowhere";
     EXPECT_TRUE(has(problemWith(settings), "/nowhere: No such file"));
     settings.certificateFile = settings.keyFile = "";
+    settings.root = "/nowhere";
+    EXPECT_TRUE(problemWith(settings).starts_with("root /nowhere: No such file"));
+    settings.root = "";
     settings.metricsSections = {"nonsense"};
     EXPECT_TRUE(has(problemWith(settings), "'nonsense'"));
 }
