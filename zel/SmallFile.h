@@ -13,7 +13,7 @@ struct SmallFile {
     struct stat status = {}; // where it could be opened
 };
 
-/// Reads a descriptor to its end. 0, or an errno: EFBIG when there are more than `most` bytes; one of them is in `text`.
+/// Reads a descriptor to its end. 0, or an errno: EFBIG when there are more than `most` bytes.
 int readToEnd(int descriptor, std::size_t most, std::string &text);
 
 /// The whole of a regular file, or of /dev/null. Nothing else is waited for.

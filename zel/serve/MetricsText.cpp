@@ -305,19 +305,42 @@ void appendHelp(std::string &out, std::string_view help, bool quotesToo) {
     }
 }
 
+// A counter's family loses its ending in OpenMetrics.
+std::string_view headerName(const TextFamily &family, MetricFormat format) {
+    constexpr std::string_view total = "_total";
+    std::string_view name = family.name;
+    if (format == MetricFormat::OpenMetrics && family.type == TextType::Counter && name.ends_with(total))
+        name.remove_suffix(total.size());
+    return name;
+}
+
 } // namespace
 
 MetricsText readMetricsText(std::string_view text) {
     return TextReader().read(text);
 }
 
+std::vector<std::string> namesOf(const TextFamily &family, MetricFormat format) {
+    std::vector<std::string> names{std::string(headerName(family, format))};
+    if (names[0] != family.name)
+        names.push_back(family.name);
+    const bool hasParts = family.type == TextType::Histogram || family.type == TextType::Summary;
+    for (std::size_t part = family.type == TextType::Summary ? 1 : 0; hasParts && part < suffixes.size(); ++part)
+        names.push_back(family.name + std::string(suffixes[part]));
+    return names;
+}
+
+// Those of OpenMetrics are more by the name of a counter's family alone.
+std::vector<std::string> namesOf(const TextFamily &family) {
+    return namesOf(family, MetricFormat::OpenMetrics);
+}
+
 void appendFamily(const TextFamily &family, MetricFormat format, std::string &out) {
-    constexpr std::string_view total = "_total";
     const bool isOpen = format == MetricFormat::OpenMetrics;
-    std::string_view name = family.name, type = typeNames[static_cast<std::size_t>(family.type)];
-    if (isOpen && family.type == TextType::Counter && name.ends_with(total))
-        name.remove_suffix(total.size());
-    else if (isOpen && (family.type == TextType::Counter || family.type == TextType::Untyped))
+    const std::string_view name = headerName(family, format);
+    std::string_view type = typeNames[static_cast<std::size_t>(family.type)];
+    const bool hasOwnName = name == family.name;
+    if (isOpen && hasOwnName && (family.type == TextType::Counter || family.type == TextType::Untyped))
         type = "unknown"; // so that its series keep their name
     out.append("# HELP ").append(name).append(" ");
     appendHelp(out, family.help, isOpen);

@@ -43,6 +43,11 @@ struct MetricsText {
 
 MetricsText readMetricsText(std::string_view text);
 
+/// The names that nothing else may have beside a family, in a format or in both: its own, as its header has it, and
+/// those that its series can have.
+std::vector<std::string> namesOf(const TextFamily &family, MetricFormat format);
+std::vector<std::string> namesOf(const TextFamily &family);
+
 /// Appends a family.
 void appendFamily(const TextFamily &family, MetricFormat format, std::string &out);
 

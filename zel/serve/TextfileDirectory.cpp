@@ -51,6 +51,22 @@ struct OneFile {
     bool operator<(const OneFile &other) const { return path < other.path; }
 };
 
+// The names of a text of metrics: of its families and of its series.
+std::unordered_set<std::string_view> namesIn(std::string_view text) {
+    std::unordered_set<std::string_view> names;
+    std::string_view last;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        const bool isHeader = line.starts_with(familyHeader);
+        const std::string_view name = line.substr(isHeader ? familyHeader.size() : 0);
+        const std::string_view now = name.substr(0, name.find_first_of(" {"));
+        if (now != last && (isHeader || !line.starts_with('#')))
+            names.insert(last = now);
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return names;
+}
+
 } // namespace
 
 // What the bounded call works on; no more than one call of a directory runs.
@@ -192,33 +208,36 @@ void TextfileDirectory::refresh(std::chrono::milliseconds limit) {
         m_content = nullptr;
 }
 
-void TextfileDirectory::append(MetricFormat format, std::string &out) {
-    std::unordered_set<std::string_view> own;
-    for (std::size_t at = out.find(familyHeader); at != std::string::npos && m_content != nullptr;
-         at = out.find(familyHeader, at)) {
-        at += familyHeader.size();
-        own.insert(std::string_view(out).substr(at, out.find(' ', at) - at));
-    }
-    bool isConflict = false;
+// False when one is left out, because the text has one of its names.
+bool TextfileDirectory::appendFamilies(MetricFormat format, std::string &out) const {
+    if (m_content == nullptr || m_content->families.empty())
+        return true;
+    const bool isOpen = format == MetricFormat::OpenMetrics;
+    const std::unordered_set<std::string_view> own = namesIn(out);
+    bool isWhole = true;
     std::string texts;
-    for (std::size_t index = 0; m_content != nullptr && index < m_content->families.size(); ++index) {
-        const TextfileContent::Family &family = m_content->families[index];
-        const std::string_view text = format == MetricFormat::OpenMetrics ? family.openText : family.text;
-        const std::string_view name = text.substr(familyHeader.size());
-        if (own.contains(name.substr(0, name.find(' '))))
-            isConflict = true;
-        else
-            texts += text;
+    for (const TextfileContent::Family &family : m_content->families) {
+        const std::vector<std::string> &names = isOpen ? family.openNames : family.names;
+        const bool isOwn =
+            std::any_of(names.begin(), names.end(), [&own](const std::string &name) { return own.contains(name); });
+        isWhole = isWhole && !isOwn;
+        if (!isOwn)
+            texts += isOpen ? family.openText : family.text;
     }
     out += texts;
+    return isWhole;
+}
+
+void TextfileDirectory::append(MetricFormat format, std::string &out) {
+    const bool isWhole = appendFamilies(format, out);
     m_sink.start(format, out);
-    m_sink.family("node_textfile_mtime_seconds", MetricType::Gauge, "When each text file that is shown was written.");
+    m_sink.family(TEXTFILE_TIME_FAMILY, MetricType::Gauge, "When each text file that is shown was written.");
     for (std::size_t index = 0; m_content != nullptr && index < m_content->files.size(); ++index) {
         const TextfileContent::File &file = m_content->files[index];
         m_sink.label("file", file.path).value(file.mtimeSeconds);
     }
-    const bool isError = m_silent || isConflict || (m_content != nullptr && !m_content->problems.empty());
-    m_sink.family("node_textfile_scrape_error", MetricType::Gauge,
+    const bool isError = m_silent || !isWhole || (m_content != nullptr && !m_content->problems.empty());
+    m_sink.family(TEXTFILE_ERROR_FAMILY, MetricType::Gauge,
                   "1 when a text file, or a part of one, could not be shown.");
     m_sink.value(std::uint64_t{isError ? 1U : 0U});
 }

@@ -31,7 +31,8 @@ struct TextfileLimits {
 struct TextfileContent {
     struct Family {
         std::string name;
-        std::string text, openText; // in both formats, with their headers
+        std::string text, openText;                // in both formats, with their headers
+        std::vector<std::string> names, openNames; // that nothing else may have there
     };
     struct File {
         std::string path;
@@ -60,6 +61,7 @@ public:
 
 private:
     struct Files;
+    bool appendFamilies(MetricFormat format, std::string &out) const;
     std::string m_path;
     std::shared_ptr<Files> m_files; // of the call that may still run
     std::shared_ptr<const TextfileContent> m_content;

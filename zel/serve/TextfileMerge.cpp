@@ -3,13 +3,35 @@
 
 namespace zel {
 
+TextfileMerge::TextfileMerge() {
+    for (const std::string_view own : {TEXTFILE_TIME_FAMILY, TEXTFILE_ERROR_FAMILY})
+        m_owners.emplace(own, "the server");
+}
+
 void TextfileMerge::add(const std::string &path, const std::vector<TextFamily> &families,
                         std::vector<std::string> &problems) {
     for (const TextFamily &family : families)
         addFamily(path, family, problems);
 }
 
+// False when another family has one of its names: in one of the two formats the text would be invalid.
+bool TextfileMerge::takeNames(const std::string &path, const TextFamily &family, std::vector<std::string> &problems) {
+    const std::vector<std::string> names = namesOf(family);
+    for (const std::string &name : names) {
+        const auto owner = m_owners.find(name);
+        if (owner == m_owners.end() || owner->second == family.name)
+            continue;
+        problems.push_back(path + ": " + family.name + " is left out: " + name + " is a name of " + owner->second);
+        return false;
+    }
+    for (const std::string &name : names)
+        m_owners.emplace(name, family.name);
+    return true;
+}
+
 void TextfileMerge::addFamily(const std::string &path, const TextFamily &family, std::vector<std::string> &problems) {
+    if (!takeNames(path, family, problems))
+        return;
     const auto [place, isNew] = m_families.try_emplace(family.name);
     Merged &merged = place->second;
     if (isNew) {
@@ -48,6 +70,8 @@ std::vector<TextfileContent::Family> TextfileMerge::finish() const {
             family.help = "Read from the text file " + merged.paths + ".";
         TextfileContent::Family &written = families.emplace_back();
         written.name = name;
+        written.names = namesOf(family, MetricFormat::PrometheusText);
+        written.openNames = namesOf(family, MetricFormat::OpenMetrics);
         appendFamily(family, MetricFormat::PrometheusText, written.text);
         appendFamily(family, MetricFormat::OpenMetrics, written.openText);
     }

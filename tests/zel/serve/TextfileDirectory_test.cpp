@@ -119,6 +119,46 @@ TEST_F(Textfiles, FamilyOfTheHostItselfIsNotReplaced) {
     EXPECT_TRUE(has(shown(), "99"));
 }
 
+TEST_F(Textfiles, SeriesOfTheHostItselfIsNotThereTwice) {
+    add("a.prom", "node_cpu_seconds_total{cpu=\"0\",mode=\"idle\"} 99\n");
+    const std::string text = shown("# HELP node_cpu_seconds CPU.\n# TYPE node_cpu_seconds counter\n"
+                                   "node_cpu_seconds_total{cpu=\"0\",mode=\"idle\"} 1\n",
+                                   MetricFormat::OpenMetrics);
+    EXPECT_FALSE(has(text, "99")) << text;
+    EXPECT_TRUE(text.ends_with("node_textfile_scrape_error 1\n"));
+}
+
+TEST_F(Textfiles, CounterOfTheNameOfAnotherFamilyIsLeftOut) {
+    add("a.prom", "# TYPE foo gauge\nfoo 1\n# TYPE foo_total counter\nfoo_total 2\n");
+    for (const MetricFormat format : {MetricFormat::OpenMetrics, MetricFormat::PrometheusText}) {
+        const std::string text = shown("", format);
+        EXPECT_TRUE(has(text, "\nfoo 1\n")) << text;
+        EXPECT_FALSE(has(text, "foo_total")) << text;
+        EXPECT_TRUE(text.ends_with("node_textfile_scrape_error 1\n"));
+    }
+    EXPECT_EQ(m_textfiles.newProblems(),
+              std::vector<std::string>{path("a.prom") + ": foo_total is left out: foo is a name of foo"});
+}
+
+TEST_F(Textfiles, PartOfAHistogramIsNoOtherFamily) {
+    add("a.prom", "h_sum 1\n");
+    add("b.prom", "# TYPE h histogram\nh_bucket{le=\"+Inf\"} 1\nh_sum 2\nh_count 1\n");
+    const std::string text = shown();
+    EXPECT_TRUE(has(text, "\nh_sum 1\n")) << text;
+    EXPECT_FALSE(has(text, "h_bucket")) << text;
+    EXPECT_TRUE(isError());
+}
+
+TEST_F(Textfiles, FamiliesOfTheServerAreItsOwn) {
+    add("a.prom", "node_textfile_mtime_seconds{file=\"of another\"} 1\n");
+    add("b.prom", "node_textfile_scrape_error 0\n");
+    const std::string text = shown();
+    EXPECT_FALSE(has(text, "of another")) << text;
+    EXPECT_EQ(text.find("# HELP node_textfile_scrape_error"), text.rfind("# HELP node_textfile_scrape_error"));
+    EXPECT_TRUE(text.ends_with("node_textfile_scrape_error 1\n"));
+    EXPECT_EQ(m_textfiles.newProblems().size(), 2U);
+}
+
 TEST_F(Textfiles, HostileNamesOfFilesAreLabels) {
     add("a\"\n\\.prom", "a 1\n");
     EXPECT_TRUE(has(shown(), "a\\\"\\n\\\\.prom\"} 1795000000\n"));
