@@ -1,27 +1,29 @@
 # Completion of zel for bash. The part between the marks is made from the lists of the program.
 
 _zel() {
-    local word=${COMP_WORDS[COMP_CWORD]} before="" command="" options="" valued="" value
+    local word=${COMP_WORDS[COMP_CWORD]} before="" command="" options="" valued="" formats="" value
     [ "$COMP_CWORD" -lt 1 ] || before=${COMP_WORDS[COMP_CWORD - 1]}
     [ "$COMP_CWORD" -lt 2 ] || command=${COMP_WORDS[1]}
     COMPREPLY=()
     # begin of what is generated
     local commands="show list hardware serve check"
     local areas="cpu load pressure memory vm interrupts disks filesystems interfaces protocols processes cgroups sensors fibrechannel gpus nfs time limits identity"
-    local formats="table json csv openmetrics prometheus line"
     local parts="machine processors memory pci network disks nvme fibrechannel gpus"
     case $command in
     show)
         options="--help --every --count --format --rates --raw --all --wide --root --deadline --config"
         valued=" --every=TIME --count=N --format=FORMAT --root=DIR --deadline=TIME --config=FILE "
+        formats="table json csv openmetrics prometheus line"
         ;;
     list)
         options="--help --format --rates --absent --wide --root --deadline --config"
         valued=" --format=FORMAT --root=DIR --deadline=TIME --config=FILE "
+        formats="table json csv"
         ;;
     hardware)
         options="--help --format --serials --since --all --wide --root --deadline --config"
         valued=" --format=FORMAT --since=FILE --root=DIR --deadline=TIME --config=FILE "
+        formats="table json"
         ;;
     serve)
         options="--help --listen --listen-unprotected --server-names --token-file --certificate --key --areas --command-lines --sample-age --deadline --root --connections --connections-per-address --streams --request-bytes --request-time --answer-time --idle-time --stream-least --stream-heartbeat --metrics-sections --metrics-processes --metrics-textfile-directory --metrics-textfile-bytes --metrics-textfiles --config"

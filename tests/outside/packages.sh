@@ -94,5 +94,10 @@ echo "removal"
 in_root --remove zelinfo libzel-dev libzel1 zel
 expect_removed_tool
 [ -s "$inventory" ] || fail "removal took the inventory along"
+kept=$root/var/lib/zel/hardware.json
+echo "{}" >"$kept"
 in_root --purge zelinfo libzel-dev libzel1 zel
+[ ! -e "$inventory" ] || fail "the purge leaves what the collectors wrote"
+[ -s "$kept" ] || fail "the purge took a file of the administrator along"
+rm -r "$(dirname "$kept")"
 files | diff "$scratch/before" - >&2 || fail "files stay behind"

@@ -9,6 +9,7 @@
 #include "zel/config/ServeOptions.h"
 #include "zel/config/ServePlan.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -137,15 +138,29 @@ std::string commandNames(const char *separator) {
 
 // What the words of commands and the values of options can be.
 std::string wordLists() {
-    std::string areas, formats, parts;
+    std::string areas, parts;
     for (std::size_t area = 0; area < zel::AREA_COUNT; ++area)
         areas += (area > 0 ? " " : "") + std::string(zel::areaName(static_cast<zel::Area>(area)));
-    for (const std::string_view format : zel::FORMATS)
-        formats += (formats.empty() ? "" : " ") + std::string(format);
     for (std::size_t part = 0; part < zel::HARDWARE_PART_COUNT; ++part)
         parts += (part > 0 ? " " : "") + std::string(zel::hardwarePartName(static_cast<zel::HardwarePart>(part)));
-    return "    local areas=\"" + areas + "\"\n    local formats=\"" + formats + "\"\n    local parts=\"" + parts +
-           "\"\n";
+    return "    local areas=\"" + areas + "\"\n    local parts=\"" + parts + "\"\n";
+}
+
+// The formats that a command does not refuse.
+std::string formatsOf(const Command &command) {
+    std::string formats;
+    for (const std::string_view format : zel::FORMATS) {
+        zel::Arguments arguments;
+        arguments.options["--format"] = format;
+        if (command.check(arguments).empty())
+            formats += (formats.empty() ? "" : " ") + std::string(format);
+    }
+    return formats;
+}
+
+bool hasFormats(const Command &command) {
+    return std::any_of(command.options.begin(), command.options.end(),
+                       [](const OptionEntry &option) { return option.value == "FORMAT"; });
 }
 
 // "'" ends a text in quotes of a shell.
@@ -165,17 +180,20 @@ TEST(Pages, BashCompletesEveryOption) {
             valued += option.value.empty() ? "" : ' ' + std::string(option.name) + '=' + std::string(option.value);
         }
         part += "    " + std::string(command->name) + ")\n        options=\"" + options + "\"\n        valued=\"" +
-                valued + " \"\n        ;;\n";
+                valued + " \"\n";
+        if (hasFormats(*command))
+            part += "        formats=\"" + formatsOf(*command) + "\"\n";
+        part += "        ;;\n";
     }
     expectPart("packaging/completion/zel.bash", part + "    esac\n");
 }
 
-std::string zshAction(const OptionEntry &option) {
+std::string zshAction(const Command &command, const OptionEntry &option) {
     const std::string value(option.value);
     if (value == "FILE")
         return ":" + value + ":_files";
     if (value == "FORMAT")
-        return ":" + value + ":(${=formats})";
+        return ":" + value + ":(" + formatsOf(command) + ")";
     return value == "DIR" ? ":" + value + ":_files -/" : ":" + value + ":";
 }
 
@@ -199,7 +217,7 @@ TEST(Pages, ZshCompletesEveryOption) {
             std::string help(option.help);
             for (std::size_t at = help.find(':'); at != help.npos; at = help.find(':', at + 2))
                 help.insert(at, "\\");
-            const std::string action = option.value.empty() ? "" : zshAction(option);
+            const std::string action = option.value.empty() ? "" : zshAction(*command, option);
             part += "            " + inSingleQuotes(std::string(option.name) + '[' + help + ']') +
                     inDoubleQuotes(action) + " \\\n";
         }
@@ -221,6 +239,7 @@ TEST(Pages, FishCompletesEveryOption) {
                     (option.value.empty() ? ""
                      : isFile             ? " -rF"
                                           : " -x") +
+                    (option.value == "FORMAT" ? " -a " + inSingleQuotes(formatsOf(*command)) : "") +
                     " -d " + inSingleQuotes(option.help) + '\n';
         }
     }
