@@ -242,7 +242,7 @@ ParsedRequest parseRequest(const RequestHead &head, const RequestRules &rules) {
 bool isHeaderFormed(std::string_view name, std::string_view value) {
     constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
     constexpr char deleted = 0x7f;
-    const auto isTokenByte = [](char byte) {
+    const auto isTokenByte = [marks](char byte) {
         const char lower = lowered(byte);
         return (lower >= 'a' && lower <= 'z') || (byte >= '0' && byte <= '9') || marks.find(byte) != marks.npos;
     };
