@@ -49,7 +49,7 @@ private:
         m_result.isProgram = target.path.starts_with(programPaths);
         if (m_head.bytes > m_rules.requestBytes)
             return refuse(STATUS_HEADER_TOO_LARGE, "request line and headers are longer than " +
-                                              std::to_string(m_rules.requestBytes) + " bytes");
+                                                       std::to_string(m_rules.requestBytes) + " bytes");
         if (!target.problem.empty())
             return refuse(STATUS_BAD_REQUEST, target.problem);
         if (m_head.isMalformed)
@@ -61,7 +61,7 @@ private:
         const std::string_view host = target.hasAuthority ? std::string_view(target.authority) : m_head.host;
         if (!isHostAllowed(host, m_head.byLoopback, m_rules.names))
             return refuse(STATUS_MISDIRECTED, "this is not the server of Host " + quotedForClient(host) +
-                                           "; a name of it has to be in its configuration (server-names)");
+                                                  "; a name of it has to be in its configuration (server-names)");
         return readEndpoint(target) && checkToken() && checkMethod() && checkBody() && readOrder(target);
     }
 
@@ -74,7 +74,7 @@ private:
         // Who may not ask is not told what there is.
         if (!m_isKnown && checkToken())
             refuse(STATUS_NOT_FOUND, "there is no " + quotedForClient(target.path) +
-                                 "; there are /metrics, /api/v1/sample, /api/v1/stream and /healthz");
+                                         "; there are /metrics, /api/v1/sample, /api/v1/stream and /healthz");
         return m_isKnown;
     }
     bool checkMethod() {
@@ -117,7 +117,7 @@ private:
         const std::optional<MetricFormat> format = negotiateMetrics(m_head.accept);
         if (!format)
             return refuse(STATUS_NOT_ACCEPTABLE, "Accept leaves out what there is: text/plain;version=0.0.4 and "
-                                         "application/openmetrics-text;version=1.0.0");
+                                                 "application/openmetrics-text;version=1.0.0");
         m_result.order.format = *format;
         return readCoding();
     }

@@ -42,7 +42,7 @@ struct RequestHead {
     std::size_t bytes = 0;                  // of request line and headers
     bool hasBody = false;
     bool isMalformed = false; // a header is: what follows on the connection may be no request
-    bool byLoopback = false; // the address that it came to
+    bool byLoopback = false;  // the address that it came to
 
     void clear();
 };

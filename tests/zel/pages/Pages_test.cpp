@@ -239,8 +239,8 @@ TEST(Pages, FishCompletesEveryOption) {
                     (option.value.empty() ? ""
                      : isFile             ? " -rF"
                                           : " -x") +
-                    (option.value == "FORMAT" ? " -a " + inSingleQuotes(formatsOf(*command)) : "") +
-                    " -d " + inSingleQuotes(option.help) + '\n';
+                    (option.value == "FORMAT" ? " -a " + inSingleQuotes(formatsOf(*command)) : "") + " -d " +
+                    inSingleQuotes(option.help) + '\n';
         }
     }
     expectPart("packaging/completion/zel.fish", part);
