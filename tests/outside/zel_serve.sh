@@ -10,7 +10,7 @@ for program in curl openssl zstd python3; do
     exit 77
   }
 done
-"$zel" serve --help >/dev/null 2>&1 || {
+[[ $("$zel" serve --help) != *"not built"* ]] || {
   echo "zel_serve: skipped, this zel is built without serve"
   exit 77
 }
