@@ -113,8 +113,8 @@ private:
     std::string_view m_name, m_help;
     MetricType m_type = MetricType::Unknown;
     bool m_headerWritten = false;
-    bool m_twin = false;       // the page has a family of this name already
-    LabelSet m_families;       // the names that the page has, in m_familiesText
+    bool m_twin = false; // the page has a family of this name already
+    LabelSet m_families; // the names that the page has, in m_familiesText
     std::string m_familiesText;
 
     std::string m_labels; // of the series that is begun

@@ -147,8 +147,9 @@ void MetricsWriter::chooseNfsOperations(const Rows<NfsOperation> &operations) {
     m_rowsLeftOut = operations.size() - chosen.size();
 }
 
-// The processes that use most, and the operations of NFS that are used most. Of the cgroups those with processes, up to the limit. A mount below another at the same
-// place has the labels of that one, and nothing can be known of it. Everything else whole.
+// The processes that use most, and the operations of NFS that are used most. Of the cgroups those with processes, up to
+// the limit. A mount below another at the same place has the labels of that one, and nothing can be known of it.
+// Everything else whole.
 void MetricsWriter::chooseRows(const AnySection<Sample> &section, const Sample &sample, const Rates *rates) {
     m_rows.clear();
     m_rowsLeftOut = 0;

@@ -26,9 +26,8 @@ std::span<const std::uint32_t> ProcessChoice::choose(const Sample &sample, const
         const Rows<ProcessRates> &growth = rates->processes;
         const std::size_t rated = std::min(processes.size(), growth.size());
         m_ranking.addMost(rated, most, [&](std::size_t index) { return sumOf(growth[index].cpu); });
-        m_ranking.addMost(rated, most, [&](std::size_t index) {
-            return sumOf(growth[index].readBytes, growth[index].writtenBytes);
-        });
+        m_ranking.addMost(
+            rated, most, [&](std::size_t index) { return sumOf(growth[index].readBytes, growth[index].writtenBytes); });
     }
     return m_ranking.chosen();
 }

@@ -1,5 +1,5 @@
-// The family of the rate of a counter: "faults_total" gives "faults_per_second", "some_seconds_total" gives "some_ratio",
-// "consumed_joules_total" gives "consumed_watts".
+// The family of the rate of a counter: "faults_total" gives "faults_per_second", "some_seconds_total" gives
+// "some_ratio", "consumed_joules_total" gives "consumed_watts".
 #pragma once
 
 #include "host/Schema.h"
