@@ -42,8 +42,6 @@ constexpr std::string_view nfsOperations[] = {
     "sent_bytes_total",         "received_bytes_total",  "queue_seconds_total",
     "round_trip_seconds_total", "execute_seconds_total", "errors_total",
 };
-constexpr std::string_view conntrack[] = {"insert_failed_total", "dropped_total", "early_dropped_total"};
-
 constexpr std::string_view limits[] = {
     "threads",           "threads_limit",      "pids_limit",          "inodes_allocated", "dentries_allocated",
     "aio_requests",      "aio_requests_limit", "terminals",           "terminals_limit",  "arp_entries",
@@ -74,7 +72,6 @@ constexpr DefaultSection defaults[] = {
     {"power_supplies", {}},
     {"power_zones", {}},
     {"tcp_states", {}},
-    {"conntrack", conntrack},
     {"limits", limits},
     {"process_totals", {}},
     {"processes", processes},

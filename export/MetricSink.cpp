@@ -93,7 +93,9 @@ std::string_view mediaType(MetricFormat format) {
 void MetricSink::start(MetricFormat format, std::string &out) {
     m_out = &out;
     m_format = format;
-    m_headerWritten = false;
+    m_headerWritten = m_twin = false;
+    m_families.clear();
+    m_familiesText.clear();
     clearRows();
     drop();
 }
@@ -108,7 +110,7 @@ void MetricSink::family(std::string_view name, MetricType type, std::string_view
     m_name = name;
     m_type = type;
     m_help = help;
-    m_headerWritten = false;
+    m_headerWritten = m_twin = false;
     m_series.clear();
     m_seriesText.clear();
 }
@@ -156,6 +158,28 @@ void MetricSink::writeHeaderLine(std::string_view keyword, std::string_view text
     *m_out += '\n';
 }
 
+bool MetricSink::keepName(std::string_view name) {
+    const std::size_t offset = m_familiesText.size();
+    m_familiesText += name;
+    return m_families.add(m_familiesText, offset, name.size());
+}
+
+// Both the name of the family and that of its series must be new: in OpenMetrics a counter has two.
+bool MetricSink::isNewFamily() {
+    const std::string_view family = familyName(m_format, m_name, m_type);
+    return keepName(family) && (family.size() == m_name.size() || keepName(m_name));
+}
+
+// A family without series takes no name.
+bool MetricSink::beginFamily() {
+    if (m_headerWritten || m_twin)
+        return !m_twin;
+    m_twin = !isNewFamily();
+    if (!m_twin)
+        writeHeader();
+    return !m_twin;
+}
+
 void MetricSink::writeHeader() {
     *m_out += "# HELP ";
     *m_out += familyName(m_format, m_name, m_type);
@@ -177,8 +201,8 @@ bool MetricSink::beginSample() {
         if (!m_series.add(m_seriesText, offset, m_labels.size()))
             return false;
     }
-    if (!m_headerWritten)
-        writeHeader();
+    if (!beginFamily())
+        return false;
     *m_out += m_name;
     if (!labels.empty()) {
         *m_out += '{';

@@ -9,7 +9,8 @@
 //
 // A series begins with its first label (or, without labels, with its value) and ends with value(). A reading that is
 // absent, a text, and a number that is none leave no series; a family without series leaves nothing. A series whose
-// labels its family already has is left out: what a host says twice must not cost a reader the whole page.
+// labels its family already has is left out, and so is a family whose name the page already has: what a host says twice
+// must not cost a reader the whole page.
 //
 // Where many families have series of the same rows, the labels are written once:
 //
@@ -20,8 +21,8 @@
 //   for (std::size_t index = 0; index < sample.disks.size(); ++index)
 //       sink.row(index).value(sample.disks[index].reads);          // more labels may follow row()
 //
-// A family has its series either all by row(index).value(), or all with labels of their own; a name is used for one
-// family, and all its series follow one another.
+// A family has its series either all by row(index).value(), or all with labels of their own, and all of them follow one
+// another.
 //
 // A sink is kept from text to text: its memory is used again. It belongs to one thread.
 #pragma once
@@ -98,6 +99,9 @@ private:
     };
 
     void beginLabel(std::string_view name);
+    bool keepName(std::string_view name);
+    bool isNewFamily();
+    bool beginFamily();
     void writeHeader();
     void writeHeaderLine(std::string_view keyword, std::string_view text);
     std::string_view rowLabels() const;
@@ -109,6 +113,9 @@ private:
     std::string_view m_name, m_help;
     MetricType m_type = MetricType::Unknown;
     bool m_headerWritten = false;
+    bool m_twin = false; // the page has a family of this name already
+    LabelSet m_families; // the names that the page has, in m_familiesText
+    std::string m_familiesText;
 
     std::string m_labels; // of the series that is begun
     bool m_ofRow = false; // it has those of m_row instead, and no more

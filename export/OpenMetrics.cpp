@@ -10,7 +10,8 @@ namespace zel {
 
 namespace {
 
-constexpr std::string_view processesName = "processes", cgroupsName = "cgroups", filesystemsName = "filesystems";
+constexpr std::string_view processesName = "processes", cgroupsName = "cgroups", filesystemsName = "filesystems",
+                           nfsOperationsName = "nfs_operations";
 
 template<class Row> bool isText(const Field<Row> &field) {
     return std::holds_alternative<Reading<std::string> Row::*>(field.member) ||
@@ -75,8 +76,16 @@ void writeStuckMounts(const Sample &sample, MetricSink &sink) {
     sink.value(stuck);
 }
 
-void writeCgroupsLeftOut(std::size_t count, MetricSink &sink) {
-    sink.family("zel_cgroups_not_written", MetricType::Gauge, "Cgroups with processes beyond the limit of this page.");
+// How many rows a limit left out, of the sections that have one.
+void writeLeftOut(std::string_view section, std::size_t count, MetricSink &sink) {
+    if (section == cgroupsName)
+        sink.family("zel_cgroups_not_written", MetricType::Gauge,
+                    "Cgroups with processes beyond the limit of this page.");
+    else if (section == nfsOperationsName)
+        sink.family("zel_nfs_operations_not_written", MetricType::Gauge,
+                    "Operations of NFS mounts beyond the limit of this page.");
+    else
+        return;
     sink.value(std::uint64_t{count});
 }
 
@@ -127,8 +136,20 @@ MetricsWriter::MetricsWriter(MetricOptions options) : m_options(std::move(option
     forEachSection([&]<class Row>(const Section<Row> &section) { plan<Row>(section.name, known, m_plans[index++]); });
 }
 
-// The processes that use most. Of the cgroups those with processes, up to the limit. A mount below another at the same
-// place has the labels of that one, and nothing can be known of it. Everything else whole.
+// Those that were used most since their mount was made: a choice that seldom changes.
+void MetricsWriter::chooseNfsOperations(const Rows<NfsOperation> &operations) {
+    m_nfsRanking.clear();
+    m_nfsRanking.addMost(operations.size(), m_options.nfsOperations, [&](std::size_t index) {
+        return static_cast<double>(operations[index].operations.valueOr(0));
+    });
+    const std::span<const std::uint32_t> chosen = m_nfsRanking.chosen();
+    m_rows.assign(chosen.begin(), chosen.end());
+    m_rowsLeftOut = operations.size() - chosen.size();
+}
+
+// The processes that use most, and the operations of NFS that are used most. Of the cgroups those with processes, up to
+// the limit. A mount below another at the same place has the labels of that one, and nothing can be known of it.
+// Everything else whole.
 void MetricsWriter::chooseRows(const AnySection<Sample> &section, const Sample &sample, const Rates *rates) {
     m_rows.clear();
     m_rowsLeftOut = 0;
@@ -137,6 +158,8 @@ void MetricsWriter::chooseRows(const AnySection<Sample> &section, const Sample &
         m_rows.assign(chosen.begin(), chosen.end());
         return;
     }
+    if (section.name == nfsOperationsName)
+        return chooseNfsOperations(sample.nfsOperations);
     const bool cgroups = section.name == cgroupsName, filesystems = section.name == filesystemsName;
     const std::size_t size = section.size(sample), most = cgroups ? m_options.cgroups : size;
     for (std::size_t index = 0; index < size; ++index) {
@@ -172,8 +195,7 @@ void MetricsWriter::writeSection(const AnySection<Sample> &section, const Planne
     m_sink.family(planned.infoName, MetricType::Info, planned.infoHelp);
     for (std::size_t place = 0; place < m_rows.size(); ++place)
         writeTexts(section, planned, section.row(sample, m_rows[place]), place);
-    if (section.name == cgroupsName)
-        writeCgroupsLeftOut(m_rowsLeftOut, m_sink);
+    writeLeftOut(section.name, m_rowsLeftOut, m_sink);
 }
 
 void MetricsWriter::writeTexts(const AnySection<Sample> &section, const PlannedSection &planned, const AnyRow &row,

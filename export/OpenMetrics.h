@@ -13,7 +13,8 @@
 //
 // Of the processes those that use most are written (export/ProcessChoice.h), with pid, name, user and cgroup as labels;
 // command lines, which hold secrets, only when asked for. Of the cgroups those that have processes, the upper levels
-// first, up to a limit; zel_cgroups_not_written counts the others.
+// first, up to a limit; zel_cgroups_not_written counts the others. Of the operations of NFS mounts those that were used
+// most since they were mounted, up to a limit; zel_nfs_operations_not_written counts the others.
 //
 // No series has a time of its own: they are those of the moment at which they are read.
 #pragma once
@@ -32,11 +33,13 @@ namespace zel {
 
 inline constexpr std::size_t METRIC_PROCESSES_DEFAULT = 10;
 inline constexpr std::size_t METRIC_CGROUPS_DEFAULT = 500;
+inline constexpr std::size_t METRIC_NFS_OPERATIONS_DEFAULT = 200;
 
 struct MetricOptions {
     MetricSections sections = MetricSections::defaults();
     std::size_t processes = METRIC_PROCESSES_DEFAULT; // the most of each of processor time, memory and I/O
     std::size_t cgroups = METRIC_CGROUPS_DEFAULT;
+    std::size_t nfsOperations = METRIC_NFS_OPERATIONS_DEFAULT;
     bool commandLines = false;
     std::string version = {}; // of the program
 };
@@ -70,6 +73,7 @@ private:
 
     template<class Row> void plan(std::string_view section, const KnownFields &known, PlannedSection &planned);
     void chooseRows(const AnySection<Sample> &section, const Sample &sample, const Rates *rates);
+    void chooseNfsOperations(const Rows<NfsOperation> &operations);
     void keepLabels(const AnySection<Sample> &section, const PlannedSection &planned, const Sample &sample);
     void writeSection(const AnySection<Sample> &section, const PlannedSection &planned, const Sample &sample);
     void writeTexts(const AnySection<Sample> &section, const PlannedSection &planned, const AnyRow &row,
@@ -80,6 +84,7 @@ private:
     std::array<PlannedSection, SECTION_COUNT> m_plans; // by the order of SECTIONS
     MetricSink m_sink;
     ProcessChoice m_processChoice;
+    RowRanking m_nfsRanking;
     std::vector<std::uint32_t> m_rows; // of the section that is written
     std::size_t m_rowsLeftOut = 0;     // of it, because of a limit
 };

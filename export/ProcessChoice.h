@@ -5,11 +5,8 @@
 // whose value is absent, is not among those that use most of it.
 #pragma once
 
+#include "export/RowRanking.h"
 #include "host/Rates.h"
-
-#include <cstdint>
-#include <span>
-#include <vector>
 
 namespace zel {
 
@@ -19,15 +16,7 @@ public:
     std::span<const std::uint32_t> choose(const Sample &sample, const Rates *rates, std::size_t most);
 
 private:
-    struct Use {
-        double amount;
-        std::uint32_t index;
-    };
-
-    template<class AmountOf> void addMost(std::size_t processes, std::size_t most, AmountOf &&amountOf);
-
-    std::vector<Use> m_uses;
-    std::vector<std::uint32_t> m_chosen;
+    RowRanking m_ranking;
 };
 
 } // namespace zel

@@ -19,7 +19,6 @@
 #include <algorithm>
 #include <cmath>
 #include <span>
-#include <string>
 
 namespace zel {
 
@@ -38,17 +37,14 @@ template<class Row> std::span<const Row> rowsOf(const Sample &sample, const Sect
     return rowsOf(sample, section.one, section.many);
 }
 
-/// The family of the rate of a counter: "faults_total" gives "faults_per_second", "some_seconds_total" gives
-/// "some_ratio", "consumed_joules_total" gives "consumed_watts".
-const Family &rateFamily(const Family &counter);
-
 /// Calls use(const Family &) for every column of a section, in the order in which the walk gives them.
 template<class Whole, class Use> void forEachFamily(const AnySection<Whole> &section, bool withRates, Use &&use) {
-    for (const Family *family : section.fields.families) {
-        if (!withRates || family->kind != Kind::Counter)
-            use(*family);
+    for (std::size_t field = 0; field < section.fields.families.size(); ++field) {
+        const Family &family = *section.fields.families[field];
+        if (!withRates || family.kind != Kind::Counter)
+            use(family);
         else if (section.rates == nullptr)
-            use(rateFamily(*family));
+            use(section.fields.rateFamily(field));
     }
     if (!withRates || section.rates == nullptr)
         return;
@@ -94,7 +90,7 @@ void walkFields(const AnySection<Whole> &section, const AnyRow &row, std::size_t
         if (rates == nullptr || family.kind != Kind::Counter)
             use(family, finite(fields.value(row, field)));
         else if (section.rates == nullptr)
-            use(rateFamily(family), finite(counters.of(family)));
+            use(fields.rateFamily(field), finite(counters.of(family)));
     }
     if (rates == nullptr || section.rates == nullptr)
         return;

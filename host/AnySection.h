@@ -6,8 +6,10 @@
 //           use(section.fields.value(section.row(sample, index), 0));
 #pragma once
 
+#include "host/RateFamily.h"
 #include "host/Schema.h"
 
+#include <memory>
 #include <vector>
 
 namespace zel {
@@ -23,6 +25,10 @@ struct AnyFields {
     Value (*value)(const AnyRow &row, std::size_t field);
     /// Where a counter begins again at 0; null when it is not its device that says so.
     const Number *(*wrapsAt)(const AnyRow &row, std::size_t field);
+    std::vector<std::shared_ptr<const RateFamily>> rates; // of each family; null where it is no counter's
+
+    /// The family of the rate of a counter.
+    const Family &rateFamily(std::size_t field) const { return rates[field]->family(); }
 };
 
 /// A section of a sample, of rates or of an inventory.

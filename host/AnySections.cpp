@@ -18,16 +18,25 @@ template<class Row> const AnyRow &untyped(const Row &row) {
     return reinterpret_cast<const AnyRow &>(row);
 }
 
+// Null where the family is no counter.
+std::shared_ptr<const RateFamily> rateFamilyOf(const Family &family) {
+    return family.kind == Kind::Counter ? std::make_shared<const RateFamily>(family) : nullptr;
+}
+
 template<class Row> AnyFields anyFieldsOf() {
     std::vector<const Family *> families;
-    for (const Field<Row> &field : fieldsOf<Row>())
+    std::vector<std::shared_ptr<const RateFamily>> rates;
+    for (const Field<Row> &field : fieldsOf<Row>()) {
         families.push_back(&field.family);
+        rates.push_back(rateFamilyOf(field.family));
+    }
     return {std::move(families),
             [](const AnyRow &row, std::size_t field) { return fieldsOf<Row>()[field].of(typed<Row>(row)); },
             [](const AnyRow &row, std::size_t field) -> const Number * {
                 const Field<Row> &entry = fieldsOf<Row>()[field];
                 return entry.wrapsAt == nullptr ? nullptr : &(typed<Row>(row).*entry.wrapsAt);
-            }};
+            },
+            std::move(rates)};
 }
 
 // The only row of a section.

@@ -1,8 +1,8 @@
 // The known names of what chips have beside the files that all drivers share: a family for each attribute, named after
-// it.
+// it. An attribute whose family is that of a shared file ("fan1_rpm" beside "fan1_input") has none.
+#include "export/known/BuiltName.h"
 #include "export/known/Known.h"
-
-#include <array>
+#include "export/known/SensorFamilies.h"
 
 namespace zel {
 
@@ -46,23 +46,10 @@ bool haveOneName(const SensorSetting &one, const SensorSetting &other) {
 }
 
 // "node_hwmon_pwm_auto_point1_temp"
-class FamilyName {
-public:
-    std::string_view of(const Kind &kind, std::string_view attribute) {
-        m_length = 0;
-        for (const std::string_view part :
-             {std::string_view("node_hwmon_"), kind.sensor, std::string_view("_"), attribute, kind.ending}) {
-            const std::size_t fits = std::min(part.size(), m_text.size() - m_length);
-            std::copy_n(part.begin(), fits, m_text.begin() + static_cast<std::ptrdiff_t>(m_length));
-            m_length += fits;
-        }
-        return {m_text.data(), m_length};
-    }
-
-private:
-    std::array<char, 160> m_text; // an attribute is the name of a file, of which the reader takes 95 characters
-    std::size_t m_length = 0;
-};
+void build(BuiltName &name, const Kind &kind, std::string_view attribute) {
+    name.clear();
+    name.add("node_hwmon_").add(kind.sensor).add("_").add(attribute).add(kind.ending);
+}
 
 void writeFamily(const Rows<SensorSetting> &settings, std::size_t first, const Kind &kind, MetricSink &sink) {
     for (std::size_t index = first; index < settings.size(); ++index) {
@@ -82,16 +69,17 @@ void write(const Sample &sample, MetricSink &sink) {
     for (const SensorChip &chip : sample.sensorChips)
         sink.label("chip", chip.chip).label("sensor", "vrm0").value(chip.voltageRegulator);
     const Rows<SensorSetting> &settings = sample.sensorSettings;
-    std::array<FamilyName, 2> names; // that of the family before stays until the next one has begun
-    std::size_t families = 0;
+    BuiltName name;
     for (std::size_t index = 0; index < settings.size(); ++index) {
         const SensorSetting &setting = settings[index];
         const auto isAnother = [&setting](const SensorSetting &before) { return haveOneName(before, setting); };
         if (!isNamed(setting) || std::any_of(settings.begin(), settings.begin() + index, isAnother))
             continue;
         const Kind &kind = *kindOf(setting);
-        sink.family(names[families++ % names.size()].of(kind, setting.attribute), kind.type,
-                    "What the driver of a chip says of a sensor or an output.");
+        build(name, kind, setting.attribute);
+        if (!name.fits() || isSensorFamily(name.text()))
+            continue;
+        sink.family(name.text(), kind.type, "What the driver of a chip says of a sensor or an output.");
         writeFamily(settings, index, kind, sink);
     }
 }

@@ -3,6 +3,7 @@
 // The names take all but the general alarm of a channel for what the channel measures: an alarm of a temperature is
 // 0.001 degrees, one of a power 0.000001 watts. Dashboards ask whether it is above 0.
 #include "export/known/Known.h"
+#include "export/known/SensorFamilies.h"
 #include "host/areas/HwmonNames.h"
 
 #include <cmath>
@@ -197,7 +198,6 @@ constexpr KnownTable<Row> tableOf(Rows<Row> Sample::*rows, std::span<const Known
 }
 
 constexpr std::tuple tables{
-
     tableOf<Temperature>(&Sample::temperatures, temperatures),
     tableOf<Fan>(&Sample::fans, fans),
     tableOf<FanControl>(&Sample::fanControls, controls),
@@ -263,6 +263,14 @@ void listFields(KnownFields &known) {
 }
 
 } // namespace
+
+bool isSensorFamily(std::string_view name) {
+    bool found = false;
+    forEachTable([&]<class Row>(const KnownTable<Row> &table) {
+        found = found || std::ranges::find(table.fields, name, &KnownField<Row>::name) != table.fields.end();
+    });
+    return found;
+}
 
 const KnownMetrics knownSensors{Area::Sensors, write, listFields};
 

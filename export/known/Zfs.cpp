@@ -2,9 +2,7 @@
 #include "export/known/BuiltName.h"
 #include "export/known/Known.h"
 
-#include <array>
 #include <cmath>
-#include <functional>
 
 namespace zel {
 
@@ -122,29 +120,8 @@ constexpr Source sources[] = {
     {"zil", "node_zfs_zil_"},
 };
 
-// The names that were written. Two values may have the same one: a family that comes twice spoils the whole page.
-class WrittenNames {
-public:
-    /// False when it is there, or there is no room.
-    bool add(std::string_view name) {
-        const std::size_t hash = std::hash<std::string_view>{}(name);
-        const auto end = m_hashes.begin() + static_cast<std::ptrdiff_t>(m_size);
-        if (m_size == m_hashes.size() || std::find(m_hashes.begin(), end, hash) != end)
-            return false;
-        m_hashes[m_size++] = hash;
-        return true;
-    }
-
-private:
-    static constexpr std::size_t NAMES_AT_MOST = 2048; // releases have some 300
-
-    std::array<std::size_t, NAMES_AT_MOST> m_hashes;
-    std::size_t m_size = 0;
-};
-
-// What is in front of the last point of a name is left out.
+// What is in front of the last point of a name is left out. Of two values with one name the sink takes the first.
 void writeValues(const Sample &sample, MetricSink &sink) {
-    WrittenNames names;
     BuiltName name;
     for (const ZfsValue &row : sample.zfs) {
         const auto *const source = std::find_if(std::begin(sources), std::end(sources),
@@ -153,7 +130,7 @@ void writeValues(const Sample &sample, MetricSink &sink) {
             continue;
         name.clear();
         name.add(source->prefix).add(std::string_view(row.name).substr(row.name.rfind('.') + 1));
-        if (!name.fits() || !names.add(name.text()))
+        if (!name.fits())
             continue;
         sink.family(name.text(), untyped, "A value of the module zfs.");
         sink.value(row.value);

@@ -201,14 +201,19 @@ TEST(LineProtocol, AFullSampleHasNoPointTwiceAndEveryValueHasItsType) {
 }
 
 TEST(LineProtocol, InSteadyStateNothingIsAllocated) {
-    const zel::Sample sample = FullSample::make();
+    const zel::Sample earlier = FullSample::make();
+    zel::Sample sample = earlier;
+    sample.monotonicNanoseconds += 1000000000;
+    const zel::Rates rates = zel::between(earlier, sample);
     zel::LineWriter writer;
-    std::string out;
-    writer.write(sample, nullptr, {}, "db1", out);
-    out.clear();
-    const long before = allocationsSoFar();
-    writer.write(sample, nullptr, {}, "db1", out);
-    EXPECT_EQ(allocationsSoFar(), before);
+    for (const zel::Rates *const given : {static_cast<const zel::Rates *>(nullptr), &rates}) {
+        std::string out;
+        writer.write(sample, given, {}, "db1", out);
+        out.clear();
+        const long before = allocationsSoFar();
+        writer.write(sample, given, {}, "db1", out);
+        EXPECT_EQ(allocationsSoFar(), before) << (given == nullptr ? "without rates" : "with rates");
+    }
 }
 
 } // namespace

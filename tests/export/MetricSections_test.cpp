@@ -1,6 +1,8 @@
 // Which sections are written as families of our own.
 #include "export/MetricSections.h"
 
+#include "export/known/Known.h"
+
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <set>
@@ -29,6 +31,25 @@ TEST(MetricSections, EveryDefaultNamesWhatTheSchemaHas) {
             }
         });
         EXPECT_TRUE(found) << entry.section;
+    }
+}
+
+// What has a known name is not written again: an entry of such fields alone would promise what nobody gets.
+TEST(MetricSections, EveryDefaultIsWritten) {
+    zel::KnownFields known;
+    for (const zel::KnownMetrics *metrics : zel::knownMetrics())
+        metrics->listFields(known);
+    const MetricSections defaults = MetricSections::defaults();
+    for (const zel::DefaultSection &entry : zel::defaultSections()) {
+        zel::forEachSection([&]<class Row>(const zel::Section<Row> &section) {
+            if (section.name != entry.section)
+                return;
+            const auto fields = zel::fieldsOf<Row>();
+            EXPECT_TRUE(std::any_of(fields.begin(), fields.end(), [&](const zel::Field<Row> &field) {
+                return field.family.kind != zel::Kind::Label && !known.has(field.family) &&
+                       defaults.has(section.name, field.family.name);
+            })) << section.name;
+        });
     }
 }
 

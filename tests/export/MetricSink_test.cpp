@@ -203,6 +203,48 @@ TEST(MetricSink, RowsShareTheirLabels) {
               "# HELP c More labels.\n# TYPE c gauge\nc{name=\"x\",mode=\"idle\"} 1\nc{name=\"x\",mode=\"user\"} 2\n");
 }
 
+// Readers refuse a page whose family comes twice.
+TEST(MetricSink, AFamilyThatThePageHasAlreadyIsLeftOut) {
+    const std::string out = written(text, [](MetricSink &sink) {
+        sink.family("a", MetricType::Gauge, "A.");
+        sink.value(1.0);
+        sink.family("b", MetricType::Gauge, "B.");
+        sink.value(2.0);
+        sink.family("a", MetricType::Counter, "Another.");
+        sink.value(3.0);
+        sink.label("name", "x").keepRow();
+        sink.family("b", MetricType::Gauge, "Of rows.");
+        sink.row(0).value(4.0);
+        sink.family("c", MetricType::Gauge, "C.");
+        sink.row(0).value(5.0);
+    });
+    EXPECT_EQ(out, "# HELP a A.\n# TYPE a gauge\na 1\n# HELP b B.\n# TYPE b gauge\nb 2\n"
+                   "# HELP c C.\n# TYPE c gauge\nc{name=\"x\"} 5\n");
+}
+
+TEST(MetricSink, AFamilyWithoutSeriesTakesNoName) {
+    const std::string out = written(text, [](MetricSink &sink) {
+        sink.family("a", MetricType::Gauge, "Nothing.");
+        sink.value(zel::Number(zel::Absence::Denied));
+        sink.family("a", MetricType::Gauge, "A.");
+        sink.value(1.0);
+    });
+    EXPECT_EQ(out, "# HELP a A.\n# TYPE a gauge\na 1\n");
+}
+
+// There a counter takes the name of its family and that of its series.
+TEST(MetricSink, InOpenMetricsACounterTakesTwoNames) {
+    const std::string out = written(open, [](MetricSink &sink) {
+        sink.family("a_total", MetricType::Counter, "A.");
+        sink.value(1.0);
+        sink.family("a", MetricType::Gauge, "Its name without the ending.");
+        sink.value(2.0);
+        sink.family("a_total", MetricType::Unknown, "The name of its series.");
+        sink.value(3.0);
+    });
+    EXPECT_EQ(out, "# HELP a A.\n# TYPE a counter\na_total 1\n# EOF\n");
+}
+
 TEST(MetricSink, RowsMayHaveNoLabels) {
     const std::string out = written(text, [](MetricSink &sink) {
         sink.keepRow();

@@ -161,6 +161,22 @@ TEST(OpenMetrics, CgroupsWithoutProcessesAndBeyondTheLimitAreLeftOut) {
     EXPECT_EQ(metricsOf(sample).value("zel_cgroups_not_written"), "0");
 }
 
+TEST(OpenMetrics, OperationsOfNfsMountsAreBounded) {
+    zel::Sample sample = sampleOf(Area::Nfs);
+    for (std::uint64_t number = 1; number <= 10; ++number) {
+        zel::NfsOperation &operation = sample.nfsOperations.append();
+        operation.operation = std::to_string(number);
+        operation.operations = number == 3 ? std::uint64_t{1000} : number;
+    }
+    const MetricText metrics = metricsOf(sample, {.nfsOperations = 4});
+    std::string names;
+    for (const MetricSeries &series : metrics.family("zel_nfs_operations_operations_total").series)
+        names += series.labels.at("operation") + ' ';
+    EXPECT_EQ(names, "3 8 9 10 ");
+    EXPECT_EQ(metrics.value("zel_nfs_operations_not_written"), "6");
+    EXPECT_EQ(metricsOf(sample).value("zel_nfs_operations_not_written"), "0");
+}
+
 TEST(OpenMetrics, StuckMountsAreCountedAndNamed) {
     zel::Sample sample = sampleOf(Area::Filesystems);
     EXPECT_EQ(metricsOf(sample).value("zel_stuck_mounts"), "0");

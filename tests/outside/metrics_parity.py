@@ -14,7 +14,7 @@ import urllib.request
 import listed_tree
 import metric_text
 
-FORMATS = ("openmetrics",)
+FORMATS = ("openmetrics", "prometheus")
 RECORDED = ("linux-6.18/t0", "linux-6.1.0/t0", "linux-5.10/t0", "linux-2.6.18/t0", "linux-2.4.20/t0")
 WRITTEN = "parity/host.files"
 ROUNDS = 6  # readings of this machine, each between two of the peer
@@ -31,10 +31,25 @@ MOVING = {"node_memory_*": 0, "node_load*": 0.5, "node_procs_*": 8, "node_filesy
 MOVING_SHARE = 0.1
 # The kernel lets the idle times of a processor step back a little.
 STEPPING_BACK = {"node_cpu_seconds_total": 0.1}
+# The modes of processors as the columns of /proc/stat, and of guests.
+MODES = ("user", "nice", "system", "idle", "iowait", "irq", "softirq", "steal")
+GUESTS = {"user": 8, "nice": 9}
+# What must be compared at the least: collectors of the peer that work, families and series. Without these numbers a
+# peer that reads nothing, or a file that is no longer found, would agree with everything. Those of recorded hosts are
+# what their files have; those of this machine hold for the smallest one that runs the tests: a container with one
+# processor, one disk and the loopback interface.
+FLOORS = {
+    "this machine": (22, 150, 200), "/": (22, 150, 200),
+    "linux-6.18/t0": (23, 173, 244), "linux-6.1.0/t0": (19, 76, 218), "linux-5.10/t0": (17, 61, 99),
+    "linux-2.6.18/t0": (17, 46, 61), "linux-2.4.20/t0": (15, 8, 11),
+    WRITTEN: (45, 600, 1450),
+}
 # Families of collectors that are not called after them.
-PREFIXES = {"mdadm": "node_md_", "tapestats": "node_tape_", "powersupplyclass": "node_power_supply_", "stat": "node_",
-            "diskstats": "node_disk_", "netclass": "node_network_", "netdev": "node_network_", "meminfo": "node_memory_", "conntrack": "node_nf_conntrack_",
+PREFIXES = {"mdadm": "node_md_", "tapestats": "node_tape_", "powersupplyclass": "node_power_supply_",
+            "loadavg": "node_load", "cpufreq": "node_cpu_", "diskstats": "node_disk_", "netclass": "node_network_",
+            "netdev": "node_network_", "meminfo": "node_memory_", "conntrack": "node_nf_conntrack_",
             "thermal_zone": "node_cooling_"}
+STAT_FAMILIES = ("node_boot_time_", "node_context_switches_", "node_forks_", "node_intr_", "node_procs_")
 
 
 class Difference:
@@ -45,16 +60,38 @@ class Difference:
         self.labels = labels.split(",") if labels else []
         self.place = place
 
-    def covers(self, family, labels, recorded, value):
-        if not fnmatch.fnmatchcase(family, self.family) or not self.holds(recorded, value):
+    def covers(self, family, labels, host, value):
+        if not fnmatch.fnmatchcase(family, self.family) or not self.holds(family, labels, host, value):
             return False
         texts = [f'{name}="{value}"' for name, value in labels]
         return all(any(fnmatch.fnmatchcase(text, label) for text in texts) for label in self.labels)
 
     # `value` is what the peer has alone; None when it is not that.
-    def holds(self, recorded, value):
-        return {"all": True, "recordings": recorded, "zeros": value == 0,
+    def holds(self, family, labels, host, value):
+        return {"all": True, "recordings": host.recorded,
+                "zeros": value == 0 and not host.kernel_has(family, dict(labels)),
                 "negative": value is not None and value < 0}[self.place]
+
+
+class Host:
+    """What is compared: a root directory, and which numbers its kernel gives in /proc/stat."""
+
+    def __init__(self, root):
+        self.recorded = root != "/"
+        self.stat = {}
+        try:
+            with open(os.path.join(root, "proc/stat"), errors="replace") as stat:
+                self.stat = {words[0]: len(words) - 1 for words in map(str.split, stat) if words}
+        except OSError:
+            pass
+
+    def kernel_has(self, family, labels):
+        columns = self.stat.get("cpu" + labels.get("cpu", "?"), 0)
+        if family == "node_cpu_seconds_total":
+            return labels["mode"] in MODES and MODES.index(labels["mode"]) < columns
+        if family == "node_cpu_guest_seconds_total":
+            return GUESTS.get(labels["mode"], columns) < columns
+        return family.removeprefix("node_") in self.stat
 
 
 def read_differences(path):
@@ -103,23 +140,25 @@ class Peer:
 
 
 class Comparison:
-    def __init__(self, name, differences, recorded):
-        self.name, self.differences, self.recorded = name, differences, recorded
-        self.families = self.series = self.different = 0
+    def __init__(self, name, differences, host):
+        self.name, self.differences, self.host = name, differences, host
+        self.collectors = self.families = self.series = self.different = 0
         self.failures = []
 
     def fail(self, text):
         self.failures.append(f"{self.name}: {text}")
 
     def covered(self, family, labels, value=None):
-        return any(difference.covers(family, labels, self.recorded, value) for difference in self.differences)
+        return any(difference.covers(family, labels, self.host, value) for difference in self.differences)
 
     def compare(self, rounds, kind):
         """`rounds`: each what the peer said before, what we said, what the peer said after."""
         self.families = self.series = self.different = 0
-        silent = {labels_value(labels, "collector") for labels, good in
-                  rounds[-1][2]["node_scrape_collector_success"].series.items() if good == 0}
+        success = rounds[-1][2]["node_scrape_collector_success"].series
+        self.collectors = sum(good == 1 for good in success.values())
+        silent = {labels_value(labels, "collector") for labels, good in success.items() if good == 0}
         silent_prefixes = tuple(PREFIXES.get(collector, f"node_{collector}_") for collector in silent)
+        silent_prefixes += STAT_FAMILIES if "stat" in silent else ()
         before, ours, _ = rounds[-1]
         for name, family in before.items():
             self.compare_family(name, family, rounds, kind)
@@ -128,6 +167,13 @@ class Comparison:
                 for labels in family.series:
                     if not self.covered(name, labels):
                         self.fail(f"{kind}: {name}{shown(labels)} is ours only")
+        self.check_floors(kind)
+
+    def check_floors(self, kind):
+        found = (self.collectors, self.families, self.series)
+        for what, least, number in zip(("collectors", "families", "series"), FLOORS.get(self.name, ()), found):
+            if number < least:
+                self.fail(f"{kind}: {number} {what} are compared, {least} are the least")
 
     def compare_family(self, name, family, rounds, kind):
         ours = rounds[-1][1].get(name)
@@ -155,13 +201,15 @@ class Comparison:
                       if name in taken and labels in taken[name].series]
             if len(values) == 3:
                 spans.append(values)
-        if not spans or any(is_between(value, before, after, STEPPING_BACK.get(name, 0))
-                            for before, value, after in spans):
+        if not spans:
+            self.fail(f"{kind}: {name}{shown(labels)} was in no reading of the peer before and after ours")
+            return
+        if any(is_between(value, before, after, STEPPING_BACK.get(name, 0)) for before, value, after in spans):
             return
         lowest = min(min(before, after) for before, _, after in spans)
         highest = max(max(before, after) for before, _, after in spans)
         margin = moving_margin(name, max(abs(lowest), abs(highest)))
-        if margin and not self.recorded and any(is_between(value, lowest, highest, margin) for _, value, _ in spans):
+        if margin and not self.host.recorded and any(is_between(value, lowest, highest, margin) for _, value, _ in spans):
             return
         if self.covered(name, labels):
             self.different += 1
@@ -196,7 +244,7 @@ def our_metrics(zel, root, kind):
 
 
 def compare_host(zel, program, root, name, differences, log):
-    comparison = Comparison(name, differences, root != "/")
+    comparison = Comparison(name, differences, Host(root))
     peer = Peer(program, root, log)
     try:
         for kind in FORMATS:
@@ -209,8 +257,8 @@ def compare_host(zel, program, root, name, differences, log):
             comparison.compare(rounds, kind)
     finally:
         peer.stop()
-    print(f"{name}: {comparison.families} families, {comparison.series} series compared, {comparison.different} of the "
-          f"peer differ on purpose, {len(comparison.failures)} otherwise")
+    print(f"{name}: {comparison.collectors} collectors, {comparison.families} families, {comparison.series} series "
+          f"compared, {comparison.different} of the peer differ on purpose, {len(comparison.failures)} otherwise")
     return comparison.failures
 
 

@@ -106,6 +106,10 @@ wrong_command_lines() {
   refuses "there is no format 'line' (formats: table, json, csv)" list --format line
   refuses "--rates: openmetrics and prometheus have counters" show --format openmetrics --rates
   refuses "--wide is for tables" show --format prometheus --wide
+  refuses "--every and --count: openmetrics and prometheus are one page" show --format openmetrics --count 2
+  refuses "--every and --count: openmetrics and prometheus are one page" show --format prometheus --every 1s
+  expect 0 show load --format openmetrics --count 1
+  [ "$(grep -c '^# EOF' "$scratch/out")" = 1 ] || fail "a page with --count 1 does not end once"
   refuses "--wide and --all are for tables: json, csv and line always have every field" show --format line --all
   refuses "--rates and --raw exclude each other" show --rates --raw
   refuses "--wide and --all are for tables" show --format json --all
@@ -355,6 +359,17 @@ hostile_names() {
   ! grep -q $'\033\|\302\233\|\342\200\256' "$scratch/out" || fail "a name steers the terminal through JSON"
   expect 0 show interrupts --root "$scratch/hostile" --format csv
   ! grep -q $'\033\|\302\233\|\342\200\256' "$scratch/out" || fail "a name steers the terminal through CSV"
+  hostile_metrics openmetrics
+  hostile_metrics prometheus
+}
+# The formats have no escapes for such bytes: a file gets them as they are, a terminal does not.
+hostile_metrics() {
+  expect 0 show interrupts --all --root "$scratch/hostile" --format "$1"
+  grep -q $'\033' "$scratch/out" || fail "$1: a file does not get a name as it is"
+  TERM=xterm on_terminal 80 show interrupts --all --root "$scratch/hostile" --format "$1" >"$scratch/terminal"
+  says terminal "evil"
+  ! grep -q $'\033\|\302\233\|\342\200\256' "$scratch/terminal" || fail "a name steers the terminal through $1"
+  [ "$(grep -c . "$scratch/terminal")" = "$(grep -c . "$scratch/out")" ] || fail "$1: a terminal gets other lines than a file"
 }
 
 # hardware: parts, what changed since an earlier run, files that are none of one.

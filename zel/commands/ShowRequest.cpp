@@ -39,9 +39,13 @@ std::uint64_t readCount(const std::string &text, std::string &problem) {
     return count;
 }
 
+bool isMetrics(Format format) {
+    return format == Format::OpenMetrics || format == Format::Prometheus;
+}
+
 // People see what happens now; programs take counters and make rates of their own.
 bool wantsRates(const Arguments &arguments, const ShowRequest &request) {
-    if (arguments.has("--raw") || request.format == Format::OpenMetrics)
+    if (arguments.has("--raw") || isMetrics(request.format))
         return false;
     if (arguments.has("--rates"))
         return true;
@@ -49,8 +53,12 @@ bool wantsRates(const Arguments &arguments, const ShowRequest &request) {
 }
 
 // What a format has no use for; empty when there is nothing.
-std::string conflictOf(const Arguments &arguments, Format format) {
-    const bool metrics = format == Format::OpenMetrics || format == Format::Prometheus;
+std::string conflictOf(const Arguments &arguments, const ShowRequest &request) {
+    const Format format = request.format;
+    const bool metrics = isMetrics(format);
+    if (metrics && request.count != 1 && (arguments.has("--every") || arguments.has("--count")))
+        return "--every and --count: openmetrics and prometheus are one page, which ends with its sample; "
+               "for one at each request there is zel serve";
     if (metrics && arguments.has("--rates"))
         return "--rates: openmetrics and prometheus have counters, of which their readers take the rates";
     if (metrics && arguments.has("--wide"))
@@ -92,9 +100,11 @@ std::string problemOfShow(const Arguments &arguments) {
 }
 
 ShowRequest readShowRequest(const Arguments &arguments, const Arguments &given, std::string &problem) {
-    const ShowRequest request = readValues(arguments, problem);
+    ShowRequest request = readValues(arguments, problem);
     if (problem.empty())
-        problem = conflictOf(given, request.format);
+        problem = conflictOf(given, request);
+    if (isMetrics(request.format)) // also where the configuration repeats tables
+        request.count = 1;
     return request;
 }
 

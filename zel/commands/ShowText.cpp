@@ -3,10 +3,30 @@
 
 #include "export/Csv.h"
 #include "export/Json.h"
+#include "zel/DisplayText.h"
+#include "zel/Output.h"
 #include "zel/SampleTables.h"
 #include "zel/Terminal.h"
 
+#include <algorithm>
+
 namespace zel {
+
+namespace {
+
+// The lines with signs for the bytes that steer a terminal.
+std::string displayLines(std::string_view text, Charset charset) {
+    std::string lines;
+    while (!text.empty()) {
+        const std::size_t length = std::min(text.find('\n'), text.size());
+        lines += displayText(text.substr(0, length), charset);
+        lines += '\n';
+        text.remove_prefix(std::min(length + 1, text.size()));
+    }
+    return lines;
+}
+
+} // namespace
 
 ShowText::ShowText(const ShowRequest &request) : m_request(request) {
     if (request.format == Format::OpenMetrics || request.format == Format::Prometheus)
@@ -29,6 +49,13 @@ void ShowText::appendLines(const Sample &sample, const Rates *rates) {
     m_lines.write(sample, rates, m_request.areas, named ? std::string_view(*sample.identity.hostName) : "", m_text);
 }
 
+// The formats have no escapes for steering characters: names keep them, except on a terminal.
+void ShowText::appendMetrics(const Sample &sample, MetricFormat format) {
+    m_metrics->write(sample, nullptr, m_request.areas, format, m_text);
+    if (isTerminalOut())
+        m_text = displayLines(m_text, outputStyle().charset);
+}
+
 void ShowText::append(const Sample &sample, const Rates *rates) {
     switch (m_request.format) {
     case Format::Table:
@@ -47,9 +74,9 @@ void ShowText::append(const Sample &sample, const Rates *rates) {
             writeCsv(sample, *rates, m_request.areas, m_first, m_text);
         return;
     case Format::OpenMetrics:
-        return m_metrics->write(sample, nullptr, m_request.areas, MetricFormat::OpenMetrics, m_text);
+        return appendMetrics(sample, MetricFormat::OpenMetrics);
     case Format::Prometheus:
-        return m_metrics->write(sample, nullptr, m_request.areas, MetricFormat::PrometheusText, m_text);
+        return appendMetrics(sample, MetricFormat::PrometheusText);
     case Format::Line:
         return appendLines(sample, rates);
     }

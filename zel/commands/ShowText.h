@@ -20,6 +20,7 @@ public:
 private:
     void append(const Sample &sample, const Rates *rates);
     void appendTables(const Sample &sample, const Rates *rates);
+    void appendMetrics(const Sample &sample, MetricFormat format);
     void appendLines(const Sample &sample, const Rates *rates);
 
     const ShowRequest &m_request;

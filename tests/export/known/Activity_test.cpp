@@ -7,26 +7,26 @@ namespace {
 
 TEST(KnownActivity, LoadHasThreeGauges) {
     zel::Sample sample;
-    sample.load.load1 = 0.21;
-    sample.load.load5 = 0.37;
-    sample.load.load15 = 0.39;
+    sample.load.load1 = 0.64;
+    sample.load.load5 = 0.52;
+    sample.load.load15 = 0.47;
     const KnownText text(zel::knownLoad, sample);
-    EXPECT_EQ(text.series(), (Lines{"node_load1 0.21", "node_load5 0.37", "node_load15 0.39"}));
+    EXPECT_EQ(text.series(), (Lines{"node_load1 0.64", "node_load5 0.52", "node_load15 0.47"}));
     EXPECT_EQ(text.type("node_load1"), "gauge");
 }
 
 TEST(KnownActivity, NumbersOfStatKeepTheirDigits) {
     zel::Sample sample;
     sample.activity.interrupts = std::uint64_t{18446744073709551615U};
-    sample.activity.contextSwitches = std::uint64_t{38014093};
-    sample.activity.forks = std::uint64_t{26442};
+    sample.activity.contextSwitches = std::uint64_t{52917386};
+    sample.activity.forks = std::uint64_t{31875};
     sample.activity.running = std::uint64_t{2};
     sample.activity.blocked = std::uint64_t{1};
-    sample.activity.bootTimeSeconds = 1418183276.0;
+    sample.activity.bootTimeSeconds = 1655021207.0;
     const KnownText text(zel::knownActivity, sample);
-    EXPECT_EQ(text.series(), (Lines{"node_intr_total 18446744073709551615", "node_context_switches_total 38014093",
-                                    "node_forks_total 26442", "node_procs_running 2", "node_procs_blocked 1",
-                                    "node_boot_time_seconds 1418183276"}));
+    EXPECT_EQ(text.series(), (Lines{"node_intr_total 18446744073709551615", "node_context_switches_total 52917386",
+                                    "node_forks_total 31875", "node_procs_running 2", "node_procs_blocked 1",
+                                    "node_boot_time_seconds 1655021207"}));
     EXPECT_EQ(text.type("node_intr_total"), "counter");
     EXPECT_EQ(text.type("node_boot_time_seconds"), "gauge");
 }
@@ -34,9 +34,9 @@ TEST(KnownActivity, NumbersOfStatKeepTheirDigits) {
 TEST(KnownActivity, VmCountersAreOfUnknownType) {
     zel::Sample sample;
     sample.vm.oomKill = std::uint64_t{3};
-    sample.vm.pgpgin = std::uint64_t{7344136};
+    sample.vm.pgpgin = std::uint64_t{8003052};
     const KnownText text(zel::knownVm, sample);
-    EXPECT_EQ(text.series(), (Lines{"node_vmstat_oom_kill 3", "node_vmstat_pgpgin 7344136"}));
+    EXPECT_EQ(text.series(), (Lines{"node_vmstat_oom_kill 3", "node_vmstat_pgpgin 8003052"}));
     EXPECT_EQ(text.type("node_vmstat_oom_kill"), "untyped");
 }
 

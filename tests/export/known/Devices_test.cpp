@@ -10,7 +10,7 @@ TEST(KnownFibreChannel, NamesOfTheFabricHaveNoPrefix) {
     zel::FibreChannelPort &port = sample.fibreChannelPorts.append();
     port.name = "host0";
     port.state = std::string("Online");
-    port.portName = std::string("0x1000e0071bce95f2");
+    port.portName = std::string("0x10003c5a907be412");
     port.portId = std::string("0x000002");
     port.fabricName = std::string("0x0");
     port.deviceLossSeconds = std::uint64_t{30};
@@ -20,7 +20,7 @@ TEST(KnownFibreChannel, NamesOfTheFabricHaveNoPrefix) {
               (Lines{R"(node_fibrechannel_tx_words_total{fc_host="host0"} 6)"}));
     ASSERT_EQ(text.series("node_fibrechannel_info").size(), 1U);
     const std::string info = text.series("node_fibrechannel_info")[0];
-    for (const char *label : {R"(fc_host="host0")", R"(port_state="Online")", R"(port_name="1000e0071bce95f2")",
+    for (const char *label : {R"(fc_host="host0")", R"(port_state="Online")", R"(port_name="10003c5a907be412")",
                               R"(port_id="000002")", R"(fabric_name="0")", R"(dev_loss_tmo="30")"})
         EXPECT_NE(info.find(label), info.npos) << label << " in " << info;
 }

@@ -59,6 +59,15 @@ TEST_F(KnownDriverSettings, ANameThatIsNoneOfAFamilyIsLeftOut) {
     EXPECT_TRUE(text().lines().empty());
 }
 
+// A page that has a family twice is refused as a whole.
+TEST_F(KnownDriverSettings, AnAttributeNeverGivesAFamilyOfTheSharedFiles) {
+    for (const char *attribute : {"rpm", "min_rpm", "max_rpm", "target_rpm", "beep_enabled"})
+        setting("fan1", attribute, 1.0);
+    setting("temp1", "max", 1.0);
+    setting("fan1", "own", 2.0);
+    EXPECT_EQ(text().series(), (Lines{R"(node_hwmon_fan_own{chip="c",sensor="fan1"} 2)"}));
+}
+
 TEST_F(KnownDriverSettings, VoltagesOfProcessorsAndTheirTable) {
     zel::SensorChip &chip = m_sample.sensorChips.append();
     chip.chip = "c";

@@ -138,7 +138,7 @@ TEST_F(StorageDevices, ACounterThatIsNoNumberIsMalformed) {
 
 class Bcache : public StorageDevices {
 protected:
-    static constexpr const char *UUID = "deaddd54-c735-46d5-868e-f331c5fd7c74";
+    static constexpr const char *UUID = "9b3f61d8-27e5-4ac0-8d14-6f50b8c2e97a";
     const std::string m_set = std::string("sys/fs/bcache/") + UUID;
 };
 

@@ -16,7 +16,7 @@ std::string formatted(const char *wwn) {
 
 TEST(PortName, PairsAreJoinedAndInUpperCase) {
     EXPECT_EQ(formatted("0x21000024ff123456"), "21-00-00-24-FF-12-34-56");
-    EXPECT_EQ(formatted("0x1000e0071bce95f2"), "10-00-E0-07-1B-CE-95-F2");
+    EXPECT_EQ(formatted("0x10003c5a907be412"), "10-00-3C-5A-90-7B-E4-12");
 }
 
 TEST(PortName, WithoutPrefixIsShownAsRead) {

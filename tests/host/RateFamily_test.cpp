@@ -1,5 +1,5 @@
 // What the rate of a counter is called, and its unit.
-#include "export/Walk.h"
+#include "host/RateFamily.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,10 @@ namespace {
 TEST(RateFamily, IsNamedByWhatItsUnitIsPerSecond) {
     using zel::Unit;
     const auto expect = [](const zel::Family &counter, std::string_view name, Unit unit) {
-        EXPECT_EQ(zel::rateFamily(counter).name, name);
-        EXPECT_EQ(zel::rateFamily(counter).unit, unit) << name;
+        const zel::RateFamily rate(counter);
+        EXPECT_EQ(rate.family().name, name);
+        EXPECT_EQ(rate.family().unit, unit) << name;
+        EXPECT_EQ(rate.family().kind, zel::Kind::Gauge) << name;
     };
     const auto counter = [](std::string_view name, Unit unit) {
         return zel::Family{zel::Area::Sensors, "x", name, unit, zel::Kind::Counter, "", ""};
