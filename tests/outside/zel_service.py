@@ -64,7 +64,7 @@ def check_beats(manager):
     """The watchdog is fed often enough, and with pauses: messages that wait in the socket since before are not counted."""
     while select.select([manager.socket], [], [], 0)[0]:
         manager.socket.recv(4096)
-    begun, seconds, beats = time.monotonic(), 3 * WATCHDOG_SECONDS, 0
+    begun, seconds, beats = time.monotonic(), 2 * WATCHDOG_SECONDS, 0
     while time.monotonic() - begun < seconds:
         beats += bool(select.select([manager.socket], [], [], 0.1)[0]) and b"WATCHDOG=1" in manager.socket.recv(4096)
     took = time.monotonic() - begun
