@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # `zel serve` as its clients meet it: curl, zstd, a JSON reader, TLS with certificates that change, hostile clients, many at once.
 #   zel_serve.sh SOURCE BUILD          ZEL_LONG=1: the load for a minute instead of three seconds
+# shellcheck disable=SC2317 # comes_true calls what its arguments name
 set -euo pipefail
 source=$1
 zel=$2/bin/zel
