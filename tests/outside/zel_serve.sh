@@ -124,14 +124,18 @@ for lines in samples:
 PYTHON
 }
 
+# shows TARGET PID: whether the answer has the process; a sample within the age limit may be older than that. A stream has no
+# end: its first four lines are the time to try again, a blank, and the first event.
+shows() {
+  curl -sSN --max-time $patience "http://$at$1" 2>/dev/null | head -n 4 >"$scratch/body" || true
+  grep -q "\"pid\":$2," "$scratch/body"
+}
 # A secret on somebody's command line.
 secrets() {
   sleep 98765.4321 &
   local secret=$! target
-  # The stream has no end: its first four lines are the time to try again, a blank, and the first event.
   for target in /api/v1/sample '/api/v1/sample?areas=processes&rates=true' '/api/v1/stream?every=500ms&areas=processes'; do
-    curl -sSN --max-time $patience "http://$at$target" 2>/dev/null | head -n 4 >"$scratch/body" || true
-    grep -q "\"pid\":$secret," "$scratch/body" || fail "$target does not show the process"
+    comes_true shows "$target" $secret || fail "$target does not show the process"
     ! grep -q 98765.4321 "$scratch/body" || fail "$target shows a command line"
   done
   kill $secret
