@@ -127,7 +127,7 @@ PYTHON
 # shows TARGET PID: whether the answer has the process; a sample within the age limit may be older than that. A stream has no
 # end: its first four lines are the time to try again, a blank, and the first event.
 shows() {
-  curl -sSN --max-time $patience "http://$at$1" 2>/dev/null | head -n 4 >"$scratch/body" || true
+  curl -sSN --max-time "$patience" "http://$at$1" 2>/dev/null | head -n 4 >"$scratch/body" || true
   grep -q "\"pid\":$2," "$scratch/body"
 }
 # A secret on somebody's command line.
