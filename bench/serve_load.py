@@ -4,29 +4,21 @@
   bench/serve_load.py HOST:PORT PID [--clients 50] [--rate 1000] [--seconds 60] [--path /metrics]
 
 Prints requests, errors, the times of answers (of each request, from the moment at which it was due: a server that stops for a
-while does not hide behind requests that wait) and the memory of the process before and after. Ends with 1 when a request
+while does not hide behind requests that wait) and the memory of the process before, when warm and after. Ends with 1 when a request
 failed. Several processes ask, so that the clients are not what is measured.
 """
 import argparse
 import multiprocessing
+import pathlib
 import socket
 import sys
 import time
 
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests/outside"))
+from process_kit import memory, processor_seconds
 
-def resident(pid):
-    with open(f"/proc/{pid}/status", encoding="ascii") as status:
-        for line in status:
-            if line.startswith("VmRSS:"):
-                return int(line.split()[1])
-    return 0
-
-
-def processor_seconds(pid):
-    with open(f"/proc/{pid}/stat", encoding="ascii", errors="replace") as stat:
-        fields = stat.read().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / 100
-
+WARM_UP = 0.2  # share of the time after which the memory should stay what it is
 
 class Client:
     def __init__(self, host, port, path):
@@ -91,27 +83,29 @@ def main():
     each = options.clients // options.processes
     queue = multiprocessing.Queue()
     Client(host, int(port), options.path).get()
-    before, used = resident(options.pid), processor_seconds(options.pid)
+    before, used = memory(options.pid) // 1024, processor_seconds(options.pid)
     begin = time.monotonic() + 0.5
     workers = [multiprocessing.Process(target=ask, args=(
         (host, int(port), options.path), each, options.rate / options.processes, begin + number / options.rate,
         {"seconds": options.seconds, "queue": queue})) for number in range(options.processes)]
     for worker in workers:
         worker.start()
+    time.sleep(max(0.0, begin + options.seconds * WARM_UP - time.monotonic()))
+    warm = memory(options.pid) // 1024
     found = [queue.get() for _ in workers]
     for worker in workers:
         worker.join()
     took = time.monotonic() - begin
     times = sorted(one for part in found for one in part[0])
     errors = [one for part in found for one in part[1]]
-    after, used = resident(options.pid), processor_seconds(options.pid) - used
+    after, used = memory(options.pid) // 1024, processor_seconds(options.pid) - used
     print(f"{len(times)} answers of {found[0][2]} bytes in {took:.1f} s ({len(times) / took:.0f}/s) to "
           f"{each * options.processes} clients, {len(errors)} errors")
     if times:
         p50, p99 = (times[min(int(len(times) * part), len(times) - 1)] * 1000 for part in (0.5, 0.99))
         print(f"p50 {p50:.2f} ms, p99 {p99:.2f} ms, longest {times[-1] * 1000:.1f} ms; "
               f"processor time {used:.2f} s ({used / len(times) * 1e6:.0f} us a request)")
-    print(f"memory {before} kB before, {after} kB after")
+    print(f"memory {before} kB before, {warm} kB when warm, {after} kB after")
     for error in errors[:5]:
         print(f"error: {error}", file=sys.stderr)
     expected = int(options.rate / options.processes * options.seconds) * options.processes

@@ -15,7 +15,8 @@ import sys
 import threading
 import time
 
-from prometheus_kit import Failure, Prometheus, eventually, free_port
+from process_kit import free_port
+from prometheus_kit import Failure, Prometheus, eventually
 
 ROOTS = ("linux-5.10", "linux-6.1.0", "linux-6.18")
 RECORDED_APART = 5.0  # seconds between the two moments of a recording

@@ -15,6 +15,6 @@ skip() {
 for tool in prometheus python3; do
   command -v $tool >/dev/null || skip "$tool is not installed (Debian: prometheus, python3)"
 done
-size=(20 1 6 500)
+size=(20 3 9 500)
 [ -z "${ZEL_LONG:-}" ] || size=(500 15 300 2048)
 PYTHONDONTWRITEBYTECODE=1 python3 "$source/tests/outside/many_hosts.py" "$source" "$build" "$scratch" "${size[@]}"

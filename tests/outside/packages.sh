@@ -9,6 +9,7 @@ trap 'rm -rf "$scratch"' EXIT
 directory=${2:-$scratch}
 root=$scratch/root
 
+skipped=
 fail() {
   echo "packages: $*" >&2
   exit 1
@@ -17,6 +18,11 @@ fail() {
 skip() {
   echo "packages: skipped, $*"
   exit 77
+}
+# ends: all passed that could be tried.
+ends() {
+  [ -z "$skipped" ] || skip "all but this passes: $skipped"
+  exit 0
 }
 for tool in cpack dpkg dpkg-shlibdeps file; do
   command -v "$tool" >/dev/null || skip "$tool is not installed (Debian: cmake, dpkg-dev, file)"
@@ -45,7 +51,7 @@ if command -v lintian >/dev/null; then
   [ "$(id -u)" -ne 0 ] || set -- --allow-root
   lintian --fail-on error,warning --suppress-tags initial-upload-closes-no-bugs "$@" "${checked[@]}"
 else
-  echo "lintian is not installed: its check is left out (scripts/setup.sh package installs it)"
+  skipped="its check by lintian, which is not installed (scripts/setup.sh package installs it)"
 fi
 
 if [ "$(id -u)" -ne 0 ]; then
@@ -55,7 +61,7 @@ if [ "$(id -u)" -ne 0 ]; then
   done
   libraries=$(dirname "$(find "$root/usr/lib" -name libzel.so.1)")
   grep -q '^Usage:' <<<"$(LD_LIBRARY_PATH=$libraries "$root/usr/bin/libzelinfo" 2>&1)"
-  exit 0
+  ends
 fi
 
 # A root with the system libraries, env and a few kernel files, but no shell and no package of Debian's.
@@ -101,3 +107,4 @@ in_root --purge zelinfo libzel-dev libzel1 zel
 [ -s "$kept" ] || fail "the purge took a file of the administrator along"
 rm -r "$(dirname "$kept")"
 files | diff "$scratch/before" - >&2 || fail "files stay behind"
+ends

@@ -3,24 +3,19 @@
 import json
 import os
 import signal
-import socket
 import subprocess
 import time
 import urllib.error
 import urllib.parse
 import urllib.request
 
+import process_kit
+
 PATIENCE = 30  # seconds until a program answers, or an expectation comes true
 
 
 class Failure(Exception):
     """What was expected, and what was found."""
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 def fetch(url, accept=None, timeout=10):
@@ -79,20 +74,17 @@ class Program:
             return log.read()[-2000:]
 
     def memory(self, field="VmRSS"):
-        with open(f"/proc/{self.process.pid}/status", encoding="ascii") as status:
-            return next(int(line.split()[1]) * 1024 for line in status if line.startswith(field))
+        return process_kit.memory(self.process.pid, field)
 
     def processor_seconds(self):
-        with open(f"/proc/{self.process.pid}/stat", encoding="ascii", errors="replace") as stat:
-            fields = stat.read().rpartition(")")[2].split()
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+        return process_kit.processor_seconds(self.process.pid)
 
 
 class Prometheus(Program):
     """Debian's Prometheus, with a configuration and a store in the scratch directory."""
 
     def __init__(self, scratch, configuration, options=()):
-        self.port = free_port()
+        self.port = process_kit.free_port()
         self.api = f"http://127.0.0.1:{self.port}"
         self.store = os.path.join(scratch, "store")
         path = os.path.join(scratch, "prometheus.yml")

@@ -22,6 +22,7 @@ done
 }
 
 failed=0
+skipped=
 fail() {
   echo "zel_service: $*" >&2
   failed=1
@@ -130,10 +131,19 @@ command_line_wins() {
 }
 
 unit() {
-  local score
-  command -v systemd-analyze >/dev/null || return 0
-  score=$(systemd-analyze security --offline=yes "$source/packaging/systemd/zel.service" 2>/dev/null | sed -n 's/.*level for zel.service: \([0-9.]*\).*/\1/p')
-  [ -z "$score" ] || awk -v score="$score" 'BEGIN { exit !(score <= 2.5) }' || fail "the unit is exposed: $score"
+  local score text
+  command -v systemd-analyze >/dev/null || {
+    skipped="the unit is not analysed: systemd-analyze is not installed (Debian: systemd)"
+    return
+  }
+  text=$(systemd-analyze security --offline=yes "$source/packaging/systemd/zel.service" 2>&1) || true
+  score=$(sed -n 's/.*level for zel.service: \([0-9.]*\).*/\1/p' <<<"$text")
+  if [ -z "$score" ]; then
+    fail "systemd-analyze gives no level of exposure: $text"
+  else
+    echo "zel.service: exposure $score"
+    awk -v score="$score" 'BEGIN { exit !(score <= 2.5) }' || fail "the unit is exposed: $score"
+  fi
   ! systemd-analyze verify "$source/packaging/systemd/zel.service" 2>&1 | grep -E 'Unknown|Failed to parse|Invalid' >&2 || fail "the unit is wrong"
 }
 
@@ -143,4 +153,8 @@ secrets
 command_line_wins
 unit
 python3 "$source/tests/outside/zel_service.py" "$zel" "$scratch" || failed=1
-exit $failed
+[ $failed -eq 0 ] || exit 1
+[ -z "$skipped" ] || {
+  echo "zel_service: all but this passes: $skipped"
+  exit 77
+}

@@ -5,9 +5,12 @@
 #include "zel/serve/Server.h"
 
 #include <chrono>
+#include <cstdio>
+#include <fstream>
 #include <map>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -24,7 +27,8 @@ struct HttpAnswer {
 /// A connection by loopback. What does not come within some seconds fails the test.
 class RawHttp {
 public:
-    explicit RawHttp(int port, int receiveBuffer = 0) : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    explicit RawHttp(int port, int receiveBuffer = 0)
+        : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), m_port(port) {
         if (receiveBuffer > 0)
             setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof(receiveBuffer));
         sockaddr_in address{};
@@ -67,6 +71,18 @@ public:
         return false;
     }
 
+    /// Whether the other end gives the connection up within the time while nothing is read. Its last bytes wait for a
+    /// reader, so that only the kernel's table shows it.
+    bool isGivenUpWithin(std::chrono::milliseconds time) const {
+        const auto until = std::chrono::steady_clock::now() + time;
+        while (std::chrono::steady_clock::now() < until) {
+            if (!isEstablishedThere())
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
+    }
+
     HttpAnswer readAnswer(bool withoutBody = false) {
         HttpAnswer answer;
         std::string head = readUntil("\r\n\r\n");
@@ -94,6 +110,22 @@ public:
     int socketNumber() const { return m_socket.get(); }
 
 private:
+    // "   1: 0100007F:1F90 0100007F:C350 01 ..." in the view of the other end: its own port, then ours; 01 is
+    // ESTABLISHED.
+    bool isEstablishedThere() const {
+        sockaddr_in own{};
+        socklen_t size = sizeof(own);
+        getsockname(m_socket.get(), reinterpret_cast<sockaddr *>(&own), &size);
+        char wanted[40];
+        std::snprintf(wanted, sizeof(wanted), ":%04X 0100007F:%04X 01 ", m_port, ntohs(own.sin_port));
+        std::ifstream table("/proc/net/tcp");
+        for (std::string line; std::getline(table, line);) {
+            if (line.find(wanted) != std::string::npos)
+                return true;
+        }
+        return false;
+    }
+
     bool receive(std::chrono::milliseconds time = std::chrono::seconds(15)) {
         pollfd waited{m_socket.get(), POLLIN, 0};
         if (poll(&waited, 1, static_cast<int>(time.count())) <= 0)
@@ -107,6 +139,7 @@ private:
     }
 
     zel::ScopedDescriptor m_socket;
+    int m_port;
     std::string m_read;
     bool m_isClosed = false;
 };

@@ -3,12 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <fstream>
+#include <map>
 #include <mutex>
 #include <set>
 #include <thread>
+#include <utility>
 
 using namespace std::chrono_literals;
 using zel::AnswerSettings;
@@ -123,20 +127,31 @@ TEST(SamplingThread, StreamsOfOnePaceShareTheirTexts) {
     ASSERT_TRUE(sampling.thread().subscribe(key, 100ms, 7));
     ASSERT_TRUE(sampling.thread().subscribe(key, 100ms, 8));
     std::map<zel::ClientNumber, std::vector<SharedText>> texts;
-    for (const FinishedText &finished : sampling.wait(8)) {
-        EXPECT_TRUE(finished.isBeat);
-        ASSERT_NE(finished.text, nullptr);
-        EXPECT_TRUE(finished.text->starts_with("id: ")) << *finished.text;
-        EXPECT_TRUE(finished.text->ends_with("}\n\n"));
-        texts[finished.client].push_back(finished.text);
+    for (int rounds = 0; rounds < 100 && (texts[7].size() < 2 || texts[8].empty()); ++rounds) {
+        for (const FinishedText &finished : sampling.wait(1)) {
+            EXPECT_TRUE(finished.isBeat);
+            ASSERT_NE(finished.text, nullptr);
+            EXPECT_TRUE(finished.text->starts_with("id: ")) << *finished.text;
+            EXPECT_TRUE(finished.text->ends_with("}\n\n"));
+            texts[finished.client].push_back(finished.text);
+        }
     }
-    ASSERT_GE(texts[7].size(), 4U);
+    ASSERT_GE(texts[7].size(), 2U);
+    ASSERT_GE(texts[8].size(), 1U);
     EXPECT_NE(*texts[7][0], *texts[7][1]);
-    // The second may have come one beat later.
-    EXPECT_TRUE(texts[7][0] == texts[8][0] || texts[7][1] == texts[8][0]);
+    // The second may have come some beats later.
+    EXPECT_NE(std::ranges::find(texts[7], texts[8][0]), texts[7].end());
     sampling.thread().forget(7);
     sampling.thread().forget(8);
-    EXPECT_EQ(sampling.thread().busyFor() > 10s, false);
+    const auto until = std::chrono::steady_clock::now() + 20s;
+    while (sampling.thread().busyFor() > 0s && std::chrono::steady_clock::now() < until)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_EQ(sampling.thread().busyFor(), 0ms); // it rests when nobody asks
+}
+
+double numberAfter(const std::string &text, std::string_view name) {
+    const std::size_t at = text.find(name);
+    return at == std::string::npos ? std::nan("") : std::stod(text.substr(at + name.size()));
 }
 
 TEST(SamplingThread, RatesOfAStreamAreThoseOfItsBeats) {
@@ -144,18 +159,21 @@ TEST(SamplingThread, RatesOfAStreamAreThoseOfItsBeats) {
     TextKey key = jsonKey();
     key.form = TextKey::Form::Event;
     key.rates = true;
-    ASSERT_TRUE(sampling.thread().subscribe(key, 300ms, 1));
-    std::string last;
+    ASSERT_TRUE(sampling.thread().subscribe(key, 500ms, 1));
+    std::string before, last;
     for (int beats = 0; beats < 3;) {
         sampling.thread().ask(jsonKey(), 2); // samples of others in between
         for (const FinishedText &finished : sampling.wait(1)) {
-            beats += finished.isBeat ? 1 : 0;
-            last = finished.isBeat ? *finished.text : last;
+            if (!finished.isBeat)
+                continue;
+            ASSERT_NE(finished.text, nullptr);
+            ++beats;
+            before = std::exchange(last, *finished.text);
         }
     }
-    const std::size_t at = last.find("\"interval_seconds\":");
-    ASSERT_NE(at, std::string::npos) << last;
-    EXPECT_GT(std::stod(last.substr(at + 19)), 0.2) << last;
+    const double passed = numberAfter(last, "\"time_seconds\":") - numberAfter(before, "\"time_seconds\":");
+    // Two clocks are read one after the other.
+    EXPECT_NEAR(numberAfter(last, "\"interval_seconds\":"), passed, 0.1) << last;
 }
 
 TEST(SamplingThread, PacesHaveALimit) {

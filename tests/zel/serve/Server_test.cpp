@@ -10,6 +10,7 @@
 #include <chrono>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,7 +23,6 @@ namespace {
 ServeSettings quickSettings() {
     ServeSettings settings;
     settings.areas = {zel::Area::Load};
-    settings.requestTime = 1s;
     settings.streamLeast = 100ms;
     return settings;
 }
@@ -154,28 +154,44 @@ TEST(Server, LongHeadIsRefused) {
     EXPECT_EQ(third.get("/healthz").status, 200);
 }
 
-TEST(Server, OldAndBrokenRequestsHarmNobody) {
+TEST(Server, WithoutOneHostARequestIsRefused) {
     ServedHost host(quickSettings());
+    for (const char *text :
+         {"GET / HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n"}) {
+        RawHttp client(host.port());
+        client.send(text);
+        EXPECT_EQ(client.readAnswer().status, 400) << text;
+    }
+}
+
+TEST(Server, OldAndBrokenRequestsHarmNobody) {
+    ServeSettings settings = quickSettings();
+    settings.requestTime = 4s;
+    ServedHost host(settings);
     RawHttp old(host.port());
     old.send("GET /healthz HTTP/1.0\r\n\r\n");
     EXPECT_EQ(old.readAnswer().body, "ok\n");
     EXPECT_TRUE(old.isClosedWithin(10s));
+    std::vector<std::unique_ptr<RawHttp>> all;
     for (const std::string &text :
          {std::string("\x16\x03\x01\x02", 4), std::string("GET\r\n\r\n"), std::string("GET /metrics\r\n\r\n"),
           std::string("GET /metrics HTTP/1.1\r\n\r\n"), std::string("GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n"),
           std::string("GET /\0 HTTP/1.1\r\nHost: localhost\r\n\r\n", 39), std::string(1000, '\n'),
           std::string("GET / HTTP/1.1\r\n: x\r\nHost: localhost\r\nContent-Length: -1\r\n\r\n")}) {
-        RawHttp broken(host.port());
+        RawHttp &broken = *all.emplace_back(std::make_unique<RawHttp>(host.port()));
         broken.send(text);
         shutdown(broken.socketNumber(), SHUT_WR);
-        EXPECT_TRUE(broken.isClosedWithin(10s));
     }
+    for (std::size_t number = 0; number < all.size(); ++number)
+        EXPECT_TRUE(all[number]->isClosedWithin(20s)) << number;
     RawHttp client(host.port());
     EXPECT_EQ(client.get("/healthz").body, "ok\n");
 }
 
 TEST(Server, RequestThatComesByteByByteIsCutInItsTime) {
-    ServedHost host(quickSettings());
+    ServeSettings settings = quickSettings();
+    settings.requestTime = 3s;
+    ServedHost host(settings);
     RawHttp slow(host.port());
     const std::string request = "GET /metrics HTTP/1.1\r\nHost: localhost\r\nX: " + std::string(1000, 'x');
     bool isCut = false;
@@ -188,14 +204,16 @@ TEST(Server, RequestThatComesByteByByteIsCutInItsTime) {
         }
     }
     EXPECT_TRUE(isCut);
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, 10s);
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 30s);
 }
 
 TEST(Server, SecondRequestHasItsTimeToo) {
-    ServedHost host(quickSettings());
+    ServeSettings settings = quickSettings();
+    settings.requestTime = 3s;
+    ServedHost host(settings);
     RawHttp client(host.port());
     EXPECT_EQ(client.get("/healthz").status, 200);
-    std::this_thread::sleep_for(1500ms); // it is idle, not late
+    std::this_thread::sleep_for(3500ms); // it is idle, not late
     EXPECT_EQ(client.get("/healthz").status, 200);
     client.send("GET /heal");
     EXPECT_TRUE(client.isClosedWithin(10s));
@@ -224,8 +242,7 @@ TEST(Server, ClientThatNeverReadsIsCutAndHoldsNobodyUp) {
         EXPECT_EQ(other.get("/healthz").status, 200);
         std::this_thread::sleep_for(20ms);
     }
-    std::this_thread::sleep_for(1500ms);
-    EXPECT_TRUE(silent.isClosedWithin(10s));
+    EXPECT_TRUE(silent.isGivenUpWithin(30s));
 }
 
 TEST(Server, ConnectionsOfOneAddressHaveALimitThatIsToldThem) {
@@ -242,7 +259,7 @@ TEST(Server, ConnectionsOfOneAddressHaveALimitThatIsToldThem) {
     EXPECT_EQ(answer.headers["retry-after"], "1");
     EXPECT_TRUE(third.isClosedWithin(10s));
     first.reset();
-    for (int tries = 0; tries < 100; ++tries) { // the server notices the end of the first soon
+    for (int tries = 0; tries < 1000; ++tries) { // the server notices the end of the first soon
         RawHttp fourth(host.port());
         answer = fourth.get("/healthz");
         if (answer.status == 200)
@@ -290,7 +307,10 @@ TEST(Server, QuietStreamHasAHeartbeat) {
     client.send("GET /api/v1/stream?every=1h HTTP/1.0\r\nHost: localhost\r\n\r\n");
     client.readAnswer();
     EXPECT_EQ(readEvent(client), "retry: 2000\n\n");
-    EXPECT_TRUE(readEvent(client).starts_with("id: ")); // at once
+    std::string event = ": nothing new\n\n"; // also when the first sample takes long
+    while (event == ": nothing new\n\n")
+        event = readEvent(client);
+    EXPECT_TRUE(event.starts_with("id: ")) << event;
     EXPECT_EQ(readEvent(client), ": nothing new\n\n");
     EXPECT_EQ(readEvent(client), ": nothing new\n\n");
 }
@@ -302,8 +322,7 @@ TEST(Server, StreamThatIsNotReadIsDropped) {
     ServedHost host(settings);
     RawHttp silent(host.port(), 1024);
     silent.send("GET /api/v1/stream?every=100ms HTTP/1.1\r\nHost: localhost\r\n\r\n");
-    std::this_thread::sleep_for(4s);
-    EXPECT_TRUE(silent.isClosedWithin(10s));
+    EXPECT_TRUE(silent.isGivenUpWithin(60s));
 }
 
 TEST(Server, StreamsHaveALimit) {
@@ -327,7 +346,7 @@ TEST(Server, StopEndsStreamsAndIdleConnections) {
     EXPECT_EQ(idle.get("/healthz").status, 200);
     const auto begun = std::chrono::steady_clock::now();
     host.server().stop();
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, zel::STOP_TIME);
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, zel::STOP_TIME + 5s);
     EXPECT_TRUE(has(stream.readUntil("\r\n0\r\n\r\n"), "\r\n0\r\n\r\n")); // whole, as a stream ends
     EXPECT_TRUE(idle.isClosedWithin(5s));
 }
