@@ -4,6 +4,8 @@
 #include "export/Text.h"
 #include "export/Walk.h"
 
+#include <algorithm>
+
 namespace zel {
 
 namespace {

@@ -289,11 +289,6 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Gpus, "gpu_processes", &Sample::gpuProcesses),
 };
 
-/// Calls use(const Section<Row> &) for every section.
-template<class Use> void forEachSection(Use &&use) {
-    std::apply([&use](const auto &...section) { (use(section), ...); }, SECTIONS);
-}
-
 /// The same sections without the types of their rows, in the same order.
 std::span<const AnySection<Sample>> sections();
 
