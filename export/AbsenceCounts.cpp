@@ -1,25 +1,7 @@
 // Counts absent readings, field by field over all rows.
 #include "export/AbsenceCounts.h"
 
-#include "export/Walk.h"
-
 namespace zel {
-
-namespace {
-
-using Counts = std::array<std::uint64_t, ABSENCE_COUNT>;
-
-template<class Row, class T> void countField(std::span<const Row> rows, Reading<T> Row::*member, Counts &counts) {
-    for (const Row &row : rows) {
-        if (const Absence reason = (row.*member).absence(); reason != Absence::None)
-            ++counts[static_cast<std::size_t>(reason)];
-    }
-}
-// What tells rows apart is never absent.
-template<class Row> void countField(std::span<const Row>, std::uint64_t Row::*, Counts &) {}
-template<class Row> void countField(std::span<const Row>, std::string Row::*, Counts &) {}
-
-} // namespace
 
 AbsenceCounts countAbsences(const Sample &sample) {
     AbsenceCounts all{};
@@ -28,14 +10,16 @@ AbsenceCounts countAbsences(const Sample &sample) {
         if (state.asked && state.absence != Absence::None)
             ++all[area][static_cast<std::size_t>(state.absence)];
     }
-    forEachSection([&]<class Row>(const Section<Row> &section) {
-        if (!sample.area(section.area).asked)
-            return;
-        Counts &counts = all[static_cast<std::size_t>(section.area)];
-        const std::span<const Row> rows = rowsOf(sample, section);
-        for (const Field<Row> &field : fieldsOf<Row>())
-            std::visit([&](auto member) { countField(rows, member, counts); }, field.member);
-    });
+    for (const AnySection<Sample> &section : sections()) {
+        const std::size_t rows = sample.area(section.area).asked ? section.size(sample) : 0;
+        for (std::size_t index = 0; index < rows; ++index) {
+            const AnyRow &row = section.row(sample, index);
+            for (std::size_t field = 0; field < section.fields.families.size(); ++field) {
+                if (const Value value = section.fields.value(row, field); !value.has())
+                    ++all[static_cast<std::size_t>(section.area)][static_cast<std::size_t>(value.absence())];
+            }
+        }
+    }
     return all;
 }
 

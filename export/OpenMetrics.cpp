@@ -13,26 +13,16 @@ namespace {
 constexpr std::string_view processesName = "processes", cgroupsName = "cgroups", filesystemsName = "filesystems",
                            nfsOperationsName = "nfs_operations";
 
-template<class Row> bool isText(const Field<Row> &field) {
-    return std::holds_alternative<Reading<std::string> Row::*>(field.member) ||
-           std::holds_alternative<std::string Row::*>(field.member);
-}
-
 // The text of a process that leaves the machine only when it is asked for, and then whichever sections were chosen.
-template<class Row> bool isSecret(const Field<Row> &) {
-    return false;
-}
-bool isSecret(const Field<Process> &field) {
-    return field.member == Member<Process>(&Process::commandLine);
+bool isSecret(std::string_view section, std::string_view field) {
+    return section == processesName && field == "command_line";
 }
 
 // What every series of a process has as a label, beside what the schema calls one.
-template<class Row> bool isMoreLabel(const Field<Row> &) {
-    return false;
+bool isMoreLabel(std::string_view section, std::string_view field) {
+    return section == processesName && (field == "user" || field == "cgroup");
 }
-bool isMoreLabel(const Field<Process> &field) {
-    return field.member == Member<Process>(&Process::user) || field.member == Member<Process>(&Process::cgroup);
-}
+
 bool isWritten(const Sample &sample, std::span<const Area> areas, Area area) {
     return sample.area(area).asked && isShown(areas, area);
 }
@@ -104,36 +94,35 @@ std::string gaugeName(std::string_view section, std::string_view field) {
 
 } // namespace
 
-template<class Row>
-void MetricsWriter::plan(std::string_view section, const KnownFields &known, PlannedSection &planned) {
-    std::size_t index = 0;
-    for (const Field<Row> &field : fieldsOf<Row>()) {
-        const std::size_t place = index++;
-        if (field.family.kind == Kind::Label) {
-            planned.labels.push_back({place, known.labelName(field.family)});
+void MetricsWriter::plan(const AnySection<Sample> &section, const KnownFields &known, PlannedSection &planned) {
+    for (std::size_t index = 0; index < section.fields.families.size(); ++index) {
+        const Family &family = *section.fields.families[index];
+        if (family.kind == Kind::Label) {
+            planned.labels.push_back({index, known.labelName(family)});
             continue;
         }
-        if (known.has(field.family) || isMoreLabel(field))
+        if (known.has(family) || isMoreLabel(section.name, family.name))
             continue;
-        if (isSecret(field) ? !m_options.commandLines : !m_options.sections.has(section, field.family.name))
+        if (isSecret(section.name, family.name) ? !m_options.commandLines
+                                                : !m_options.sections.has(section.name, family.name))
             continue;
-        if (isText(field))
-            planned.texts.push_back(place);
-        else if (field.family.kind == Kind::Counter)
-            planned.numbers.push_back({place, familyName(section, field.family.name), MetricType::Counter});
+        if (section.fields.isText[index])
+            planned.texts.push_back(index);
+        else if (family.kind == Kind::Counter)
+            planned.numbers.push_back({index, familyName(section.name, family.name), MetricType::Counter});
         else
-            planned.numbers.push_back({place, gaugeName(section, field.family.name), MetricType::Gauge});
+            planned.numbers.push_back({index, gaugeName(section.name, family.name), MetricType::Gauge});
     }
-    planned.infoName = familyName(section, "info");
-    planned.infoHelp = "Texts of " + std::string(section) + " as labels.";
+    planned.infoName = familyName(section.name, "info");
+    planned.infoHelp = "Texts of " + std::string(section.name) + " as labels.";
 }
 
 MetricsWriter::MetricsWriter(MetricOptions options) : m_options(std::move(options)) {
     KnownFields known;
     for (const KnownMetrics *metrics : knownMetrics())
         metrics->listFields(known);
-    std::size_t index = 0;
-    forEachSection([&]<class Row>(const Section<Row> &section) { plan<Row>(section.name, known, m_plans[index++]); });
+    for (std::size_t index = 0; index < SECTION_COUNT; ++index)
+        plan(sections()[index], known, m_plans[index]);
 }
 
 // Those that were used most since their mount was made: a choice that seldom changes.

@@ -71,7 +71,7 @@ private:
         std::string infoName, infoHelp;
     };
 
-    template<class Row> void plan(std::string_view section, const KnownFields &known, PlannedSection &planned);
+    void plan(const AnySection<Sample> &section, const KnownFields &known, PlannedSection &planned);
     void chooseRows(const AnySection<Sample> &section, const Sample &sample, const Rates *rates);
     void chooseNfsOperations(const Rows<NfsOperation> &operations);
     void keepLabels(const AnySection<Sample> &section, const PlannedSection &planned, const Sample &sample);

@@ -33,9 +33,6 @@ template<class Row> std::span<const Row> rowsOf(const Sample &sample, Row Sample
         return {&(sample.*one), 1};
     return {(sample.*many).begin(), (sample.*many).size()};
 }
-template<class Row> std::span<const Row> rowsOf(const Sample &sample, const Section<Row> &section) {
-    return rowsOf(sample, section.one, section.many);
-}
 
 /// Calls use(const Family &) for every column of a section, in the order in which the walk gives them.
 template<class Whole, class Use> void forEachFamily(const AnySection<Whole> &section, bool withRates, Use &&use) {

@@ -22,6 +22,7 @@ struct Rates;
 /// The table of a struct.
 struct AnyFields {
     std::vector<const Family *> families; // in the order of the members
+    std::vector<bool> isText;             // of each family
     Value (*value)(const AnyRow &row, std::size_t field);
     /// Where a counter begins again at 0; null when it is not its device that says so.
     const Number *(*wrapsAt)(const AnyRow &row, std::size_t field);

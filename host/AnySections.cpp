@@ -23,14 +23,22 @@ std::shared_ptr<const RateFamily> rateFamilyOf(const Family &family) {
     return family.kind == Kind::Counter ? std::make_shared<const RateFamily>(family) : nullptr;
 }
 
+bool isText(const auto &member) {
+    return withMember(member, []<class Row, class Type>(Type Row::*) {
+        return std::is_same_v<Type, std::string> || std::is_same_v<Type, Reading<std::string>>;
+    });
+}
+
 template<class Row> AnyFields anyFieldsOf() {
     std::vector<const Family *> families;
+    std::vector<bool> texts;
     std::vector<std::shared_ptr<const RateFamily>> rates;
     for (const Field<Row> &field : fieldsOf<Row>()) {
         families.push_back(&field.family);
+        texts.push_back(isText(field.member));
         rates.push_back(rateFamilyOf(field.family));
     }
-    return {std::move(families),
+    return {std::move(families), std::move(texts),
             [](const AnyRow &row, std::size_t field) { return fieldsOf<Row>()[field].of(typed<Row>(row)); },
             [](const AnyRow &row, std::size_t field) -> const Number * {
                 const Field<Row> &entry = fieldsOf<Row>()[field];

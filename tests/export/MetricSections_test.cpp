@@ -12,25 +12,22 @@ namespace {
 
 using zel::MetricSections;
 
+const zel::AnySection<zel::Sample> *sectionNamed(std::string_view name) {
+    const auto found = std::ranges::find(zel::sections(), name, &zel::AnySection<zel::Sample>::name);
+    return found == zel::sections().end() ? nullptr : &*found;
+}
+
 TEST(MetricSections, EveryDefaultNamesWhatTheSchemaHas) {
     std::set<std::string> named;
     for (const zel::DefaultSection &entry : zel::defaultSections()) {
         EXPECT_TRUE(named.insert(std::string(entry.section)).second) << entry.section;
-        bool found = false;
-        zel::forEachSection([&]<class Row>(const zel::Section<Row> &section) {
-            if (section.name != entry.section)
-                return;
-            found = true;
-            for (const std::string_view name : entry.fields) {
-                const auto fields = zel::fieldsOf<Row>();
-                EXPECT_TRUE(std::any_of(fields.begin(), fields.end(),
-                                        [name](const zel::Field<Row> &field) {
-                                            return field.family.name == name && field.family.kind != zel::Kind::Label;
-                                        }))
-                    << section.name << " " << name;
-            }
-        });
-        EXPECT_TRUE(found) << entry.section;
+        const zel::AnySection<zel::Sample> *const section = sectionNamed(entry.section);
+        ASSERT_NE(section, nullptr) << entry.section;
+        for (const std::string_view name : entry.fields) {
+            EXPECT_TRUE(std::ranges::any_of(section->fields.families, [name](const zel::Family *family) {
+                return family->name == name && family->kind != zel::Kind::Label;
+            })) << entry.section << " " << name;
+        }
     }
 }
 
@@ -41,15 +38,11 @@ TEST(MetricSections, EveryDefaultIsWritten) {
         metrics->listFields(known);
     const MetricSections defaults = MetricSections::defaults();
     for (const zel::DefaultSection &entry : zel::defaultSections()) {
-        zel::forEachSection([&]<class Row>(const zel::Section<Row> &section) {
-            if (section.name != entry.section)
-                return;
-            const auto fields = zel::fieldsOf<Row>();
-            EXPECT_TRUE(std::any_of(fields.begin(), fields.end(), [&](const zel::Field<Row> &field) {
-                return field.family.kind != zel::Kind::Label && !known.has(field.family) &&
-                       defaults.has(section.name, field.family.name);
-            })) << section.name;
-        });
+        const zel::AnySection<zel::Sample> *const section = sectionNamed(entry.section);
+        ASSERT_NE(section, nullptr) << entry.section;
+        EXPECT_TRUE(std::ranges::any_of(section->fields.families, [&](const zel::Family *family) {
+            return family->kind != zel::Kind::Label && !known.has(*family) && defaults.has(section->name, family->name);
+        })) << section->name;
     }
 }
 

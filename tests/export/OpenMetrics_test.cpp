@@ -58,17 +58,17 @@ TEST(OpenMetrics, EveryNumberOfTheSchemaHasOneName) {
     for (const zel::KnownMetrics *metrics : zel::knownMetrics())
         metrics->listFields(known);
     const MetricText all = metricsOf(FullSample::make(), {.sections = MetricSections::all(), .processes = 1});
-    zel::forEachSection([&]<class Row>(const zel::Section<Row> &section) {
-        for (const zel::Field<Row> &field : zel::fieldsOf<Row>()) {
-            const bool text = std::holds_alternative<zel::Reading<std::string> Row::*>(field.member);
-            if (field.family.kind == zel::Kind::Label || text)
+    for (const zel::AnySection<zel::Sample> &section : zel::sections()) {
+        for (std::size_t field = 0; field < section.fields.families.size(); ++field) {
+            const zel::Family &family = *section.fields.families[field];
+            if (family.kind == zel::Kind::Label || section.fields.isText[field])
                 continue;
-            std::string name = "zel_" + std::string(section.name) + "_" + std::string(field.family.name);
+            std::string name = "zel_" + std::string(section.name) + "_" + std::string(family.name);
             if (name == "zel_process_totals_total")
                 name = "zel_process_totals_all"; // a gauge
-            EXPECT_EQ(all.has(name), !known.has(field.family)) << name;
+            EXPECT_EQ(all.has(name), !known.has(family)) << name;
         }
-    });
+    }
 }
 
 TEST(OpenMetrics, KnownNamesAreWritten) {
@@ -231,22 +231,8 @@ TEST(OpenMetrics, OnlyTheNamedAreasAreWritten) {
 
 // A page must stay one whatever names a host has.
 TEST(OpenMetrics, NamesOfAnyBytesAndTwinsGiveAValidPage) {
-    zel::Sample sample = FullSample::make();
     const std::string hostile("\"} 1\n# EOF\n\x1b[2J\\\xff\0x", 20);
-    zel::forEachSection([&]<class Row>(const zel::Section<Row> &section) {
-        if (section.many == nullptr)
-            return;
-        for (Row &row : sample.*section.many) {
-            for (const zel::Field<Row> &field : zel::fieldsOf<Row>()) {
-                if (const auto *const label = std::get_if<std::string Row::*>(&field.member))
-                    row.*(*label) = hostile;
-                else if (const auto *const number = std::get_if<std::uint64_t Row::*>(&field.member))
-                    row.*(*number) = 7;
-                else if (const auto *const text = std::get_if<zel::Reading<std::string> Row::*>(&field.member))
-                    row.*(*text) = hostile;
-            }
-        }
-    });
+    const zel::Sample sample = FullSample::withText(hostile);
     for (const MetricFormat format : {MetricFormat::PrometheusText, MetricFormat::OpenMetrics})
         metricsOf(sample, {.sections = MetricSections::all(), .commandLines = true}, nullptr, format);
 }

@@ -94,7 +94,8 @@ std::string readAreasOf(ServeSettings &settings, const std::string &text) {
 // "all", or sections by their names; "default" is what is written without the option.
 std::string readSections(ServeSettings &settings, const std::string &text) {
     std::vector<std::string_view> known{defaultSections, allSections};
-    forEachSection([&known](const auto &section) { known.push_back(section.name); });
+    for (const AnySection<Sample> &section : sections())
+        known.push_back(section.name);
     std::string problem;
     const std::vector<std::string> names = partsOf(text);
     readNames(names, known, "section", problem);
