@@ -151,6 +151,8 @@ std::span<const AnySection<Rates>> rateSections();
 Rates between(const Sample &before, const Sample &now);
 /// The same into `rates`, whose memory is used again.
 void between(const Sample &before, const Sample &now, Rates &rates);
+/// Those of processes alone, for who ranks them and has rates made of the rest elsewhere.
+void processesBetween(const Sample &before, const Sample &now, Rates &rates);
 
 template<> std::span<const Field<CpuRates>> fieldsOf<CpuRates>();
 template<> std::span<const Field<ProcessorRates>> fieldsOf<ProcessorRates>();

@@ -9,16 +9,7 @@ namespace {
 
 constexpr double nanosecondsPerSecond = 1e9;
 
-} // namespace
-
-Rates::Rates() = default;
-Rates::~Rates() = default;
-Rates::Rates(const Rates &) = default;
-Rates::Rates(Rates &&) noexcept = default;
-Rates &Rates::operator=(const Rates &) = default;
-Rates &Rates::operator=(Rates &&) noexcept = default;
-
-void between(const Sample &before, const Sample &now, Rates &rates) {
+void begin(const Sample &before, const Sample &now, Rates &rates) {
     rates.seconds = static_cast<double>(now.monotonicNanoseconds - before.monotonicNanoseconds) / nanosecondsPerSecond;
     rates.processors.clear();
     rates.disks.clear();
@@ -31,10 +22,32 @@ void between(const Sample &before, const Sample &now, Rates &rates) {
     rates.counters.clear();
     for (std::size_t area = 0; area < AREA_COUNT; ++area)
         rates.asked[area] = now.areas[area].asked;
+}
+
+void takeProcesses(const Sample &before, const Sample &now, Rates &rates) {
+    takeProcessRates(before.processes, now.processes, secondsBetween(before, now, Area::Processes), rates.processes);
+}
+
+} // namespace
+
+Rates::Rates() = default;
+Rates::~Rates() = default;
+Rates::Rates(const Rates &) = default;
+Rates::Rates(Rates &&) noexcept = default;
+Rates &Rates::operator=(const Rates &) = default;
+Rates &Rates::operator=(Rates &&) noexcept = default;
+
+void processesBetween(const Sample &before, const Sample &now, Rates &rates) {
+    begin(before, now, rates);
+    takeProcesses(before, now, rates);
+}
+
+void between(const Sample &before, const Sample &now, Rates &rates) {
+    begin(before, now, rates);
     takeProcessors(before, now, rates);
     takeDisks(before, now, rates);
     takeInterfaces(before, now, rates);
-    takeProcessRates(before.processes, now.processes, secondsBetween(before, now, Area::Processes), rates.processes);
+    takeProcesses(before, now, rates);
     takeFibreChannel(before, now, rates);
     takeNfs(before, now, rates);
     takeCounters(before, now, rates);

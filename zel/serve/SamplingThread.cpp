@@ -168,7 +168,7 @@ void SamplingThread::beginBatch(Batch &batch) {
 
 void SamplingThread::takeSample() {
     const Clock::time_point begun = Clock::now();
-    m_isRated = false;
+    m_rated = Rated::Nothing;
     std::swap(m_before, m_now);
     m_sampler.take(m_now);
     if (m_hidesCommandLines) {
@@ -182,12 +182,12 @@ void SamplingThread::takeSample() {
     m_texts.clear();
 }
 
-const Rates *SamplingThread::ratesSinceBefore() {
-    if (m_samples < 2)
+const Rates *SamplingThread::ratesSinceBefore(Rated wanted) {
+    if (m_samples < 2 || wanted == Rated::Nothing)
         return nullptr;
-    if (!m_isRated)
-        between(m_before, m_now, m_rates);
-    m_isRated = true;
+    if (m_rated < wanted)
+        wanted == Rated::All ? between(m_before, m_now, m_rates) : processesBetween(m_before, m_now, m_rates);
+    m_rated = std::max(m_rated, wanted);
     return &m_rates;
 }
 
@@ -213,8 +213,8 @@ SharedText SamplingThread::textOf(const TextKey &key) {
         if (const auto found = m_texts.find(key); found != m_texts.end())
             return found->second;
     }
-    const bool needsRates = key.rates || key.form == TextKey::Form::Metrics;
-    SharedText text = write(key, needsRates ? ratesSinceBefore() : nullptr);
+    const Rated ofMetrics = key.form == TextKey::Form::Metrics ? Rated::Processes : Rated::Nothing;
+    SharedText text = write(key, ratesSinceBefore(key.rates ? Rated::All : ofMetrics));
     const std::lock_guard held(m_lock);
     if (text != nullptr && m_texts.size() < textsAtMost && !m_isNew)
         m_texts.emplace(key, text);

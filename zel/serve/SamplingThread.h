@@ -80,6 +80,9 @@ private:
         std::uint64_t number = 0; // of this pace among all that ever were
     };
 
+    // Pages of metrics rank processes, and their readers make the rates of the rest.
+    enum class Rated : unsigned char { Nothing, Processes, All };
+
     // What is done at one time.
     struct Batch {
         std::vector<Waiting> waiting;
@@ -95,7 +98,7 @@ private:
     void takeSample();
     void answerBatch(Batch &batch);
     void answerBeat(const Pace &pace, std::vector<FinishedText> &finished);
-    const Rates *ratesSinceBefore();
+    const Rates *ratesSinceBefore(Rated wanted);
     SharedText textOf(const TextKey &key);
     SharedText write(const TextKey &key, const Rates *rates);
     SharedText share(std::string text);
@@ -106,8 +109,8 @@ private:
     TextBudget m_budget{TEXT_BYTES_AT_MOST};
     Sample m_now, m_before;
     std::uint64_t m_samples = 0;
-    Rates m_rates, m_beatRates; // since m_before; since the beat before
-    bool m_isRated = false;
+    Rates m_rates, m_beatRates;     // since m_before; since the beat before
+    Rated m_rated = Rated::Nothing; // of m_rates
     bool m_hidesCommandLines = true;
     std::map<std::uint64_t, Sample> m_beforeOfPace; // by the number of the pace
 

@@ -33,6 +33,21 @@ TEST(CounterRates, ArePerSecondOfTheTimeBetweenTheReadings) {
     EXPECT_TRUE(lacks(rates.perSecond("load", "load1"), Absence::Unsupported));
 }
 
+TEST(CounterRates, ThoseOfProcessesAloneLeaveTheOthersOut) {
+    zel::Sample before = at(10, Area::Processes), now = at(12, Area::Processes);
+    before.area(Area::Vm) = before.area(Area::Processes);
+    now.area(Area::Vm) = now.area(Area::Processes);
+    before.vm.pgfault = 10, now.vm.pgfault = 30;
+    for (zel::Sample *sample : {&before, &now})
+        sample->processes.append().userSeconds = sample == &before ? 4 : 5;
+    zel::Rates rates = zel::between(before, now);
+    EXPECT_TRUE(holds(rates.perSecond("vm", "pgfault_total"), 10));
+    zel::processesBetween(before, now, rates);
+    EXPECT_TRUE(rates.counters.empty());
+    ASSERT_EQ(rates.processes.size(), 1U);
+    EXPECT_TRUE(holds(rates.processes[0].user, 0.5));
+}
+
 TEST(CounterRates, ResetFirstSampleAndNoTimeAreNotYet) {
     zel::Sample before = at(10, Area::Vm), now = at(14, Area::Vm);
     before.vm.pgfault = 300;

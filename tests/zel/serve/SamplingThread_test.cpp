@@ -45,6 +45,8 @@ public:
         EXPECT_GE(all.size(), count);
         return all;
     }
+    /// The next text is of another sample.
+    void renew(std::chrono::milliseconds age) { m_thread.change(settings(age)); }
     std::string ask(const TextKey &key) {
         if (const SharedText text = m_thread.ask(key, 1); text != nullptr)
             return *text;
@@ -55,7 +57,7 @@ public:
 private:
     static zel::Options options() {
         zel::Options options;
-        options.areas = {zel::Area::Load, zel::Area::Processes};
+        options.areas = {zel::Area::Load, zel::Area::Vm, zel::Area::Processes};
         return options;
     }
     static AnswerSettings settings(std::chrono::milliseconds age) {
@@ -118,6 +120,22 @@ TEST(SamplingThread, FirstRatesAreThereAtOnceWhenThereWasAnEarlierSample) {
     TextKey key = jsonKey();
     key.rates = true;
     EXPECT_NE(sampling.ask(key).find("\"interval_seconds\":"), std::string::npos);
+}
+
+// Pages need the rates of processes alone: that they were made does not take the others away.
+TEST(SamplingThread, RatesAreWholeAfterAPageOfTheSameSample) {
+    SamplingOf sampling(1min);
+    sampling.ask(jsonKey());
+    sampling.renew(1min);
+    TextKey page;
+    page.form = TextKey::Form::Metrics;
+    EXPECT_NE(sampling.ask(page).find("node_load1 "), std::string::npos);
+    TextKey key = jsonKey();
+    key.areas |= 1UL << static_cast<unsigned>(zel::Area::Vm) | 1UL << static_cast<unsigned>(zel::Area::Processes);
+    key.rates = true;
+    const std::string rates = sampling.ask(key);
+    EXPECT_NE(rates.find("\"pgfault_per_second\":"), std::string::npos);
+    EXPECT_NE(rates.find("\"user_ratio\":"), std::string::npos);
 }
 
 TEST(SamplingThread, StreamsOfOnePaceShareTheirTexts) {
