@@ -5,11 +5,13 @@
 #include "TempDirectory.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -88,7 +90,7 @@ private:
         }
     }
     void misbehave(int connection) {
-        const std::string garbage = "\x01\xff no protocol\r\n\r\n";
+        const std::string garbage = "\x01\xff no protocol\r\n\r\n\r\n";
         if (m_behaviour == Behaviour::Garbage)
             send(connection, garbage.data(), garbage.size(), MSG_NOSIGNAL);
         while (m_behaviour != Behaviour::Closes && !m_ending)
@@ -117,6 +119,8 @@ private:
 
     static int answer(sd_bus_message *call, void *data, sd_bus_error *) {
         auto *const self = static_cast<FakeSystemd *>(data);
+        if (sd_bus_message_is_method_call(call, nullptr, nullptr) <= 0)
+            return 0; // the end of the connection is a signal
         const std::string_view member = sd_bus_message_get_member(call);
         if (member == "Hello")
             return sd_bus_reply_method_return(call, "s", ":1.1");

@@ -105,7 +105,7 @@ TEST(UnitBus, NonsenseIsAFailure) {
         systemd.units = {service("a.service")};
         systemd.start();
         UnitBus bus;
-        const UnitsRead read = bus.read(limit);
+        const UnitsRead read = bus.read(1s);
         EXPECT_NE(read.error, 0);
         EXPECT_NE(read.problem, "");
         EXPECT_TRUE(read.state.shown.empty());
