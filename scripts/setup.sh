@@ -17,6 +17,7 @@ libcli11-dev /usr/include/CLI/CLI.hpp
 nlohmann-json3-dev /usr/include/nlohmann/json.hpp
 libtomlplusplus-dev /usr/include/toml++/toml.h
 libgnutls28-dev /usr/include/gnutls/gnutls.h
+libsystemd-dev /usr/include/systemd/sd-bus.h
 libmicrohttpd-dev /usr/include/microhttpd.h
 zlib1g-dev /usr/include/zlib.h
 libzstd-dev /usr/include/zstd.h"
@@ -48,6 +49,8 @@ python3-prometheus-client /usr/lib/python3/dist-packages/prometheus_client
 curl /usr/bin/curl
 openssl /usr/bin/openssl
 zstd /usr/bin/zstd
+systemd /usr/lib/systemd/systemd
+dbus-daemon /usr/bin/dbus-daemon
 lintian /usr/bin/lintian"
 package="$build
 dpkg-dev /usr/bin/dpkg-shlibdeps

@@ -26,7 +26,7 @@ _zel() {
         formats="table json"
         ;;
     serve)
-        options="--help --listen --listen-unprotected --server-names --token-file --certificate --key --areas --command-lines --sample-age --deadline --root --connections --connections-per-address --streams --request-bytes --request-time --answer-time --idle-time --stream-least --stream-heartbeat --metrics-sections --metrics-processes --metrics-textfile-directory --metrics-textfile-bytes --metrics-textfiles --config"
+        options="--help --listen --listen-unprotected --server-names --token-file --certificate --key --areas --command-lines --sample-age --deadline --root --connections --connections-per-address --streams --request-bytes --request-time --answer-time --idle-time --stream-least --stream-heartbeat --metrics-sections --metrics-processes --metrics-without-systemd --metrics-textfile-directory --metrics-textfile-bytes --metrics-textfiles --config"
         valued=" --listen=ADDRESS,... --server-names=NAME,... --token-file=FILE --certificate=FILE --key=FILE --areas=AREA,... --sample-age=TIME --deadline=TIME --root=DIR --connections=N --connections-per-address=N --streams=N --request-bytes=N --request-time=TIME --answer-time=TIME --idle-time=TIME --stream-least=TIME --stream-heartbeat=TIME --metrics-sections=SECTION,... --metrics-processes=N --metrics-textfile-directory=DIR --metrics-textfile-bytes=N --metrics-textfiles=N --config=FILE "
         ;;
     check)

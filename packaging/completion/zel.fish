@@ -51,6 +51,7 @@ complete -c zel -n '__fish_seen_subcommand_from serve' -l stream-least -x -d 'th
 complete -c zel -n '__fish_seen_subcommand_from serve' -l stream-heartbeat -x -d 'an event or a comment comes in this time (15s)'
 complete -c zel -n '__fish_seen_subcommand_from serve' -l metrics-sections -x -d 'what /metrics has beside the known names: default, all, or sections'
 complete -c zel -n '__fish_seen_subcommand_from serve' -l metrics-processes -x -d 'processes in /metrics, each by CPU, by memory and by I/O (10); 0: none'
+complete -c zel -n '__fish_seen_subcommand_from serve' -l metrics-without-systemd -d '/metrics has no units of systemd, which is not asked for them'
 complete -c zel -n '__fish_seen_subcommand_from serve' -l metrics-textfile-directory -rF -d 'its files *.prom are part of /metrics'
 complete -c zel -n '__fish_seen_subcommand_from serve' -l metrics-textfile-bytes -x -d 'of one such file (1048576)'
 complete -c zel -n '__fish_seen_subcommand_from serve' -l metrics-textfiles -x -d 'such files (256)'

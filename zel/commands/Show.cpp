@@ -115,6 +115,8 @@ private:
             if (!failures[index].empty() && failures[index] != m_reported[index])
                 complain(failures[index]);
         }
+        for (const std::string &problem : m_text.problems())
+            complain(problem);
         m_reported = failures;
         m_failed = m_failed || (m_request.areas.empty() ? nothing : lost > 0);
     }

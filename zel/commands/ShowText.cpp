@@ -33,6 +33,8 @@ ShowText::ShowText(const ShowRequest &request) : m_request(request) {
         m_metrics.emplace(
             MetricOptions{.sections = request.everything ? MetricSections::all() : MetricSections::defaults(),
                           .version = ZEL_VERSION});
+    if (m_metrics && request.root.empty() && request.areas.empty())
+        m_units.emplace();
 }
 
 // The style is asked for each time: the terminal may change its size.
@@ -52,6 +54,10 @@ void ShowText::appendLines(const Sample &sample, const Rates *rates) {
 // The formats have no escapes for steering characters: names keep them, except on a terminal.
 void ShowText::appendMetrics(const Sample &sample, MetricFormat format) {
     m_metrics->write(sample, nullptr, m_request.areas, format, m_text);
+    if (m_units) {
+        m_units->refresh(m_request.deadline);
+        m_units->append(format, m_text);
+    }
     if (isTerminalOut())
         m_text = displayLines(m_text, outputStyle().charset);
 }
@@ -80,6 +86,10 @@ void ShowText::append(const Sample &sample, const Rates *rates) {
     case Format::Line:
         return appendLines(sample, rates);
     }
+}
+
+std::vector<std::string> ShowText::problems() {
+    return m_units ? m_units->newProblems() : std::vector<std::string>();
 }
 
 const std::string &ShowText::of(const Sample &sample, const Rates *rates) {

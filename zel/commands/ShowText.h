@@ -4,9 +4,11 @@
 #include "export/LineProtocol.h"
 #include "export/OpenMetrics.h"
 #include "zel/commands/ShowRequest.h"
+#include "zel/systemd/SystemdMetrics.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zel {
 
@@ -16,6 +18,8 @@ public:
 
     /// The text of the next sample; valid until the next call. `rates` may be null.
     const std::string &of(const Sample &sample, const Rates *rates);
+    /// What the text lacks because it could not be had, beside what the sample says itself.
+    std::vector<std::string> problems();
 
 private:
     void append(const Sample &sample, const Rates *rates);
@@ -25,6 +29,7 @@ private:
 
     const ShowRequest &m_request;
     std::optional<MetricsWriter> m_metrics;
+    std::optional<SystemdMetrics> m_units; // none: they are not asked for
     LineWriter m_lines;
     std::string m_text;
     bool m_first = true;

@@ -146,6 +146,8 @@ constexpr auto serverOptions = std::to_array<ServeOption>({
      readSections},
     {{"--metrics-processes", "N", "processes in /metrics, each by CPU, by memory and by I/O (10); 0: none"},
      readNumber<&ServeSettings::topProcesses, TOP_PROCESSES>},
+    {{"--metrics-without-systemd", "", "/metrics has no units of systemd, which is not asked for them"},
+     readSwitch<&ServeSettings::withoutSystemd>},
     {{"--metrics-textfile-directory", "DIR", "its files *.prom are part of /metrics"},
      readText<&ServeSettings::textfileDirectory>},
     {{"--metrics-textfile-bytes", "N", "of one such file (1048576)"},

@@ -94,7 +94,8 @@ std::string metricsSentence(const ServeSettings &settings) {
     const std::string most = std::to_string(settings.topProcesses);
     const std::string processes =
         settings.topProcesses == 0 ? "no process" : "the " + most + " processes that use most CPU, memory and I/O each";
-    return "/metrics has the known families, " + own + ", " + processes +
+    const bool hasUnits = settings.root.empty() && !settings.withoutSystemd;
+    return "/metrics has the known families, " + own + ", " + processes + (hasUnits ? ", the units of systemd" : "") +
            (settings.textfileDirectory.empty() ? "" : ", and *.prom of " + settings.textfileDirectory);
 }
 

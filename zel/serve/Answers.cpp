@@ -29,8 +29,9 @@ void writeJsonOf(const TextKey &key, const Sample &sample, const Rates *rates, s
 void AnswerWriter::configure(const AnswerSettings &settings) {
     m_metrics = std::make_unique<MetricsWriter>(settings.metrics);
     m_textfiles = std::make_unique<TextfileDirectory>(settings.textfileDirectory, settings.textfiles);
+    m_units = settings.units ? std::make_unique<SystemdMetrics>() : nullptr;
     m_deadline = settings.deadline;
-    m_isTextfilesNew = true;
+    m_isSampleNew = true;
 }
 
 bool AnswerWriter::write(const TextKey &key, const Sample &sample, const Rates *rates, std::string &out) {
@@ -54,12 +55,16 @@ bool AnswerWriter::write(const TextKey &key, const Sample &sample, const Rates *
 }
 
 void AnswerWriter::writeMetrics(const TextKey &key, const Sample &sample, const Rates *rates, std::string &out) {
-    if (m_isTextfilesNew)
+    if (m_isSampleNew)
         m_textfiles->refresh(m_deadline);
-    m_isTextfilesNew = false;
+    if (m_isSampleNew && m_units != nullptr)
+        m_units->refresh(m_deadline);
+    m_isSampleNew = false;
     m_metrics->write(sample, rates, {}, key.format, out);
     if (key.format == MetricFormat::OpenMetrics)
         out.resize(out.size() - metricsEnd.size());
+    if (m_units != nullptr)
+        m_units->append(key.format, out);
     m_textfiles->append(key.format, out);
     if (key.format == MetricFormat::OpenMetrics)
         out += metricsEnd;
@@ -75,7 +80,14 @@ void AnswerWriter::writeEvent(const TextKey &key, const Sample &sample, const Ra
 }
 
 std::vector<std::string> AnswerWriter::takeRemarks() {
-    return m_textfiles == nullptr ? std::vector<std::string>() : m_textfiles->newProblems();
+    std::vector<std::string> remarks;
+    if (m_units != nullptr)
+        remarks = m_units->newProblems();
+    if (m_textfiles == nullptr)
+        return remarks;
+    for (std::string &problem : m_textfiles->newProblems())
+        remarks.push_back(std::move(problem));
+    return remarks;
 }
 
 } // namespace zel

@@ -5,6 +5,7 @@
 #include "zel/serve/Compressor.h"
 #include "zel/serve/Request.h"
 #include "zel/serve/TextfileDirectory.h"
+#include "zel/systemd/SystemdMetrics.h"
 
 #include <chrono>
 #include <memory>
@@ -26,6 +27,7 @@ struct TextKey {
 
 struct AnswerSettings {
     MetricOptions metrics;
+    bool units = false; // of systemd are in the metrics
     std::string textfileDirectory;
     TextfileLimits textfiles;
     std::chrono::milliseconds sampleAge{};
@@ -37,13 +39,13 @@ struct AnswerSettings {
 class AnswerWriter {
 public:
     void configure(const AnswerSettings &settings);
-    /// Text files are looked at once from here on, when a text needs them.
-    void beginSample() { m_isTextfilesNew = true; }
+    /// Text files and units are looked at once from here on, when a text needs them.
+    void beginSample() { m_isSampleNew = true; }
 
     /// The text of a sample. `rates` were made of it and an earlier one; null: there is no earlier one. False when it
     /// could not be compressed; what it is then is of no use.
     bool write(const TextKey &key, const Sample &sample, const Rates *rates, std::string &out);
-    /// What was found wrong with text files since the last call.
+    /// What was found wrong with text files and units since the last call.
     std::vector<std::string> takeRemarks();
 
 private:
@@ -52,8 +54,9 @@ private:
 
     std::unique_ptr<MetricsWriter> m_metrics;
     std::unique_ptr<TextfileDirectory> m_textfiles;
+    std::unique_ptr<SystemdMetrics> m_units; // null: they are not asked for
     std::chrono::milliseconds m_deadline{};
-    bool m_isTextfilesNew = true;
+    bool m_isSampleNew = true;
     Compressor m_compressor;
     std::string m_text;
 };

@@ -62,6 +62,7 @@ struct ServeSettings {
 
     std::vector<std::string> metricsSections = {};      // in /metrics: "all", or names; empty: those written by default
     std::size_t topProcesses = TOP_PROCESSES.otherwise; // in /metrics, each by CPU, by memory and by I/O; 0: none
+    bool withoutSystemd = false;                        // units of systemd are not asked for; a root has none
     bool commandLines = false;                          // command lines of processes may leave the machine
 
     std::string textfileDirectory = {};                   // its *.prom are part of /metrics; empty: there is none

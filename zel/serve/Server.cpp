@@ -19,6 +19,7 @@ AnswerSettings answerSettings(const ServeSettings &settings, std::string &proble
         if (!answers.metrics.sections.add(section))
             problem = "there is no section '" + section + "' of metrics";
     }
+    answers.units = settings.root.empty() && !settings.withoutSystemd;
     answers.textfileDirectory = settings.textfileDirectory;
     answers.textfiles = {settings.textfileBytes, settings.textfiles};
     answers.sampleAge = settings.sampleAge;

@@ -39,6 +39,7 @@ TEST(ServeOptions, WithoutAnyEverythingHasItsDefault) {
     EXPECT_EQ(settings.sampleAge, 1s);
     EXPECT_EQ(settings.topProcesses, 10U);
     EXPECT_FALSE(settings.commandLines);
+    EXPECT_FALSE(settings.withoutSystemd);
     EXPECT_THAT(settings.areas, IsEmpty());
 }
 
@@ -64,6 +65,7 @@ TEST(ServeOptions, EachSetsItsSetting) {
     EXPECT_EQ(readWell("--stream-least", "100ms").streamLeast, 100ms);
     EXPECT_EQ(readWell("--stream-heartbeat", "1s").streamHeartbeat, 1s);
     EXPECT_EQ(readWell("--metrics-processes", "0").topProcesses, 0U);
+    EXPECT_TRUE(readWell("--metrics-without-systemd", "").withoutSystemd);
     EXPECT_EQ(readWell("--metrics-textfile-directory", "/t").textfileDirectory, "/t");
     EXPECT_EQ(readWell("--metrics-textfile-bytes", "16777216").textfileBytes, 16777216U);
     EXPECT_EQ(readWell("--metrics-textfiles", "4096").textfiles, 4096U);
