@@ -52,6 +52,14 @@ struct HardwareOptions {
 };
 
 struct Hardware {
+    // Compiled once, not in every file that has one: each is as long as the list of members.
+    Hardware();
+    ~Hardware();
+    Hardware(const Hardware &);
+    Hardware(Hardware &&) noexcept;
+    Hardware &operator=(const Hardware &);
+    Hardware &operator=(Hardware &&) noexcept;
+
     std::int64_t realtimeNanoseconds = 0; // since the epoch
     double elapsedSeconds = 0;            // that reading it took
 

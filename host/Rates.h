@@ -105,6 +105,14 @@ struct CounterRate {
 };
 
 struct Rates {
+    // Compiled once, not in every file that has one: each is as long as the list of members.
+    Rates();
+    ~Rates();
+    Rates(const Rates &);
+    Rates(Rates &&) noexcept;
+    Rates &operator=(const Rates &);
+    Rates &operator=(Rates &&) noexcept;
+
     double seconds = 0; // between the samples
     CpuRates cpu;
     Rows<ProcessorRates> processors;

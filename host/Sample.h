@@ -59,6 +59,14 @@ struct AreaState {
 };
 
 struct Sample {
+    // Compiled once, not in every file that has one: each is as long as the list of members.
+    Sample();
+    ~Sample();
+    Sample(const Sample &);
+    Sample(Sample &&) noexcept;
+    Sample &operator=(const Sample &);
+    Sample &operator=(Sample &&) noexcept;
+
     std::int64_t realtimeNanoseconds = 0;  // since the epoch
     std::int64_t monotonicNanoseconds = 0; // CLOCK_MONOTONIC of the sampler's host
     double elapsedSeconds = 0;             // that taking it took

@@ -230,6 +230,13 @@ private:
 
 } // namespace
 
+Hardware::Hardware() = default;
+Hardware::~Hardware() = default;
+Hardware::Hardware(const Hardware &) = default;
+Hardware::Hardware(Hardware &&) noexcept = default;
+Hardware &Hardware::operator=(const Hardware &) = default;
+Hardware &Hardware::operator=(Hardware &&) noexcept = default;
+
 std::string_view hardwarePartName(HardwarePart part) {
     constexpr std::array<std::string_view, HARDWARE_PART_COUNT> names{
         "machine", "processors", "memory", "pci", "network", "disks", "nvme", "fibrechannel", "gpus"};

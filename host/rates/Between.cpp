@@ -11,6 +11,13 @@ constexpr double nanosecondsPerSecond = 1e9;
 
 } // namespace
 
+Rates::Rates() = default;
+Rates::~Rates() = default;
+Rates::Rates(const Rates &) = default;
+Rates::Rates(Rates &&) noexcept = default;
+Rates &Rates::operator=(const Rates &) = default;
+Rates &Rates::operator=(Rates &&) noexcept = default;
+
 void between(const Sample &before, const Sample &now, Rates &rates) {
     rates.seconds = static_cast<double>(now.monotonicNanoseconds - before.monotonicNanoseconds) / nanosecondsPerSecond;
     rates.processors.clear();

@@ -24,9 +24,10 @@ TEST(MetricSections, EveryDefaultNamesWhatTheSchemaHas) {
         const zel::AnySection<zel::Sample> *const section = sectionNamed(entry.section);
         ASSERT_NE(section, nullptr) << entry.section;
         for (const std::string_view name : entry.fields) {
-            EXPECT_TRUE(std::ranges::any_of(section->fields.families, [name](const zel::Family *family) {
-                return family->name == name && family->kind != zel::Kind::Label;
-            })) << entry.section << " " << name;
+            EXPECT_TRUE(std::ranges::any_of(
+                section->fields.families,
+                [name](const zel::Family *family) { return family->name == name && family->kind != zel::Kind::Label; }))
+                << entry.section << " " << name;
         }
     }
 }

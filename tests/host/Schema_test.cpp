@@ -1,5 +1,4 @@
 // The schema holds every field of every struct, under names that follow the rules, and docs/host.md lists it.
-#include "MemberCount.h"
 #include "Paths.h"
 #include "host/Hardware.h"
 #include "host/Rates.h"
@@ -21,32 +20,47 @@ using zel::Field;
 using zel::Kind;
 using zel::Unit;
 
-struct Three {
-    zel::Count one;
-    std::string two;
-    std::uint64_t three = 0;
+// Where the member of an entry is in its struct.
+struct Place {
+    std::size_t start, size;
+    bool isLabel, canBeAbsent;
 };
-static_assert(members::countOf<Three>() == 3);
-static_assert(members::countOf<zel::Load>() == 6);
 
-template<class Row> const void *addressOf(const Field<Row> &field, const Row &row) {
-    return zel::withMember<Row>(field.member, [&row](auto place) { return static_cast<const void *>(&(row.*place)); });
+template<class Row> std::vector<Place> placesOf() {
+    constexpr std::size_t readings = 3; // the types of members that can be without a value come first
+    const Row row{};
+    const auto *const start = reinterpret_cast<const char *>(&row);
+    std::vector<Place> places;
+    for (const Field<Row> &field : zel::fieldsOf<Row>()) {
+        places.push_back(zel::withMember<Row>(field.member, [&](auto member) {
+            const auto *const at = reinterpret_cast<const char *>(&(row.*member));
+            return Place{static_cast<std::size_t>(at - start), sizeof(row.*member), field.family.kind == Kind::Label,
+                         field.member.index() < readings};
+        }));
+    }
+    return places;
+}
+
+// What is wrong with the entries of a struct of this size; nothing when all is right. Members of these types stand side
+// by side: one without an entry, with two or in another place leaves a gap.
+std::string faultOf(std::size_t size, const std::vector<Place> &places) {
+    std::size_t end = 0, labels = 0;
+    for (const Place &place : places) {
+        const std::string entry = "entry " + std::to_string(&place - places.data());
+        if (place.start != end)
+            return entry + " is not of the next member";
+        if (place.isLabel && place.canBeAbsent)
+            return entry + " is a label that can be without a value";
+        end += place.size;
+        labels += place.isLabel ? 1 : 0;
+    }
+    if (end != size)
+        return "a member has no entry";
+    return labels > zel::Labels::LIMIT ? "too many labels" : "";
 }
 
 template<class Row> void expectEntries(std::string_view section) {
-    const Row row{};
-    const std::span<const Field<Row>> fields = zel::fieldsOf<Row>();
-    EXPECT_EQ(fields.size(), members::countOf<Row>()) << section;
-    const void *before = nullptr;
-    std::size_t labels = 0;
-    for (const Field<Row> &field : fields) {
-        EXPECT_LT(before, addressOf(field, row)) << section << " " << field.family.name;
-        before = addressOf(field, row);
-        const bool isLabel = field.family.kind == Kind::Label;
-        labels += isLabel ? 1 : 0;
-        EXPECT_TRUE(!isLabel || field.of(row).has()) << field.family.name << " can be without a value";
-    }
-    EXPECT_LE(labels, zel::Labels::LIMIT) << section;
+    EXPECT_EQ(faultOf(sizeof(Row), placesOf<Row>()), "") << section;
 }
 
 template<const auto &All> void expectEntriesOfAll() {
@@ -58,6 +72,30 @@ TEST(Schema, EveryMemberHasOneEntryInItsOrder) {
     expectEntriesOfAll<zel::SECTIONS>();
     expectEntriesOfAll<zel::RATE_SECTIONS>();
     expectEntriesOfAll<zel::HARDWARE_SECTIONS>();
+}
+
+TEST(Schema, RuleFindsEntriesThatAreMissingTwiceOrElsewhere) {
+    const Place first{0, 16, false, true}, second{16, 32, true, false}, third{48, 8, false, false};
+    EXPECT_EQ(faultOf(56, {first, second, third}), "");
+    EXPECT_NE(faultOf(56, {first, second}), "");
+    EXPECT_NE(faultOf(56, {first, third}), "");
+    EXPECT_NE(faultOf(56, {second, third}), "");
+    EXPECT_NE(faultOf(56, {first, third, second}), "");
+    EXPECT_NE(faultOf(56, {first, first, second, third}), "");
+    EXPECT_NE(faultOf(56, {{0, 16, true, true}, second, third}), "");
+    EXPECT_NE(faultOf(56, {}), "");
+    EXPECT_EQ(faultOf(40, {{0, 8, true, false},
+                           {8, 8, true, false},
+                           {16, 8, true, false},
+                           {24, 8, true, false},
+                           {32, 8, false, false}}),
+              "");
+    EXPECT_NE(faultOf(40, {{0, 8, true, false},
+                           {8, 8, true, false},
+                           {16, 8, true, false},
+                           {24, 8, true, false},
+                           {32, 8, true, false}}),
+              "");
 }
 
 // A section of samples, of rates or of the inventory.

@@ -22,7 +22,7 @@ DIFFERENCES_AT_MOST = 10
 START_SECONDS = 10
 EQUAL = 1e-9  # of a value: both sides print doubles, which they come to in different ways
 # What moves by itself while both sides are read, or because they are, and by how much it may do so beyond the values
-# that the peer has seen: a tenth, or this.
+# that the peer has seen: a tenth, or this. Files that are open are those of both, too, which keep theirs open.
 MOVING = {"node_memory_*": 0, "node_memory_Mapped_bytes": 32 << 20, "node_load*": 0.5, "node_procs_*": 8,
           "node_filesystem_*free*": 0, "node_filesystem_avail_bytes": 0, "node_sockstat_*": 8,
           "node_netstat_Tcp_CurrEstab": 8, "node_filefd_allocated": 512, "node_disk_io_now": 8,

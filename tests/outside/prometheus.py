@@ -43,7 +43,7 @@ RATES = [
     ("interfaces", {"device": "name"}, "receive_bytes_per_second", "node_network_receive_bytes_total"),
     ("interfaces", {"device": "name"}, "transmit_packets_per_second", "node_network_transmit_packets_total"),
 ]
-AREAS = {"activity": "cpu", "disks": "disks", "interfaces": "interfaces"}  # in which those are read
+AREAS = {"activity": "interrupts", "disks": "disks", "interfaces": "interfaces"}  # whose time their rates go by
 # Series that every device has from its first scrape to its last, and what tells devices apart.
 DEVICES = "{__name__=~'node_cpu_seconds_total|node_disk_(reads_completed|written_bytes)_total|node_network_(receive|transmit)_bytes_total'}"
 CONFIGURATION = """

@@ -35,7 +35,9 @@ private:
     void fillMember(zel::Reading<std::string> &reading, int) {
         reading = m_text.empty() ? "t" + std::to_string(++m_next) : std::string(m_text);
     }
-    void fillMember(std::uint64_t &label, int number) { label = m_text.empty() ? static_cast<std::uint64_t>(number) : 7; }
+    void fillMember(std::uint64_t &label, int number) {
+        label = m_text.empty() ? static_cast<std::uint64_t>(number) : 7;
+    }
     void fillMember(std::string &label, int number) {
         label = m_text.empty() ? std::string(number == 0 ? "a" : "b") : std::string(m_text);
     }
