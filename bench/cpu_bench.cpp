@@ -35,18 +35,18 @@ std::string statText(long processors) {
     std::string text;
     const auto addLine = [&text](const std::string &name, unsigned long scale) {
         text += name;
-        for (const unsigned long value : {44490123UL, 190456UL, 21045789UL, 1087069123UL, 220456UL, 0UL, 341078UL})
+        for (const unsigned long value : {85857915UL, 185675UL, 29782606UL, 9808423873UL, 803901UL, 0UL, 978047UL})
             text.append(1, ' ').append(std::to_string(scale * value));
         text += " 0 0 0\n";
     };
     addLine("cpu ", static_cast<unsigned long>(processors));
     for (long number = 0; number < processors; ++number)
         addLine("cpu" + std::to_string(number), 1);
-    text += "intr 8885917123";
+    text += "intr 1947204459";
     for (long interrupt = 0; interrupt < 64 + 8 * processors; ++interrupt)
-        text += interrupt % 7 == 0 ? " 1283803" : " 0";
-    return text + "\nctxt 38014093123\nbtime 1418183276\nprocesses 26442123\nprocs_running 2\nprocs_blocked 0\n" +
-           "softirq 5057579123 250191 1481983 1647 211099 186066 0 1783454 622196 12499 508444\n";
+        text += interrupt % 7 == 0 ? " 4866071" : " 0";
+    return text + "\nctxt 45281440785\nbtime 1711000123\nprocesses 57228258\nprocs_running 2\nprocs_blocked 0\n" +
+           "softirq 9707297724 491129 6489130 1647 854056 660753 0 4984471 264033 12499 626960\n";
 }
 
 std::string meminfoText() {
@@ -67,10 +67,10 @@ std::string vmstatText() {
     std::string text;
     const auto fill = [&text](const char *name, int counters) {
         for (int counter = 0; counter < counters; ++counter)
-            text += name + std::to_string(counter) + " 977769\n";
+            text += name + std::to_string(counter) + " 225718\n";
     };
     fill("nr_zone_counter_", 60);
-    text += "pgpgin 7344136\npgpgout 1541180581\npswpin 1476\npswpout 35045\n";
+    text += "pgpgin 4263392\npgpgout 1738353924\npswpin 1618\npswpout 80339\n";
     fill("pgalloc_zone_", 6);
     text += "pgfree 2938719870\npgactivate 152952989\npgfault 2320168809\npgmajfault 507162\n";
     fill("thp_counter_", 50);

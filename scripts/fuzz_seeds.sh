@@ -50,7 +50,7 @@ for kernel in linux-2.4.20 linux-2.6.18 linux-5.10 linux-6.1.0; do
   done
 done
 
-scheduled='cpu0 0 0 0 0 0 0 2045936778163039 343796328169361'
+scheduled='cpu0 0 0 0 0 0 0 5604425267399685 846739098984101'
 for kernel in linux-5.10 linux-6.1.0 linux-6.18; do
   a=@$kernel/t0/proc b=@$kernel/t1/proc
   seed host_cpu_fuzz $kernel '' "$a/stat" '0-1\n' '2400000\n' "version 15\n$scheduled 7\n" '1\n' "$b/stat" '0-3,5\n' \
@@ -74,7 +74,7 @@ seed host_nfs_fuzz two '' "$nfs" 'net 1 2 3 4\nrpc 5 6 7\nproc4 3 1 2 3\n' \
   'rc 1 2 3\nfh 1 0\nio 5 6\nth 8 0\nra 32 0 0 0 0 0 0 0 0 0 0 7\nproc4ops 4 0 0 0 5\n' "device x mounted on /x with fstype ext4\n$nfs" \
   'rpc 9 9 9\n' 'rc 2 3 4\n'
 mounted='23 1 8:1 / / rw - xfs /dev/sda1 rw\n'
-counted='13 1 0x01 4\nname type data\nhits 4 8772612\nfree 3 -5\n'
+counted='13 1 0x01 4\nname type data\nhits 4 3260286\nfree 3 -5\n'
 seed host_volumes_fuzz two '' "$mounted" 'data one\n' '16384\n' '5\n' '7\n' '9\n' 'rw 5 6\nvnodes 1 2 3 4 5 6 7 8\n' "$counted" \
   'ONLINE\n' '12 3\nnread wtime wcnt\n1 2 3\n' '1 2\nname type data\ndataset_name 7 tank/a\nwrites 4 1\n' "$mounted" '\n' '1\n' '5\n' '8\n' \
   '9\n' 'rw 4294967295 7\n' "$counted" 'SUSPENDED\n' '12 3\nnread\n5\n' '1 2\nname type data\ndataset_name 7 tank/a\nwrites 4 0\n'
@@ -124,8 +124,8 @@ cgroup() { # USAGE READ: of its files those that have another form than a number
 mapfile -d '' -t cgroup_before < <(cgroup 10 512)
 mapfile -d '' -t cgroup_after < <(cgroup 20 1024)
 seed host_cgroups_fuzz two '' 'cpu memory\n' '' "${cgroup_before[@]}" 'cpu memory\n' '' "${cgroup_after[@]}"
-array='md6 : active raid1 sdb2[2](F) sdc[1](S) sda2[0]\n      195310144 blocks [2/1] [U_]\n'
-array+='      [=>..]  recovery =  8.5% (16775552/195310144) finish=17.0min speed=259783K/sec\n'
+array='md6 : active raid1 sdb2[2](F) sdc[1](S) sda2[0]\n      266828397 blocks [2/1] [U_]\n'
+array+='      [=>..]  recovery = 20.6% (54860247/266828397) finish=17.0min speed=259783K/sec\n'
 written='rate:\t\t4.0k/sec\ntarget:\t\t1.0G\nproportional:\t-2.5M\nintegral:\t0.0k\nchange:\t\t-1.5k/sec\n'
 seed host_storage_fuzz two '' "$array" 'E:ID_MODEL=a\nE:ID_ATA_ROTATION_RATE_RPM=7200\n' '1\n' '500\n' 'live\n' 'x\n' \
   '1.5k\n' '5\n' '2.0M\n' "$written" '4.5k\n' 'md6 : inactive sda2[0](S)\n      19 blocks\n' 'E:DM_NAME=b\n' '0\n' '900\n' \

@@ -63,8 +63,8 @@ void store(const Column &column, const Count &raw, Disk &disk) {
 
 } // namespace
 
-// Samples:    8       0 sda 25354637 34367663 1003346126 18492372 28444756 11134226 505697032 63877960 0 9653880
-// 82621804
+// Samples:    8       0 sda 14736022 29050850 9498447189 92336954 52212730 50576474 758268592 47649451 0 9132569
+// 93241454
 //             8       1 sda1 35486 38030 38030 38030
 bool parseDiskLine(const char *line, Disk &disk, std::uint64_t &sum) {
     const char *cursor = line;

@@ -59,7 +59,7 @@ bool parseHead(const char *cursor, MdArray &array) {
     return true;
 }
 
-// Sample: 195310144 blocks super 1.2 level 6, 512k chunk, algorithm 2 [4/3] [U_UU]
+// Sample: 266828397 blocks super 1.2 level 6, 512k chunk, algorithm 2 [4/3] [U_UU]
 // Levels without redundancy have no numbers in brackets: all of their disks are needed, and in use.
 bool parseSize(const char *cursor, MdArray &array) {
     const Count blocks = takeCount(cursor);
@@ -107,7 +107,7 @@ Number scaled(const Number &number, double factor) {
     return number ? Number(*number * factor) : number;
 }
 
-// Sample: [=>...................]  recovery =  8.5% (16775552/195310144) finish=17.0min speed=259783K/sec
+// Sample: [=>...................]  recovery = 20.6% (54860247/266828397) finish=17.0min speed=259783K/sec
 bool parseProgress(const char *cursor, MdArray &array) {
     while (*cursor != '(' && !endsLine(*cursor))
         ++cursor;

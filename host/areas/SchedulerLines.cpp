@@ -11,7 +11,7 @@ namespace {
 constexpr double nanosecondsPerSecond = 1e9;
 constexpr std::size_t columnsAtLeast = 9; // since kernel 2.6.28; those before had more in front of the last three
 
-// Sample: cpu0 0 0 0 0 0 0 2045936778163039 343796328169361 4767485306
+// Sample: cpu0 0 0 0 0 0 0 5604425267399685 846739098984101 5959626939
 // The last three are the time of tasks that ran, of those that waited, and how many times one was put on it.
 bool takeLine(const char *cursor, Processor &processor) {
     Count last[3] = {Absence::Malformed, Absence::Malformed, Absence::Malformed};

@@ -34,7 +34,7 @@ struct KstatLine {
 
 // Sample: 13 1 0x01 98 26656 5263839107 79214165
 //         name                            type data
-//         hits                            4    8772612
+//         hits                            4    3260286
 // Calls use(line) for each line behind the two of the heading. False when there is none, or a line is another.
 template<class Use> bool forEachLine(const char *cursor, Use &&use) {
     const char *line = nextLine(cursor);
@@ -163,9 +163,9 @@ bool parseZfsDataset(const char *cursor, ZfsDataset &dataset) {
     return lines && whole && !dataset.dataset.empty();
 }
 
-// Sample: 12 3 0x00 1 80 79205351707403 395818011156865
+// Sample: 12 3 0x00 1 80 85126159785067 533967357232776
 //         nread    nwritten reads    writes   wtime    wlentime wupdate  rtime    rlentime rupdate  wcnt     rcnt
-//         1884160  3206144  22       132      7155162  104112268 79210489694949 24168078 104112269 79210489849220 0 0
+//         8732142  3406637  22       132      4131527  130997668 50749218772558 27866845 687228258 16372277760048 0 0
 bool parseZfsIo(const char *cursor, ZfsPool &pool) {
     const char *names = nextLine(cursor);
     const char *values = nextLine(names);

@@ -7,7 +7,7 @@ namespace zel {
 
 namespace {
 
-// Sample: cpu0 44490 19 21045 1087069 220 1 3410 0 2 1
+// Sample: cpu0 61803 39 88749 8948482 458 6 8343 0 5 9
 // Reads the line whose name starts at `name`; returns the position after its last number.
 const char *parseLine(const char *name, CpuLayout layout, CpuRow &row) {
     const char *cursor = name;

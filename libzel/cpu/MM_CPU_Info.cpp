@@ -56,7 +56,7 @@ int startSample(CMM_CPU_Info &cpu, zel::CpuState &state) {
     return state.writtenRows;
 }
 
-// Sample: intr 8885917 17 0 0 0
+// Sample: intr 5384898 17 0 0 0
 bool parseInterruptTotal(std::string_view text, unsigned long long &total) {
     const std::size_t key = text.find("intr ");
     if (key == std::string_view::npos)

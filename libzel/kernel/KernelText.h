@@ -50,7 +50,7 @@ template<std::size_t Count> void findKeys(std::string_view text, char ending, So
     }
 }
 
-/// The end of the token at `cursor`: where "MemTotal:3742148 5" has its value, 5.
+/// The end of the token at `cursor`: where "MemTotal:2403532 5" has its value, 5.
 inline const char *afterToken(const char *cursor) {
     while (*cursor != '\0' && !isBlank(*cursor))
         ++cursor;
@@ -73,7 +73,7 @@ inline bool takeValue(std::string_view text, std::string_view key, unsigned long
 }
 
 /// The memory of the machine in kilobytes, from the text of /proc/meminfo. False when it is missing.
-// Sample: MemTotal:        3742148 kB
+// Sample: MemTotal:        2403532 kB
 inline bool parseTotalMemory(std::string_view meminfo, unsigned long long &kilobytes) {
     return takeValue(meminfo, "MemTotal:", kilobytes);
 }

@@ -29,7 +29,7 @@ long wrappingSum(long long left, long long right) {
     return static_cast<long>(static_cast<unsigned long long>(left) + static_cast<unsigned long long>(right));
 }
 
-// Sample: pgpgin 7344136
+// Sample: pgpgin 4263392
 bool takeCounter(std::string_view text, std::string_view key, long &value, std::size_t rare) {
     const char *cursor = zel::afterKey(text, key, rare);
     if (cursor == nullptr)
@@ -38,7 +38,7 @@ bool takeCounter(std::string_view text, std::string_view key, long &value, std::
     return true;
 }
 
-// Sample: ctxt 38014093
+// Sample: ctxt 79658381
 bool parseSwitches(std::string_view stat, long &value) {
     constexpr std::size_t placeOfX = 2;
     return takeCounter(stat, "ctxt ", value, placeOfX);

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # What contrib/ has for Prometheus and Grafana: rules and the expressions of the dashboard parse, every alert fires and
-# stays quiet when its test says so, every alert has one, and every metric that they name exists.
+# stays quiet when its test says so, every alert has one, every metric that they name exists, and
+# the configurations of Prometheus in documents are such.
 #   contrib.sh SOURCE BUILD
 set -euo pipefail
 source=$1
@@ -35,5 +36,16 @@ python3 "$source/tests/outside/dashboard.py" rules "$contrib/grafana/host.json" 
 promtool check rules "$scratch/dashboard.yml" >"$scratch/check" 2>&1 || fail "the dashboard: $(cat "$scratch/check")"
 python3 "$source/tests/outside/metric_names.py" "$source" "$build" "${rules[@]}" "$contrib/grafana/host.json"
 promtool check config "$contrib/prometheus/prometheus.yml" >"$scratch/check" 2>&1 || fail "$(cat "$scratch/check")"
+
+# What documents show: the files that it names are the reader's own.
+examples=0
+for document in fleet serve; do
+  python3 "$source/tests/outside/prometheus_examples.py" "$source/docs/$document.md" "$scratch" >"$scratch/examples"
+  while read -r path agent; do
+    promtool check config --syntax-only ${agent:+"$agent"} "$path" >"$scratch/check" 2>&1 || fail "docs/$document.md: $(cat "$scratch/check")"
+    examples=$((examples + 1))
+  done <"$scratch/examples"
+done
+[ $examples -ge 3 ] || fail "only $examples configurations of Prometheus in documents"
 echo "contrib: $(wc -l <<<"$alerts") alerts, $(grep -c record: "${rules[0]}") recorded rules," \
-  "$(grep -c record: "$scratch/dashboard.yml") expressions of the dashboard"
+  "$(grep -c record: "$scratch/dashboard.yml") expressions of the dashboard, $examples configurations in documents"

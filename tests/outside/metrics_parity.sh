@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Compares the metrics of this tree with those of Debian's prometheus-node-exporter, family by family, label by label and
-# value by value: of this machine, of the same with mounts and interfaces made for it, of recorded hosts and of one that is
-# written by hand. What differs on purpose is listed in docs/metrics-names.md.
+# Compares the metrics of this tree with those of Debian's prometheus-node-exporter, family by family, label by label
+# and value by value: of this machine, of the same with mounts and interfaces made for it, of recorded hosts and of one
+# that is written by hand; then the pages of zel serve with those of zel show, and text files with what the peer makes
+# of them. What differs on purpose is listed in docs/metrics-names.md.
 #   metrics_parity.sh SOURCE BUILD            what a test runs
 #   metrics_parity.sh SOURCE BUILD ROOT...    these roots only; "/" is this machine
 set -euo pipefail
@@ -22,6 +23,11 @@ command -v $peer >/dev/null || skip "$peer is not installed (Debian: apt-get ins
 [ $# -eq 0 ] || exec "${compare[@]}" "$@"
 status=0
 "${compare[@]}" || status=1
+if "$build/bin/zel" serve --help | grep -q 'not built'; then
+  echo "metrics_parity: pages of zel serve were not compared: it is not built"
+else
+  python3 "$source/tests/outside/metrics_served.py" "$build/bin/zel" $peer || status=1
+fi
 
 namespaces=(unshare --mount --propagation private --net --pid --fork --mount-proc)
 if ! "${namespaces[@]}" mount -t sysfs none /sys 2>/dev/null; then

@@ -152,7 +152,8 @@ errors
 secrets
 command_line_wins
 unit
-python3 "$source/tests/outside/zel_service.py" "$zel" "$scratch" || failed=1
+python3 "$source/tests/outside/zel_service.py" "$zel" "$scratch" "$source/packaging/systemd/zel.service" || failed=1
+python3 "$source/tests/outside/serve_reloads.py" "$zel" "$scratch" || failed=1
 [ $failed -eq 0 ] || exit 1
 [ -z "$skipped" ] || {
   echo "zel_service: all but this passes: $skipped"

@@ -35,10 +35,10 @@ TEST(KnownDisks, WhatOnlyLooksLikeAPartitionStays) {
 
 TEST(KnownDisks, DiscardedSectorsHave512Bytes) {
     zel::Sample sample = sampleOf({"sdb"});
-    sample.disks[0].discardedBytes = std::uint64_t{1925173784} * 512;
+    sample.disks[0].discardedBytes = std::uint64_t{6105978077} * 512;
     const KnownText text(zel::knownDisks, sample);
     EXPECT_EQ(text.series("node_disk_discarded_sectors_total"),
-              (Lines{R"(node_disk_discarded_sectors_total{device="sdb"} 1925173784)"}));
+              (Lines{R"(node_disk_discarded_sectors_total{device="sdb"} 6105978077)"}));
     EXPECT_EQ(text.type("node_disk_discarded_sectors_total"), "counter");
 }
 
@@ -47,7 +47,7 @@ TEST(KnownDisks, NumbersOfADiskHaveTheirFamilies) {
     zel::Disk &disk = sample.disks[0];
     disk.reads = std::uint64_t{10};
     disk.readSeconds = 18492.372;
-    disk.writtenBytes = std::uint64_t{505697032} * 512;
+    disk.writtenBytes = std::uint64_t{758268592} * 512;
     disk.weightedSeconds = 0.25;
     const KnownText text(zel::knownDisks, sample);
     EXPECT_EQ(text.series("node_disk_reads_completed_total"),
@@ -55,7 +55,7 @@ TEST(KnownDisks, NumbersOfADiskHaveTheirFamilies) {
     EXPECT_EQ(text.series("node_disk_read_time_seconds_total"),
               (Lines{R"(node_disk_read_time_seconds_total{device="sda"} 18492.372)"}));
     EXPECT_EQ(text.series("node_disk_written_bytes_total"),
-              (Lines{R"(node_disk_written_bytes_total{device="sda"} 258916880384)"}));
+              (Lines{R"(node_disk_written_bytes_total{device="sda"} 388233519104)"}));
     EXPECT_EQ(text.series("node_disk_io_time_weighted_seconds_total"),
               (Lines{R"(node_disk_io_time_weighted_seconds_total{device="sda"} 0.25)"}));
 }

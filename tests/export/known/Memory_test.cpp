@@ -9,12 +9,12 @@ constexpr std::uint64_t kibibyte = 1024;
 
 TEST(KnownMemory, KeysOfMeminfoAreBytes) {
     zel::Sample sample;
-    sample.memory.totalBytes = 3742148 * kibibyte;
-    sample.memory.activeAnonymousBytes = 2020004 * kibibyte;
-    sample.memory.directMap4kBytes = 185120 * kibibyte;
+    sample.memory.totalBytes = 2403532 * kibibyte;
+    sample.memory.activeAnonymousBytes = 3479813 * kibibyte;
+    sample.memory.directMap4kBytes = 448291 * kibibyte;
     const KnownText text(zel::knownMemory, sample);
-    EXPECT_EQ(text.series(), (Lines{"node_memory_MemTotal_bytes 3831959552", "node_memory_Active_anon_bytes 2068484096",
-                                    "node_memory_DirectMap4k_bytes 189562880"}));
+    EXPECT_EQ(text.series(), (Lines{"node_memory_MemTotal_bytes 2461216768", "node_memory_Active_anon_bytes 3563328512",
+                                    "node_memory_DirectMap4k_bytes 459049984"}));
     EXPECT_EQ(text.type("node_memory_MemTotal_bytes"), "gauge");
 }
 

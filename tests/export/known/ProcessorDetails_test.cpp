@@ -49,12 +49,12 @@ TEST(KnownProcessorDetails, FrequenciesAndTheSchedulerHaveTheirFamilies) {
     processor.hardwareFrequencyHertz = 1600000123.0;
     processor.scalingMaxHertz = 3700000456.0;
     processor.runningSeconds = 1.5;
-    processor.timeslices = std::uint64_t{4767485306};
+    processor.timeslices = std::uint64_t{5959626939};
     EXPECT_EQ(KnownText(zel::knownProcessorDetails, sample).series(),
               (Lines{R"(node_cpu_frequency_hertz{cpu="2"} 1600000123)",
                      R"(node_cpu_scaling_frequency_max_hertz{cpu="2"} 3700000456)",
                      R"(node_schedstat_running_seconds_total{cpu="2"} 1.5)",
-                     R"(node_schedstat_timeslices_total{cpu="2"} 4767485306)"}));
+                     R"(node_schedstat_timeslices_total{cpu="2"} 5959626939)"}));
 }
 
 } // namespace

@@ -14,8 +14,8 @@ zel::MdArray array(const char *state, const char *action) {
     md.active = std::uint64_t{1};
     md.failed = std::uint64_t{3};
     md.spare = std::uint64_t{4};
-    md.sizeBytes = 195310144.0 * 1024;
-    md.syncedBytes = 16775552.0 * 1024;
+    md.sizeBytes = 266828397.0 * 1024;
+    md.syncedBytes = 54860247.0 * 1024;
     return md;
 }
 
@@ -31,8 +31,8 @@ TEST(KnownArrays, DisksAreByStateAndSizesInBlocks) {
                                                    R"(node_md_disks{device="md6",state="failed"} 3)",
                                                    R"(node_md_disks{device="md6",state="spare"} 4)"}));
     EXPECT_EQ(text.series("node_md_disks_required"), (Lines{R"(node_md_disks_required{device="md6"} 2)"}));
-    EXPECT_EQ(text.series("node_md_blocks"), (Lines{R"(node_md_blocks{device="md6"} 195310144)"}));
-    EXPECT_EQ(text.series("node_md_blocks_synced"), (Lines{R"(node_md_blocks_synced{device="md6"} 16775552)"}));
+    EXPECT_EQ(text.series("node_md_blocks"), (Lines{R"(node_md_blocks{device="md6"} 266828397)"}));
+    EXPECT_EQ(text.series("node_md_blocks_synced"), (Lines{R"(node_md_blocks_synced{device="md6"} 54860247)"}));
     EXPECT_EQ(text.type("node_md_blocks"), "gauge");
 }
 
@@ -66,7 +66,7 @@ TEST(KnownArrays, AnInactiveOneNeedsAndUsesNoDisk) {
 
 TEST(KnownArrays, AReshapeIsNotKnownToThem) {
     EXPECT_EQ(textOf(array("active", "reshape")).series("node_md_blocks_synced"),
-              (Lines{R"(node_md_blocks_synced{device="md6"} 195310144)"}));
+              (Lines{R"(node_md_blocks_synced{device="md6"} 266828397)"}));
 }
 
 TEST(KnownTapes, CountersHaveTheirFamilies) {

@@ -110,8 +110,8 @@ template<class Row> std::string dump(const Row &row) {
 // What is in a line says nothing of the lines after it, whatever is in it.
 TEST(DeviceFixtures, ABrokenLineNeverReadsTheNextOne) {
     Mutation mutation(20);
-    const std::string line = "   8       0 sda 25354637 34367663 1003346126 18492372 28444756 11134226 505697032 "
-                             "63877960 0 9653880 82621804 1 2 3 4 5 6";
+    const std::string line = "   8       0 sda 14736022 29050850 9498447189 92336954 52212730 50576474 758268592 "
+                             "47649451 0 9132569 93241454 1 2 3 4 5 6";
     const std::string interface = "  eth0: 1731610    7145    0    0    0     0          0         0   566394    7143 "
                                   "   0    0    0     0       0          0";
     for (int round = 0; round < 4000; ++round) {

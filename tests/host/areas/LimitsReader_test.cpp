@@ -12,7 +12,7 @@ using zel::Sample;
 
 TEST(LimitsReader, UsesAndLimits) {
     SampledHost host(Area::Limits,
-                     {{"proc/sys/fs/file-nr", "1024\t5\t1631329\n"},
+                     {{"proc/sys/fs/file-nr", "1024\t5\t6799107\n"},
                       {"proc/sys/fs/inode-nr", "88726\t7\n"},
                       {"proc/sys/fs/dentry-state", "372092\t368693\t45\t0\t281812\t0\n"},
                       {"proc/sys/fs/aio-nr", "12\n"},
@@ -30,7 +30,7 @@ TEST(LimitsReader, UsesAndLimits) {
     const zel::Limits &limits = sample.limits;
     EXPECT_TRUE(holds(limits.filesAllocated, 1024U));
     EXPECT_TRUE(holds(limits.filesUnused, 5U));
-    EXPECT_TRUE(holds(limits.filesLimit, 1631329U));
+    EXPECT_TRUE(holds(limits.filesLimit, 6799107U));
     EXPECT_TRUE(holds(limits.inodesAllocated, 88726U));
     EXPECT_TRUE(holds(limits.inodesUnused, 7U));
     EXPECT_TRUE(holds(limits.dentriesAllocated, 372092U));

@@ -50,7 +50,7 @@ TEST(MdstatLines, ACompleteArrayHasItsDisksByRole) {
 
 TEST(MdstatLines, ADegradedArrayLacksADisk) {
     const MdArray array = one("md7 : active raid6 sdb1[0] sde1[3] sdd1[2] sdc1[1](F)\n"
-                              "      7813735424 blocks super 1.2 level 6, 512k chunk, algorithm 2 [4/3] [U_UU]\n");
+                              "      9825698282 blocks super 1.2 level 6, 512k chunk, algorithm 2 [4/3] [U_UU]\n");
     EXPECT_TRUE(holds(array.required, 4));
     EXPECT_TRUE(holds(array.active, 3));
     EXPECT_TRUE(holds(array.failed, 1));
@@ -58,13 +58,13 @@ TEST(MdstatLines, ADegradedArrayLacksADisk) {
 
 TEST(MdstatLines, ARecoveryHasProgressSpeedAndWhatIsLeft) {
     const MdArray array = one("md6 : active raid1 sdb2[2](F) sdc[1](S) sda2[0]\n"
-                              "      195310144 blocks [2/1] [U_]\n"
-                              "      [=>...................]  recovery =  8.5% (16775552/195310144) finish=17.5min "
+                              "      266828397 blocks [2/1] [U_]\n"
+                              "      [=>...................]  recovery = 20.6% (54860247/266828397) finish=17.5min "
                               "speed=259783K/sec\n      \n");
     EXPECT_TRUE(holds(array.action, "recovery"));
     EXPECT_TRUE(holds(array.wait, "none"));
-    EXPECT_TRUE(holds(array.syncedBytes, 16775552.0 * 1024));
-    EXPECT_TRUE(holds(array.syncTargetBytes, 195310144.0 * 1024));
+    EXPECT_TRUE(holds(array.syncedBytes, 54860247.0 * 1024));
+    EXPECT_TRUE(holds(array.syncTargetBytes, 266828397.0 * 1024));
     EXPECT_TRUE(holds(array.syncSpeed, 259783.0 * 1024));
     EXPECT_TRUE(holds(array.syncRemaining, 17.5 * 60));
 }

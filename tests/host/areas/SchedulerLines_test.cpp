@@ -22,15 +22,15 @@ zel::Rows<Processor> processors(std::initializer_list<std::uint64_t> numbers) {
 
 TEST(SchedulerLines, TheLastThreeColumnsAreTimesAndHowOften) {
     zel::Rows<Processor> rows = processors({0, 1});
-    EXPECT_TRUE(zel::parseScheduler("version 15\ntimestamp 15819019232\n"
-                                    "cpu0 498494191 0 3533438552 2553969831 3853684107 2465731542 2045936778163039 "
-                                    "343796328169361 4767485306\n"
-                                    "domain0 00000000,00000003 212499247 210112015 1861015\n"
+    EXPECT_TRUE(zel::parseScheduler("version 15\ntimestamp 38629657224\n"
+                                    "cpu0 677115643 0 3716614584 7035908128 1090449977 8348990432 5604425267399685 "
+                                    "846739098984101 5959626939\n"
+                                    "domain0 00000000,00000003 510287245 641595476 3169836\n"
                                     "cpu1 0 0 0 0 0 0 1500000000 2000000000 7\n",
                                     rows));
-    EXPECT_TRUE(holds(rows[0].runningSeconds, 2045936.778163039));
-    EXPECT_TRUE(holds(rows[0].waitingSeconds, 343796.328169361));
-    EXPECT_TRUE(holds(rows[0].timeslices, 4767485306));
+    EXPECT_TRUE(holds(rows[0].runningSeconds, 5604425.267399685));
+    EXPECT_TRUE(holds(rows[0].waitingSeconds, 846739.098984101));
+    EXPECT_TRUE(holds(rows[0].timeslices, 5959626939));
     EXPECT_TRUE(holds(rows[1].runningSeconds, 1.5));
     EXPECT_TRUE(holds(rows[1].waitingSeconds, 2));
     EXPECT_TRUE(holds(rows[1].timeslices, 7));

@@ -13,10 +13,10 @@ using zel::Area;
 constexpr const char *mounts = "23 1 8:1 / / rw - ext4 /dev/sda1 rw\n";
 constexpr const char *arc = "13 1 0x01 4 1088 5266997922 97951858082072\n"
                             "name                            type data\n"
-                            "hits                            4    8772612\n"
+                            "hits                            4    3260286\n"
                             "memory_available_bytes          3    -922337203685\n"
                             "arc_meta_max                    4    18446744073709551615\n";
-constexpr const char *dataset = "31 1 0x01 7 2160 221578688875 6665999035587\n"
+constexpr const char *dataset = "31 1 0x01 7 2160 460131964738 1327251092267\n"
                                 "name                            type data\n"
                                 "dataset_name                    7    tank/home of all\n"
                                 "writes                          4    1\n"
@@ -28,11 +28,11 @@ constexpr const char *dataset = "31 1 0x01 7 2160 221578688875 6665999035587\n"
                                 "zil_commit_count                4    7\n"
                                 "zil_itx_metaslab_slog_alloc     4    8\n"
                                 "tomorrow                        4    9\n";
-constexpr const char *io = "12 3 0x00 1 80 79205351707403 395818011156865\n"
+constexpr const char *io = "12 3 0x00 1 80 85126159785067 533967357232776\n"
                            "nread    nwritten reads    writes   wtime    wlentime wupdate  rtime    rlentime rupdate  "
                            "wcnt     rcnt    \n"
-                           "1884160  3206144  22       132      7155162  104112268 79210489694949 24168078 104112269 "
-                           "79210489849220 5        6\n";
+                           "8732142  3406637  22       132      4131527  130997668 50749218772558 27866845 687228258 "
+                           "16372277760048 5        6\n";
 
 class ZfsHost : public SampledHost {
 public:
@@ -56,7 +56,7 @@ TEST(ZfsStatistics, ValuesKeepTheNamesThatTheModuleHas) {
     ASSERT_EQ(sample.zfs.size(), 3U);
     EXPECT_EQ(sample.zfs[0].source, "arcstats");
     EXPECT_EQ(sample.zfs[0].name, "hits");
-    EXPECT_TRUE(holds(sample.zfs[0].value, 8772612U));
+    EXPECT_TRUE(holds(sample.zfs[0].value, 3260286U));
     EXPECT_TRUE(lacks(sample.zfs[0].signedValue, Absence::Unsupported));
     EXPECT_TRUE(holds(sample.zfs[1].signedValue, -922337203685));
     EXPECT_TRUE(lacks(sample.zfs[1].value, Absence::Unsupported));
@@ -73,16 +73,16 @@ TEST(ZfsStatistics, PoolsWithTheirStateAndTheirInput) {
     const zel::ZfsPool &pool = sample.zfsPools[1];
     EXPECT_EQ(pool.pool, "tank");
     EXPECT_TRUE(holds(pool.state, std::string("DEGRADED")));
-    EXPECT_TRUE(holds(pool.readBytes, 1884160U));
-    EXPECT_TRUE(holds(pool.writtenBytes, 3206144U));
+    EXPECT_TRUE(holds(pool.readBytes, 8732142U));
+    EXPECT_TRUE(holds(pool.writtenBytes, 3406637U));
     EXPECT_TRUE(holds(pool.reads, 22U));
     EXPECT_TRUE(holds(pool.writes, 132U));
-    EXPECT_TRUE(holds(pool.waitSeconds, 0.007155162));
-    EXPECT_TRUE(holds(pool.waitLengthSeconds, 0.104112268));
-    EXPECT_TRUE(holds(pool.waitUpdatedSeconds, 79210.489694949));
-    EXPECT_TRUE(holds(pool.runSeconds, 0.024168078));
-    EXPECT_TRUE(holds(pool.runLengthSeconds, 0.104112269));
-    EXPECT_TRUE(holds(pool.runUpdatedSeconds, 79210.489849220));
+    EXPECT_TRUE(holds(pool.waitSeconds, 0.004131527));
+    EXPECT_TRUE(holds(pool.waitLengthSeconds, 0.130997668));
+    EXPECT_TRUE(holds(pool.waitUpdatedSeconds, 50749.218772558));
+    EXPECT_TRUE(holds(pool.runSeconds, 0.027866845));
+    EXPECT_TRUE(holds(pool.runLengthSeconds, 0.687228258));
+    EXPECT_TRUE(holds(pool.runUpdatedSeconds, 16372.277760048));
     EXPECT_TRUE(holds(pool.waiting, 5U));
     EXPECT_TRUE(holds(pool.running, 6U));
 }

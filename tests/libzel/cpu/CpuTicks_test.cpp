@@ -37,10 +37,10 @@ void expectRow(const CpuRow &row, unsigned long long system, unsigned long long 
 constexpr const char *twoProcessors = "cpu  301 612 111 8979 355 2 394 0 44 36\n"
                                       "cpu0 201 600 61 4979 155 1 194 0 4 3\n"
                                       "cpu1 100 12 50 4000 200 1 200 0 40 33\n"
-                                      "intr 8885917 17 0 0 0\n"
-                                      "ctxt 38014093\n"
-                                      "btime 1418183276\n"
-                                      "softirq 5057579 250191 1481983\n";
+                                      "intr 5384898 17 0 0 0\n"
+                                      "ctxt 79658381\n"
+                                      "btime 1711000123\n"
+                                      "softirq 4144991 491129 6489130\n";
 
 TEST(CpuTicks, FiveFieldsAreUserNiceSystemIdleAndWait) {
     const Rows rows = parsed(twoProcessors, CpuLayout::FiveFields);

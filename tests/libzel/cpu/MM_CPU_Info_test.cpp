@@ -443,11 +443,11 @@ protected:
 TEST_F(CpuInterrupts, FirstCallHasNoRate) {
     CMM_CPU_Info cpu;
 
-    const double *result = rate(cpu, "intr 8885917 17 0 0\n", 5.0);
+    const double *result = rate(cpu, "intr 5384898 17 0 0\n", 5.0);
 
     ASSERT_EQ(result, &cpu.m_pdIntr);
     EXPECT_DOUBLE_EQ(*result, 0.0);
-    EXPECT_EQ(cpu.m_plIntr, 8885917);
+    EXPECT_EQ(cpu.m_plIntr, 5384898);
 }
 
 TEST_F(CpuInterrupts, RateIsTheGrowthOfTheTotalPerSecond) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr const char *sampleText = "nr_pages 977769\npgpgin 7344136\npgpgout 1541180581\npswpin 1476\npswpout 35045\n"
+constexpr const char *sampleText = "nr_pages 225718\npgpgin 4263392\npgpgout 1738353924\npswpin 1618\npswpout 80339\n"
                                    "drop_pgfault 2\npgfault 2320168809\npgmajfault 507162\npgpgin 5\n";
 
 // A key is found where a plain search finds it first.

@@ -34,14 +34,14 @@ struct NewCounters {
 };
 
 std::string vmstatText(const NewCounters &counters) {
-    return "nr_free_pages 977769\nnr_dirty 21\npgpgin " + std::to_string(counters.pgpgin) + "\npgpgout " +
+    return "nr_free_pages 225718\nnr_dirty 21\npgpgin " + std::to_string(counters.pgpgin) + "\npgpgout " +
            std::to_string(counters.pgpgout) + "\npswpin " + std::to_string(counters.pswpin) + "\npswpout " +
            std::to_string(counters.pswpout) + "\npgalloc_dma 12\npgfault " + std::to_string(counters.faults) +
            "\npgmajfault " + std::to_string(counters.majorFaults) + "\npgrefill_dma 0\n";
 }
 
 std::string newStat(long switches) {
-    return "cpu  1 2 3 4 5\nintr 100 1 2\nctxt " + std::to_string(switches) + "\nbtime 1418183276\n";
+    return "cpu  1 2 3 4 5\nintr 100 1 2\nctxt " + std::to_string(switches) + "\nbtime 1711000123\n";
 }
 
 class VmSample : public testing::Test {
