@@ -19,7 +19,7 @@ AnswerSettings answerSettings(const ServeSettings &settings, std::string &proble
         if (!answers.metrics.sections.add(section))
             problem = "there is no section '" + section + "' of metrics";
     }
-    answers.textfileDirectory = settings.textfileDirectory;
+    answers.textfileDirectory = usedTextfileDirectory(settings);
     answers.textfiles = {settings.textfileBytes, settings.textfiles};
     answers.sampleAge = settings.sampleAge;
     answers.deadline = settings.deadline;
