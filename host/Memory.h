@@ -87,6 +87,14 @@ struct Memory {
     Count unknownLines; // names that have no member here
 };
 
+/// A key of meminfo that is newer than this library, so that nothing of it is lost. One of both numbers is unsupported:
+/// the kernel says kB of what it counts in them. At most 256 of them.
+struct MemoryOther {
+    std::string key; // as the kernel has it: "Active(anon)"
+    Count value;
+    Count bytes;
+};
+
 /// One NUMA node, from /sys/devices/system/node.
 struct MemoryNode {
     std::uint64_t node = 0;
@@ -152,6 +160,7 @@ struct Swap {
 };
 
 template<> std::span<const Field<Memory>> fieldsOf<Memory>();
+template<> std::span<const Field<MemoryOther>> fieldsOf<MemoryOther>();
 template<> std::span<const Field<MemoryNode>> fieldsOf<MemoryNode>();
 template<> std::span<const Field<HugePages>> fieldsOf<HugePages>();
 template<> std::span<const Field<Swap>> fieldsOf<Swap>();

@@ -76,6 +76,7 @@ struct Sample {
     Load load;
     Rows<Pressure> pressure;
     Memory memory;
+    Rows<MemoryOther> memoryOthers;
     Rows<MemoryNode> memoryNodes;
     Rows<HugePages> hugePages;
     Rows<Swap> swaps;
@@ -83,6 +84,7 @@ struct Sample {
     Rows<EdacRow> edacRows;
     Rows<EdacModule> edacModules;
     Vm vm;
+    Rows<VmOther> vmOthers;
     Activity activity;
     Rows<InterruptLine> interrupts;
     Rows<SoftIrq> softirqs;
@@ -211,6 +213,7 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Load, "load", &Sample::load),
     sectionOf(Area::Pressure, "pressure", &Sample::pressure),
     sectionOf(Area::Memory, "memory", &Sample::memory),
+    sectionOf(Area::Memory, "memory_others", &Sample::memoryOthers),
     sectionOf(Area::Memory, "memory_nodes", &Sample::memoryNodes),
     sectionOf(Area::Memory, "huge_pages", &Sample::hugePages),
     sectionOf(Area::Memory, "swaps", &Sample::swaps),
@@ -218,6 +221,7 @@ inline constexpr std::tuple SECTIONS{
     sectionOf(Area::Memory, "edac_rows", &Sample::edacRows),
     sectionOf(Area::Memory, "edac_modules", &Sample::edacModules),
     sectionOf(Area::Vm, "vm", &Sample::vm),
+    sectionOf(Area::Vm, "vm_others", &Sample::vmOthers),
     sectionOf(Area::Interrupts, "activity", &Sample::activity),
     sectionOf(Area::Interrupts, "interrupts", &Sample::interrupts),
     sectionOf(Area::Interrupts, "softirqs", &Sample::softirqs),

@@ -45,6 +45,7 @@ struct Udp {
 /// A key that is newer than this library, so that nothing that the kernel counts is lost. Whether such a value only
 /// grows is not known. At most 1024 of them.
 struct ProtocolOther {
+    std::string file;     // of /proc/net: "snmp", "snmp6", "netstat", "sockstat" or "sockstat6"
     std::string protocol; // as the kernel names it: "TcpExt"
     std::string key;
     Number value;

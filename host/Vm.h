@@ -255,6 +255,13 @@ struct Vm {
     Count unknownLines; // names that have no member here
 };
 
+/// A name of vmstat that is newer than this library. Whether its value only grows is not known. At most 256 of them.
+struct VmOther {
+    std::string key;
+    Count value;
+};
+
 template<> std::span<const Field<Vm>> fieldsOf<Vm>();
+template<> std::span<const Field<VmOther>> fieldsOf<VmOther>();
 
 } // namespace zel

@@ -1,4 +1,5 @@
 // The known names of what the kernel does: load, /proc/stat, faults and paging, pressure.
+#include "export/known/BuiltName.h"
 #include "export/known/Known.h"
 
 namespace zel {
@@ -63,6 +64,27 @@ void writePressure(const Sample &sample, MetricSink &sink) {
 // Not every resource has a known name, so the fields keep names of ours.
 void listNoFields(KnownFields &) {}
 
+// Of the names that are newer the known families are those of paging, swapping and faults.
+bool isWritten(std::string_view key) {
+    constexpr std::string_view beginnings[] = {"oom_kill", "pgpg", "pswp"};
+    const auto begins = [key](std::string_view beginning) { return key.starts_with(beginning); };
+    return std::any_of(std::begin(beginnings), std::end(beginnings), begins) ||
+           (key.starts_with("pg") && key.find("fault", 2) != std::string_view::npos);
+}
+
+void writeVm(const Sample &sample, MetricSink &sink) {
+    writeKnown(vmTable, sample, sink);
+    BuiltName name;
+    for (const VmOther &other : sample.vmOthers) {
+        if (!isWritten(other.key))
+            continue;
+        name.clear();
+        sink.family(name.add("node_vmstat_").add(other.key).text(), MetricType::Unknown,
+                    "A name of vmstat that is newer than this program.");
+        sink.value(other.value);
+    }
+}
+
 template<class Row, const KnownTable<Row> &table> void write(const Sample &sample, MetricSink &sink) {
     writeKnown(table, sample, sink);
 }
@@ -74,7 +96,7 @@ template<class Row, const KnownTable<Row> &table> void listFields(KnownFields &k
 
 const KnownMetrics knownLoad{Area::Load, write<Load, loadTable>, listFields<Load, loadTable>};
 const KnownMetrics knownActivity{Area::Interrupts, write<Activity, statTable>, listFields<Activity, statTable>};
-const KnownMetrics knownVm{Area::Vm, write<Vm, vmTable>, listFields<Vm, vmTable>};
+const KnownMetrics knownVm{Area::Vm, writeVm, listFields<Vm, vmTable>};
 const KnownMetrics knownPressure{Area::Pressure, writePressure, listNoFields};
 
 } // namespace zel

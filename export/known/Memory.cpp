@@ -1,4 +1,5 @@
 // The known names of memory: those of the keys of /proc/meminfo.
+#include "export/known/BuiltName.h"
 #include "export/known/Known.h"
 
 namespace zel {
@@ -108,12 +109,28 @@ constexpr KnownField<Memory> fields[] = {
 };
 constexpr KnownTable<Memory> table{.one = &Sample::memory, .fields = fields};
 
+// A key in brackets ends its name: "Active(anon)" is Active_anon.
+void writeOthers(const Sample &sample, MetricSink &sink) {
+    BuiltName name;
+    for (const MemoryOther &other : sample.memoryOthers) {
+        const std::string_view key(other.key);
+        name.clear();
+        name.add("node_memory_").add(key.substr(0, key.size() - (key.ends_with(')') ? 1 : 0)));
+        if (other.bytes)
+            name.add("_bytes");
+        sink.family(name.text(), MetricType::Gauge, "A key of meminfo that is newer than this program.");
+        sink.value(other.bytes ? other.bytes : other.value);
+    }
+}
+
 void write(const Sample &sample, MetricSink &sink) {
     writeKnown(table, sample, sink);
+    writeOthers(sample, sink);
 }
 
 void listFields(KnownFields &known) {
     known.add(table);
+    known.add<MemoryOther>({&MemoryOther::value, &MemoryOther::bytes});
 }
 
 } // namespace

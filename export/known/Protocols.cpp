@@ -1,5 +1,6 @@
 // The known names of the protocol counters: those of /proc/net/snmp, snmp6 and netstat that most dashboards ask for.
 // Nobody says of them whether they only grow, so they are of unknown type.
+#include "export/known/BuiltName.h"
 #include "export/known/Known.h"
 
 namespace zel {
@@ -100,6 +101,27 @@ template<class Row> void writeProtocol(const ProtocolTable<Row> &table, const Sa
     }
 }
 
+// Of the keys that are newer the known families are these.
+bool isWritten(const ProtocolOther &other) {
+    const std::string_view key = other.key;
+    if (other.file.starts_with("sockstat"))
+        return false;
+    return key == "InErrors" || key == "InErrs" || key.ends_with("_InErrors") || key.ends_with("_InErrs") ||
+           (other.protocol == "TcpExt" && (key.starts_with("Listen") || key.starts_with("Syncookies")));
+}
+
+void writeOthers(const Sample &sample, MetricSink &sink) {
+    BuiltName name;
+    for (const ProtocolOther &other : sample.protocolOthers) {
+        if (!isWritten(other))
+            continue;
+        name.clear();
+        sink.family(name.add("node_netstat_").add(other.protocol).add("_").add(other.key).text(), unknown,
+                    "A count that is newer than this program.");
+        sink.value(other.value);
+    }
+}
+
 void write(const Sample &sample, MetricSink &sink) {
     const auto writeEach = [&](const auto &tables) {
         for (const auto &table : tables)
@@ -110,6 +132,7 @@ void write(const Sample &sample, MetricSink &sink) {
     writeEach(udpTables);
     writeKnown(tcpTable, sample, sink);
     writeKnown(tcpExtendedTable, sample, sink);
+    writeOthers(sample, sink);
 }
 
 // A field counts as known where every protocol that has it has a name for it.

@@ -1,4 +1,5 @@
 // The known names of sockets: those of /proc/net/sockstat and sockstat6.
+#include "export/known/BuiltName.h"
 #include "export/known/Known.h"
 
 #include <unistd.h>
@@ -32,6 +33,18 @@ constexpr KnownField<Sockets> fields[] = {
 };
 constexpr KnownTable<Sockets> table{.one = &Sample::sockets, .fields = fields};
 
+void writeOthers(const Sample &sample, MetricSink &sink) {
+    BuiltName name;
+    for (const ProtocolOther &other : sample.protocolOthers) {
+        if (!other.file.starts_with("sockstat"))
+            continue;
+        name.clear();
+        sink.family(name.add("node_sockstat_").add(other.protocol).add("_").add(other.key).text(), gauge,
+                    "A count that is newer than this program.");
+        sink.value(other.value);
+    }
+}
+
 void write(const Sample &sample, MetricSink &sink) {
     static const double pagesPerByte = 1.0 / static_cast<double>(sysconf(_SC_PAGESIZE));
     writeKnown(table, sample, sink);
@@ -39,6 +52,7 @@ void write(const Sample &sample, MetricSink &sink) {
     sink.value(sample.sockets.tcpMemoryBytes, pagesPerByte);
     sink.family("node_sockstat_UDP_mem", gauge, "The same in pages.");
     sink.value(sample.sockets.udpMemoryBytes, pagesPerByte);
+    writeOthers(sample, sink);
 }
 
 void listFields(KnownFields &known) {

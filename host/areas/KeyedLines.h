@@ -4,6 +4,7 @@
 // in steady state no key is looked for.
 #pragma once
 
+#include "host/Rows.h"
 #include "host/Schema.h"
 #include "host/source/LineScan.h"
 #include "host/source/SourceFile.h"
@@ -19,6 +20,25 @@ template<class Row> struct KeyedEntry {
     std::string_view key;
     Count Row::*member;
 };
+
+/// The number of a line.
+struct KeyedNumber {
+    Count value;
+    bool isBytes = false;
+};
+
+/// Keys that no table knows are rows, up to this many of one file and this long.
+inline constexpr std::size_t OTHER_KEYS_LIMIT = 256;
+inline constexpr std::size_t OTHER_KEY_LENGTH = 64;
+
+/// The row of such a key; null when there are enough, or the key is none.
+template<class Other> Other *otherOf(Rows<Other> &rows, std::string_view key) {
+    if (rows.size() == OTHER_KEYS_LIMIT || key.size() > OTHER_KEY_LENGTH)
+        return nullptr;
+    Other &row = rows.append();
+    row.key = key;
+    return &row;
+}
 
 /// What the lines of a file were.
 struct KeyedLineCounts {
@@ -39,6 +59,10 @@ public:
 
     /// Takes the values of the lines that have a key; a number followed by "kB" counts bytes.
     KeyedLineCounts parse(const char *line, Row &row) {
+        return parse(line, row, [](std::string_view, const KeyedNumber &) {});
+    }
+    /// The same; `takeOther` gets the key and the number of the lines that the table does not know.
+    template<class TakeOther> KeyedLineCounts parse(const char *line, Row &row, TakeOther &&takeOther) {
         KeyedLineCounts counts;
         std::size_t follower = m_entries.size(); // of no key: the first line
         for (; *line != '\0'; line = nextLine(line)) {
@@ -51,12 +75,15 @@ public:
             const std::size_t place = placeOf(key, m_followers[follower]);
             if (place == m_entries.size()) {
                 ++counts.unknown;
+                const KeyedNumber number = numberAt(cursor);
+                counts.malformed += number.value ? 0 : 1;
+                takeOther(key, number);
                 continue;
             }
             m_followers[follower] = place;
             follower = place;
             Count &value = row.*m_entries[place].member;
-            value = valueAt(cursor);
+            value = numberAt(cursor).value;
             ++(value ? counts.known : counts.malformed);
         }
         return counts;
@@ -93,11 +120,11 @@ private:
     }
 
     // Sample: 24684092 kB
-    static Count valueAt(const char *cursor) {
+    static KeyedNumber numberAt(const char *cursor) {
         const Count value = takeCount(cursor);
         cursor = skipSpaces(cursor);
-        const bool kilobytes = value && cursor[0] == 'k' && cursor[1] == 'B';
-        return kilobytes ? scaledCount(value, BYTES_PER_KILOBYTE) : value;
+        const bool isBytes = value && cursor[0] == 'k' && cursor[1] == 'B';
+        return {isBytes ? scaledCount(value, BYTES_PER_KILOBYTE) : value, isBytes};
     }
 
     char m_ending;

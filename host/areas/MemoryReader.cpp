@@ -78,7 +78,9 @@ public:
         if (const int error = m_file.read(take.root); error != 0)
             return loseArea(sample, Area::Memory, error, m_file.path());
         forget(sample.memory, Absence::Unsupported);
-        const KeyedLineCounts lines = m_lines.parse(m_file.text().data(), sample.memory);
+        sample.memoryOthers.clear();
+        const KeyedLineCounts lines =
+            m_lines.parse(m_file.text().data(), sample.memory, [&](auto... line) { takeOther(sample, line...); });
         if (lines.known == 0)
             return loseArea(sample, Area::Memory, NOT_ITS_FORMAT, m_file.path());
         sample.memory.unknownLines = lines.unknown;
@@ -94,6 +96,14 @@ private:
     // What is missing is no failure: kernels are built without it.
     static void note(Take &take, int error, std::string_view file) {
         noteUnlessMissing(take.sample.area(Area::Memory), error, file);
+    }
+
+    static void takeOther(Sample &sample, std::string_view key, const KeyedNumber &number) {
+        MemoryOther *const other = otherOf(sample.memoryOthers, key);
+        if (other == nullptr)
+            return;
+        other->value = number.isBytes ? Count(Absence::Unsupported) : number.value;
+        other->bytes = number.isBytes ? number.value : Count(Absence::Unsupported);
     }
 
     void readNodes(Take &take) {

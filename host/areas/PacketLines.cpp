@@ -45,12 +45,12 @@ constexpr struct {
     {"FRAG6", "memory", In::Bytes, &Sockets::fragment6MemoryBytes},
 };
 
-bool takeSocketValue(std::string_view line, std::string_view key, const char *&cursor, std::uint64_t pageBytes,
-                     Sample &sample) {
-    const auto same = [&](const auto &entry) { return entry.line == line && entry.key == key; };
+bool takeSocketValue(const ProtocolLines::Place &place, std::string_view key, const char *&cursor,
+                     std::uint64_t pageBytes, Sample &sample) {
+    const auto same = [&](const auto &entry) { return entry.line == place.protocol && entry.key == key; };
     const auto *const entry = std::find_if(std::begin(socketKeys), std::end(socketKeys), same);
     if (entry == std::end(socketKeys))
-        return ProtocolLines::takeOther(sample, line, key, cursor);
+        return ProtocolLines::takeOther(sample, place, key, cursor);
     Count &value = sample.sockets.*entry->member;
     value = scaledCount(takeCount(cursor), entry->unit == In::Pages ? pageBytes : 1);
     return value.has();
@@ -168,7 +168,7 @@ struct ArpLine {
 } // namespace
 
 // Sample: TCP: inuse 4 orphan 0 tw 4 alloc 17 mem 1
-bool takeSocketStatistics(const char *text, std::uint64_t pageBytes, Sample &sample) {
+bool takeSocketStatistics(std::string_view file, const char *text, std::uint64_t pageBytes, Sample &sample) {
     bool whole = *text != '\0';
     for (const char *line = text; *line != '\0'; line = nextLine(line)) {
         const char *cursor = line;
@@ -179,7 +179,7 @@ bool takeSocketStatistics(const char *text, std::uint64_t pageBytes, Sample &sam
         }
         name.remove_suffix(1);
         for (std::string_view key = takeWord(cursor); !key.empty(); key = takeWord(cursor)) {
-            if (takeSocketValue(name, key, cursor, pageBytes, sample))
+            if (takeSocketValue({file, name}, key, cursor, pageBytes, sample))
                 continue;
             whole = false;
             takeWord(cursor);

@@ -10,8 +10,8 @@
 
 namespace zel {
 
-/// Takes sockstat or sockstat6. Keys that no field has go to the other protocols.
-bool takeSocketStatistics(const char *text, std::uint64_t pageBytes, Sample &sample);
+/// Takes "sockstat" or "sockstat6". Keys that no field has go to the other protocols.
+bool takeSocketStatistics(std::string_view file, const char *text, std::uint64_t pageBytes, Sample &sample);
 
 /// Fills a row for each line.
 bool takeSoftnet(const char *text, Rows<Softnet> &rows);

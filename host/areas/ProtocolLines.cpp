@@ -42,12 +42,12 @@ template<class Use> bool forEachPair(const char *heading, const char *values, Us
 }
 
 template<class Row>
-bool takeColumns(ProtocolKeys<Row> &keys, std::string_view protocol, const char *heading, const char *values, Row &row,
-                 Sample &sample) {
+bool takeColumns(ProtocolKeys<Row> &keys, const ProtocolLines::Place &from, const char *heading, const char *values,
+                 Row &row, Sample &sample) {
     return forEachPair(heading, values, [&](std::string_view key, std::size_t place, const char *&cursor) {
         const Field<Row> *field = keys.find(key, place);
         return field != nullptr ? takeProtocolValue(*field, cursor, row)
-                                : ProtocolLines::takeOther(sample, protocol, key, cursor);
+                                : ProtocolLines::takeOther(sample, from, key, cursor);
     });
 }
 
@@ -74,6 +74,13 @@ bool takeType(std::string_view key, std::string_view protocol, const char *&curs
     count = takeCount(cursor);
     whole &= count.has();
     return true;
+}
+
+constexpr std::string_view snmp6 = "snmp6";
+
+// The protocol that a key of snmp6 begins with, such as Ip6; an empty one where there is none.
+std::string_view prefixOfSix(std::string_view key) {
+    return key.substr(0, key.find('6') + 1);
 }
 
 // The prefix of a line before its colon; an empty one where there is none.
@@ -118,7 +125,7 @@ template<class Row> Row &ProtocolLines::rowOf(Rows<Row> &rows, std::string_view 
 
 // Sample: Tcp: RtoAlgorithm RtoMin RtoMax
 //         Tcp: 1 200 120000
-bool ProtocolLines::takePairs(const char *text, Sample &sample) {
+bool ProtocolLines::takePairs(std::string_view file, const char *text, Sample &sample) {
     bool whole = *text != '\0';
     while (*text != '\0') {
         const std::string_view protocol = prefixOf(text);
@@ -129,7 +136,7 @@ bool ProtocolLines::takePairs(const char *text, Sample &sample) {
             continue;
         }
         const std::size_t length = protocol.size() + 1;
-        whole &= takePair({protocol, text + length, values + length}, sample);
+        whole &= takePair({file, protocol, text + length, values + length}, sample);
         text = nextLine(values);
     }
     return whole;
@@ -137,7 +144,7 @@ bool ProtocolLines::takePairs(const char *text, Sample &sample) {
 
 bool ProtocolLines::takePair(const Pair &pair, Sample &sample) {
     const auto take = [&](auto &keys, auto &row) {
-        return takeColumns(keys, pair.protocol, pair.heading, pair.values, row, sample);
+        return takeColumns(keys, {pair.file, pair.protocol}, pair.heading, pair.values, row, sample);
     };
     if (pair.protocol == "Ip")
         return take(m_ip, rowOf(sample.ip, "ip"));
@@ -165,22 +172,25 @@ bool ProtocolLines::takePair(const Pair &pair, Sample &sample) {
 bool ProtocolLines::takeTypes(const Pair &pair, Sample &sample) {
     return forEachPair(pair.heading, pair.values, [&](std::string_view key, std::size_t, const char *&cursor) {
         bool whole = true;
-        return takeType(key, "icmp", cursor, sample, whole) ? whole : takeOther(sample, pair.protocol, key, cursor);
+        return takeType(key, "icmp", cursor, sample, whole)
+                   ? whole
+                   : takeOther(sample, {pair.file, pair.protocol}, key, cursor);
     });
 }
 
 bool ProtocolLines::takeOthers(const Pair &pair, Sample &sample) {
     return forEachPair(pair.heading, pair.values, [&](std::string_view key, std::size_t, const char *&cursor) {
-        return takeOther(sample, pair.protocol, key, cursor);
+        return takeOther(sample, {pair.file, pair.protocol}, key, cursor);
     });
 }
 
-bool ProtocolLines::takeOther(Sample &sample, std::string_view protocol, std::string_view key, const char *&cursor) {
+bool ProtocolLines::takeOther(Sample &sample, const Place &place, std::string_view key, const char *&cursor) {
     if (sample.protocolOthers.size() == OTHERS_LIMIT || key.size() > PROTOCOL_KEY_LIMIT ||
-        protocol.size() > PROTOCOL_KEY_LIMIT)
+        place.protocol.size() > PROTOCOL_KEY_LIMIT)
         return false;
     ProtocolOther &other = sample.protocolOthers.append();
-    other.protocol = protocol;
+    other.file = place.file;
+    other.protocol = place.protocol;
     other.key = key;
     other.value = takeInteger(cursor);
     return other.value.has();
@@ -208,7 +218,7 @@ bool ProtocolLines::takeSixLine(std::string_view key, const char *cursor, Sample
             return false;
         const auto *field = keys.find(key.substr(prefix.size()), place++);
         whole = field != nullptr ? takeProtocolValue(*field, cursor, rowOfProtocol())
-                                 : takeOther(sample, prefix, key.substr(prefix.size()), cursor);
+                                 : takeOther(sample, {snmp6, prefix}, key.substr(prefix.size()), cursor);
         return true;
     };
     constexpr std::string_view icmp = "Icmp6";
@@ -219,7 +229,8 @@ bool ProtocolLines::takeSixLine(std::string_view key, const char *cursor, Sample
         take("Udp6", m_udp6, m_places[2], [&]() -> Udp & { return rowOf(sample.udp, "udp6"); }) ||
         take("UdpLite6", m_udpLite6, m_places[3], [&]() -> Udp & { return rowOf(sample.udp, "udplite6"); });
     if (!taken)
-        whole = !key.empty() && takeOther(sample, "snmp6", key, cursor);
+        whole =
+            !key.empty() && takeOther(sample, {snmp6, prefixOfSix(key)}, key.substr(prefixOfSix(key).size()), cursor);
     return whole && endsLine(*skipSpaces(cursor));
 }
 

@@ -10,6 +10,11 @@ namespace zel {
 
 class ProtocolLines {
 public:
+    /// Where a key comes from.
+    struct Place {
+        std::string_view file, protocol;
+    };
+
     /// More keys of a protocol, or keys that no field has, are not believed.
     static constexpr std::size_t KEYS_LIMIT = 1024;
     static constexpr std::size_t OTHERS_LIMIT = 1024;
@@ -18,16 +23,16 @@ public:
     /// absent for that reason.
     void begin(Sample &sample, int snmp, int netstat);
 
-    /// Takes a file of pairs of lines, snmp or netstat. False when something of it is not what kernels write.
-    bool takePairs(const char *text, Sample &sample);
+    /// Takes a file of pairs of lines, "snmp" or "netstat". False when something of it is not what kernels write.
+    bool takePairs(std::string_view file, const char *text, Sample &sample);
     /// Takes snmp6, a key and a value in each line.
     bool takeSix(const char *text, Sample &sample);
     /// Takes a key that no field has, with the number at the cursor.
-    static bool takeOther(Sample &sample, std::string_view protocol, std::string_view key, const char *&cursor);
+    static bool takeOther(Sample &sample, const Place &place, std::string_view key, const char *&cursor);
 
 private:
     struct Pair {
-        std::string_view protocol;
+        std::string_view file, protocol;
         const char *heading;
         const char *values;
     };

@@ -9,6 +9,7 @@
 #include "host/source/Attribute.h"
 #include "host/source/BoundedReads.h"
 #include "host/source/Clocks.h"
+#include "host/source/DeviceAttributes.h"
 #include "host/source/NetFiles.h"
 
 #include <sys/socket.h>
@@ -82,9 +83,9 @@ private:
         note(take, netstat, m_netstat.path());
         note(take, six, m_snmp6.path());
         if (m_snmpError == 0)
-            noteFormat(take, m_lines.takePairs(m_snmp.text().data(), sample), m_snmp.path());
+            noteFormat(take, m_lines.takePairs("snmp", m_snmp.text().data(), sample), m_snmp.path());
         if (netstat == 0)
-            noteFormat(take, m_lines.takePairs(m_netstat.text().data(), sample), m_netstat.path());
+            noteFormat(take, m_lines.takePairs("netstat", m_netstat.text().data(), sample), m_netstat.path());
         if (six == 0)
             noteFormat(take, m_lines.takeSix(m_snmp6.text().data(), sample), m_snmp6.path());
         return m_snmpError == 0 || netstat == 0 || six == 0;
@@ -97,7 +98,9 @@ private:
             const int error = m_net.read(take.root, *file);
             note(take, error, file->path());
             if (error == 0)
-                noteFormat(take, takeSocketStatistics(file->text().data(), m_pageBytes, take.sample), file->path());
+                noteFormat(take,
+                           takeSocketStatistics(lastPart(file->path()), file->text().data(), m_pageBytes, take.sample),
+                           file->path());
             else
                 loseStatistics(take.sample.sockets, *file, absenceOf(error));
             any |= error == 0;

@@ -29,7 +29,9 @@ public:
         if (const int error = m_file.read(take.root); error != 0)
             return loseArea(sample, Area::Vm, error, m_file.path());
         forget(sample.vm, Absence::Unsupported);
-        const KeyedLineCounts lines = m_lines.parse(m_file.text().data(), sample.vm);
+        sample.vmOthers.clear();
+        const KeyedLineCounts lines =
+            m_lines.parse(m_file.text().data(), sample.vm, [&](auto... line) { takeOther(sample, line...); });
         if (lines.known == 0)
             return loseArea(sample, Area::Vm, NOT_ITS_FORMAT, m_file.path());
         sample.vm.unknownLines = lines.unknown;
@@ -38,6 +40,11 @@ public:
     }
 
 private:
+    static void takeOther(Sample &sample, std::string_view key, const KeyedNumber &number) {
+        if (VmOther *const other = otherOf(sample.vmOthers, key); other != nullptr)
+            other->value = number.value;
+    }
+
     SourceFile m_file{"proc/vmstat", Records::Many};
     KeyedLines<Vm> m_lines{vmKeys(), ' '};
 };

@@ -124,6 +124,14 @@ constexpr Field<Memory> memoryFields[] = {
                  "Lines of the file with a name that has no field here."),
 };
 
+constexpr Entries<MemoryOther> other{Area::Memory, "memory_others", "/proc/meminfo",
+                                     "a kernel with keys that have no field here"};
+constexpr Field<MemoryOther> otherFields[] = {
+    other.label("key", &MemoryOther::key, "The kernel's key."),
+    other.gauge("value", &MemoryOther::value, Unit::None, "What the kernel says, of a key without a unit."),
+    other.gauge("bytes", &MemoryOther::bytes, Unit::Bytes, "What the kernel says, of a key that it gives in kB."),
+};
+
 constexpr Entries<MemoryNode> node{Area::Memory, "memory_nodes", "/sys/devices/system/node/node*/meminfo", nodes};
 constexpr Entries<MemoryNode> numa = node.from("/sys/devices/system/node/node*/numastat", nodes);
 constexpr Entries<MemoryNode> nodeShadow = node.from("/sys/devices/system/node/node*/meminfo", shadowOption);
@@ -224,6 +232,10 @@ constexpr Field<Swap> swapFields[] = {
 
 template<> std::span<const Field<Memory>> fieldsOf<Memory>() {
     return memoryFields;
+}
+
+template<> std::span<const Field<MemoryOther>> fieldsOf<MemoryOther>() {
+    return otherFields;
 }
 
 template<> std::span<const Field<MemoryNode>> fieldsOf<MemoryNode>() {

@@ -55,9 +55,11 @@ constexpr Field<Udp> udpFields[] = {
 };
 
 constexpr Entries<ProtocolOther> other{Area::Protocols, "protocol_others",
-                                       "/proc/net/snmp, /proc/net/snmp6, /proc/net/netstat, /proc/net/sockstat",
+                                       "/proc/net/snmp, /proc/net/snmp6, /proc/net/netstat, /proc/net/sockstat, "
+                                       "/proc/net/sockstat6",
                                        "a kernel with keys that have no field here"};
 constexpr Field<ProtocolOther> otherFields[] = {
+    other.label("file", &ProtocolOther::file, "File of /proc/net that has the key."),
     other.label("protocol", &ProtocolOther::protocol, "As the kernel names it."),
     other.label("key", &ProtocolOther::key, "The kernel's key."),
     other.gauge("value", &ProtocolOther::value, Unit::None, "What the kernel says; it may be a counter."),

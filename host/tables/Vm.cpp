@@ -383,7 +383,17 @@ constexpr Field<Vm> fields[] = {
     vm.gauge("unknown_lines", &Vm::unknownLines, Unit::None, "Lines of the file with a name that has no field here."),
 };
 
+constexpr Entries<VmOther> other{Area::Vm, "vm_others", "/proc/vmstat", "a kernel with names that have no field here"};
+constexpr Field<VmOther> otherFields[] = {
+    other.label("key", &VmOther::key, "The kernel's name."),
+    other.gauge("value", &VmOther::value, Unit::None, "What the kernel says; it may be a counter."),
+};
+
 } // namespace
+
+template<> std::span<const Field<VmOther>> fieldsOf<VmOther>() {
+    return otherFields;
+}
 
 template<> std::span<const Field<Vm>> fieldsOf<Vm>() {
     return fields;

@@ -91,12 +91,12 @@ std::string metricsSentence(const ServeSettings &settings) {
     const std::string own = sections.empty()       ? "the sections that are written by default"
                             : sections[0] == "all" ? "all sections"
                                                    : "the sections " + joined(sections, itself);
-    const std::string most = std::to_string(settings.topProcesses);
+    const std::string most = std::to_string(settings.topProcesses), textfiles = usedTextfileDirectory(settings);
     const std::string processes =
         settings.topProcesses == 0 ? "no process" : "the " + most + " processes that use most CPU, memory and I/O each";
     const bool hasUnits = settings.root.empty() && !settings.withoutSystemd;
     return "/metrics has the known families, " + own + ", " + processes + (hasUnits ? ", the units of systemd" : "") +
-           (settings.textfileDirectory.empty() ? "" : ", and *.prom of " + settings.textfileDirectory);
+           (textfiles.empty() ? "" : ", and *.prom of " + textfiles);
 }
 
 std::string departureSentence(const ServeSettings &settings) {
@@ -133,7 +133,7 @@ std::vector<std::string> problemsOf(const ServeSettings &wanted) {
     else if (hasTls(settings))
         problems = problemsOfTls(settings.certificateFile, settings.keyFile);
     checkDirectory("root", settings.root, problems);
-    checkDirectory("textfile-directory", settings.textfileDirectory, problems);
+    checkDirectory("textfile-directory", usedTextfileDirectory(settings), problems);
     return problems;
 }
 

@@ -15,6 +15,8 @@
 namespace zel {
 
 inline constexpr const char *LISTEN_DEFAULT = "127.0.0.1:9100";
+/// Where the exporter that this one takes the place of reads them in Debian.
+inline constexpr const char *TEXTFILE_DIRECTORY_DEFAULT = "/var/lib/prometheus/node-exporter";
 
 /// A number that is set, and its limits, both included.
 template<class Number> struct SettingRange { Number otherwise, least, most; };
@@ -65,7 +67,8 @@ struct ServeSettings {
     bool withoutSystemd = false;                        // units of systemd are not asked for; a root has none
     bool commandLines = false;                          // command lines of processes may leave the machine
 
-    std::string textfileDirectory = {};                   // its *.prom are part of /metrics; empty: there is none
+    // Its *.prom are part of /metrics; empty: there is none. The default one is, where this host has it.
+    std::string textfileDirectory = TEXTFILE_DIRECTORY_DEFAULT;
     std::size_t textfileBytes = TEXTFILE_BYTES.otherwise; // of one file; a longer one is an error
     std::size_t textfiles = TEXTFILES.otherwise;          // that are read; more are an error
 
@@ -81,5 +84,8 @@ struct ServeSettings {
     std::chrono::milliseconds streamLeast = STREAM_LEAST.otherwise;         // the shortest time between two events
     std::chrono::milliseconds streamHeartbeat = STREAM_HEARTBEAT.otherwise; // an event or a comment comes in this time
 };
+
+/// The directory of text files that is read: the default one where it is there and this host is served.
+std::string usedTextfileDirectory(const ServeSettings &settings);
 
 } // namespace zel

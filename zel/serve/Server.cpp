@@ -20,7 +20,7 @@ AnswerSettings answerSettings(const ServeSettings &settings, std::string &proble
             problem = "there is no section '" + section + "' of metrics";
     }
     answers.units = settings.root.empty() && !settings.withoutSystemd;
-    answers.textfileDirectory = settings.textfileDirectory;
+    answers.textfileDirectory = usedTextfileDirectory(settings);
     answers.textfiles = {settings.textfileBytes, settings.textfiles};
     answers.sampleAge = settings.sampleAge;
     answers.deadline = settings.deadline;

@@ -69,6 +69,14 @@ std::unordered_set<std::string_view> namesIn(std::string_view text) {
 
 } // namespace
 
+std::string usedTextfileDirectory(const ServeSettings &settings) {
+    if (settings.textfileDirectory != TEXTFILE_DIRECTORY_DEFAULT)
+        return settings.textfileDirectory;
+    struct stat status {};
+    const bool isThere = stat(TEXTFILE_DIRECTORY_DEFAULT, &status) == 0 && S_ISDIR(status.st_mode);
+    return isThere && settings.root.empty() ? TEXTFILE_DIRECTORY_DEFAULT : "";
+}
+
 // What the bounded call works on; no more than one call of a directory runs.
 struct TextfileDirectory::Files {
     std::string path;

@@ -11,8 +11,6 @@ namespace zel {
 
 namespace {
 
-constexpr std::size_t notInOverview = static_cast<std::size_t>(-1); // the least rows that one shows
-
 bool hasNoAnswer(const RowValues &row) {
     return !row["size_bytes"].has();
 }

@@ -10,8 +10,6 @@ namespace zel {
 
 namespace {
 
-constexpr std::size_t notInOverview = static_cast<std::size_t>(-1); // the least rows that one shows
-
 constexpr double nearlyFull = 0.8, full = 0.95;
 
 Cell shareOf(const RowValues &row, std::string_view used, std::string_view limit) {
@@ -178,7 +176,7 @@ constexpr ViewColumn udp[] = {
     {"out", "transmit_queue_bytes"},
 };
 
-constexpr ViewColumn others[] = {{"protocol", "protocol"}, {"key", "key"}, {"value", "value"}};
+constexpr ViewColumn others[] = {{"file", "file"}, {"protocol", "protocol"}, {"key", "key"}, {"value", "value"}};
 
 constexpr ViewColumn sockets[] = {
     {"sockets", "used"},

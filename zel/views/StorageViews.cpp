@@ -8,8 +8,6 @@ namespace zel {
 
 namespace {
 
-constexpr std::size_t notInOverview = static_cast<std::size_t>(-1);
-
 Cell arrayState(const RowValues &row, const Style &style) {
     const Value &state = row["state"];
     const bool isRunning = state.has() && state.asText() == "active";

@@ -132,6 +132,9 @@ constexpr ViewColumn hugePages[] = {
     {"overcommit", "overcommit"},
 };
 
+constexpr ViewColumn memoryOthers[] = {{"key", "key"}, {"value", "value"}, {"bytes", "bytes"}};
+constexpr ViewColumn vmOthers[] = {{"key", "key"}, {"value", "value"}};
+
 constexpr ViewColumn swaps[] = {
     {"device", "device"},
     {"type", "type"},
@@ -207,6 +210,7 @@ constexpr View views[] = {
     {.section = "load", .heading = "LOAD", .layout = View::Layout::Pairs, .columns = load},
     {.section = "pressure", .heading = "PRESSURE", .columns = pressure},
     {.section = "memory", .heading = "MEMORY", .layout = View::Layout::Pairs, .columns = memory},
+    {.section = "memory_others", .heading = "OTHER MEMORY", .columns = memoryOthers, .overviewLeast = notInOverview},
     {.section = "memory_nodes",
      .heading = "MEMORY NODES",
      .columns = memoryNodes,
@@ -219,6 +223,7 @@ constexpr View views[] = {
      .hidden = "without pages"},
     {.section = "swaps", .heading = "SWAP", .columns = swaps},
     {.section = "vm", .heading = "VIRTUAL MEMORY", .layout = View::Layout::Pairs, .columns = vm},
+    {.section = "vm_others", .heading = "OTHER VIRTUAL MEMORY", .columns = vmOthers, .overviewLeast = notInOverview},
     {.section = "activity", .heading = "ACTIVITY", .layout = View::Layout::Pairs, .columns = activity},
     {.section = "interrupts",
      .heading = "INTERRUPTS",

@@ -5,6 +5,9 @@
 
 namespace zel {
 
+/// The least rows of a section that no overview shows.
+inline constexpr std::size_t notInOverview = static_cast<std::size_t>(-1);
+
 std::span<const View> systemViews();
 std::span<const View> deviceViews();
 std::span<const View> storageViews();

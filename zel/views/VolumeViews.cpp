@@ -5,13 +5,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 
 namespace zel {
 
 namespace {
-
-constexpr std::size_t notInOverview = std::numeric_limits<std::size_t>::max();
 
 constexpr ViewColumn btrfs[] = {
     {"label", "label"},

@@ -32,4 +32,16 @@ TEST(KnownMemory, LinesThatAreNotKnownAreNoFamily) {
     EXPECT_EQ(KnownText(zel::knownMemory, sample).series(), Lines{});
 }
 
+TEST(KnownMemory, NewKeysHaveNamesOfTheirOwn) {
+    zel::Sample sample;
+    for (const char *key : {"FooBar", "Foo(bar)"}) {
+        sample.memoryOthers.append().key = key;
+        sample.memoryOthers[sample.memoryOthers.size() - 1].bytes = kibibyte;
+    }
+    sample.memoryOthers.append().key = "Foo_Pages";
+    sample.memoryOthers[2].value = std::uint64_t{29};
+    EXPECT_EQ(KnownText(zel::knownMemory, sample).series(),
+              (Lines{"node_memory_FooBar_bytes 1024", "node_memory_Foo_bar_bytes 1024", "node_memory_Foo_Pages 29"}));
+}
+
 } // namespace

@@ -33,6 +33,10 @@ TEST(MemoryReader, KilobytesAreBytesAndCountsAreCounts) {
     EXPECT_TRUE(holds(sample.memory.hugePageBytes, 2097152U));
     EXPECT_TRUE(holds(sample.memory.directMap1gBytes, 8589934592U));
     EXPECT_TRUE(holds(sample.memory.unknownLines, 1U));
+    ASSERT_EQ(sample.memoryOthers.size(), 1U);
+    EXPECT_EQ(sample.memoryOthers[0].key, "MemTomorrow");
+    EXPECT_TRUE(holds(sample.memoryOthers[0].bytes, 7168U));
+    EXPECT_TRUE(lacks(sample.memoryOthers[0].value, Absence::Unsupported));
     EXPECT_EQ(failureOf(sample, Area::Memory), NO_FAILURE) << "nodes, huge pages and swap may be missing";
 }
 

@@ -55,6 +55,7 @@ TEST(SocketStatistics, WhatIsDamagedOrNew) {
     EXPECT_TRUE(lacks(sample.sockets.udpInUse, Absence::Malformed));
     EXPECT_TRUE(lacks(sample.sockets.tcp6InUse, Absence::Unsupported)) << "a kernel without IPv6";
     ASSERT_EQ(sample.protocolOthers.size(), 1U);
+    EXPECT_EQ(sample.protocolOthers[0].file, "sockstat");
     EXPECT_EQ(sample.protocolOthers[0].key, "news");
     EXPECT_EQ(failureOf(sample, Area::Protocols), std::pair(EBADMSG, std::string("proc/net/sockstat")));
 }

@@ -118,8 +118,9 @@ TEST(ProtocolReader, SixHasKeysOfItsOwn) {
     EXPECT_TRUE(holds(rowOf(sample.udp, "udp6").inDatagrams, 8U));
     EXPECT_TRUE(holds(rowOf(sample.udp, "udplite6").sndbufErrors, 9U));
     ASSERT_EQ(sample.protocolOthers.size(), 1U);
-    EXPECT_EQ(sample.protocolOthers[0].protocol, "snmp6");
-    EXPECT_EQ(sample.protocolOthers[0].key, "Sctp6Thing");
+    EXPECT_EQ(sample.protocolOthers[0].file, "snmp6");
+    EXPECT_EQ(sample.protocolOthers[0].protocol, "Sctp6");
+    EXPECT_EQ(sample.protocolOthers[0].key, "Thing");
     EXPECT_TRUE(holds(sample.protocolOthers[0].value, 10));
     EXPECT_EQ(failureOf(sample, Area::Protocols), NO_FAILURE);
 }
@@ -132,6 +133,7 @@ TEST(ProtocolReader, KeysOfTomorrowAreRows) {
     EXPECT_TRUE(holds(sample.tcpExtended.listenDrops, 1U));
     EXPECT_TRUE(holds(sample.tcpExtended.tcpTimeouts, 3U));
     ASSERT_EQ(sample.protocolOthers.size(), 3U);
+    EXPECT_EQ(sample.protocolOthers[0].file, "netstat");
     EXPECT_EQ(sample.protocolOthers[0].protocol, "TcpExt");
     EXPECT_EQ(sample.protocolOthers[0].key, "TCPNewThing");
     EXPECT_TRUE(holds(sample.protocolOthers[0].value, -2)) << "it may be no counter";

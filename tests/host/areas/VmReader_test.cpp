@@ -20,6 +20,9 @@ TEST(VmReader, NamesOfTheKernelAreTheFields) {
     EXPECT_TRUE(holds(sample.vm.oomKill, 2U));
     EXPECT_TRUE(lacks(sample.vm.pswpout, Absence::Unsupported));
     EXPECT_TRUE(holds(sample.vm.unknownLines, 1U));
+    ASSERT_EQ(sample.vmOthers.size(), 1U);
+    EXPECT_EQ(sample.vmOthers[0].key, "nr_name_of_tomorrow");
+    EXPECT_TRUE(holds(sample.vmOthers[0].value, 3U));
     EXPECT_EQ(failureOf(sample, Area::Vm), NO_FAILURE);
 }
 

@@ -24,6 +24,7 @@ ServeSettings quickSettings() {
     ServeSettings settings;
     settings.areas = {zel::Area::Load};
     settings.streamLeast = 100ms;
+    settings.textfileDirectory.clear();
     return settings;
 }
 

@@ -2,8 +2,11 @@
 #include "zel/serve/TextfileDirectory.h"
 
 #include "TempDirectory.h"
+#include "zel/serve/ServeSettings.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -202,6 +205,17 @@ TEST_F(Textfiles, DirectoryThatIsNotThereIsAnError) {
     std::string out;
     missing.append(MetricFormat::PrometheusText, out);
     EXPECT_TRUE(out.ends_with("node_textfile_scrape_error 1\n")) << out;
+}
+
+TEST(UsedTextfileDirectory, IsTheDefaultOneWhereItIsThereAndThisHostIsServed) {
+    zel::ServeSettings settings;
+    const bool isThere = std::filesystem::is_directory("/var/lib/prometheus/node-exporter");
+    EXPECT_EQ(zel::usedTextfileDirectory(settings), isThere ? "/var/lib/prometheus/node-exporter" : "");
+    settings.root = "/of/another/host";
+    EXPECT_EQ(zel::usedTextfileDirectory(settings), "");
+    settings.textfileDirectory = "/its/own";
+    EXPECT_EQ(zel::usedTextfileDirectory(settings), "/its/own");
+    EXPECT_EQ(zel::usedTextfileDirectory({.textfileDirectory = ""}), "");
 }
 
 TEST_F(Textfiles, NoDirectoryIsNoError) {
