@@ -56,6 +56,14 @@ template<auto member> std::string readTexts(ServeSettings &settings, const std::
     return {};
 }
 
+std::string readServerNames(ServeSettings &settings, const std::string &text) {
+    const std::string problem = readTexts<&ServeSettings::serverNames>(settings, text);
+    const auto wrong = std::ranges::find_if_not(settings.serverNames, isServerName);
+    if (!problem.empty() || wrong == settings.serverNames.end())
+        return problem;
+    return "no client can ask for '" + *wrong + "': names have no port, no brackets and no blanks";
+}
+
 std::string readListenOf(ServeSettings &settings, const std::string &text) {
     std::string problem = readTexts<&ServeSettings::listen>(settings, text);
     if (settings.listen.empty())
@@ -114,7 +122,7 @@ constexpr auto serverOptions = std::to_array<ServeOption>({
     {{"--listen-unprotected", "", "listen for other machines without a token and without TLS"},
      readSwitch<&ServeSettings::listenUnprotected>},
     {{"--server-names", "NAME,...", "names that clients may call this host by, beside localhost"},
-     readTexts<&ServeSettings::serverNames>},
+     readServerNames},
     {{"--token-file", "FILE", "who asks has to give the token that is its one line"},
      readText<&ServeSettings::tokenFile>},
     {{"--certificate", "FILE", "TLS with this certificate (PEM)"}, readText<&ServeSettings::certificateFile>},

@@ -180,4 +180,11 @@ bool isHostAllowed(std::string_view host, bool byLoopback, std::span<const std::
     return address && isLoopback(*address);
 }
 
+bool isServerName(std::string_view name) {
+    constexpr std::string_view allowed = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_";
+    if (name.empty() || name.size() > nameAtMost)
+        return false;
+    return name.find_first_not_of(allowed) == name.npos || readNumeric(name, true, 0).has_value();
+}
+
 } // namespace zel

@@ -37,4 +37,7 @@ std::string clientKey(const SocketAddress &address);
 /// text of the header, with or without a port; an empty one, as of a client before HTTP/1.1, is no page's.
 bool isHostAllowed(std::string_view host, bool byLoopback, std::span<const std::string> names);
 
+/// Whether a client can give this name as its Host: a host name, or an address in numbers; without port and brackets.
+bool isServerName(std::string_view name);
+
 } // namespace zel

@@ -11,6 +11,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 zel::ServeSettings read(const std::map<std::string, std::string> &options, std::string &problem) {
     zel::Arguments arguments;
@@ -69,6 +70,15 @@ TEST(ServeOptions, EachSetsItsSetting) {
     EXPECT_EQ(readWell("--metrics-textfile-directory", "/t").textfileDirectory, "/t");
     EXPECT_EQ(readWell("--metrics-textfile-bytes", "16777216").textfileBytes, 16777216U);
     EXPECT_EQ(readWell("--metrics-textfiles", "4096").textfiles, 4096U);
+}
+
+TEST(ServeOptions, NamesThatNoClientCanGiveAreRefused) {
+    EXPECT_THAT(readWell("--server-names", "db-1.example.org,10.0.0.5,2001:db8::5,my_host").serverNames, SizeIs(4));
+    for (const char *name : {"a b", "[::1]", "x:9100", "http://x", "x/", "a,,b", "\xff"})
+        EXPECT_NE(problemOf("--server-names", name), "") << name;
+    EXPECT_NE(problemOf("--server-names", std::string(300, 'a')), "");
+    EXPECT_EQ(problemOf("--server-names", "a,x:9100"),
+              "--server-names a,x:9100: no client can ask for 'x:9100': names have no port, no brackets and no blanks");
 }
 
 TEST(ServeOptions, SectionsAreDefaultOrAllOrNames) {
