@@ -2,6 +2,8 @@
 #include "export/known/BuiltName.h"
 #include "export/known/Known.h"
 
+#include <algorithm>
+
 #include <unistd.h>
 
 namespace zel {
@@ -33,26 +35,33 @@ constexpr KnownField<Sockets> fields[] = {
 };
 constexpr KnownTable<Sockets> table{.one = &Sample::sockets, .fields = fields};
 
-void writeOthers(const Sample &sample, MetricSink &sink) {
+// A series for each of those keys that are known of some protocol, of protocols that are newer than this program.
+void writeOthers(const Sample &sample, double bytesPerPage, MetricSink &sink) {
+    constexpr std::string_view pages = "mem", keys[] = {"inuse", "orphan", "tw", "alloc", pages, "memory"};
     BuiltName name;
-    for (const ProtocolOther &other : sample.protocolOthers) {
-        if (!other.file.starts_with("sockstat"))
-            continue;
+    const auto write = [&](const ProtocolOther &other, std::string_view ending, double factor) {
         name.clear();
-        sink.family(name.add("node_sockstat_").add(other.protocol).add("_").add(other.key).text(), gauge,
-                    "A count that is newer than this program.");
-        sink.value(other.value);
+        name.add("node_sockstat_").add(other.protocol).add("_").add(other.key).add(ending);
+        sink.family(name.text(), gauge, "A count that is newer than this program.");
+        sink.value(other.value, factor);
+    };
+    for (const ProtocolOther &other : sample.protocolOthers) {
+        if (!other.file.starts_with("sockstat") || std::ranges::find(keys, other.key) == std::end(keys))
+            continue;
+        write(other, "", 1);
+        if (other.key == pages)
+            write(other, "_bytes", bytesPerPage);
     }
 }
 
 void write(const Sample &sample, MetricSink &sink) {
-    static const double pagesPerByte = 1.0 / static_cast<double>(sysconf(_SC_PAGESIZE));
+    static const auto bytesPerPage = static_cast<double>(sysconf(_SC_PAGESIZE));
     writeKnown(table, sample, sink);
     sink.family("node_sockstat_TCP_mem", gauge, "The same in pages.");
-    sink.value(sample.sockets.tcpMemoryBytes, pagesPerByte);
+    sink.value(sample.sockets.tcpMemoryBytes, 1 / bytesPerPage);
     sink.family("node_sockstat_UDP_mem", gauge, "The same in pages.");
-    sink.value(sample.sockets.udpMemoryBytes, pagesPerByte);
-    writeOthers(sample, sink);
+    sink.value(sample.sockets.udpMemoryBytes, 1 / bytesPerPage);
+    writeOthers(sample, bytesPerPage, sink);
 }
 
 void listFields(KnownFields &known) {

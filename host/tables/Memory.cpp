@@ -129,7 +129,7 @@ constexpr Entries<MemoryOther> other{Area::Memory, "memory_others", "/proc/memin
 constexpr Field<MemoryOther> otherFields[] = {
     other.label("key", &MemoryOther::key, "The kernel's key."),
     other.gauge("value", &MemoryOther::value, Unit::None, "What the kernel says, of a key without a unit."),
-    other.gauge("bytes", &MemoryOther::bytes, Unit::Bytes, "What the kernel says, of a key that it gives in kB."),
+    other.gauge("value_bytes", &MemoryOther::bytes, Unit::Bytes, "What the kernel says, of a key that it gives in kB."),
 };
 
 constexpr Entries<MemoryNode> node{Area::Memory, "memory_nodes", "/sys/devices/system/node/node*/meminfo", nodes};

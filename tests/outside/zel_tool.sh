@@ -243,7 +243,7 @@ for row in csv.reader(text.splitlines(keepends=True), strict=True):
 END
   done
   # One section alone: one header for all samples.
-  "$zel" show vm --format csv --every 20ms --count 3 >"$scratch/csv"
+  "$zel" show load --format csv --every 20ms --count 3 >"$scratch/csv"
   [ "$(grep -c '^section,' "$scratch/csv") $(wc -l <"$scratch/csv")" = "1 4" ] || fail "one section: $(cut -c 1-60 "$scratch/csv")"
 }
 

@@ -158,15 +158,15 @@ TEST(Absences, ALostAreaIsOneNameForEachSection) {
 }
 
 TEST(Absences, ALostAreaWithoutListsIsOneName) {
-    zel::Sample sample = sampleOf(Area::Vm);
-    zel::AreaState &state = sample.area(Area::Vm);
+    zel::Sample sample = sampleOf(Area::Load);
+    zel::AreaState &state = sample.area(Area::Load);
     state.absence = Absence::Denied;
     state.error = EACCES;
-    state.file = "proc/vmstat";
-    zel::forget(sample.vm, Absence::Denied);
+    state.file = "proc/loadavg";
+    zel::forget(sample.load, Absence::Denied);
     EXPECT_THAT(
         textOf(sample, zel::Format::Table, "/host"),
-        HasSubstr("  vm    denied  root, with all capabilities  /host/proc/vmstat: Permission denied (EACCES)"));
+        HasSubstr("  load  denied  root, with all capabilities  /host/proc/loadavg: Permission denied (EACCES)"));
 }
 
 TEST(Absences, FieldsWithTheSameReasonAndProviderShareALine) {

@@ -61,6 +61,24 @@ TEST(KnownSockets, MemoryIsBytesAndPages) {
     EXPECT_EQ(text.type("node_sockstat_TCP_mem"), "gauge");
 }
 
+// Of a protocol that is newer than the program the exporter has the keys that it knows of others.
+TEST(KnownSockets, NewerProtocolsHaveTheKeysOfTheOthers) {
+    zel::Sample sample;
+    const auto add = [&sample](const char *file, const char *protocol, const char *key, std::uint64_t value) {
+        zel::ProtocolOther &other = sample.protocolOthers.append();
+        other.file = file, other.protocol = protocol, other.key = key, other.value = value;
+    };
+    add("sockstat", "FOO", "inuse", 4);
+    add("sockstat", "FOO", "bar", 5);
+    add("sockstat", "FOO", "mem", 6);
+    add("sockstat6", "FOO6", "memory", 7);
+    add("netstat", "FOO", "inuse", 8);
+    EXPECT_EQ(KnownText(zel::knownSockets, sample).series(),
+              (Lines{"node_sockstat_FOO_inuse 4", "node_sockstat_FOO_mem 6",
+                     "node_sockstat_FOO_mem_bytes " + std::to_string(6 * sysconf(_SC_PAGESIZE)),
+                     "node_sockstat_FOO6_memory 7"}));
+}
+
 TEST(KnownPacketPath, QueuesAreOfProcessors) {
     zel::Sample sample;
     zel::Softnet &queue = sample.softnet.append();

@@ -38,8 +38,11 @@ TEST(CounterRates, ThoseOfProcessesAloneLeaveTheOthersOut) {
     before.area(Area::Vm) = before.area(Area::Processes);
     now.area(Area::Vm) = now.area(Area::Processes);
     before.vm.pgfault = 10, now.vm.pgfault = 30;
-    for (zel::Sample *sample : {&before, &now})
-        sample->processes.append().userSeconds = sample == &before ? 4 : 5;
+    for (zel::Sample *sample : {&before, &now}) {
+        zel::Process &process = sample->processes.append();
+        process.startSeconds = 1;
+        process.userSeconds = sample == &before ? 4 : 5;
+    }
     zel::Rates rates = zel::between(before, now);
     EXPECT_TRUE(holds(rates.perSecond("vm", "pgfault_total"), 10));
     zel::processesBetween(before, now, rates);
