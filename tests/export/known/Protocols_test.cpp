@@ -64,7 +64,7 @@ TEST(KnownSockets, MemoryIsBytesAndPages) {
 // Of a protocol that is newer than the program the exporter has the keys that it knows of others.
 TEST(KnownSockets, NewerProtocolsHaveTheKeysOfTheOthers) {
     zel::Sample sample;
-    const auto add = [&sample](const char *file, const char *protocol, const char *key, std::uint64_t value) {
+    const auto add = [&sample](const char *file, const char *protocol, const char *key, double value) {
         zel::ProtocolOther &other = sample.protocolOthers.append();
         other.file = file, other.protocol = protocol, other.key = key, other.value = value;
     };
