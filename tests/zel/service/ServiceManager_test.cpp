@@ -99,7 +99,8 @@ TEST_F(ServiceManagerTest, WithoutASocketNothingIsThere) {
     zel::ServiceManager service;
     EXPECT_FALSE(service.isThere());
     EXPECT_TRUE(service.sayReady("x"));
-    for (const std::string wrong : {"", "/", "@", "relative", "vsock:2:3", std::string(200, '/').c_str()}) {
+    const std::vector<std::string> wrongOnes{"", "/", "@", "relative", "vsock:2:3", std::string(200, '/')};
+    for (const std::string &wrong : wrongOnes) {
         set("NOTIFY_SOCKET", wrong);
         EXPECT_FALSE(zel::ServiceManager().isThere()) << wrong;
     }
