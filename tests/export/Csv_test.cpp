@@ -1,6 +1,9 @@
 // CSV of a sample, read back by a reader of RFC 4180 of the test's own.
 #include "export/Csv.h"
 
+#include "FullSample.h"
+#include "SystemHooks.h"
+
 #include <gtest/gtest.h>
 #include <limits>
 #include <vector>
@@ -189,6 +192,23 @@ TEST(CsvOfRates, HasTheIntervalAndRatesInThePlaceOfCounters) {
     EXPECT_EQ(cell(lines, 1, "some_ratio"), "0.25");
     EXPECT_EQ(lines[0].size(), lines[1].size());
     EXPECT_EQ(text.find("some_seconds_total"), text.npos);
+}
+
+TEST(Csv, InSteadyStateNothingIsAllocated) {
+    const zel::Sample earlier = FullSample::make();
+    zel::Sample sample = earlier;
+    sample.monotonicNanoseconds += 1000000000;
+    const zel::Rates rates = zel::between(earlier, sample);
+    std::string out;
+    const auto allocated = [&out](auto &&write) {
+        write();
+        out.clear();
+        const long before = allocationsSoFar();
+        write();
+        return allocationsSoFar() - before;
+    };
+    EXPECT_EQ(allocated([&] { zel::writeCsv(sample, {}, true, out); }), 0);
+    EXPECT_EQ(allocated([&] { zel::writeCsv(sample, rates, {}, true, out); }), 0);
 }
 
 } // namespace

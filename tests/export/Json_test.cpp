@@ -2,6 +2,8 @@
 #include "export/Json.h"
 
 #include "CommaLocale.h"
+#include "FullSample.h"
+#include "SystemHooks.h"
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -283,6 +285,23 @@ TEST(JsonOfRates, ACounterOfANewRowIsNotYet) {
     const Json json = Json::parse(text)["pressure"][2];
     EXPECT_TRUE(json["some_ratio"].is_null());
     EXPECT_EQ(json["absent"]["some_ratio"], "not_yet");
+}
+
+TEST(Json, InSteadyStateNothingIsAllocated) {
+    const zel::Sample earlier = FullSample::make();
+    zel::Sample sample = earlier;
+    sample.monotonicNanoseconds += 1000000000;
+    const zel::Rates rates = zel::between(earlier, sample);
+    std::string out;
+    const auto allocated = [&out](auto &&write) {
+        write();
+        out.clear();
+        const long before = allocationsSoFar();
+        write();
+        return allocationsSoFar() - before;
+    };
+    EXPECT_EQ(allocated([&] { zel::writeJson(sample, {}, out); }), 0);
+    EXPECT_EQ(allocated([&] { zel::writeJson(sample, rates, {}, out); }), 0);
 }
 
 } // namespace

@@ -243,16 +243,21 @@ TEST(OpenMetrics, AnEmptySampleIsAValidPage) {
 }
 
 TEST(OpenMetrics, InSteadyStateNothingIsAllocated) {
-    zel::Sample sample = FullSample::make();
+    zel::Sample earlier = FullSample::make();
     for (std::uint64_t pid = 10; pid < 500; ++pid)
-        addProcess(sample, pid, pid);
+        addProcess(earlier, pid, pid);
+    zel::Sample sample = earlier;
+    sample.area(Area::Processes).monotonicNanoseconds += 1000000000;
+    const zel::Rates rates = zel::between(earlier, sample);
     zel::MetricsWriter writer({.sections = MetricSections::all(), .commandLines = true, .version = "1"});
-    std::string out;
-    writer.write(sample, nullptr, {}, MetricFormat::OpenMetrics, out);
-    out.clear();
-    const long before = allocationsSoFar();
-    writer.write(sample, nullptr, {}, MetricFormat::OpenMetrics, out);
-    EXPECT_EQ(allocationsSoFar(), before);
+    for (const zel::Rates *const given : {static_cast<const zel::Rates *>(nullptr), &rates}) {
+        std::string out;
+        writer.write(sample, given, {}, MetricFormat::OpenMetrics, out);
+        out.clear();
+        const long before = allocationsSoFar();
+        writer.write(sample, given, {}, MetricFormat::OpenMetrics, out);
+        EXPECT_EQ(allocationsSoFar(), before) << (given == nullptr ? "without rates" : "with rates");
+    }
 }
 
 } // namespace

@@ -210,14 +210,17 @@ void TextfileDirectory::refresh(std::chrono::milliseconds limit) {
     });
     const CallEnd end = call.wait();
     m_silent = end.error != 0;
+    const Content before = m_content;
     if (!m_silent)
         m_content = call.answer();
     else if (end.error == ETIMEDOUT)
         m_content = nullptr;
+    if (m_content != before)
+        m_leftOut.clear();
 }
 
 // False when one is left out, because the text has one of its names.
-bool TextfileDirectory::appendFamilies(MetricFormat format, std::string &out) const {
+bool TextfileDirectory::appendFamilies(MetricFormat format, std::string &out) {
     if (m_content == nullptr || m_content->families.empty())
         return true;
     const bool isOpen = format == MetricFormat::OpenMetrics;
@@ -229,7 +232,9 @@ bool TextfileDirectory::appendFamilies(MetricFormat format, std::string &out) co
         const bool isOwn =
             std::any_of(names.begin(), names.end(), [&own](const std::string &name) { return own.contains(name); });
         isWhole = isWhole && !isOwn;
-        if (!isOwn)
+        if (isOwn)
+            m_leftOut.insert(family.paths + ": " + family.name + " is left out: the host itself has this name");
+        else
             texts += isOpen ? family.openText : family.text;
     }
     out += texts;
@@ -254,6 +259,7 @@ std::vector<std::string> TextfileDirectory::newProblems() {
     std::vector<std::string> now;
     if (m_content != nullptr)
         now = m_content->problems;
+    now.insert(now.end(), m_leftOut.begin(), m_leftOut.end());
     if (m_silent)
         now.push_back(m_path + ": does not answer");
     if (now == m_reported)

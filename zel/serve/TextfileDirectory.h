@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,7 +31,7 @@ struct TextfileLimits {
 /// What all files of the directory give together.
 struct TextfileContent {
     struct Family {
-        std::string name;
+        std::string name, paths;                   // of the files that it is from
         std::string text, openText;                // in both formats, with their headers
         std::vector<std::string> names, openNames; // that nothing else may have there
     };
@@ -61,11 +62,12 @@ public:
 
 private:
     struct Files;
-    bool appendFamilies(MetricFormat format, std::string &out) const;
+    bool appendFamilies(MetricFormat format, std::string &out);
     std::string m_path;
     std::shared_ptr<Files> m_files; // of the call that may still run
     std::shared_ptr<const TextfileContent> m_content;
     bool m_silent = false;
+    std::set<std::string> m_leftOut; // problems of families whose names the text has
     std::vector<std::string> m_reported;
     MetricSink m_sink;
 };

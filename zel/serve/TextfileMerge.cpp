@@ -70,6 +70,7 @@ std::vector<TextfileContent::Family> TextfileMerge::finish() const {
             family.help = "Read from the text file " + merged.paths + ".";
         TextfileContent::Family &written = families.emplace_back();
         written.name = name;
+        written.paths = merged.paths;
         written.names = namesOf(family, MetricFormat::PrometheusText);
         written.openNames = namesOf(family, MetricFormat::OpenMetrics);
         appendFamily(family, MetricFormat::PrometheusText, written.text);

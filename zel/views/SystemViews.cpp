@@ -132,7 +132,7 @@ constexpr ViewColumn hugePages[] = {
     {"overcommit", "overcommit"},
 };
 
-constexpr ViewColumn memoryOthers[] = {{"key", "key"}, {"value", "value"}, {"bytes", "bytes"}};
+constexpr ViewColumn memoryOthers[] = {{"key", "key"}, {"value", "value"}, {"bytes", "value_bytes"}};
 constexpr ViewColumn vmOthers[] = {{"key", "key"}, {"value", "value"}};
 
 constexpr ViewColumn swaps[] = {

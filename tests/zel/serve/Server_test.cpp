@@ -16,6 +16,7 @@
 #include <sys/stat.h>
 
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using zel::ServeSettings;
 
 namespace {
@@ -177,7 +178,7 @@ TEST(Server, OldAndBrokenRequestsHarmNobody) {
     for (const std::string &text :
          {std::string("\x16\x03\x01\x02", 4), std::string("GET\r\n\r\n"), std::string("GET /metrics\r\n\r\n"),
           std::string("GET /metrics HTTP/1.1\r\n\r\n"), std::string("GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n"),
-          std::string("GET /\0 HTTP/1.1\r\nHost: localhost\r\n\r\n", 39), std::string(1000, '\n'),
+          "GET /\0 HTTP/1.1\r\nHost: localhost\r\n\r\n"s, std::string(1000, '\n'),
           std::string("GET / HTTP/1.1\r\n: x\r\nHost: localhost\r\nContent-Length: -1\r\n\r\n")}) {
         RawHttp &broken = *all.emplace_back(std::make_unique<RawHttp>(host.port()));
         broken.send(text);

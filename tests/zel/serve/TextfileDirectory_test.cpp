@@ -119,6 +119,9 @@ TEST_F(Textfiles, FamilyOfTheHostItselfIsNotReplaced) {
     EXPECT_FALSE(has(text, "99"));
     EXPECT_TRUE(has(text, "\nmine 1\n"));
     EXPECT_TRUE(text.ends_with("node_textfile_scrape_error 1\n"));
+    EXPECT_EQ(m_textfiles.newProblems(),
+              std::vector<std::string>{path("a.prom") + ": node_load1 is left out: the host itself has this name"});
+    EXPECT_TRUE(m_textfiles.newProblems().empty());
     EXPECT_TRUE(has(shown(), "99"));
 }
 
