@@ -21,7 +21,9 @@ bool TextfileMerge::takeNames(const std::string &path, const TextFamily &family,
         const auto owner = m_owners.find(name);
         if (owner == m_owners.end() || owner->second == family.name)
             continue;
-        problems.push_back(path + ": " + family.name + " is left out: " + name + " is a name of " + owner->second);
+        std::string problem = path + ": " + family.name;
+        problems.push_back(
+            problem.append(" is left out: ").append(name).append(" is a name of ").append(owner->second));
         return false;
     }
     for (const std::string &name : names)
