@@ -57,7 +57,7 @@ template<auto member> std::string readTexts(ServeSettings &settings, const std::
 }
 
 std::string readServerNames(ServeSettings &settings, const std::string &text) {
-    const std::string problem = readTexts<&ServeSettings::serverNames>(settings, text);
+    std::string problem = readTexts<&ServeSettings::serverNames>(settings, text);
     const auto wrong = std::ranges::find_if_not(settings.serverNames, isServerName);
     if (!problem.empty() || wrong == settings.serverNames.end())
         return problem;
