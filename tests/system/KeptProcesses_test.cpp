@@ -331,7 +331,10 @@ TEST(KeptProcessScans, SettingAndHostRootMayChangeBetweenScans) {
         const int open = placesTaken();
         EXPECT_GT(open, 40);
         kept.places = 0;
-        EXPECT_GE(expectBetween(none.rows(), kept.rows(), none.rows()), 10);
+        int compared = 0; // processes that still start change their rows
+        for (int tries = 0; tries < 500 && compared < 10; ++tries)
+            compared = expectBetween(none.rows(), kept.rows(), none.rows());
+        EXPECT_GE(compared, 10);
         EXPECT_EQ(placesTaken(), 0);
         kept.places = 2000;
         kept.rows();
