@@ -145,7 +145,9 @@ TEST(SamplingThread, StreamsOfOnePaceShareTheirTexts) {
     ASSERT_TRUE(sampling.thread().subscribe(key, 100ms, 7));
     ASSERT_TRUE(sampling.thread().subscribe(key, 100ms, 8));
     std::map<zel::ClientNumber, std::vector<SharedText>> texts;
-    for (int rounds = 0; rounds < 100 && (texts[7].size() < 2 || texts[8].empty()); ++rounds) {
+    // Beats that come late may be so near to one another that they share a sample.
+    const auto isRenewed = [&texts] { return texts[7].size() > 1 && *texts[7].front() != *texts[7].back(); };
+    for (int rounds = 0; rounds < 100 && (!isRenewed() || texts[8].empty()); ++rounds) {
         for (const FinishedText &finished : sampling.wait(1)) {
             EXPECT_TRUE(finished.isBeat);
             ASSERT_NE(finished.text, nullptr);
@@ -154,9 +156,8 @@ TEST(SamplingThread, StreamsOfOnePaceShareTheirTexts) {
             texts[finished.client].push_back(finished.text);
         }
     }
-    ASSERT_GE(texts[7].size(), 2U);
+    EXPECT_TRUE(isRenewed());
     ASSERT_GE(texts[8].size(), 1U);
-    EXPECT_NE(*texts[7][0], *texts[7][1]);
     // The second may have come some beats later.
     EXPECT_NE(std::ranges::find(texts[7], texts[8][0]), texts[7].end());
     sampling.thread().forget(7);
